@@ -1,0 +1,631 @@
+#include "Foundation/VLString.h"
+
+#include <climits>
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <cwchar>
+#include <cwctype>
+#include <strings.h>
+
+namespace {
+
+/// Characters that FromFormat, and the numbers that go through it, have room for. The last two stay zero.
+constexpr unsigned long formatBufferSize = 512;
+constexpr unsigned long wideNumberBufferSize = 30;
+
+int compare(const char* a, const char* b, unsigned long length) {
+    return std::strncmp(a, b, length);
+}
+int compare(const wchar_t* a, const wchar_t* b, unsigned long length) {
+    return std::wcsncmp(a, b, length);
+}
+
+unsigned long lengthOf(const char* text) {
+    return std::strlen(text);
+}
+unsigned long lengthOf(const wchar_t* text) {
+    return std::wcslen(text);
+}
+
+char lowerCase(char c) {
+    return static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+}
+wchar_t lowerCase(wchar_t c) {
+    return static_cast<wchar_t>(std::towlower(static_cast<wint_t>(c)));
+}
+char upperCase(char c) {
+    return static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+}
+wchar_t upperCase(wchar_t c) {
+    return static_cast<wchar_t>(std::towupper(static_cast<wint_t>(c)));
+}
+
+// Storage. A block's length follows from the size of its text alone, so that no field is spent on it: up to
+// 64 characters it is exact, above that a power of two, which makes appending in a loop cost time in
+// proportion to the text.
+
+template <class Char>
+constexpr unsigned long largestSize = ULONG_MAX / (4 * sizeof(Char));
+
+unsigned long blockLength(unsigned long size) {
+    constexpr unsigned long exactUpTo = 64;
+    if (size < exactUpTo) {
+        return size + 1;
+    }
+    unsigned long length = 2 * exactUpTo;
+    while (length < size + 1) {
+        length *= 2;
+    }
+    return length;
+}
+
+/// `block`, which may be null, made long enough for a text of `size` characters; null where that fails, and
+/// the block is then as it was.
+template <class Char>
+Char* resize(Char* block, unsigned long size) {
+    if (size > largestSize<Char>) {
+        return nullptr;
+    }
+    return static_cast<Char*>(std::realloc(block, blockLength(size) * sizeof(Char)));
+}
+
+template <class Char>
+void assign(Char*& data, unsigned long& size, const Char* text, unsigned long length) {
+    Char* block = nullptr;
+    if (text != nullptr && length != 0 && (block = resize<Char>(nullptr, length)) != nullptr) {
+        std::memcpy(block, text, length * sizeof(Char));
+        block[length] = 0;
+    }
+    // The old text goes last: `text` may be part of it.
+    std::free(data);
+    data = block;
+    size = block == nullptr ? 0 : length;
+}
+
+template <class Char>
+void append(Char*& data, unsigned long& size, const Char* text, unsigned long length) {
+    if (length == 0 || length > ULONG_MAX - size) {
+        return;
+    }
+    const bool bOwnText = text == data;
+    if (data == nullptr || blockLength(size) != blockLength(size + length)) {
+        Char* block = resize(data, size + length);
+        if (block == nullptr) {
+            return;
+        }
+        data = block;
+    }
+    std::memmove(data + size, bOwnText ? data : text, length * sizeof(Char));
+    size += length;
+    data[size] = 0;
+}
+
+/// The text of `buffer` up to its terminator, however a print into it ended.
+template <class String, class Char, std::size_t Capacity>
+void assignBuffer(String& string, const std::array<Char, Capacity>& buffer) {
+    string.init(buffer.data(), lengthOf(buffer.data()));
+}
+
+// Comparison
+
+template <class String>
+bool areEqual(const String& a, const String& b) {
+    return a.Size() == b.Size() && (a.IsEmpty() || compare(a.Data(), b.Data(), a.Size()) == 0);
+}
+
+template <class String>
+bool isLess(const String& a, const String& b) {
+    if (a.Size() != b.Size()) {
+        return a.Size() > b.Size();
+    }
+    return a.IsSet() && compare(a.Data(), b.Data(), a.Size()) < 0;
+}
+
+// Searches: Knuth, Morris and Pratt, "Fast pattern matching in strings", SIAM J. Comput. 6 (1977), so that no
+// text makes one slow.
+
+enum class Case { Matters, Ignored };
+enum class Direction { Forward, Backward };
+
+template <class Char, Case letters, Direction direction>
+class Text {
+public:
+    Text(const Char* text, unsigned long textLength) : data(text), length(textLength) {}
+
+    Char operator[](unsigned long index) const {
+        const Char c = data[direction == Direction::Forward ? index : length - 1 - index];
+        return letters == Case::Matters ? c : lowerCase(c);
+    }
+    unsigned long size() const { return length; }
+
+private:
+    const Char* data;
+    unsigned long length;
+};
+
+/// Where the first occurrence of `needle`, which is not empty, ends in `text`; VLString::maxLen for none.
+template <class Searched>
+unsigned long endOfFirst(const Searched& needle, const Searched& text) {
+    // border[i]: length of the longest proper prefix of the needle that also ends at its position i.
+    std::vector<unsigned long> border(needle.size(), 0);
+    unsigned long matched = 0;
+    for (unsigned long i = 1; i < needle.size(); ++i) {
+        while (matched > 0 && needle[i] != needle[matched]) {
+            matched = border[matched - 1];
+        }
+        matched += needle[i] == needle[matched] ? 1UL : 0UL;
+        border[i] = matched;
+    }
+
+    matched = 0;
+    for (unsigned long i = 0; i < text.size(); ++i) {
+        while (matched > 0 && text[i] != needle[matched]) {
+            matched = border[matched - 1];
+        }
+        matched += text[i] == needle[matched] ? 1UL : 0UL;
+        if (matched == needle.size()) {
+            return i + 1;
+        }
+    }
+    return VLString::maxLen;
+}
+
+/// How much of the needle a comparison looks at: it stops after a zero character.
+template <class String>
+unsigned long comparedLength(const String& needle) {
+    const unsigned long beforeZero = needle.IsEmpty() ? 0 : lengthOf(needle.ConstData());
+    return std::min(beforeZero + 1, needle.Size());
+}
+
+template <Case letters, class String>
+unsigned long indexOf(const String& string, const String& needle, unsigned long start) {
+    if (needle.Size() > string.Size() || start >= string.Size()) {
+        return String::maxLen;
+    }
+    if (needle.IsEmpty()) {
+        return start;
+    }
+    if (needle.Size() > string.Size() - start) {
+        return String::maxLen;
+    }
+    using Char = std::decay_t<decltype(string[0])>;
+    using Searched = Text<Char, letters, Direction::Forward>;
+    const unsigned long compared = comparedLength(needle);
+    const unsigned long ignoredTail = needle.Size() - compared;
+    const unsigned long end =
+        endOfFirst(Searched(needle.Data(), compared),
+                   Searched(string.Data() + start, string.Size() - start - ignoredTail));
+    return end == String::maxLen ? end : start + end - compared;
+}
+
+template <Case letters, class String>
+unsigned long indexLastOf(const String& string, const String& needle) {
+    if (needle.Size() > string.Size()) {
+        return String::maxLen;
+    }
+    if (needle.IsEmpty()) {
+        return string.Size();
+    }
+    using Char = std::decay_t<decltype(string[0])>;
+    using Searched = Text<Char, letters, Direction::Backward>;
+    const unsigned long compared = comparedLength(needle);
+    const unsigned long searched = string.Size() - (needle.Size() - compared);
+    const unsigned long end =
+        endOfFirst(Searched(needle.Data(), compared), Searched(string.Data(), searched));
+    return end == String::maxLen ? end : searched - end;
+}
+
+// Building
+
+template <class String>
+String substr(const String& string, unsigned long start, unsigned long count) {
+    String result;
+    if (string.HasOf(start)) {
+        result.init(string.Data() + start, std::min(string.Size() - start, count));
+    }
+    return result;
+}
+
+template <class String>
+String replace(const String& string, const String& what, const String& with) {
+    if (what.IsEmpty()) {
+        return string;
+    }
+    String result;
+    unsigned long copied = 0;
+    for (unsigned long found = string.IndexOf(what, 0); string.HasOf(found);
+         found = string.IndexOf(what, copied)) {
+        result += string.Substr(copied, found - copied);
+        result += with;
+        copied = found + what.Size();
+    }
+    result += string.Substr(copied, String::maxLen);
+    return result;
+}
+
+template <class String, class Mapping>
+String mapCharacters(String string, Mapping mapping) {
+    std::transform(string.Data(), string.Data() + string.Size(), string.Data(), mapping);
+    return string;
+}
+
+// Conversions. One byte is one wide character and back: that is what the "C" locale does with ASCII
+// everywhere and with all bytes on macOS, while glibc refuses the bytes above 127.
+
+/// The text up to its first zero character, each character converted by `convert`, which gives a negative
+/// number for one that it cannot convert; the whole is empty then.
+template <class Target, class TargetChar, class SourceChar, class Converter>
+Target convertText(const SourceChar* text, unsigned long length, Converter convert) {
+    std::vector<TargetChar> converted;
+    converted.reserve(length);
+    for (unsigned long i = 0; i < length && text[i] != 0; ++i) {
+        const long character = convert(text[i]);
+        if (character < 0) {
+            return Target();
+        }
+        converted.push_back(static_cast<TargetChar>(character));
+    }
+    Target result;
+    result.init(converted.data(), converted.size());
+    return result;
+}
+
+VLUnicodeString widen(const char* text, unsigned long length) {
+    return convertText<VLUnicodeString, wchar_t>(
+        text, length, [](char c) { return static_cast<long>(static_cast<unsigned char>(c)); });
+}
+
+VLString narrow(const wchar_t* text, unsigned long length) {
+    return convertText<VLString, char>(text, length, [](wchar_t c) {
+        return c > UCHAR_MAX ? -1L : static_cast<long>(c); // a negative character cannot be converted either
+    });
+}
+
+} // namespace
+
+// VLString
+
+VLString::VLString(const char* text, unsigned long length) {
+    init(text, length == maxLen && text != nullptr ? lengthOf(text) : length);
+}
+
+VLString::VLString(const wchar_t* text, unsigned long length)
+    : VLString(VLUnicodeString(text, length).ToUTF8()) {}
+
+VLString::VLString(const VLString& other) {
+    init(other.data, other.size);
+}
+
+VLString::VLString(VLString&& other) noexcept
+    : size(std::exchange(other.size, 0)), data(std::exchange(other.data, nullptr)) {}
+
+VLString::~VLString() {
+    std::free(data);
+}
+
+VLString& VLString::operator=(const VLString& other) {
+    if (this != &other) {
+        init(other.data, other.size);
+    }
+    return *this;
+}
+
+VLString& VLString::operator=(VLString&& other) noexcept {
+    std::swap(size, other.size);
+    std::swap(data, other.data);
+    return *this;
+}
+
+void VLString::init(const char* text, unsigned long length) {
+    assign(data, size, text, length);
+}
+
+void VLString::Clear() {
+    init(nullptr, 0);
+}
+
+bool VLString::Equals(const VLString& other) const {
+    return areEqual(*this, other);
+}
+
+bool VLString::EqualsIgnoreCase(const VLString& other) const {
+    return size == other.size && (size == 0 || strncasecmp(data, other.data, size) == 0);
+}
+
+bool VLString::operator<(const VLString& other) const {
+    return isLess(*this, other);
+}
+
+bool VLString::EndsWith(const VLString& suffix) const {
+    return HasOf(IndexOf(suffix, size - suffix.size));
+}
+
+unsigned long VLString::IndexOf(const VLString& needle, unsigned long start) const {
+    return indexOf<Case::Matters>(*this, needle, start);
+}
+
+unsigned long VLString::IndexOfIgnoreCase(const VLString& needle, unsigned long start) const {
+    return indexOf<Case::Ignored>(*this, needle, start);
+}
+
+unsigned long VLString::IndexLastOf(const VLString& needle) const {
+    return indexLastOf<Case::Matters>(*this, needle);
+}
+
+unsigned long VLString::IndexLastOfIgnoreCase(const VLString& needle) const {
+    return indexLastOf<Case::Ignored>(*this, needle);
+}
+
+VLString VLString::Substr(unsigned long start, unsigned long count) const {
+    return substr(*this, start, count);
+}
+
+VLString& VLString::Append(const VLString& other) {
+    append(data, size, other.data, other.size);
+    return *this;
+}
+
+VLString VLString::operator+(const VLString& other) const {
+    VLString result(*this);
+    result.Append(other);
+    return result;
+}
+
+VLString VLString::Replace(const VLString& what, const VLString& with) const {
+    return replace(*this, what, with);
+}
+
+VLString VLString::ToUpper() const {
+    return mapCharacters(*this, [](char c) { return upperCase(c); });
+}
+
+VLString VLString::ToLower() const {
+    return mapCharacters(*this, [](char c) { return lowerCase(c); });
+}
+
+VLUnicodeString VLString::GetUnicode() const {
+    return widen(data, size);
+}
+
+VLString& VLString::FromFormat(VLString format, ...) {
+    Clear();
+    if (format.IsEmpty()) {
+        return *this;
+    }
+    std::array<char, formatBufferSize> buffer{};
+    va_list arguments;
+    va_start(arguments, format);
+    std::vsnprintf(buffer.data(), buffer.size() - 1, format.Data(), arguments);
+    va_end(arguments);
+    assignBuffer(*this, buffer);
+    return *this;
+}
+
+VLString& VLString::FromInt(int value) {
+    return FromFormat("%d", value);
+}
+
+VLString& VLString::FromDword(unsigned int value) {
+    return FromFormat("%u", value);
+}
+
+VLString& VLString::FromDouble(double value) {
+    return FromFormat("%f", value);
+}
+
+VLString& VLString::FromGUID(const _GUID& guid) {
+    const std::uint8_t* bytes = guid.Data4;
+    return FromFormat("%08x-%04x-%04x-%02x%02x-%02x%02x%02x%02x%02x%02x", guid.Data1, guid.Data2, guid.Data3,
+                      bytes[0], bytes[1], bytes[2], bytes[3], bytes[4], bytes[5], bytes[6], bytes[7]);
+}
+
+// Numbers are read with the scanf family on purpose: what counts as a number, and what an overlong one gives,
+// is what the platform's scanning makes of it.
+// NOLINTBEGIN(cert-err34-c)
+
+int VLString::GetLong(int defaultValue) const {
+    long value = 0;
+    return IsSet() && std::sscanf(data, "%ld", &value) == 1 ? static_cast<int>(value) : defaultValue;
+}
+
+unsigned int VLString::GetULong(unsigned int defaultValue) const {
+    unsigned int value = 0;
+    return IsSet() && std::sscanf(data, "%u", &value) == 1 ? value : defaultValue;
+}
+
+double VLString::GetDouble(double defaultValue) const {
+    double value = 0;
+    return IsSet() && std::sscanf(data, "%lf", &value) == 1 ? value : defaultValue;
+}
+
+_GUID VLString::GetGUID(bool* ok) const {
+    constexpr int fieldCount = 11;
+    _GUID guid{};
+    std::uint8_t* bytes = guid.Data4;
+    const bool bComplete =
+        std::sscanf(ConstData(), "%08x-%04hx-%04hx-%02hhx%02hhx-%02hhx%02hhx%02hhx%02hhx%02hhx%02hhx",
+                    &guid.Data1, &guid.Data2, &guid.Data3, &bytes[0], &bytes[1], &bytes[2], &bytes[3],
+                    &bytes[4], &bytes[5], &bytes[6], &bytes[7]) == fieldCount;
+    if (ok != nullptr) {
+        *ok = bComplete;
+    }
+    return bComplete ? guid : _GUID{};
+}
+
+// NOLINTEND(cert-err34-c)
+
+// VLUnicodeString
+
+VLUnicodeString::VLUnicodeString(const wchar_t* text, unsigned long length) {
+    init(text, length == maxLen && text != nullptr ? lengthOf(text) : length);
+}
+
+VLUnicodeString::VLUnicodeString(const char* text, unsigned long length)
+    : VLUnicodeString(VLString(text, length).GetUnicode()) {}
+
+VLUnicodeString::VLUnicodeString(const VLUnicodeString& other) {
+    init(other.data, other.size);
+}
+
+VLUnicodeString::VLUnicodeString(VLUnicodeString&& other) noexcept
+    : size(std::exchange(other.size, 0)), data(std::exchange(other.data, nullptr)) {}
+
+VLUnicodeString::~VLUnicodeString() {
+    std::free(data);
+}
+
+VLUnicodeString& VLUnicodeString::operator=(const VLUnicodeString& other) {
+    if (this != &other) {
+        init(other.data, other.size);
+    }
+    return *this;
+}
+
+VLUnicodeString& VLUnicodeString::operator=(VLUnicodeString&& other) noexcept {
+    std::swap(size, other.size);
+    std::swap(data, other.data);
+    return *this;
+}
+
+void VLUnicodeString::init(const wchar_t* text, unsigned long length) {
+    assign(data, size, text, length);
+}
+
+void VLUnicodeString::Clear() {
+    init(nullptr, 0);
+}
+
+bool VLUnicodeString::Equals(const VLUnicodeString& other) const {
+    return areEqual(*this, other);
+}
+
+bool VLUnicodeString::EqualsIgnoreCase(const VLUnicodeString& other) const {
+    return size == other.size && std::equal(data, data + size, other.data, [](wchar_t a, wchar_t b) {
+               return lowerCase(a) == lowerCase(b);
+           });
+}
+
+bool VLUnicodeString::operator<(const VLUnicodeString& other) const {
+    return isLess(*this, other);
+}
+
+bool VLUnicodeString::EndsWith(const VLUnicodeString& suffix) const {
+    return HasOf(IndexOf(suffix, size - suffix.size));
+}
+
+unsigned long VLUnicodeString::IndexOf(const VLUnicodeString& needle, unsigned long start) const {
+    return indexOf<Case::Matters>(*this, needle, start);
+}
+
+unsigned long VLUnicodeString::IndexOfIgnoreCase(const VLUnicodeString& needle, unsigned long start) const {
+    return indexOf<Case::Ignored>(*this, needle, start);
+}
+
+unsigned long VLUnicodeString::IndexLastOf(const VLUnicodeString& needle) const {
+    return indexLastOf<Case::Matters>(*this, needle);
+}
+
+unsigned long VLUnicodeString::IndexLastOfIgnoreCase(const VLUnicodeString& needle) const {
+    return indexLastOf<Case::Ignored>(*this, needle);
+}
+
+VLUnicodeString VLUnicodeString::Substr(unsigned long start, unsigned long count) const {
+    return substr(*this, start, count);
+}
+
+VLUnicodeString& VLUnicodeString::Append(const VLUnicodeString& other) {
+    append(data, size, other.data, other.size);
+    return *this;
+}
+
+VLUnicodeString VLUnicodeString::operator+(const VLUnicodeString& other) const {
+    VLUnicodeString result(*this);
+    result.Append(other);
+    return result;
+}
+
+VLUnicodeString VLUnicodeString::Replace(const VLUnicodeString& what, const VLUnicodeString& with) const {
+    return replace(*this, what, with);
+}
+
+VLUnicodeString VLUnicodeString::ToUpper() const {
+    return mapCharacters(*this, [](wchar_t c) { return upperCase(c); });
+}
+
+VLUnicodeString VLUnicodeString::ToLower() const {
+    return mapCharacters(*this, [](wchar_t c) { return lowerCase(c); });
+}
+
+VLString VLUnicodeString::ToUTF8() const {
+    return narrow(data, size);
+}
+
+VLString VLUnicodeString::GetMultibyteString() const {
+    return ToUTF8().Substr(0, size);
+}
+
+VLUnicodeString& VLUnicodeString::FromUTF8(const char* text, unsigned long length) {
+    if (length == maxLen && text != nullptr) {
+        length = lengthOf(text);
+    }
+    const bool bUsable = text != nullptr && static_cast<std::int32_t>(length) > 0;
+    *this = bUsable ? widen(text, length) : VLUnicodeString();
+    return *this;
+}
+
+void VLUnicodeString::FromUTF16(void*, bool, unsigned long) {}
+
+VLString VLUnicodeString::ToUTF16(bool) const {
+    return VLString();
+}
+
+VLUnicodeString& VLUnicodeString::FromFormat(VLUnicodeString format, ...) {
+    Clear();
+    if (format.IsEmpty()) {
+        return *this;
+    }
+    std::array<wchar_t, formatBufferSize> buffer{};
+    va_list arguments;
+    va_start(arguments, format);
+    // Too long an output counts as an error here, but the buffer holds its beginning all the same.
+    std::vswprintf(buffer.data(), buffer.size() - 1, format.Data(), arguments);
+    va_end(arguments);
+    assignBuffer(*this, buffer);
+    return *this;
+}
+
+VLUnicodeString& VLUnicodeString::FromInt(int value) {
+    return FromFormat(L"%d", value);
+}
+
+VLUnicodeString& VLUnicodeString::FromDword(unsigned int value) {
+    return FromFormat(L"%u", value);
+}
+
+VLUnicodeString& VLUnicodeString::FromDouble(double value) {
+    std::array<wchar_t, wideNumberBufferSize> buffer{};
+    std::swprintf(buffer.data(), buffer.size(), L"%f", value);
+    assignBuffer(*this, buffer);
+    return *this;
+}
+
+int VLUnicodeString::GetLong(int defaultValue) const {
+    long value = 0;
+    return IsSet() && std::swscanf(data, L"%ld", &value) == 1 ? static_cast<int>(value) : defaultValue;
+}
+
+unsigned int VLUnicodeString::GetULong(unsigned int defaultValue) const {
+    unsigned int value = 0;
+    return IsSet() && std::swscanf(data, L"%u", &value) == 1 ? value : defaultValue;
+}
+
+double VLUnicodeString::GetDouble(double defaultValue) const {
+    double value = 0;
+    return IsSet() && std::swscanf(data, L"%lf", &value) == 1 ? value : defaultValue;
+}
