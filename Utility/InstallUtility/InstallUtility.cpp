@@ -3,8 +3,7 @@
 #include "Foundation/SimpleLog.h"
 
 bool InstallUtility::run(VLString, VLString, VLString) {
-    SimpleLog::printLog(SimpleLog::Error, __FILE__, __FUNCTION__, __LINE__,
-                        "Installing is not available yet.");
+    SimpleLog::printLog(SimpleLog::Error, __FILE__, __FUNCTION__, __LINE__, "Installing is not available yet.");
     return false;
 }
 

@@ -1,13 +1,160 @@
 #pragma once
 
 #include "Foundation/VLString.h"
+#include "Utility/InstallUtility/FileNode.h"
+#include "Utility/InstallUtility/SKUDefinition.h"
+#include "Utility/InstallUtility/StatusFile.h"
 
-/// The install engine: everything that one run needs, and the operations that drive it.
+#include <cstdint>
+#include <map>
+#include <vector>
+
+class TiXmlNode;
+
+/// The install engine: everything that one run needs, and the operations that drive it. One object serves
+/// one run. Each group of operations below has a source file of its own.
 class InstallUtility {
 public:
-    /// Installs the product that `skuXmlPath` defines from the folder `sourcePath`.
+    /// Where one kind of installed item may go on this machine: candidate folders, and items inside it.
+    struct InstallItem {
+        /// One candidate folder, which applies when its condition holds.
+        struct ItemPath {
+            /// A test of this machine.
+            struct Condition {
+                enum ConditionType : std::int32_t {
+                    None = 0,
+                    PathExist = 1,
+                    PathNotExist = 2,
+                    FileExist = 3,
+                    FileNotExist = 4,
+                    RegKeyExist = 5,
+                    RegKeyNotExist = 6,
+                    And = 7,
+                    Or = 8
+                };
+
+                VLString value; ///< a pattern, see fillPattern
+                ConditionType type = None;
+                std::vector<Condition> conditions; ///< operands of And and Or
+
+                /// Fills the condition from a `condition` element; does nothing for null or another kind of
+                /// node.
+                void parse(TiXmlNode* node);
+                /// The kind of that name in any case; None for an unknown one.
+                static ConditionType fromString(const VLString& text);
+            };
+
+            VLString path; ///< a pattern, see getTargetPaths
+            Condition condition;
+        };
+
+        std::vector<ItemPath> paths; ///< in the order of the file, which is the order of preference
+        std::map<VLString, InstallItem> items;
+    };
+
+    VLString srcPath; ///< folder that holds the files to install
+    SKUDefinition skuDefinition;
+    std::map<VLString, InstallItem> installItems; ///< top level of the target-paths file
+    StatusFile statusFile;
+    VLString skuXmlPath;         ///< set by an uninstall only
+    VLString targetPathsXmlPath; ///< set by an uninstall only
+    VLString currentFamily;      ///< what %FAMILY% in a target path stands for
+
+    // The install run (InstallUtility.cpp)
+
+    /// Installs the product that `skuXmlPath` defines from the folder `sourcePath`. False when the run cannot
+    /// be prepared or the source folder is incomplete; a copy that fails does not fail the run.
     bool run(VLString sourcePath, VLString skuXmlPath, VLString targetPathsXmlPath);
-    /// Takes the product that `skuXmlPath` defines away.
+    bool prepare(VLString sourcePath, VLString skuXmlPath, VLString targetPathsXmlPath);
+    /// False, and one error line, when `path` is not an existing folder.
+    bool setSrcPath(const VLString& path);
+    /// Reads skuDefinition. False, and one error line, only when the file does not exist: a malformed one
+    /// gives an empty definition.
+    bool parseXMLDefinitionFile(const VLString& path);
+    /// Whether everything that `node` lists exists in `folder`; prints what is missing first and stops there.
+    bool checkFilesInFolderRecursively(const VLString& folder, const FileNode& node);
+    /// Copies the branches of the tree to their targets and records the product. Always true: what goes wrong
+    /// is logged, shown to the user, or passed over.
+    bool copyFilesToTargets();
+
+    // The status file of the run's product (InstallUtility.cpp)
+
+    /// Reads the record in the folder `directory` and enters the product's tree, or takes it off with
+    /// `remove`.
+    void loadStatusFile(const VLString& directory, bool remove);
+    void updateStatusFile(const VLString& directory, const FileNode& node, bool remove);
+    void saveStatusFile(const VLString& directory);
+
+    // Target paths, conditions and patterns (TargetPaths.cpp)
+
+    /// Reads installItems. False, and an error line, when the file is missing, malformed or has no root.
+    bool parseTargetsPathXMLFile(const VLString& path);
+    /// Replaces `items` by the `item` children of `parent`. Always true.
+    static bool parseXMLwithTargetPathsRecursively(TiXmlNode* parent, std::map<VLString, InstallItem>& items);
+
+    /// The folders of all candidates that apply, in their order, each once whatever its case. In their paths
+    /// %FAMILY% stands for `family`, and fillPattern's placeholders are filled.
+    static std::vector<VLString> getTargetPaths(const std::vector<InstallItem::ItemPath>& candidates,
+                                                const VLString& family);
+    static bool isConditionTrue(const InstallItem::ItemPath::Condition& condition);
+    /// Fills %USER% (in any case) with the user's name and %REGKEY:key name::value name% with that value of
+    /// the user's preference file for the key, empty when it is absent. Other text between percent signs
+    /// stays. What is filled in is looked at again. A registry placeholder without "::" stays as it is, and
+    /// so does what is left when an expansion does not come to an end; both give one error line.
+    static VLString fillPattern(VLString pattern);
+    /// What $HOME holds without "/Users/"; a home elsewhere gives its whole path.
+    static VLString getUserName();
+    /// Home folder of the user of that name, as the shell finds it.
+    static VLString getUserHomePath();
+    static VLString getUserPreferencesPath();
+    /// See ::exec.
+    static bool exec(const VLString& command, VLString& output);
+
+    // The recursive copy and locked files (RecursiveCopy.cpp)
+
+    /// Copies what `node` lists from `sourceFolder` to the target folders of `item` and to `targetSubPath`,
+    /// unless that is empty. `relativePath` is the node's path in the tree, `lastAttempt` goes to
+    /// FileLibrary::CopyFolder. True when everything that counts was copied.
+    bool copyFilesRecursively(const VLString& targetSubPath, const VLString& sourceFolder,
+                              const FileNode& node, const VLString& relativePath, const InstallItem& item,
+                              bool lastAttempt);
+    /// What the user is told when the branch `name` cannot be copied, on one line.
+    VLString getFileLockedWarningText(const VLString& name);
+    /// Tells the user; true to try again.
+    bool filesLockedWarningTryAgain(const VLString& name);
+
+    // A probe for files in use, which no run calls and which finds nothing (RecursiveCopy.cpp)
+
+    static bool isFileBlocked(const VLString& path);
+    static bool isFilesBlocked(const std::vector<VLString>& paths);
+    /// Appends the paths that a copy with these arguments would write to `paths`. False when a source is
+    /// missing.
+    bool getFileListRecursively(const VLString& targetSubPath, const VLString& sourceFolder,
+                                const FileNode& node, const VLString& relativePath, const InstallItem& item,
+                                std::vector<VLString>& paths);
+    bool checkFilesBlockedAndShowWarning(const VLString& sourceFolder, const FileNode& node,
+                                         const VLString& relativePath, const InstallItem& item,
+                                         const VLString& name);
+
+    // Shortcuts (ShortCuts.cpp)
+
+    /// Path of the node's shortcut. Intended: it lies in /Applications whatever folder the node names. False,
+    /// and one error line, when the node has no valid shortcut; `out` is then as it was.
+    static bool createFullShortCutName(const FileNode& node, VLString& out);
+    /// Makes the node's shortcut a symbolic link to `installedPath`, replacing what is there.
+    static bool createShortCut(const VLString& installedPath, const FileNode& node);
+    static bool removeShortCut(const VLString& installedPath, const FileNode& node);
+    /// The name under which users know the host; `shortName` itself for an unknown one.
+    static VLString getNLEFullName(const VLString& shortName);
+
+    // Uninstall (Uninstall.cpp)
+
+    /// Takes the product that `skuXmlPath` defines away, and the shared package with the last product that
+    /// uses it. False when one of the two files cannot be read.
     bool runUninstall(VLString skuXmlPath, VLString targetPathsXmlPath);
-    VLString getUserPreferencesPath();
+    bool removeProduct();
+    /// Removes what no product uses any more of the tree below `node`, whose path in the tree is
+    /// `statusName`, from the target folders of `item` and from `folder`, unless that is empty. Always true.
+    bool removeFilesRecursively(const VLString& folder, const FileNode& node, const VLString& statusName,
+                                const InstallItem& item);
 };

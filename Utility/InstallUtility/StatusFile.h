@@ -1,0 +1,69 @@
+#pragma once
+
+#include "Foundation/VLString.h"
+#include "Utility/InstallUtility/FileNode.h"
+#include "Utility/InstallUtility/SKUDefinition.h"
+
+#include <cstdint>
+#include <map>
+
+/// The record of what is installed: the products, and for each file and folder of their trees how many
+/// products use it. Paths are those of the tree of files to install, components joined by "/".
+///
+/// An install or uninstall is recorded between startProcessProduct and endProcessProduct, one call of
+/// incrementFileRef or decrementFileRef per tree node, parents first. Nothing reports an error beyond its
+/// result: a record that cannot be read is an empty one.
+class StatusFile {
+public:
+    /// One recorded path. Of what it inherits it uses name, isDirectory and shortCut.
+    struct FileNodeRef : FileNode {
+        std::int32_t ref = 0;         ///< number of installed products that use the path
+        std::int32_t buildNumber = 0; ///< fourth component of `build` read as a version
+        VLString build;               ///< version text of the product that last wrote the file
+        bool needReplace = false;     ///< the product being installed must write the file
+        std::map<VLString, FileNodeRef> refChildren;
+    };
+
+    Vector<SKUDefinition::SKUInfo> products; ///< in the order of their installation; without prefix
+    FileNodeRef root;                        ///< a folder without a name
+    SKUDefinition::SKUInfo currentProduct;
+    bool countReferences = false; ///< recording an install raises counts: the product is a new one
+
+    /// Replaces the record by that of the file at `path`, by an empty one if that cannot be read. Always
+    /// true.
+    bool parse(const VLString& path);
+    /// Saves the record, without the paths that no product uses. At every moment the file is the old one or
+    /// the new one, whole; a link is followed, mode and owner of an existing file are kept, no other file
+    /// stays behind. False when the file cannot be opened for writing or saving fails; it is then the old
+    /// one.
+    bool write(const VLString& path);
+    void clear();
+
+    Vector<SKUDefinition::SKUInfo>& getProductList() { return products; }
+    /// Index of the product with that ID, or -1.
+    int getProductIndex(const SKUDefinition::SKUInfo& info) const;
+    bool hasProduct(const SKUDefinition::SKUInfo& info) const;
+    bool hasProduct(const VLString& ID) const;
+    /// Appends the product unless its ID is there. Always true.
+    bool addProduct(const SKUDefinition::SKUInfo& info);
+    /// Always true.
+    bool removeProduct(const SKUDefinition::SKUInfo& info);
+
+    /// Makes `info` the current product and enters it into the list, or with `remove` takes it off.
+    void startProcessProduct(const SKUDefinition::SKUInfo& info, bool remove);
+    void endProcessProduct();
+
+    /// Records `node`, which lies in the folder `directory`, for the current product. Always 0.
+    int incrementFileRef(const VLString& directory, const FileNode& node);
+    /// Takes one use off the path; the uses left, or -1 when the path is not recorded.
+    int decrementFileRef(const VLString& directory, const FileNode& node);
+
+    /// The recorded path, owned by the record, or null. The root is not a path.
+    FileNodeRef* getFileInfo(const VLString& path);
+    /// Recorded, and no product uses it any more.
+    bool needRemove(const VLString& path);
+    /// Recorded, and the product being installed must write it.
+    bool needReplaceFile(const VLString& path);
+    /// Always null; use getFileInfo.
+    FileNodeRef* getFileRef(const VLString& path);
+};

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "Foundation/VLString.h"
+
+#include <tinyxml.h>
+
+/// The one road by which XML comes in. What it says is data from elsewhere: no text, however malformed, deep
+/// or large, crashes a reader or makes it hang. Reading costs time and memory in proportion to the text.
+///
+/// A text counts as malformed, and leaves the document without children, when the parser refuses it or when
+/// it exceeds one of the two limits below. Text after a zero byte is not looked at.
+namespace XMLDocument {
+
+/// Elements nested deeper than this count as malformed: the parser, like our own walks, recurses per level.
+constexpr unsigned long maxDepth = 1000;
+/// An element with more attributes than this counts as malformed: the parser compares each with all others.
+constexpr unsigned long maxAttributes = 1000;
+
+/// Reads the file at `path` into `document`, which is emptied first. Line ends of other systems (CR LF, CR)
+/// are read as line feeds. False when the file cannot be read, is empty or is malformed.
+bool Load(const VLString& path, TiXmlDocument& document);
+
+/// Parses `text` as it stands into `document`, which is emptied first. False when it is empty or malformed.
+bool Parse(const VLString& text, TiXmlDocument& document);
+
+/// The attribute `name` of `element`; empty when it is absent.
+VLString Attribute(const TiXmlElement& element, const char* name);
+
+} // namespace XMLDocument
