@@ -13,10 +13,14 @@ struct FileNode {
         VLString dir; ///< must be set, but is not where the shortcut goes: see InstallUtility::createShortCut
     };
 
+    static constexpr unsigned long longestParentName = 1023;
+
     VLString name; ///< also the node's key in its parent's children; empty for the root
     bool isDirectory = false;
     std::map<VLString, FileNode> children;
-    VLString parentName;     ///< name of the enclosing folder, never a path; empty at the top level
+    /// Name of the enclosing folder, never a path. Empty at the top level, and below a folder whose name has
+    /// more than `longestParentName` bytes, which is more than file systems take.
+    VLString parentName;
     std::int32_t arch = 0;   ///< 1 for files of the 32-bit processor alone, otherwise 0
     VLString configuration;  ///< files only; kept so that the tree holds all that the definition states
     bool dontDelete = false; ///< an uninstall leaves the node and everything below it in place

@@ -26,4 +26,26 @@ bool Parse(const VLString& text, TiXmlDocument& document);
 /// The attribute `name` of `element`; empty when it is absent.
 VLString Attribute(const TiXmlElement& element, const char* name);
 
+/// The first child of that name, if it is an element; else null. Whatever is not an element has its text for
+/// a name here, as everywhere in TinyXML.
+inline TiXmlElement* FirstChild(TiXmlNode& parent, const char* name) {
+    TiXmlNode* child = parent.FirstChild(name);
+    return child == nullptr ? nullptr : child->ToElement();
+}
+
+/// Calls `visit` with a reference to each child element of that name, in document order. `parent` may be
+/// null.
+template <class Visitor>
+void ForEachChild(TiXmlNode* parent, const char* name, Visitor visit) {
+    if (parent == nullptr) {
+        return;
+    }
+    TiXmlNode* child = nullptr;
+    while ((child = parent->IterateChildren(name, child)) != nullptr) {
+        if (TiXmlElement* element = child->ToElement()) {
+            visit(*element);
+        }
+    }
+}
+
 } // namespace XMLDocument
