@@ -7,8 +7,9 @@
 /// The one road by which XML comes in. What it says is data from elsewhere: no text, however malformed, deep
 /// or large, crashes a reader or makes it hang. Reading costs time and memory in proportion to the text.
 ///
-/// A text counts as malformed, and leaves the document without children, when the parser refuses it or when
-/// it exceeds one of the two limits below. Text after a zero byte is not looked at.
+/// A text counts as malformed, and leaves the document without children, when the parser refuses it, when it
+/// exceeds one of the two limits below, or when a declaration in it does not end. Text after a zero byte is
+/// not looked at. Nodes do not know their rows and columns.
 namespace XMLDocument {
 
 /// Elements nested deeper than this count as malformed: the parser, like our own walks, recurses per level.
@@ -33,15 +34,16 @@ inline TiXmlElement* FirstChild(TiXmlNode& parent, const char* name) {
     return child == nullptr ? nullptr : child->ToElement();
 }
 
-/// Calls `visit` with a reference to each child element of that name, in document order. `parent` may be
-/// null.
+/// Calls `visit` with a reference to each child element of that name, in document order. `visit` may remove
+/// the element from its parent. `parent` may be null.
 template <class Visitor>
 void ForEachChild(TiXmlNode* parent, const char* name, Visitor visit) {
     if (parent == nullptr) {
         return;
     }
-    TiXmlNode* child = nullptr;
-    while ((child = parent->IterateChildren(name, child)) != nullptr) {
+    TiXmlNode* next = nullptr;
+    for (TiXmlNode* child = parent->FirstChild(name); child != nullptr; child = next) {
+        next = child->NextSibling(name);
         if (TiXmlElement* element = child->ToElement()) {
             visit(*element);
         }
