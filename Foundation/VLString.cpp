@@ -1,5 +1,6 @@
 #include "Foundation/VLString.h"
 
+#include <CoreFoundation/CoreFoundation.h>
 #include <climits>
 
 #include <algorithm>
@@ -391,6 +392,23 @@ VLString VLString::ToLower() const {
 
 VLUnicodeString VLString::GetUnicode() const {
     return widen(data, size);
+}
+
+CFStringRef VLString::CreateCFString() const {
+    return CFStringCreateWithCString(kCFAllocatorDefault, ConstData(), kCFStringEncodingUTF8);
+}
+
+VLString& VLString::FromCFString(CFStringRef cfString) {
+    Clear();
+    const CFIndex length = cfString == nullptr ? 0 : CFStringGetLength(cfString);
+    if (length < 1 || (data = resize<char>(nullptr, static_cast<unsigned long>(length))) == nullptr) {
+        return *this;
+    }
+    if (CFStringGetCString(cfString, data, length + 1, kCFStringEncodingUTF8) != 0) {
+        size = static_cast<unsigned long>(length);
+    }
+    data[size] = '\0';
+    return *this;
 }
 
 VLString& VLString::FromFormat(VLString format, ...) {

@@ -8,6 +8,10 @@
 
 class VLUnicodeString;
 
+// The platform's string object, as <CoreFoundation/CoreFoundation.h> declares it.
+using CFStringRef =
+    const struct __CFString*; // NOLINT(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
+
 /// A globally unique identifier, in the field order of its text form.
 struct _GUID { // NOLINT(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): the name other programs of
                // the family use
@@ -96,6 +100,13 @@ public:
     /// One wide character for each byte, up to the first zero byte. No locale takes part, so that any text
     /// comes back unchanged from VLUnicodeString::ToUTF8 on every platform.
     VLUnicodeString GetUnicode() const;
+
+    /// A new platform string with this text, up to its first zero byte. The caller releases it. Null when the
+    /// text is not UTF-8.
+    CFStringRef CreateCFString() const;
+    /// Replaces the text by that of `cfString`, which may be null. Intended: there is room for one byte for
+    /// each of its UTF-16 units, so that any text that is not all ASCII comes out empty.
+    VLString& FromCFString(CFStringRef cfString);
 
     /// Replaces the text by printf-formatted output, of which the first 510 bytes are kept.
     VLString& FromFormat(VLString format, ...);

@@ -1,0 +1,148 @@
+#include "Foundation/SimpleLog.h"
+#include "Platform/PlatformServices.h"
+
+#include <cctype>
+#include <cerrno>
+#include <cstdlib>
+#include <fcntl.h>
+#include <initializer_list>
+#include <optional>
+#include <spawn.h>
+#include <string>
+#include <string_view>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+bool isSet(const char* variable) {
+    const char* value = std::getenv(variable); // NOLINT(concurrency-mt-unsafe): there is one thread
+    return value != nullptr && *value != '\0';
+}
+
+std::vector<char*> pointersTo(std::vector<std::string>& texts) {
+    std::vector<char*> pointers;
+    for (auto& text : texts) {
+        pointers.push_back(text.data());
+    }
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
+/// This process's environment without the variables that change zenity's exit statuses.
+std::vector<std::string> zenityEnvironment() {
+    std::vector<std::string> result;
+    for (char** entry = environ; *entry != nullptr; ++entry) {
+        const std::string_view variable(*entry);
+        if (variable.rfind("ZENITY_", 0) != 0 && variable.rfind("DIALOG_", 0) != 0) {
+            result.emplace_back(variable);
+        }
+    }
+    return result;
+}
+
+/// The exit status of the program, which is found through PATH and has no standard input and output; -1 when
+/// it could not be started or was ended by a signal.
+int exitStatus(std::vector<std::string> arguments, std::vector<std::string> environment) {
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+    pid_t child = -1;
+    const int error = posix_spawnp(&child, arguments.front().c_str(), &actions, nullptr,
+                                   pointersTo(arguments).data(), pointersTo(environment).data());
+    posix_spawn_file_actions_destroy(&actions);
+    if (error != 0) {
+        return -1;
+    }
+    int status = 0;
+    pid_t ended = -1;
+    do {
+        ended = waitpid(child, &status, 0);
+    } while (ended < 0 && errno == EINTR);
+    return ended == child && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+// Each way of asking gives nothing when it could not ask.
+
+std::optional<bool> askInDialog(const VLString& title, const VLString& text) {
+    if (!isSet("DISPLAY") && !isSet("WAYLAND_DISPLAY")) {
+        return std::nullopt;
+    }
+    // Each text is joined to its option, so that none is taken as an option itself.
+    const int status = exitStatus({"zenity", "--question", std::string("--title=") + title.ConstData(),
+                                   std::string("--text=") + text.ConstData(), "--ok-label=Retry",
+                                   "--cancel-label=Cancel", "--no-markup", "--width=420"},
+                                  zenityEnvironment());
+    constexpr int cannotRun = 126;
+    constexpr int notFound = 127;
+    constexpr int internalError = 255;
+    for (const int failure : {-1, cannotRun, notFound, internalError}) {
+        if (status == failure) {
+            return std::nullopt;
+        }
+    }
+    return status == 0;
+}
+
+/// The next line of standard input without its end, in lower case; nothing at the end of input. Reads byte by
+/// byte: what follows the line stays for others.
+std::optional<std::string> readAnswer() {
+    std::string line;
+    while (true) {
+        char c = '\0';
+        const ssize_t count = read(STDIN_FILENO, &c, 1);
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count <= 0) {
+            return std::nullopt;
+        }
+        if (c == '\n') {
+            return line;
+        }
+        line += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    }
+}
+
+std::optional<bool> askInTerminal(const VLString& title, const VLString& text) {
+    // A process in the background would be stopped when it reads.
+    if (isatty(STDIN_FILENO) == 0 || isatty(STDOUT_FILENO) == 0 || tcgetpgrp(STDIN_FILENO) != getpgrp()) {
+        return std::nullopt;
+    }
+    SimpleLog::printText("%s\n%s\n", title.ConstData(), text.ConstData());
+    while (true) {
+        SimpleLog::printText("[R]etry or [C]ancel: ");
+        const auto answer = readAnswer();
+        if (!answer) {
+            SimpleLog::printText("\n");
+            return false;
+        }
+        if (answer == "r" || answer == "retry") {
+            return true;
+        }
+        if (answer == "c" || answer == "cancel") {
+            return false;
+        }
+    }
+}
+
+void logUnasked(const VLString& title, const VLString& text) {
+    // The log formats a line a second time, where "%%" becomes "%".
+    const VLString line = (title + ": " + text).Replace("%", "%%");
+    SimpleLog::printLog(SimpleLog::Warning, __FILE__, __FUNCTION__, __LINE__, "%s", line.ConstData());
+}
+
+} // namespace
+
+bool PlatformServices::ShowRetryCancelAlert(VLString title, VLString text) {
+    auto answer = askInDialog(title, text);
+    if (!answer) {
+        answer = askInTerminal(title, text);
+    }
+    if (!answer) {
+        logUnasked(title, text);
+    }
+    return answer.value_or(false);
+}

@@ -1,0 +1,28 @@
+#pragma once
+
+// The part of the CoreServices C interface that this system calls, with the framework's names and types.
+// The folders are those of macOS: "Library/Preferences" in the user's home ($HOME) and in "/".
+
+#include <CoreFoundation/CoreFoundation.h>
+
+using OSErr = SInt16;
+using OSType = unsigned int;
+using FSVolumeRefNum = SInt16;
+
+constexpr OSErr noErr = 0;
+constexpr OSErr fnfErr = -43;
+
+constexpr SInt16 kUserDomain = -32763;
+constexpr SInt16 kLocalDomain = -32765;
+constexpr OSType kPreferencesFolderType = 0x70726566; // 'pref'
+
+/// A file or folder. Its fields are private to these functions.
+struct FSRef {
+    char path[4096];
+};
+
+/// Finds the folder of the domain, and makes it when `createFolder` is set. fnfErr when it is not there or
+/// cannot be made, when $HOME is no absolute path, and for another domain or type.
+OSErr FSFindFolder(FSVolumeRefNum domain, OSType folderType, Boolean createFolder, FSRef* folder);
+
+CFURLRef CFURLCreateFromFSRef(CFAllocatorRef allocator, const FSRef* item);

@@ -1,0 +1,165 @@
+#include "Platform/Linux/Utf8.h"
+#include "Platform/PlatformServices.h"
+
+#include <fcntl.h>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::optional<std::string_view> utf8Text(const VLString& text) {
+    const std::string_view view(text.ConstData());
+    return utf16Length(view) ? std::optional(view) : std::nullopt;
+}
+
+/// Nothing for an empty path and for text that is not UTF-8.
+std::optional<fs::path> pathOf(const VLString& text) {
+    auto path = utf8Text(text);
+    while (path && path->size() > 1 && path->back() == '/') {
+        path->remove_suffix(1);
+    }
+    return path && !path->empty() ? std::optional<fs::path>(*path) : std::nullopt;
+}
+
+bool isThere(const fs::path& path) {
+    std::error_code error;
+    return fs::exists(fs::symlink_status(path, error));
+}
+
+/// Gives `copy` the times of `original`; a link its own.
+bool copyTimes(const fs::path& original, const fs::path& copy) {
+    struct stat status {};
+    if (lstat(original.c_str(), &status) != 0) {
+        return false;
+    }
+    const timespec times[] = {status.st_atim, status.st_mtim};
+    return utimensat(AT_FDCWD, copy.c_str(), times, AT_SYMLINK_NOFOLLOW) == 0;
+}
+
+bool copyAnything(const fs::path& source, const fs::path& destination);
+
+bool copyFolder(const fs::path& source, const fs::path& destination) {
+    std::error_code error;
+    if (!fs::create_directory(destination, error)) {
+        return false;
+    }
+    for (fs::directory_iterator entry(source, error), end; !error && entry != end; entry.increment(error)) {
+        if (!copyAnything(entry->path(), destination / entry->path().filename())) {
+            return false;
+        }
+    }
+    if (error) {
+        return false;
+    }
+    // Last, since a folder may forbid to write into it.
+    fs::permissions(destination, fs::status(source, error).permissions(), error);
+    return !error;
+}
+
+bool copyAnything(const fs::path& source, const fs::path& destination) {
+    std::error_code error;
+    bool bCopied = false;
+    switch (fs::symlink_status(source, error).type()) {
+    case fs::file_type::regular:
+        bCopied = fs::copy_file(source, destination, error);
+        break;
+    case fs::file_type::directory:
+        bCopied = copyFolder(source, destination);
+        break;
+    case fs::file_type::symlink:
+        fs::copy_symlink(source, destination, error);
+        bCopied = !error;
+        break;
+    default:
+        break;
+    }
+    return bCopied && copyTimes(source, destination);
+}
+
+bool isInside(const fs::path& path, const fs::path& folder) {
+    std::error_code error;
+    const fs::path inner = fs::weakly_canonical(path, error);
+    const fs::path outer = fs::canonical(folder, error);
+    const fs::path relative = inner.lexically_relative(outer);
+    return !error && !relative.empty() && *relative.begin() != "..";
+}
+
+bool isFolder(const fs::path& path) {
+    std::error_code error;
+    return fs::is_directory(fs::symlink_status(path, error));
+}
+
+} // namespace
+
+VLString PlatformServices::MainBundlePath() {
+    std::error_code error;
+    const fs::path folder = fs::read_symlink("/proc/self/exe", error).parent_path();
+    const fs::path bundle = folder.parent_path().parent_path();
+    const bool bInBundle = folder.filename() == "MacOS" && folder.parent_path().filename() == "Contents" &&
+                           bundle.extension() == ".app";
+    return VLString((bInBundle ? bundle : folder).c_str());
+}
+
+VLString PlatformServices::AppendPathComponent(VLString folder, VLString component) {
+    if (!utf8Text(folder) || !utf8Text(component)) {
+        return {};
+    }
+    std::string path;
+    const std::string joined =
+        std::string(folder.ConstData()) + (folder.IsSet() ? "/" : "") + component.ConstData();
+    for (const char c : joined) {
+        if (c != '/' || path.empty() || path.back() != '/') {
+            path += c;
+        }
+    }
+    if (path.size() > 1 && path.back() == '/') {
+        path.pop_back();
+    }
+    return VLString(path.c_str());
+}
+
+bool PlatformServices::RemoveItem(VLString path) {
+    const auto item = pathOf(path);
+    if (!item || *item == "/" || !isThere(*item)) {
+        return false;
+    }
+    std::error_code error;
+    fs::remove_all(*item, error);
+    return !error;
+}
+
+bool PlatformServices::CreateFolder(VLString path) {
+    const auto folder = pathOf(path);
+    if (!folder) {
+        return false;
+    }
+    std::error_code error;
+    fs::create_directories(*folder, error);
+    return fs::is_directory(*folder, error);
+}
+
+bool PlatformServices::CopyItem(VLString source, VLString destination) {
+    const auto from = pathOf(source);
+    const auto to = pathOf(destination);
+    if (!from || !to || isThere(*to) || (isFolder(*from) && isInside(*to, *from))) {
+        return false;
+    }
+    return copyAnything(*from, *to);
+}
+
+bool PlatformServices::CreateSymbolicLink(VLString link, VLString target) {
+    const auto path = pathOf(link);
+    const auto text = utf8Text(target);
+    if (!path || !text) {
+        return false;
+    }
+    std::error_code error;
+    fs::create_symlink(*text, *path, error);
+    return !error;
+}

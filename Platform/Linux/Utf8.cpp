@@ -1,0 +1,57 @@
+#include "Platform/Linux/Utf8.h"
+
+namespace {
+
+/// What may follow a lead byte: how many continuation bytes, and the range that the first of them lies in.
+struct Sequence {
+    std::size_t continuations;
+    unsigned char lowest;
+    unsigned char highest;
+};
+
+std::optional<Sequence> sequenceOf(unsigned char lead) {
+    if (lead < 0x80) {
+        return Sequence{0, 0, 0};
+    }
+    if (lead < 0xC2 || lead > 0xF4) {
+        return std::nullopt;
+    }
+    if (lead < 0xE0) {
+        return Sequence{1, 0x80, 0xBF};
+    }
+    if (lead < 0xF0) {
+        return Sequence{2, static_cast<unsigned char>(lead == 0xE0 ? 0xA0 : 0x80),
+                        static_cast<unsigned char>(lead == 0xED ? 0x9F : 0xBF)};
+    }
+    return Sequence{3, static_cast<unsigned char>(lead == 0xF0 ? 0x90 : 0x80),
+                    static_cast<unsigned char>(lead == 0xF4 ? 0x8F : 0xBF)};
+}
+
+bool continues(const Sequence& sequence, std::string_view bytes) {
+    if (bytes.size() < sequence.continuations) {
+        return false;
+    }
+    for (std::size_t i = 0; i < sequence.continuations; ++i) {
+        const auto byte = static_cast<unsigned char>(bytes[i]);
+        if (byte < (i == 0 ? sequence.lowest : 0x80) || byte > (i == 0 ? sequence.highest : 0xBF)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+std::optional<std::size_t> utf16Length(std::string_view text) {
+    std::size_t units = 0;
+    while (!text.empty()) {
+        const auto sequence = sequenceOf(static_cast<unsigned char>(text.front()));
+        text.remove_prefix(1);
+        if (!sequence || !continues(*sequence, text)) {
+            return std::nullopt;
+        }
+        text.remove_prefix(sequence->continuations);
+        units += sequence->continuations == 3 ? 2U : 1U;
+    }
+    return units;
+}
