@@ -14,26 +14,26 @@ VLString MainBundlePath();
 
 /// `component` below `folder`, with one slash between them, none at the end and no double ones. Empty when
 /// either is not UTF-8.
-VLString AppendPathComponent(VLString folder, VLString component);
+VLString AppendPathComponent(const VLString& folder, const VLString& component);
 
 /// Removes a file, a folder with all it holds, or a link (its target stays). False when nothing is there,
 /// when the path is "/", and when something could not be removed; part of a folder may be gone then.
-bool RemoveItem(VLString path);
+bool RemoveItem(const VLString& path);
 
 /// Makes the folder and the missing ones above it, with mode 0777 less the umask. True when it is there
 /// already, also through a link; false over anything else that exists.
-bool CreateFolder(VLString path);
+bool CreateFolder(const VLString& path);
 
 /// Copies a file, a folder with all it holds, or a link as a link, to a path where nothing is yet. Permission
 /// bits and modification times are kept, owners are not. False when `source` is missing or neither of the
 /// three, when anything is at `destination`, a dangling link included, or its folder is missing, when a
 /// folder is copied into itself, and when something in it could not be copied; part of the copy may be there
 /// then.
-bool CopyItem(VLString source, VLString destination);
+bool CopyItem(const VLString& source, const VLString& destination);
 
 /// Makes a symbolic link at `link` with the text `target`, which need not exist. False when anything is at
 /// `link`, a dangling link included, or its folder is missing. A slash at the end of `target` is kept.
-bool CreateSymbolicLink(VLString link, VLString target);
+bool CreateSymbolicLink(const VLString& link, const VLString& target);
 
 /// Shows `text` under `title` with the buttons "Retry", the default, and "Cancel", and waits for the answer:
 /// true for Retry. Both texts are shown as they are, whatever they hold.
@@ -42,6 +42,6 @@ bool CreateSymbolicLink(VLString link, VLString target);
 /// asks when there is a display and the program. Otherwise, or when it fails, the terminal does when standard
 /// input and output are one and this process may read from it; the end of input is Cancel. Otherwise both
 /// texts are logged in one line.
-bool ShowRetryCancelAlert(VLString title, VLString text);
+bool ShowRetryCancelAlert(const VLString& title, const VLString& text);
 
 } // namespace PlatformServices

@@ -136,7 +136,7 @@ void logUnasked(const VLString& title, const VLString& text) {
 
 } // namespace
 
-bool PlatformServices::ShowRetryCancelAlert(VLString title, VLString text) {
+bool PlatformServices::ShowRetryCancelAlert(const VLString& title, const VLString& text) {
     auto answer = askInDialog(title, text);
     if (!answer) {
         answer = askInTerminal(title, text);

@@ -106,7 +106,7 @@ VLString PlatformServices::MainBundlePath() {
     return VLString((bInBundle ? bundle : folder).c_str());
 }
 
-VLString PlatformServices::AppendPathComponent(VLString folder, VLString component) {
+VLString PlatformServices::AppendPathComponent(const VLString& folder, const VLString& component) {
     if (!utf8Text(folder) || !utf8Text(component)) {
         return {};
     }
@@ -124,7 +124,7 @@ VLString PlatformServices::AppendPathComponent(VLString folder, VLString compone
     return VLString(path.c_str());
 }
 
-bool PlatformServices::RemoveItem(VLString path) {
+bool PlatformServices::RemoveItem(const VLString& path) {
     const auto item = pathOf(path);
     if (!item || *item == "/" || !isThere(*item)) {
         return false;
@@ -134,7 +134,7 @@ bool PlatformServices::RemoveItem(VLString path) {
     return !error;
 }
 
-bool PlatformServices::CreateFolder(VLString path) {
+bool PlatformServices::CreateFolder(const VLString& path) {
     const auto folder = pathOf(path);
     if (!folder) {
         return false;
@@ -144,7 +144,7 @@ bool PlatformServices::CreateFolder(VLString path) {
     return fs::is_directory(*folder, error);
 }
 
-bool PlatformServices::CopyItem(VLString source, VLString destination) {
+bool PlatformServices::CopyItem(const VLString& source, const VLString& destination) {
     const auto from = pathOf(source);
     const auto to = pathOf(destination);
     if (!from || !to || isThere(*to) || (isFolder(*from) && isInside(*to, *from))) {
@@ -153,7 +153,7 @@ bool PlatformServices::CopyItem(VLString source, VLString destination) {
     return copyAnything(*from, *to);
 }
 
-bool PlatformServices::CreateSymbolicLink(VLString link, VLString target) {
+bool PlatformServices::CreateSymbolicLink(const VLString& link, const VLString& target) {
     const auto path = pathOf(link);
     const auto text = utf8Text(target);
     if (!path || !text) {
