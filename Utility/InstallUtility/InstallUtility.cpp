@@ -12,7 +12,3 @@ bool InstallUtility::runUninstall(VLString, VLString) {
                         "Uninstalling is not available yet.");
     return false;
 }
-
-VLString InstallUtility::getUserPreferencesPath() {
-    return VLString();
-}
