@@ -1,0 +1,87 @@
+#include "Tests/Support/EndToEndTest.h"
+
+#include <unistd.h>
+
+namespace {
+
+using PrivateRootTest = EndToEndTest;
+
+} // namespace
+
+TEST_F(PrivateRootTest, RunsAProgramAtItsOwnFixedPaths) {
+    root().write("/Applications/note", "seen");
+    const ProgramResult result = root().run({"cat", "/Applications/note"});
+    EXPECT_EQ(result.exitStatus, 0) << result.standardError;
+    EXPECT_EQ(result.standardOutput, "seen");
+}
+
+TEST_F(PrivateRootTest, GivesAnnasHomeAndNothingOfTheMachinesEnvironment) {
+    EXPECT_EQ(
+        root().run({"sh", "-c", "echo $HOME; eval echo '~anna'; id -u; pwd; echo ${LANG-}"}).standardOutput,
+        "/Users/anna\n/Users/anna\n0\n/\n\n");
+    Options options;
+    options.environment["HOME"] = "/Users/bert";
+    options.workingFolder = "/tmp";
+    EXPECT_EQ(root().run({"sh", "-c", "echo $HOME; pwd"}, options).standardOutput, "/Users/bert\n/tmp\n");
+}
+
+TEST_F(PrivateRootTest, PassesExitStatusOutputAndErrorsOn) {
+    const ProgramResult result = root().run({"sh", "-c", "echo out; echo error >&2; exit 7"});
+    EXPECT_EQ(result.exitStatus, 7);
+    EXPECT_EQ(result.standardOutput, "out\n");
+    EXPECT_EQ(result.standardError, "error\n");
+}
+
+TEST_F(PrivateRootTest, EndsAProgramThatTakesTooLong) {
+    Options options;
+    options.timeout = std::chrono::milliseconds(200);
+    EXPECT_TRUE(root().run({"sleep", "20"}, options).bTimedOut);
+}
+
+TEST_F(PrivateRootTest, FreshTreeHasTheFoldersOfAFreshMachineAlone) {
+    EXPECT_EQ(FileTree::difference(PrivateRoot::freshTree(), root().tree()), "");
+    ExpectTree({});
+}
+
+TEST_F(PrivateRootTest, WhatOneRootChangesNoOtherRootSees) {
+    ExpectSuccess(root().run(
+        {"sh", "-c", "echo changed >/etc/passwd; rm /bin/wc; echo x >" + std::string(PrivateRoot::program)}));
+    const PrivateRoot other;
+    EXPECT_EQ(other.run({"sh", "-c", "echo a | wc -l"}).standardOutput, "1\n");
+    EXPECT_EQ(other.run({PrivateRoot::program}).exitStatus, 1);
+    EXPECT_NE(other.read("/etc/passwd"), "changed\n");
+}
+
+TEST_F(PrivateRootTest, TreeTellsTypesContentsPermissionsAndLinks) {
+    ExpectSuccess(
+        root().run({"sh", "-c",
+                    "cd /Library && mkdir empty full private && echo text >full/file && printf a >one && "
+                    "chmod 755 one && chmod 700 private && ln -s nowhere link"}));
+    const Lines tree = root().tree("/Library");
+    ASSERT_EQ(tree.size(), 6U);
+    EXPECT_EQ(tree[0], "/Library/Preferences/");
+    EXPECT_EQ(tree[1], "/Library/empty/");
+    EXPECT_EQ(tree[2].rfind("/Library/full/file: <5 bytes, ", 0), 0U) << tree[2];
+    EXPECT_EQ(tree[3], "/Library/link -> nowhere");
+    EXPECT_EQ(tree[4], "/Library/one 0755: a");
+    EXPECT_EQ(tree[5], "/Library/private/ 0700");
+}
+
+TEST_F(PrivateRootTest, TerminalTakesAnswersOneAfterTheOther) {
+    bool bAsked = false;
+    const ProgramResult result =
+        root().runInTerminal({"sh", "-c",
+                              "test -t 0 && test -t 1 && printf 'name? ' && read n && printf 'age? ' && read "
+                              "a && echo $n,$a; exit 3"},
+                             {{"name? ", "anna\n", {}}, {"age? ", "7\n", [&] { bAsked = true; }}}, Options());
+    EXPECT_TRUE(bAsked);
+    EXPECT_EQ(result.standardOutput, "name? age? anna,7\n");
+    EXPECT_EQ(result.exitStatus, 3);
+}
+
+TEST_F(PrivateRootTest, TerminalWithoutTheAwaitedPromptEnds) {
+    Options options;
+    options.timeout = std::chrono::milliseconds(200);
+    const ProgramResult result = root().runInTerminal({"sleep", "20"}, {{"never", "x\n", {}}}, options);
+    EXPECT_TRUE(result.bTimedOut);
+}

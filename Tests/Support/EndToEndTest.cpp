@@ -1,0 +1,215 @@
+#include "Tests/Support/EndToEndTest.h"
+
+#include <tinyxml.h>
+
+#include <algorithm>
+#include <iterator>
+#include <regex>
+#include <sstream>
+
+namespace {
+
+using Lines = FileTree::Lines;
+
+void fail(const char* file, int line, const std::string& message) {
+    ADD_FAILURE_AT(file, line) << message;
+}
+
+std::string joined(const Lines& lines) {
+    std::string text;
+    for (const std::string& line : lines) {
+        text.append("  ").append(line).append("\n");
+    }
+    return text;
+}
+
+void expectSame(const char* what, const Lines& expected, const Lines& actual, const char* file, int line) {
+    if (expected != actual) {
+        fail(file, line, std::string(what) + " is\n" + joined(actual) + "in place of\n" + joined(expected));
+    }
+}
+
+std::string attribute(const TiXmlElement& element, const char* name) {
+    const char* value = element.Attribute(name);
+    return value == nullptr ? "(none)" : value;
+}
+
+void appendCounts(const TiXmlElement& parent, const std::string& folder, Lines& lines) {
+    for (const TiXmlElement* element = parent.FirstChildElement(); element != nullptr;
+         element = element->NextSiblingElement()) {
+        const std::string path = folder + attribute(*element, "fileName");
+        std::string line = path + " " + attribute(*element, "ref");
+        const bool bFile = element->ValueStr() == "file";
+        if (bFile) {
+            line += ", " + attribute(*element, "build");
+        }
+        if (const TiXmlElement* shortCut = element->FirstChildElement("shortCut")) {
+            line += ", shortcut " + attribute(*shortCut, "name") + " in " + attribute(*shortCut, "dir");
+        }
+        lines.push_back(line);
+        if (!bFile) {
+            appendCounts(*element, path + "/", lines);
+        }
+    }
+}
+
+/// Puts `line` in the place of the lines that begin with `beginning`, if these are `lines`.
+void collapse(Lines& tree, const std::string& beginning, const Lines& lines, const std::string& line) {
+    const auto bPart = [&](const std::string& candidate) { return candidate.rfind(beginning, 0) == 0; };
+    Lines part;
+    std::copy_if(tree.begin(), tree.end(), std::back_inserter(part), bPart);
+    if (part == lines) {
+        tree.erase(std::remove_if(tree.begin(), tree.end(), bPart), tree.end());
+        tree.push_back(line);
+    }
+}
+
+bool isInside(const std::string& line, const std::string& folder) {
+    return line.rfind(folder, 0) == 0;
+}
+
+} // namespace
+
+void EndToEndTest::SetUp() {
+    if (!PrivateRoot::whyNot().empty()) {
+        GTEST_SKIP() << PrivateRoot::whyNot();
+    }
+    machine.emplace();
+}
+
+std::string EndToEndTest::folderOf(const ProductBuilder& product) {
+    return std::string(PrivateRoot::installerFolder) + "/" + product.id();
+}
+
+std::string EndToEndTest::uninstallerOf(const ProductBuilder& product) {
+    return "/Applications/Vorlane Uninstallers/Uninstall " + product.productName() + ".app";
+}
+
+std::vector<std::string> EndToEndTest::installCommand(const ProductBuilder& product) {
+    const std::string folder = folderOf(product);
+    return {PrivateRoot::program, folder + "/files", folder + "/sku.xml", folder + "/target_path.xml"};
+}
+
+std::vector<std::string> EndToEndTest::uninstallCommand(const ProductBuilder& product) {
+    const std::string folder = folderOf(product);
+    return {PrivateRoot::program, "-uninstall", folder + "/sku.xml", folder + "/target_path.xml"};
+}
+
+void EndToEndTest::place(const ProductBuilder& product) {
+    product.writeTo(root().outside(folderOf(product)));
+    placed[product.id()] = uninstallerOf(product);
+}
+
+ProgramResult EndToEndTest::runOnPlaced(const ProductBuilder& product, std::vector<std::string> command,
+                                        const std::vector<std::string>& more, const Options& options) {
+    place(product);
+    command.insert(command.end(), more.begin(), more.end());
+    const Lines before = root().tree(PrivateRoot::installerFolder);
+    ProgramResult result = root().run(command, options);
+    EXPECT_EQ(FileTree::difference(before, root().tree(PrivateRoot::installerFolder)), "")
+        << "the installer's disk has changed";
+    EXPECT_FALSE(result.bTimedOut);
+    return result;
+}
+
+ProgramResult EndToEndTest::Install(const ProductBuilder& product, const std::vector<std::string>& more,
+                                    const Options& options) {
+    return runOnPlaced(product, installCommand(product), more, options);
+}
+
+ProgramResult EndToEndTest::Uninstall(const ProductBuilder& product, const std::vector<std::string>& more,
+                                      const Options& options) {
+    return runOnPlaced(product, uninstallCommand(product), more, options);
+}
+
+ProgramResult EndToEndTest::OpenUninstaller(const ProductBuilder& product,
+                                            const std::vector<std::string>& more, const Options& options) {
+    std::vector<std::string> command{uninstallerOf(product) + "/Contents/MacOS/UninstallLauncher"};
+    command.insert(command.end(), more.begin(), more.end());
+    return root().run(command, options);
+}
+
+void EndToEndTest::ExpectTree(const Lines& expected, int line, const char* file) {
+    Lines actual = root().tree();
+    const Lines bundle = FileTree::describe(root().outside(PrivateRoot::bundle));
+    for (const auto& [id, uninstaller] : placed) {
+        const auto xml = root().outside(std::string(PrivateRoot::installerFolder) + "/" + id);
+        Lines whole = FileTree::describe(xml, uninstaller + "/Contents/",
+                                         [](const auto& path) { return path.extension() != ".xml"; });
+        std::transform(bundle.begin(), bundle.end(), std::back_inserter(whole),
+                       [&path = uninstaller](const std::string& entry) { return path + "/" + entry; });
+        std::sort(whole.begin(), whole.end());
+        collapse(actual, uninstaller + "/", whole, uninstaller + ": uninstaller of " + id);
+    }
+    const std::string recordPath = std::string(statusFolder) + "/InstallationStatusFile.xml";
+    if (root().exists(recordPath)) {
+        collapse(actual, recordPath,
+                 FileTree::describe(
+                     root().outside(statusFolder), std::string(statusFolder) + "/",
+                     [](const auto& path) { return path.filename() != "InstallationStatusFile.xml"; }),
+                 recordPath + ": record");
+    }
+
+    Lines all = expected;
+    for (const std::string& fresh : PrivateRoot::freshTree()) {
+        const bool bImplied =
+            fresh.back() == '/' && std::any_of(expected.begin(), expected.end(),
+                                               [&](const auto& entry) { return isInside(entry, fresh); });
+        if (!bImplied) {
+            all.push_back(fresh);
+        }
+    }
+    const std::string difference = FileTree::difference(all, actual);
+    if (!difference.empty()) {
+        fail(file, line, "The tree is not as expected:\n" + difference);
+    }
+}
+
+Lines EndToEndTest::counts(const std::string& folder) {
+    TiXmlDocument document;
+    const std::string path = folder + "/InstallationStatusFile.xml";
+    if (!root().exists(path)) {
+        return {"no record"};
+    }
+    document.Parse(root().read(path).c_str(), nullptr, TIXML_ENCODING_UTF8);
+    const TiXmlElement* install = document.FirstChildElement("install");
+    const TiXmlElement* products = install == nullptr ? nullptr : install->FirstChildElement("products");
+    const TiXmlElement* files = install == nullptr ? nullptr : install->FirstChildElement("installFiles");
+    if (products == nullptr || files == nullptr) {
+        return {"malformed record"};
+    }
+    Lines lines;
+    for (const TiXmlElement* sku = products->FirstChildElement("sku"); sku != nullptr;
+         sku = sku->NextSiblingElement("sku")) {
+        lines.push_back("product " + attribute(*sku, "ID") + ", " + attribute(*sku, "name") + ", " +
+                        attribute(*sku, "build"));
+    }
+    appendCounts(*files, "", lines);
+    return lines;
+}
+
+void EndToEndTest::ExpectCounts(const Lines& expected, int line, const char* file) {
+    expectSame("The record", expected, counts(), file, line);
+}
+
+Lines EndToEndTest::logLines(const ProgramResult& result) {
+    static const std::regex debugPrefix("^DEBUG: [^,]*,[0-9]+:[A-Za-z]+ ");
+    Lines lines;
+    std::istringstream stream(result.standardOutput);
+    for (std::string line; std::getline(stream, line);) {
+        lines.push_back(std::regex_replace(line, debugPrefix, "DEBUG: "));
+    }
+    return lines;
+}
+
+void EndToEndTest::ExpectLog(const ProgramResult& result, const Lines& expected, int line, const char* file) {
+    expectSame("The log", expected, logLines(result), file, line);
+}
+
+void EndToEndTest::ExpectSuccess(const ProgramResult& result, int line, const char* file) {
+    if (result.exitStatus != 0) {
+        fail(file, line,
+             "exit status " + std::to_string(result.exitStatus) + ", output:\n" + result.standardOutput +
+                 "errors:\n" + result.standardError);
+    }
+}

@@ -1,0 +1,208 @@
+#include "Tests/Support/PrivateRoot.h"
+
+#include "Tests/Support/Terminal.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <fcntl.h>
+#include <set>
+#include <stdexcept>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool bAddressSanitizer = true;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+constexpr bool bAddressSanitizer = true;
+#else
+constexpr bool bAddressSanitizer = false;
+#endif
+#else
+constexpr bool bAddressSanitizer = false;
+#endif
+
+const char* const script = INSTALLUTILITY_SOURCE_DIR "/Scripts/private-root";
+const fs::path templateFolder = INSTALLUTILITY_PRIVATE_ROOT_TEMPLATE;
+
+void mustSucceed(const std::vector<std::string>& command) {
+    const ProgramResult result = runProgram(command);
+    if (result.exitStatus != 0) {
+        throw std::runtime_error(command[0] + " " + command[1] + ": " + result.standardError);
+    }
+}
+
+/// Holds a lock on the template: many test programs run at once, and the first one makes it.
+class TemplateLock {
+public:
+    explicit TemplateLock(int kind)
+        : file(open((templateFolder.string() + ".lock").c_str(), O_RDONLY | O_CREAT | O_CLOEXEC, 0644)) {
+        if (file < 0 || flock(file, kind) != 0) {
+            throw std::runtime_error("cannot lock " + templateFolder.string());
+        }
+    }
+    ~TemplateLock() { close(file); }
+    TemplateLock(const TemplateLock&) = delete;
+    TemplateLock& operator=(const TemplateLock&) = delete;
+
+private:
+    int file;
+};
+
+fs::path bundleOutside() {
+    return fs::path(INSTALLUTILITY_PROGRAM).parent_path().parent_path().parent_path();
+}
+
+/// Whether the template holds the program and the tools as they are now.
+bool isTemplateCurrent() {
+    const fs::path stamp = templateFolder / "made";
+    if (!fs::exists(stamp)) {
+        return false;
+    }
+    const auto made = fs::last_write_time(stamp);
+    const auto bOlder = [&](const fs::path& file) { return fs::last_write_time(file) < made; };
+    const fs::recursive_directory_iterator bundle(bundleOutside());
+    return bOlder(script) && std::all_of(begin(bundle), end(bundle), bOlder);
+}
+
+void makeTemplate() {
+    fs::remove_all(templateFolder);
+    const std::string root = templateFolder / "root";
+    mustSucceed({script, "make", root});
+    fs::create_directories(root + PrivateRoot::installerFolder);
+    mustSucceed({script, "add", root, INSTALLUTILITY_PROGRAM, PrivateRoot::program});
+    mustSucceed({"cp", "-R", (bundleOutside() / "Contents").string(), root + PrivateRoot::bundle});
+    FileTree::write(templateFolder / "made", "");
+}
+
+/// Tools and libraries are shared by all roots; nothing that runs in them changes these files. All the rest
+/// is each root's own.
+void cloneTemplate(const fs::path& root) {
+    mustSucceed({"sh", "-c",
+                 R"(cd "$1" || exit 1
+                 for name in *; do
+                     case $name in
+                     bin | lib*) cp -al "$name" "$2/" 2>/dev/null || cp -a "$name" "$2/" || exit 1 ;;
+                     dev) cp -a dev "$2/" 2>/dev/null || : >"$2/dev/null" ;;
+                     *) cp -a "$name" "$2/" || exit 1 ;;
+                     esac
+                 done)",
+                 "sh", (templateFolder / "root").string(), root.string()});
+}
+
+std::map<std::string, std::string> usualEnvironment() {
+    std::map<std::string, std::string> environment{{"HOME", "/Users/anna"}, {"PATH", "/usr/bin:/bin"}};
+    for (const char* name : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS"}) {
+        if (const char* value = std::getenv(name)) { // NOLINT(concurrency-mt-unsafe): one thread
+            environment[name] = value;
+        }
+    }
+    // A program that is built to measure coverage writes what it measured at its end.
+    environment["GCOV_PREFIX"] = "/var/coverage";
+    return environment;
+}
+
+std::string probe() {
+    const ProgramResult result = runProgram({script, "why-not"});
+    if (result.exitStatus != 0) {
+        return "Scripts/private-root failed: " + result.standardError;
+    }
+    std::string reason = result.standardOutput.substr(0, result.standardOutput.find('\n'));
+    if (reason.empty() && bAddressSanitizer) {
+        const PrivateRoot root;
+        if (root.run({"test", "-e", "/proc/self/maps"}).exitStatus != 0) {
+            reason = "the address sanitizer needs /proc, which cannot be mounted here";
+        }
+    }
+    return reason;
+}
+
+} // namespace
+
+const std::string& PrivateRoot::whyNot() {
+    static const std::string reason = probe();
+    return reason;
+}
+
+PrivateRoot::PrivateRoot() {
+    {
+        const TemplateLock lock(LOCK_EX);
+        if (!isTemplateCurrent()) {
+            makeTemplate();
+        }
+    }
+    const TemplateLock lock(LOCK_SH);
+    cloneTemplate(folder.path());
+}
+
+void PrivateRoot::write(const std::string& path, const std::string& content, unsigned mode) const {
+    FileTree::write(outside(path), content, mode);
+}
+
+void PrivateRoot::makeFolder(const std::string& path) const {
+    fs::create_directories(outside(path));
+}
+
+void PrivateRoot::remove(const std::string& path) const {
+    fs::remove_all(outside(path));
+}
+
+bool PrivateRoot::exists(const std::string& path) const {
+    return fs::exists(fs::symlink_status(outside(path)));
+}
+
+std::vector<std::string> PrivateRoot::fullCommand(const std::vector<std::string>& command,
+                                                  const Options& options) const {
+    std::vector<std::string> full{script, "run", folder.path(), "env", "-i", "-C", options.workingFolder};
+    std::map<std::string, std::string> environment = options.environment;
+    environment.merge(usualEnvironment());
+    for (const auto& [name, value] : environment) {
+        full.push_back(name + "=" + value);
+    }
+    full.insert(full.end(), command.begin(), command.end());
+    return full;
+}
+
+ProgramResult PrivateRoot::run(const std::vector<std::string>& command, const Options& options) const {
+    ProgramOptions programOptions;
+    programOptions.standardInput = options.standardInput;
+    programOptions.timeout = options.timeout;
+    programOptions.beforeStart = [] { umask(022); };
+    return runProgram(fullCommand(command, options), programOptions);
+}
+
+ProgramResult PrivateRoot::runInTerminal(const std::vector<std::string>& command,
+                                         const std::vector<Answer>& answers, const Options& options) const {
+    Terminal terminal(fullCommand(command, options), options.timeout);
+    for (const Answer& answer : answers) {
+        if (!terminal.waitFor(answer.prompt)) {
+            break;
+        }
+        if (answer.before) {
+            answer.before();
+        }
+        terminal.type(answer.typed);
+    }
+    return terminal.finish();
+}
+
+FileTree::Lines PrivateRoot::tree() const {
+    static const std::set<std::string> notShown{"Volumes", "bin",    "dev",  "etc", "lib", "lib32",
+                                                "lib64",   "libx32", "proc", "usr", "var"};
+    return FileTree::describe(folder.path(), "/", [this](const fs::path& path) {
+        return path.parent_path() == folder.path() && notShown.count(path.filename()) != 0;
+    });
+}
+
+FileTree::Lines PrivateRoot::freshTree() {
+    return {"/Applications/", "/Library/Preferences/", "/Users/anna/Library/Preferences/", "/tmp/ 1777"};
+}
+
+FileTree::Lines PrivateRoot::tree(const std::string& path) const {
+    return FileTree::describe(outside(path), path + "/");
+}
