@@ -34,8 +34,8 @@ public:
     bool parse(const VLString& path);
     /// Saves the record, without the paths that no product uses. At every moment the file is the old one or
     /// the new one, whole; a link is followed, mode and owner of an existing file are kept, no other file
-    /// stays behind. False when the file cannot be opened for writing or saving fails; it is then the old
-    /// one.
+    /// stays behind (see AtomicFile). False when the file cannot be opened for writing or saving fails; it is
+    /// then the old one.
     bool write(const VLString& path);
     void clear();
 
@@ -53,7 +53,8 @@ public:
     void startProcessProduct(const SKUDefinition::SKUInfo& info, bool remove);
     void endProcessProduct();
 
-    /// Records `node`, which lies in the folder `directory`, for the current product. Always 0.
+    /// Records `node`, which lies in the folder `directory`, for the current product. A path of more than 997
+    /// components is not recorded: a file that says so could not be read again. Always 0.
     int incrementFileRef(const VLString& directory, const FileNode& node);
     /// Takes one use off the path; the uses left, or -1 when the path is not recorded.
     int decrementFileRef(const VLString& directory, const FileNode& node);

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "Foundation/VLString.h"
+
+#include <cstdio>
+#include <sys/stat.h>
+
+/// Replaces a text file so that whoever reads it, at any moment and also after the process was killed or the
+/// power failed, finds the old file or the new one, whole.
+///
+///     AtomicFile file(path);
+///     bool saved = file.Open() && print(file.Stream()) && file.Sync() && file.Commit();
+///
+/// Until Commit the new text stands in a file of its own beside the old one, under its name with ".new"
+/// appended. Without a Commit that succeeds the old file is as it was and the new one is removed; what a
+/// killed process left is removed by the next Open. A link is followed, as fopen does, also one that leads to
+/// no file yet. What is no regular file (a device) is written directly.
+class AtomicFile {
+public:
+    explicit AtomicFile(const VLString& path);
+    ~AtomicFile();
+    AtomicFile(const AtomicFile&) = delete;
+    AtomicFile& operator=(const AtomicFile&) = delete;
+
+    /// Begins the new file, with mode and owner of the old one. False when the old file may not be written,
+    /// when no file can be made in its folder, or when mode or owner cannot be kept.
+    bool Open();
+    /// Where to print the text after Open; owned by this object.
+    FILE* Stream() { return stream; }
+    /// Brings all that was printed to the disk. False when any of it could not be written.
+    bool Sync();
+    /// Closes the stream and puts the new file in the old one's place. False when that fails, or when another
+    /// process has begun a new file of the same name since.
+    bool Commit();
+
+private:
+    bool create(mode_t mode);
+    bool keepModeAndOwner(const struct stat& old);
+    bool isOurs() const;
+    void syncFolder() const;
+
+    VLString target;  ///< no link
+    VLString newPath; ///< empty as long as there is no new file
+    FILE* stream = nullptr;
+    struct stat created = {}; ///< the new file, to know it again
+};

@@ -1,0 +1,404 @@
+#include "Utility/InstallUtility/StatusFile.h"
+
+#include "Foundation/VLVersion.h"
+#include "Utility/InstallUtility/AtomicFile.h"
+#include "Utility/InstallUtility/XMLDocument.h"
+
+#include <tinyxml.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <functional>
+#include <limits>
+#include <string>
+#include <utility>
+
+using FileNodeRef = StatusFile::FileNodeRef;
+using SKUInfo = SKUDefinition::SKUInfo;
+
+namespace {
+
+// Reading. The document is taken down while the record grows: the two never stand in memory as a whole.
+
+void readProducts(TiXmlNode* element, Vector<SKUInfo>& products) {
+    // Intended: one for all elements, so that a missing attribute keeps the value of the product before.
+    SKUInfo info;
+    const auto readAttribute = [](const TiXmlElement& sku, const char* name, VLString& text) {
+        if (const char* value = sku.Attribute(name)) {
+            text = VLString(value);
+        }
+    };
+    XMLDocument::ForEachChild(element, "sku", [&](TiXmlElement& sku) {
+        readAttribute(sku, "ID", info.ID);
+        readAttribute(sku, "name", info.name);
+        readAttribute(sku, "build", info.build);
+        products.push_back(info);
+        element->RemoveChild(&sku);
+    });
+}
+
+/// The fresh child of `parent` that `element` describes, or null when it has no name or no count.
+FileNodeRef* readNode(const TiXmlElement& element, FileNodeRef& parent) {
+    const VLString name = XMLDocument::Attribute(element, "fileName");
+    const VLString ref = XMLDocument::Attribute(element, "ref");
+    if (name.IsEmpty() || ref.IsEmpty()) {
+        return nullptr;
+    }
+    // A record is written in the order of the map, so that the end is the right place.
+    FileNodeRef& node = parent.refChildren.try_emplace(parent.refChildren.end(), name)->second;
+    node = FileNodeRef();
+    node.name = name;
+    node.ref = ref.GetLong(0);
+    return &node;
+}
+
+void readFile(TiXmlElement& element, FileNodeRef& parent) {
+    FileNodeRef* file = readNode(element, parent);
+    if (file == nullptr) {
+        return;
+    }
+    file->build = XMLDocument::Attribute(element, "build");
+    file->buildNumber = VLVersion(file->build).build;
+    if (const TiXmlElement* shortCut = XMLDocument::FirstChild(element, "shortCut")) {
+        file->shortCut.name = XMLDocument::Attribute(*shortCut, "name");
+        file->shortCut.dir = XMLDocument::Attribute(*shortCut, "dir");
+    }
+}
+
+/// Fills the children of `parent`. Files come after all folders and replace those of their name.
+void readChildren(TiXmlNode& element, FileNodeRef& parent) {
+    XMLDocument::ForEachChild(&element, "directory", [&](TiXmlElement& child) {
+        if (FileNodeRef* directory = readNode(child, parent)) {
+            directory->isDirectory = true;
+            readChildren(child, *directory);
+        }
+        element.RemoveChild(&child);
+    });
+    XMLDocument::ForEachChild(&element, "file", [&](TiXmlElement& child) {
+        readFile(child, parent);
+        element.RemoveChild(&child);
+    });
+}
+
+// Writing. Element by element, so that no document of the whole record is ever built, in the text that
+// TiXmlDocument::SaveFile gives for such a document.
+
+class ElementPrinter {
+public:
+    explicit ElementPrinter(FILE* stream) : file(stream) {}
+
+    void begin(const char* element) {
+        if (bInStartTag) {
+            print(">\n");
+        }
+        indent();
+        print("<");
+        print(element);
+        ++depth;
+        bInStartTag = true;
+    }
+
+    void attribute(const char* name, const char* value) {
+        print(" ");
+        TiXmlAttribute(name, value).Print(file, depth);
+    }
+
+    void attribute(const char* name, const VLString& value) { attribute(name, value.ToUTF8().ConstData()); }
+
+    void end(const char* element) {
+        --depth;
+        if (bInStartTag) {
+            print(" />\n");
+        } else {
+            indent();
+            print("</");
+            print(element);
+            print(">\n");
+        }
+        bInStartTag = false;
+    }
+
+private:
+    /// An error stays with the stream, where AtomicFile looks for it.
+    void print(const char* text) { (void)std::fputs(text, file); }
+
+    void indent() {
+        for (int level = 0; level < depth; ++level) {
+            print("    ");
+        }
+    }
+
+    FILE* file;
+    int depth = 0;
+    bool bInStartTag = false;
+};
+
+void printProducts(ElementPrinter& printer, const Vector<SKUInfo>& products) {
+    printer.begin("products");
+    for (const SKUInfo& info : products) {
+        printer.begin("sku");
+        printer.attribute("ID", info.ID);
+        printer.attribute("name", info.name);
+        printer.attribute("build", info.build);
+        printer.end("sku");
+    }
+    printer.end("products");
+}
+
+void printShortCut(ElementPrinter& printer, const FileNode::ShortCutInfo& shortCut) {
+    printer.begin("shortCut");
+    printer.attribute("name", shortCut.name);
+    printer.attribute("dir", shortCut.dir);
+    printer.end("shortCut");
+}
+
+/// Leaves out what no product uses, with all that lies below it.
+void printChildren(ElementPrinter& printer, const FileNodeRef& parent) {
+    for (const auto& [name, node] : parent.refChildren) {
+        if (node.ref < 1) {
+            continue;
+        }
+        const char* element = node.isDirectory ? "directory" : "file";
+        printer.begin(element);
+        printer.attribute("fileName", node.name);
+        printer.attribute("ref", std::to_string(node.ref).c_str());
+        if (!node.isDirectory) {
+            printer.attribute("build", node.build);
+            if (node.IsShortCutInfoValid()) {
+                printShortCut(printer, node.shortCut);
+            }
+        }
+        printChildren(printer, node);
+        printer.end(element);
+    }
+}
+
+// Walking the tree. A path is a directory and a name below it, never joined: this runs for every file.
+
+/// The longest path whose element can be read again: install and installFiles stand above its components, a
+/// shortcut may stand below.
+constexpr unsigned long maxComponents = XMLDocument::maxDepth - 3;
+
+/// The components of a path from left to right, without the empty ones.
+class Components {
+public:
+    explicit Components(const VLString& path) : rest(path.ConstData()) {}
+
+    bool next(VLString& component) {
+        rest += std::strspn(rest, "/");
+        const unsigned long length = std::strcspn(rest, "/");
+        component.init(rest, length);
+        rest += length;
+        return length != 0;
+    }
+
+private:
+    const char* rest;
+};
+
+unsigned long countComponents(const VLString& path) {
+    unsigned long count = 0;
+    char previous = '/';
+    for (const char* c = path.ConstData(); *c != '\0'; previous = *c++) {
+        count += *c != '/' && previous == '/' ? 1 : 0;
+    }
+    return count;
+}
+
+/// The node that `path` leads to from `node`; null when there is none, or no `node`.
+FileNodeRef* find(FileNodeRef* node, const VLString& path) {
+    Components components(path);
+    VLString component;
+    while (node != nullptr && components.next(component)) {
+        const auto child = node->refChildren.find(component);
+        node = child == node->refChildren.end() ? nullptr : &child->second;
+    }
+    return node;
+}
+
+// Recording. A damaged record may hold any count: none overflows.
+
+void addUse(FileNodeRef& recorded) {
+    recorded.ref += recorded.ref == std::numeric_limits<std::int32_t>::max() ? 0 : 1;
+}
+
+void dropUse(FileNodeRef& recorded) {
+    recorded.ref -= recorded.ref == std::numeric_limits<std::int32_t>::min() ? 0 : 1;
+}
+
+void copyShortCut(const FileNode& node, FileNodeRef& recorded) {
+    if (node.IsShortCutInfoValid()) {
+        recorded.shortCut = node.shortCut;
+    }
+}
+
+void recordNew(FileNodeRef& recorded, const VLString& name, const FileNode& node, const VLString& build) {
+    recorded.name = name;
+    recorded.ref = 1;
+    recorded.needReplace = true;
+    recorded.isDirectory = node.isDirectory;
+    if (!node.isDirectory) {
+        recorded.build = build;
+        recorded.buildNumber = VLVersion(build).build;
+    }
+    copyShortCut(node, recorded);
+}
+
+void recordAgain(FileNodeRef& recorded, const FileNode& node, const VLString& build) {
+    const int buildNumber = VLVersion(build).build;
+    recorded.needReplace = recorded.buildNumber <= buildNumber || node.allowDowngrade;
+    if (recorded.needReplace) {
+        recorded.buildNumber = buildNumber;
+        recorded.build = build;
+        copyShortCut(node, recorded);
+    }
+}
+
+} // namespace
+
+void StatusFile::clear() {
+    products.clear();
+    root.name.Clear();
+    root.refChildren.clear();
+}
+
+bool StatusFile::parse(const VLString& path) {
+    clear();
+    TiXmlDocument document;
+    XMLDocument::Load(path, document);
+    TiXmlNode* install = document.FirstChild("install");
+    if (install == nullptr) {
+        return true;
+    }
+    readProducts(install->FirstChild("products"), products);
+    if (TiXmlNode* installFiles = install->FirstChild("installFiles")) {
+        root.isDirectory = true;
+        readChildren(*installFiles, root);
+    }
+    return true;
+}
+
+bool StatusFile::write(const VLString& path) {
+    AtomicFile file(path);
+    if (!file.Open()) {
+        return false;
+    }
+    ElementPrinter printer(file.Stream());
+    printer.begin("install");
+    printProducts(printer, products);
+    printer.begin("installFiles");
+    printChildren(printer, root);
+    printer.end("installFiles");
+    printer.end("install");
+    return file.Sync() && file.Commit();
+}
+
+int StatusFile::getProductIndex(const SKUDefinition::SKUInfo& info) const {
+    const auto product = std::find_if(products.begin(), products.end(),
+                                      [&](const SKUInfo& other) { return other.ID == info.ID; });
+    return product == products.end() ? -1 : static_cast<int>(product - products.begin());
+}
+
+bool StatusFile::hasProduct(const SKUDefinition::SKUInfo& info) const {
+    return getProductIndex(info) >= 0;
+}
+
+bool StatusFile::hasProduct(const VLString& ID) const {
+    SKUInfo info;
+    info.ID = ID;
+    return hasProduct(info);
+}
+
+bool StatusFile::addProduct(const SKUDefinition::SKUInfo& info) {
+    if (!hasProduct(info)) {
+        products.push_back(info);
+        products.back().prefix.Clear();
+    }
+    return true;
+}
+
+bool StatusFile::removeProduct(const SKUDefinition::SKUInfo& info) {
+    // An index of -1 is past the end.
+    products.remove(static_cast<unsigned long>(getProductIndex(info)));
+    return true;
+}
+
+void StatusFile::startProcessProduct(const SKUDefinition::SKUInfo& info, bool remove) {
+    currentProduct = info;
+    if (remove) {
+        removeProduct(currentProduct);
+        return;
+    }
+    const int index = getProductIndex(currentProduct);
+    countReferences = index < 0;
+    if (countReferences) {
+        addProduct(currentProduct);
+        return;
+    }
+    SKUInfo& product = products[static_cast<unsigned long>(index)];
+    product.name = currentProduct.name;
+    product.build = currentProduct.build;
+}
+
+void StatusFile::endProcessProduct() {
+    currentProduct.ID.Clear();
+    currentProduct.name.Clear();
+    currentProduct.build.Clear();
+    countReferences = false;
+}
+
+int StatusFile::incrementFileRef(const VLString& directory, const FileNode& node) {
+    // A deeper one could be written, but the file would not be read again, and the record would be lost.
+    if (countComponents(directory) + countComponents(node.name) > maxComponents) {
+        return 0;
+    }
+    FileNodeRef* recorded = &root;
+    bool bNew = true;
+    VLString component;
+    for (const VLString& path : {std::cref(directory), std::cref(node.name)}) {
+        for (Components components(path); components.next(component);) {
+            const auto child = recorded->refChildren.try_emplace(component);
+            recorded = &child.first->second;
+            bNew = child.second;
+            if (bNew) {
+                recordNew(*recorded, component, node, currentProduct.build);
+            }
+        }
+    }
+    if (!bNew) {
+        if (countReferences) {
+            addUse(*recorded);
+        }
+        recordAgain(*recorded, node, currentProduct.build);
+    }
+    return 0;
+}
+
+int StatusFile::decrementFileRef(const VLString& directory, const FileNode& node) {
+    FileNodeRef* recorded = find(find(&root, directory), node.name);
+    if (recorded == nullptr || recorded == &root) {
+        return -1;
+    }
+    dropUse(*recorded);
+    return recorded->ref;
+}
+
+StatusFile::FileNodeRef* StatusFile::getFileInfo(const VLString& path) {
+    FileNodeRef* recorded = find(&root, path);
+    return recorded == &root ? nullptr : recorded;
+}
+
+bool StatusFile::needRemove(const VLString& path) {
+    const FileNodeRef* recorded = getFileInfo(path);
+    return recorded != nullptr && recorded->ref < 1;
+}
+
+bool StatusFile::needReplaceFile(const VLString& path) {
+    const FileNodeRef* recorded = getFileInfo(path);
+    return recorded != nullptr && recorded->needReplace;
+}
+
+StatusFile::FileNodeRef* StatusFile::getFileRef(const VLString& /*path*/) {
+    return nullptr;
+}
