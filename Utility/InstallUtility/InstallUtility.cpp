@@ -1,14 +1,195 @@
 #include "Utility/InstallUtility/InstallUtility.h"
 
+#include "Foundation/FileLibrary.h"
+#include "Foundation/PathLibrary.h"
 #include "Foundation/SimpleLog.h"
+#include "Utility/InstallUtility/Mac/LettrixResources.h"
+#include "Utility/InstallUtility/Mac/Postflight.h"
+#include "Utility/InstallUtility/MapLookup.h"
 
-bool InstallUtility::run(VLString, VLString, VLString) {
-    SimpleLog::printLog(SimpleLog::Error, __FILE__, __FUNCTION__, __LINE__, "Installing is not available yet.");
-    return false;
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+bool isLettrixFamily(const VLString& family) {
+    return family.EqualsIgnoreCase("Lettrix") || family.EqualsIgnoreCase("LettrixLive");
 }
 
-bool InstallUtility::runUninstall(VLString, VLString) {
-    SimpleLog::printLog(SimpleLog::Error, __FILE__, __FUNCTION__, __LINE__,
-                        "Uninstalling is not available yet.");
-    return false;
+/// Logs that a source is missing: folder or definition, the text is the same for both on purpose.
+void logMissingSource(const char* function, long line, const VLString& path) {
+    SimpleLog::printLog(SimpleLog::Error, __FILE__, function, line, "Error! Source dir '%s' is empty\n",
+                        path.ToUTF8().ConstData());
+}
+
+/// Copies one branch of the tree, asking the user for as long as it fails and the user wants to try again.
+/// The copy after that is the last one, whatever comes of it.
+void copyWithRetry(InstallUtility& engine, const VLString& sourceFolder, const FileNode& node,
+                   const VLString& relativePath, const InstallUtility::InstallItem& item,
+                   const VLString& subject) {
+    while (!engine.copyFilesRecursively(VLString(), sourceFolder, node, relativePath, item, false)) {
+        if (!engine.filesLockedWarningTryAgain(subject)) {
+            engine.copyFilesRecursively(VLString(), sourceFolder, node, relativePath, item, true);
+            return;
+        }
+    }
+}
+
+} // namespace
+
+bool InstallUtility::run(VLString sourcePath, VLString definitionPath, VLString targetsPath) {
+    SKUDefinition definition;
+    definition.fromFile(definitionPath);
+    const auto& families = definition.pluginsByFamily;
+    if (std::any_of(families.begin(), families.end(),
+                    [](const auto& family) { return isLettrixFamily(family.first); })) {
+        RegisterLettrixResources();
+    }
+
+    if (!prepare(std::move(sourcePath), definitionPath, targetsPath)) {
+        SimpleLog::printText("Error! Failed to prepare\n");
+        return false;
+    }
+    SimpleLog::printText("Checking file consistency in source folder\n");
+    if (!checkFilesInFolderRecursively(srcPath, definition.installFiles)) {
+        SimpleLog::printText("Error! File checking is failed\n");
+        return false;
+    }
+    if (!copyFilesToTargets()) {
+        SimpleLog::printText("Error! Failed to copy files\n");
+        return false;
+    }
+    postflight(std::move(definitionPath), std::move(targetsPath), true);
+    return true;
+}
+
+bool InstallUtility::prepare(VLString sourcePath, VLString definitionPath, VLString targetsPath) {
+    return setSrcPath(sourcePath) && parseXMLDefinitionFile(definitionPath) &&
+           parseTargetsPathXMLFile(targetsPath);
+}
+
+bool InstallUtility::setSrcPath(const VLString& path) {
+    if (!FileLibrary::IsDirectoryExists(path)) {
+        logMissingSource(__FUNCTION__, __LINE__, path);
+        return false;
+    }
+    srcPath = path;
+    return true;
+}
+
+bool InstallUtility::parseXMLDefinitionFile(const VLString& path) {
+    if (!FileLibrary::IsFileExists(path, false)) {
+        logMissingSource(__FUNCTION__, __LINE__, path);
+        return false;
+    }
+    skuDefinition.parse(FileLibrary::readFile(path));
+    return true;
+}
+
+bool InstallUtility::checkFilesInFolderRecursively(const VLString& folder, const FileNode& node) {
+    if (!FileLibrary::IsDirectoryExists(folder)) {
+        SimpleLog::printText("Error! Folder '%s' doesn't exists\n", folder.ToUTF8().ConstData());
+        return false;
+    }
+    for (const auto& [name, child] : node.children) {
+        const VLString path = PathLibrary::GetDirectoryWithFile(folder, name);
+        if (child.isDirectory) {
+            if (!checkFilesInFolderRecursively(path, child)) {
+                return false;
+            }
+        } else if (!FileLibrary::IsFileExists(path, false) && !FileLibrary::IsDirectoryExists(path)) {
+            SimpleLog::printText("Error! File '%s' not found\n", path.ToUTF8().ConstData());
+            return false;
+        }
+    }
+    return true;
+}
+
+bool InstallUtility::copyFilesToTargets() {
+    const auto& branches = skuDefinition.installFiles.children;
+    const InstallItem& sharedItem = findOrEmpty(installItems, "VorlaneFX");
+    const VLString statusFolder = findStatusFolder();
+    if (statusFolder.IsSet()) {
+        loadStatusFile(statusFolder, false);
+    }
+
+    const auto copyBranch = [this](const FileNode& node, const VLString& path, const InstallItem& item,
+                                   const VLString& subject) {
+        copyWithRetry(*this, PathLibrary::GetDirectoryWithFile(srcPath, path), node, path, item, subject);
+    };
+    forEachHostFamily(copyBranch);
+    copyBranch(findOrEmpty(branches, "VorlaneFX"), "VorlaneFX", sharedItem, "VorlaneFX");
+    const auto content = branches.find("Content");
+    if (content != branches.end()) {
+        const auto contentItem = installItems.find("Content");
+        if (contentItem != installItems.end()) {
+            copyBranch(content->second, "Content", contentItem->second, "Content");
+        } else {
+            SimpleLog::printLog(SimpleLog::Error, __FILE__, __FUNCTION__, __LINE__,
+                                "Has content section in SKU but can't find info for its installing");
+        }
+    }
+
+    if (statusFolder.IsSet()) {
+        saveStatusFile(statusFolder);
+    }
+    return true;
+}
+
+VLString InstallUtility::findStatusFolder() {
+    const auto& families = skuDefinition.pluginsByFamily;
+    currentFamily = families.empty() ? VLString() : families.begin()->first;
+    const auto folders = getTargetPaths(findOrEmpty(installItems, "VorlaneFX").paths, currentFamily);
+    return folders.empty() ? VLString() : folders.front();
+}
+
+void InstallUtility::forEachHostFamily(const HostFamilyHandler& handle) {
+    const InstallItem& hostsItem = findOrEmpty(installItems, "Hosts");
+    for (const auto& [hostName, host] : findOrEmpty(skuDefinition.installFiles.children, "Hosts").children) {
+        const auto hostItem = hostsItem.items.find(hostName);
+        if (hostItem == hostsItem.items.end()) {
+            SimpleLog::printLog(SimpleLog::Warning, __FILE__, __FUNCTION__, __LINE__,
+                                "Can't find '%s' host install info", hostName.ConstData());
+            continue;
+        }
+        const VLString hostPath = PathLibrary::GetDirectoryWithFile("Hosts", hostName);
+        for (const auto& [familyName, family] : host.children) {
+            if (skuDefinition.pluginsByFamily.count(familyName) == 0) {
+                SimpleLog::printLog(SimpleLog::Warning, __FILE__, __FUNCTION__, __LINE__,
+                                    "Family '%s' not found in SKU XML, while exists in file tree.",
+                                    familyName.ConstData());
+                continue;
+            }
+            currentFamily = familyName;
+            handle(family, PathLibrary::GetDirectoryWithFile(hostPath, familyName), hostItem->second,
+                   hostName);
+        }
+    }
+}
+
+void InstallUtility::loadStatusFile(const VLString& directory, bool remove) {
+    statusFile.parse(statusFilePath(directory));
+    statusFile.startProcessProduct(skuDefinition.skuInfo, remove);
+    updateStatusFile(VLString(), skuDefinition.installFiles, remove);
+    statusFile.endProcessProduct();
+}
+
+void InstallUtility::updateStatusFile(const VLString& directory, const FileNode& node, bool remove) {
+    if (remove) {
+        statusFile.decrementFileRef(directory, node);
+    } else {
+        statusFile.incrementFileRef(directory, node);
+    }
+    const VLString path = PathLibrary::GetDirectoryWithFile(directory, node.name);
+    for (const auto& [name, child] : node.children) {
+        updateStatusFile(path, child, remove);
+    }
+}
+
+void InstallUtility::saveStatusFile(const VLString& directory) {
+    statusFile.write(statusFilePath(directory));
+}
+
+VLString InstallUtility::statusFilePath(const VLString& directory) {
+    return PathLibrary::GetDirectoryWithFile(directory, "InstallationStatusFile.xml");
 }

@@ -6,6 +6,7 @@
 #include "Utility/InstallUtility/StatusFile.h"
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <vector>
 
@@ -77,6 +78,17 @@ public:
     /// is logged, shown to the user, or passed over.
     bool copyFilesToTargets();
 
+    /// Makes the definition's first family the current one, and finds the folder that holds the status file:
+    /// the first target of the "VorlaneFX" item, empty when there is none.
+    VLString findStatusFolder();
+    /// A family's folder of the tree, its path there, and the target item and name of its host.
+    using HostFamilyHandler = std::function<void(const FileNode& node, const VLString& relativePath,
+                                                 const InstallItem& hostItem, const VLString& hostName)>;
+    /// Hands each family folder of each host in the tree to `handle`, its family being the current one. One
+    /// warning line for each host without target item and each family without plug-ins, which are passed
+    /// over.
+    void forEachHostFamily(const HostFamilyHandler& handle);
+
     // The status file of the run's product (InstallUtility.cpp)
 
     /// Reads the record in the folder `directory` and enters the product's tree, or takes it off with
@@ -84,6 +96,7 @@ public:
     void loadStatusFile(const VLString& directory, bool remove);
     void updateStatusFile(const VLString& directory, const FileNode& node, bool remove);
     void saveStatusFile(const VLString& directory);
+    static VLString statusFilePath(const VLString& directory);
 
     // Target paths, conditions and patterns (TargetPaths.cpp)
 
@@ -118,6 +131,11 @@ public:
     bool copyFilesRecursively(const VLString& targetSubPath, const VLString& sourceFolder,
                               const FileNode& node, const VLString& relativePath, const InstallItem& item,
                               bool lastAttempt);
+    /// Copies the file `node`, or the folder that it is on disk, from `source` to `destination` inside the
+    /// folder `target`, which is made when it is missing, and makes its shortcut. A file that is there and
+    /// that the record does not ask to replace is passed over. False when the copy fails.
+    bool copyFile(const FileNode& node, const VLString& source, const VLString& relativePath,
+                  const VLString& target, const VLString& destination, bool lastAttempt);
     /// What the user is told when the branch `name` cannot be copied, on one line.
     VLString getFileLockedWarningText(const VLString& name);
     /// Tells the user; true to try again.
@@ -143,6 +161,7 @@ public:
     static bool createFullShortCutName(const FileNode& node, VLString& out);
     /// Makes the node's shortcut a symbolic link to `installedPath`, replacing what is there.
     static bool createShortCut(const VLString& installedPath, const FileNode& node);
+    /// Removes the node's shortcut. `installedPath` does not matter.
     static bool removeShortCut(const VLString& installedPath, const FileNode& node);
     /// The name under which users know the host; `shortName` itself for an unknown one.
     static VLString getNLEFullName(const VLString& shortName);
@@ -157,4 +176,8 @@ public:
     /// `statusName`, from the target folders of `item` and from `folder`, unless that is empty. Always true.
     bool removeFilesRecursively(const VLString& folder, const FileNode& node, const VLString& statusName,
                                 const InstallItem& item);
+    /// Removes the file or folder `node`, which lies at `path`, if no product uses it any more.
+    void removeChild(const FileNode& node, const VLString& path, const VLString& statusName);
+    /// Uninstalls the shared package when it is the only product left in the record. False when that fails.
+    bool removeSharedPackageIfLast(const VLString& statusFolder);
 };

@@ -1,0 +1,82 @@
+#include "Utility/InstallUtility/Mac/Postflight.h"
+
+#include "Foundation/FileLibrary.h"
+#include "Foundation/PathLibrary.h"
+#include "Foundation/SimpleLog.h"
+#include "Platform/PlatformServices.h"
+#include "Utility/InstallUtility/SKUDefinition.h"
+
+namespace {
+
+const char* const uninstallersFolder = "/Applications/Vorlane Uninstallers/";
+const char* const applicationManagerLink = "/Applications/Vorlane Application Manager.app";
+const char* const applicationManager = "/Library/Application Support/Vorlane/Common/ApplicationManager.app";
+
+void logError(const char* function, long line, const char* message) {
+    SimpleLog::printLog(SimpleLog::Error, __FILE__, function, line, "%s", message);
+}
+
+void placeUninstaller(const VLString& uninstaller, const VLString& bundle, const VLString& skuXmlPath,
+                      const VLString& targetPathsXmlPath) {
+    PlatformServices::CreateFolder(uninstallersFolder);
+    if (!PlatformServices::CopyItem(bundle, uninstaller)) {
+        logError(__FUNCTION__, __LINE__, "Can't copy Uninstall.app to target folder");
+        return;
+    }
+    const VLString contents = PathLibrary::GetDirectoryWithFile(uninstaller, "Contents");
+    if (!PlatformServices::CopyItem(skuXmlPath, PathLibrary::GetDirectoryWithFile(contents, "sku.xml"))) {
+        logError(__FUNCTION__, __LINE__, "Can't copy SKU XML to Uninstall.app");
+    }
+    if (!PlatformServices::CopyItem(targetPathsXmlPath,
+                                    PathLibrary::GetDirectoryWithFile(contents, "target_path.xml"))) {
+        logError(__FUNCTION__, __LINE__, "Can't copy Target Path XML to Uninstall.app");
+    }
+}
+
+void renewApplicationManagerLink(bool install) {
+    PlatformServices::RemoveItem(applicationManagerLink);
+    if (install) {
+        PlatformServices::CreateSymbolicLink(applicationManagerLink, applicationManager);
+    }
+}
+
+} // namespace
+
+void postflight(VLString skuXmlPath, VLString targetPathsXmlPath, bool install) {
+    if (!FileLibrary::IsFileExists(skuXmlPath, false)) {
+        logError(__FUNCTION__, __LINE__, "Postflight failed: sku xml not found");
+        return;
+    }
+    SKUDefinition definition;
+    definition.fromFile(skuXmlPath);
+    const SKUDefinition::SKUInfo& product = definition.skuInfo;
+    if (product.ID.IsEmpty() || product.name.IsEmpty()) {
+        logError(__FUNCTION__, __LINE__, "Wrong/corrupted SKU XML");
+        return;
+    }
+    if (install && !FileLibrary::IsFileExists(targetPathsXmlPath, false)) {
+        logError(__FUNCTION__, __LINE__, "Target Path XML not found");
+        return;
+    }
+
+    const VLString bundle = PlatformServices::MainBundlePath();
+    if (product.ID.EqualsIgnoreCase("COMMON")) {
+        renewApplicationManagerLink(install);
+        return;
+    }
+    const VLString uninstaller = PlatformServices::AppendPathComponent(
+        uninstallersFolder, VLString("Uninstall ") + product.name + ".app");
+    if (uninstaller.IsEmpty()) {
+        return; // the product's name is not text that the platform knows
+    }
+    PlatformServices::RemoveItem(uninstaller);
+    if (install) {
+        placeUninstaller(uninstaller, bundle, skuXmlPath, targetPathsXmlPath);
+    } else {
+        FileLibrary::RemoveEmptyDirectory(uninstallersFolder);
+    }
+}
+
+bool showRetryCancelAlert(VLString title, VLString text) {
+    return PlatformServices::ShowRetryCancelAlert(title, text);
+}

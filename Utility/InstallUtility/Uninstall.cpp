@@ -1,0 +1,194 @@
+#include "Foundation/FileLibrary.h"
+#include "Foundation/PathLibrary.h"
+#include "Foundation/SimpleLog.h"
+#include "Utility/InstallUtility/InstallUtility.h"
+#include "Utility/InstallUtility/Mac/Postflight.h"
+#include "Utility/InstallUtility/MapLookup.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+/// Debug lines name the walk, whichever step of it prints them.
+const char* const walk = "removeFilesRecursively";
+
+/// How many folders the clean-up above an emptied target looks at, the target itself included.
+constexpr int highestClimb = 10;
+
+/// `name` inside `folder`; the bare name, relative to the working folder, where there is no folder.
+VLString pathInside(const VLString& folder, const VLString& name) {
+    return folder.IsEmpty() ? name : PathLibrary::GetDirectoryWithFile(folder, name);
+}
+
+/// The existing target folders of a branch: those of its item and the one that its parent hands down. Without
+/// any, a single empty one, below which names are relative to the working folder.
+std::vector<VLString> existingTargets(const InstallUtility::InstallItem& item, const VLString& family,
+                                      const VLString& folder) {
+    std::vector<VLString> targets = InstallUtility::getTargetPaths(item.paths, family);
+    targets.push_back(folder);
+    targets.erase(
+        std::remove_if(targets.begin(), targets.end(),
+                       [](const VLString& target) { return !FileLibrary::IsDirectoryExists(target); }),
+        targets.end());
+    if (targets.empty()) {
+        targets.emplace_back();
+    }
+    return targets;
+}
+
+/// Removes what is at `path`, a file or a whole folder. Intended: a file that was removed is reported as one
+/// that cannot be, unless a folder of that name could be removed after it, and one that could not be is not
+/// reported.
+void removeFileOrFolder(const VLString& path) {
+    if (FileLibrary::IsFileExists(path, false) && !FileLibrary::RemoveFile(path)) {
+        return;
+    }
+    if (!FileLibrary::IsDirectoryExists(path) || !FileLibrary::RemoveFolder(path)) {
+        SimpleLog::printLog(SimpleLog::Error, __FILE__, walk, __LINE__, "Cannot remove file '%s'",
+                            path.ConstData());
+    }
+}
+
+/// Removes `folder` and the folders above it, as far as they are empty and the family's own. One that is not
+/// empty stays, but the climb goes on.
+void removeEmptyFamilyFolders(VLString folder) {
+    for (int i = 0; i < highestClimb && folder.HasOf(folder.IndexOfIgnoreCase("vorlane", 0)); ++i) {
+        FileLibrary::RemoveEmptyDirectory(folder);
+        folder = PathLibrary::GetDirectoryWithoutFile(PathLibrary::GetDirectoryPathWithoutLastSlash(folder));
+    }
+}
+
+} // namespace
+
+bool InstallUtility::runUninstall(VLString definitionPath, VLString targetsPath) {
+    skuXmlPath = std::move(definitionPath);
+    targetPathsXmlPath = std::move(targetsPath);
+    postflight(skuXmlPath, targetPathsXmlPath, false);
+    if (!parseXMLDefinitionFile(skuXmlPath) || !parseTargetsPathXMLFile(targetPathsXmlPath)) {
+        return false;
+    }
+    if (!removeProduct()) {
+        SimpleLog::printLog(SimpleLog::Error, __FILE__, __FUNCTION__, __LINE__,
+                            "Error! Failed to remove product\n");
+        return false;
+    }
+    return true;
+}
+
+bool InstallUtility::removeProduct() {
+    const auto& branches = skuDefinition.installFiles.children;
+    const VLString statusFolder = findStatusFolder();
+    if (statusFolder.IsSet()) {
+        loadStatusFile(statusFolder, true);
+    }
+
+    removeFilesRecursively(VLString(), findOrEmpty(branches, "VorlaneFX"), "VorlaneFX",
+                           findOrEmpty(installItems, "VorlaneFX"));
+    forEachHostFamily(
+        [this](const FileNode& node, const VLString& statusName, const InstallItem& hostItem,
+               const VLString&) { removeFilesRecursively(VLString(), node, statusName, hostItem); });
+    const auto content = branches.find("Content");
+    if (content != branches.end()) {
+        const auto contentItem = installItems.find("Content");
+        if (contentItem != installItems.end()) {
+            removeFilesRecursively(VLString(), content->second, "Content", contentItem->second);
+        } else {
+            SimpleLog::printLog(SimpleLog::Error, __FILE__, __FUNCTION__, __LINE__,
+                                "Has content section in SKU but can't find info for its uninstalling");
+        }
+    }
+
+    if (statusFolder.IsSet()) {
+        saveStatusFile(statusFolder);
+        if (statusFile.getProductList().empty()) {
+            FileLibrary::RemoveFile(statusFilePath(statusFolder));
+        }
+    }
+    return removeSharedPackageIfLast(statusFolder);
+}
+
+bool InstallUtility::removeSharedPackageIfLast(const VLString& statusFolder) {
+    const auto& products = statusFile.getProductList();
+    if (products.size() != 1 || !(products.front().ID == "COMMON")) {
+        return true;
+    }
+    const VLString definitionsFolder = statusFolder.IsSet()
+                                           ? PathLibrary::GetDirectoryWithFile(statusFolder, "SKU")
+                                           : VLString("/Library/Application Support/Vorlane/SKU/");
+    const VLString definitionPath =
+        PathLibrary::GetDirectoryWithFile(definitionsFolder, products.front().ID + ".xml");
+    SKUDefinition sharedPackage;
+    sharedPackage.fromFile(definitionPath);
+    if (sharedPackage.skuInfo.ID.EqualsIgnoreCase(skuDefinition.skuInfo.ID)) {
+        return true; // this run is the shared package's own
+    }
+    return runUninstall(definitionPath, targetPathsXmlPath);
+}
+
+bool InstallUtility::removeFilesRecursively(const VLString& folder, const FileNode& node,
+                                            const VLString& statusName, const InstallItem& item) {
+    if (node.dontDelete) {
+        return true;
+    }
+    if (folder.IsSet() && !FileLibrary::IsDirectoryExists(folder)) {
+        SimpleLog::printLog(SimpleLog::Warning, __FILE__, walk, __LINE__, "Src path '%s' not found",
+                            folder.ConstData());
+        return true;
+    }
+    const std::vector<VLString> targets = existingTargets(item, currentFamily, folder);
+
+    for (const auto& [name, child] : node.children) {
+        if (child.dontDelete) {
+            continue;
+        }
+        const VLString childStatusName = PathLibrary::GetDirectoryWithFile(statusName, name);
+        const auto subItem = item.items.find(name);
+        if (subItem != item.items.end()) {
+            if (!removeFilesRecursively(VLString(), child, childStatusName, subItem->second)) {
+                SimpleLog::printLog(SimpleLog::Warning, __FILE__, walk, __LINE__,
+                                    "Something goes wrong when deleting '%s' at '%s'", name.ConstData(),
+                                    childStatusName.ConstData());
+            }
+            continue;
+        }
+        for (const VLString& target : targets) {
+            removeChild(child, pathInside(target, name), childStatusName);
+        }
+    }
+
+    if (node.isDirectory && node.children.empty() && statusFile.needRemove(statusName)) {
+        for (const VLString& target : targets) {
+            SimpleLog::printLog(SimpleLog::Debug, __FILE__, walk, __LINE__, "Delete dir '%s'",
+                                target.ConstData());
+            if (!FileLibrary::RemoveFolder(target)) {
+                SimpleLog::printLog(SimpleLog::Error, __FILE__, walk, __LINE__, "Failed to remove '%s'",
+                                    target.ConstData());
+            }
+        }
+    }
+    for (const VLString& target : targets) {
+        removeEmptyFamilyFolders(target);
+    }
+    return true;
+}
+
+void InstallUtility::removeChild(const FileNode& node, const VLString& path, const VLString& statusName) {
+    if (node.isDirectory) {
+        removeFilesRecursively(path, node, statusName, InstallItem());
+        if (statusFile.needRemove(statusName)) {
+            SimpleLog::printLog(SimpleLog::Debug, __FILE__, walk, __LINE__, "Delete empty dir '%s'",
+                                path.ConstData());
+            FileLibrary::RemoveEmptyDirectory(path);
+        }
+        return;
+    }
+    if (!statusFile.needRemove(statusName)) {
+        return;
+    }
+    SimpleLog::printLog(SimpleLog::Debug, __FILE__, walk, __LINE__, "Delete '%s'", path.ConstData());
+    removeFileOrFolder(path);
+    if (node.IsShortCutInfoValid()) {
+        removeShortCut(path, node);
+    }
+}

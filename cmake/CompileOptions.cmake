@@ -1,0 +1,14 @@
+# The options that this project's own targets are compiled with, mostly warnings. Linking the target is
+# private, so nothing of it reaches a project that uses the libraries.
+add_library(InstallUtilityWarnings INTERFACE)
+target_compile_options(InstallUtilityWarnings INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow -Wold-style-cast -Wcast-align
+  -Wnon-virtual-dtor -Woverloaded-virtual -Wimplicit-fallthrough -Wundef
+  -Wformat=2 -Wno-format-nonliteral) # the log and FromFormat take a format as a parameter
+if(INSTALLUTILITY_WARNINGS_AS_ERRORS)
+  target_compile_options(InstallUtilityWarnings INTERFACE -Werror)
+endif()
+
+# Log lines name the source file that printed them: as it is called in the repository, not on the machine that
+# built it.
+target_compile_options(InstallUtilityWarnings INTERFACE "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=")
