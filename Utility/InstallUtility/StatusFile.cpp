@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <limits>
@@ -41,44 +42,18 @@ void readProducts(TiXmlNode* element, Vector<SKUInfo>& products) {
 /// The fresh child of `parent` that `element` describes, or null when it has no name or no count.
 FileNodeRef* readNode(const TiXmlElement& element, FileNodeRef& parent) {
     const VLString name = XMLDocument::Attribute(element, "fileName");
-    const VLString ref = XMLDocument::Attribute(element, "ref");
-    if (name.IsEmpty() || ref.IsEmpty()) {
+    const char* ref = element.Attribute("ref");
+    if (name.IsEmpty() || ref == nullptr || *ref == '\0') {
         return nullptr;
     }
     // A record is written in the order of the map, so that the end is the right place.
     FileNodeRef& node = parent.refChildren.try_emplace(parent.refChildren.end(), name)->second;
-    node = FileNodeRef();
+    if (node.name.IsSet()) {
+        node = FileNodeRef(); // this one replaces an earlier one
+    }
     node.name = name;
-    node.ref = ref.GetLong(0);
+    node.ref = static_cast<std::int32_t>(std::strtol(ref, nullptr, 10)); // 0 for what is no number
     return &node;
-}
-
-void readFile(TiXmlElement& element, FileNodeRef& parent) {
-    FileNodeRef* file = readNode(element, parent);
-    if (file == nullptr) {
-        return;
-    }
-    file->build = XMLDocument::Attribute(element, "build");
-    file->buildNumber = VLVersion(file->build).build;
-    if (const TiXmlElement* shortCut = XMLDocument::FirstChild(element, "shortCut")) {
-        file->shortCut.name = XMLDocument::Attribute(*shortCut, "name");
-        file->shortCut.dir = XMLDocument::Attribute(*shortCut, "dir");
-    }
-}
-
-/// Fills the children of `parent`. Files come after all folders and replace those of their name.
-void readChildren(TiXmlNode& element, FileNodeRef& parent) {
-    XMLDocument::ForEachChild(&element, "directory", [&](TiXmlElement& child) {
-        if (FileNodeRef* directory = readNode(child, parent)) {
-            directory->isDirectory = true;
-            readChildren(child, *directory);
-        }
-        element.RemoveChild(&child);
-    });
-    XMLDocument::ForEachChild(&element, "file", [&](TiXmlElement& child) {
-        readFile(child, parent);
-        element.RemoveChild(&child);
-    });
 }
 
 // Writing. Element by element, so that no document of the whole record is ever built, in the text that
@@ -90,47 +65,58 @@ public:
 
     void begin(const char* element) {
         if (bInStartTag) {
-            print(">\n");
+            endLine(">\n");
         }
         indent();
-        print("<");
-        print(element);
+        text += '<';
+        text += element;
         ++depth;
         bInStartTag = true;
     }
 
-    void attribute(const char* name, const char* value) {
-        print(" ");
-        TiXmlAttribute(name, value).Print(file, depth);
+    void attribute(const char* name, const VLString& value) {
+        attribute(name, std::string(value.ConstData()));
     }
 
-    void attribute(const char* name, const VLString& value) { attribute(name, value.ToUTF8().ConstData()); }
+    void attribute(const char* name, const std::string& value) {
+        const char quote = value.find('"') == std::string::npos ? '"' : '\'';
+        text += ' ';
+        text += name;
+        text += '=';
+        text += quote;
+        TiXmlBase::EncodeString(value, &text);
+        text += quote;
+    }
 
     void end(const char* element) {
         --depth;
         if (bInStartTag) {
-            print(" />\n");
+            endLine(" />\n");
         } else {
             indent();
-            print("</");
-            print(element);
-            print(">\n");
+            text += "</";
+            text += element;
+            endLine(">\n");
         }
         bInStartTag = false;
     }
 
 private:
-    /// An error stays with the stream, where AtomicFile looks for it.
-    void print(const char* text) { (void)std::fputs(text, file); }
-
     void indent() {
-        for (int level = 0; level < depth; ++level) {
-            print("    ");
-        }
+        constexpr unsigned long width = 4;
+        text.append(width * depth, ' ');
+    }
+
+    /// An error stays with the stream, where AtomicFile looks for it.
+    void endLine(const char* ending) {
+        text += ending;
+        (void)std::fwrite(text.data(), 1, text.size(), file);
+        text.clear();
     }
 
     FILE* file;
-    int depth = 0;
+    std::string text; ///< of the line so far
+    unsigned long depth = 0;
     bool bInStartTag = false;
 };
 
@@ -162,7 +148,7 @@ void printChildren(ElementPrinter& printer, const FileNodeRef& parent) {
         const char* element = node.isDirectory ? "directory" : "file";
         printer.begin(element);
         printer.attribute("fileName", node.name);
-        printer.attribute("ref", std::to_string(node.ref).c_str());
+        printer.attribute("ref", std::to_string(node.ref));
         if (!node.isDirectory) {
             printer.attribute("build", node.build);
             if (node.IsShortCutInfoValid()) {
@@ -233,28 +219,6 @@ void copyShortCut(const FileNode& node, FileNodeRef& recorded) {
     }
 }
 
-void recordNew(FileNodeRef& recorded, const VLString& name, const FileNode& node, const VLString& build) {
-    recorded.name = name;
-    recorded.ref = 1;
-    recorded.needReplace = true;
-    recorded.isDirectory = node.isDirectory;
-    if (!node.isDirectory) {
-        recorded.build = build;
-        recorded.buildNumber = VLVersion(build).build;
-    }
-    copyShortCut(node, recorded);
-}
-
-void recordAgain(FileNodeRef& recorded, const FileNode& node, const VLString& build) {
-    const int buildNumber = VLVersion(build).build;
-    recorded.needReplace = recorded.buildNumber <= buildNumber || node.allowDowngrade;
-    if (recorded.needReplace) {
-        recorded.buildNumber = buildNumber;
-        recorded.build = build;
-        copyShortCut(node, recorded);
-    }
-}
-
 } // namespace
 
 void StatusFile::clear() {
@@ -277,6 +241,34 @@ bool StatusFile::parse(const VLString& path) {
         readChildren(*installFiles, root);
     }
     return true;
+}
+
+void StatusFile::readFile(TiXmlElement& element, FileNodeRef& parent) {
+    FileNodeRef* file = readNode(element, parent);
+    if (file == nullptr) {
+        return;
+    }
+    file->build = XMLDocument::Attribute(element, "build");
+    file->buildNumber = buildNumbers.of(file->build);
+    if (const TiXmlElement* shortCut = XMLDocument::FirstChild(element, "shortCut")) {
+        file->shortCut.name = XMLDocument::Attribute(*shortCut, "name");
+        file->shortCut.dir = XMLDocument::Attribute(*shortCut, "dir");
+    }
+}
+
+/// Fills the children of `parent`. Files come after all folders and replace those of their name.
+void StatusFile::readChildren(TiXmlNode& element, FileNodeRef& parent) {
+    XMLDocument::ForEachChild(&element, "directory", [&](TiXmlElement& child) {
+        if (FileNodeRef* directory = readNode(child, parent)) {
+            directory->isDirectory = true;
+            readChildren(child, *directory);
+        }
+        element.RemoveChild(&child);
+    });
+    XMLDocument::ForEachChild(&element, "file", [&](TiXmlElement& child) {
+        readFile(child, parent);
+        element.RemoveChild(&child);
+    });
 }
 
 bool StatusFile::write(const VLString& path) {
@@ -348,6 +340,36 @@ void StatusFile::endProcessProduct() {
     countReferences = false;
 }
 
+std::int32_t StatusFile::BuildNumbers::of(const VLString& build) {
+    if (build != last) {
+        last = build;
+        number = VLVersion(build).build;
+    }
+    return number;
+}
+
+void StatusFile::recordNew(FileNodeRef& recorded, const VLString& name, const FileNode& node) {
+    recorded.name = name;
+    recorded.ref = 1;
+    recorded.needReplace = true;
+    recorded.isDirectory = node.isDirectory;
+    if (!node.isDirectory) {
+        recorded.build = currentProduct.build;
+        recorded.buildNumber = buildNumbers.of(currentProduct.build);
+    }
+    copyShortCut(node, recorded);
+}
+
+void StatusFile::recordAgain(FileNodeRef& recorded, const FileNode& node) {
+    const std::int32_t buildNumber = buildNumbers.of(currentProduct.build);
+    recorded.needReplace = recorded.buildNumber <= buildNumber || node.allowDowngrade;
+    if (recorded.needReplace) {
+        recorded.buildNumber = buildNumber;
+        recorded.build = currentProduct.build;
+        copyShortCut(node, recorded);
+    }
+}
+
 int StatusFile::incrementFileRef(const VLString& directory, const FileNode& node) {
     // A deeper one could be written, but the file would not be read again, and the record would be lost.
     if (countComponents(directory) + countComponents(node.name) > maxComponents) {
@@ -362,7 +384,7 @@ int StatusFile::incrementFileRef(const VLString& directory, const FileNode& node
             recorded = &child.first->second;
             bNew = child.second;
             if (bNew) {
-                recordNew(*recorded, component, node, currentProduct.build);
+                recordNew(*recorded, component, node);
             }
         }
     }
@@ -370,7 +392,7 @@ int StatusFile::incrementFileRef(const VLString& directory, const FileNode& node
         if (countReferences) {
             addUse(*recorded);
         }
-        recordAgain(*recorded, node, currentProduct.build);
+        recordAgain(*recorded, node);
     }
     return 0;
 }

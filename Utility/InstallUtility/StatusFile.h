@@ -67,4 +67,22 @@ public:
     bool needReplaceFile(const VLString& path);
     /// Always null; use getFileInfo.
     FileNodeRef* getFileRef(const VLString& path);
+
+private:
+    /// Reads the build number of a version text, once for all that follow with the same text.
+    class BuildNumbers {
+    public:
+        std::int32_t of(const VLString& build);
+
+    private:
+        VLString last;
+        std::int32_t number = 0;
+    };
+
+    void readFile(TiXmlElement& element, FileNodeRef& parent);
+    void readChildren(TiXmlNode& element, FileNodeRef& parent);
+    void recordNew(FileNodeRef& recorded, const VLString& name, const FileNode& node);
+    void recordAgain(FileNodeRef& recorded, const FileNode& node);
+
+    BuildNumbers buildNumbers;
 };

@@ -1,6 +1,7 @@
 #include "Utility/InstallUtility/XMLDocument.h"
 
 #include <algorithm>
+#include <array>
 #include <cctype>
 #include <cerrno>
 #include <cstring>
@@ -25,18 +26,31 @@ unsigned char byteOf(char c) {
     return static_cast<unsigned char>(c);
 }
 
-bool isSpace(char c) {
-    return std::isspace(byteOf(c)) != 0;
-}
+/// What TinyXML takes each byte for; it asks the C library, and so the locale, each time.
+class ByteClasses {
+public:
+    ByteClasses() {
+        constexpr unsigned int firstBeyondASCII = 127;
+        for (unsigned int byte = 0; byte < classes.size(); ++byte) {
+            const int c = static_cast<int>(byte);
+            const bool bLetter = byte >= firstBeyondASCII || std::isalpha(c) != 0 || c == '_';
+            const bool bInName = bLetter || std::isalnum(c) != 0 || c == '-' || c == '.' || c == ':';
+            classes[byte] = static_cast<unsigned char>((std::isspace(c) != 0 ? space : 0) |
+                                                       (bLetter ? nameStart : 0) | (bInName ? name : 0));
+        }
+    }
 
-bool isNameStart(char c) {
-    return byteOf(c) >= 127 || std::isalpha(byteOf(c)) != 0 || c == '_';
-}
+    bool isSpace(char c) const { return has(c, space); }
+    bool isNameStart(char c) const { return has(c, nameStart); }
+    bool isInName(char c) const { return has(c, name); }
 
-bool isNameCharacter(char c) {
-    return byteOf(c) >= 127 || std::isalnum(byteOf(c)) != 0 ||
-           (c != '\0' && std::strchr("_-.:", c) != nullptr);
-}
+private:
+    enum Class : unsigned char { space = 1, nameStart = 2, name = 4 };
+
+    bool has(char c, Class kind) const { return (classes[byteOf(c)] & kind) != 0; }
+
+    std::array<unsigned char, 256> classes = {};
+};
 
 /// The one look at a text before TinyXML parses it: follows the text as the parser will, without building
 /// anything, and finds what the parser must not be given:
@@ -66,6 +80,7 @@ public:
 private:
     enum class Encoding { Unknown, UTF8, Other };
 
+    const ByteClasses bytes;
     const char* p; ///< the byte that the parser looks at next
     Encoding encoding = Encoding::Unknown;
     unsigned long depth = 0;          ///< of open elements
@@ -98,13 +113,13 @@ private:
             p += 9;
             return through("]]>");
         }
-        return isNameStart(p[1]) ? element() : through(">");
+        return bytes.isNameStart(p[1]) ? element() : through(">");
     }
 
     /// Byte order marks count as space, wherever they are.
     void skipSpace() {
         for (;;) {
-            if (isSpace(*p)) {
+            if (bytes.isSpace(*p)) {
                 ++p;
             } else if (encoding == Encoding::UTF8 && isByteOrderMark()) {
                 p += 3;
@@ -178,7 +193,7 @@ private:
     }
 
     bool name() {
-        if (!isNameStart(*p)) {
+        if (!bytes.isNameStart(*p)) {
             return false;
         }
         skipName();
@@ -186,7 +201,7 @@ private:
     }
 
     void skipName() {
-        while (isNameCharacter(*p)) {
+        while (bytes.isInName(*p)) {
             ++p;
         }
     }
@@ -259,7 +274,7 @@ private:
 
     bool bareValue() {
         valueBegin = p;
-        while (*p != '\0' && !isSpace(*p) && *p != '/' && *p != '>') {
+        while (*p != '\0' && !bytes.isSpace(*p) && *p != '/' && *p != '>') {
             if (*p == '"' || *p == '\'') {
                 return false;
             }
@@ -301,7 +316,7 @@ private:
     }
 
     bool word() {
-        while (*p != '\0' && *p != '>' && !isSpace(*p)) {
+        while (*p != '\0' && *p != '>' && !bytes.isSpace(*p)) {
             ++p;
         }
         return *p != '\0';
