@@ -55,7 +55,8 @@ private:
 /// The one look at a text before TinyXML parses it: follows the text as the parser will, without building
 /// anything, and finds what the parser must not be given:
 ///  - elements nested so deep that its recursion, and that of every later walk, would overflow the stack;
-///  - so many attributes on one element that comparing each with all others would not end;
+///  - so many attributes on one element that comparing each with all others would not end, or so many nodes
+///    so deep down that climbing to the root from each would not;
 ///  - a character cut off by the end of the text, over which the parser would step into foreign memory;
 ///  - a declaration without an end, on which TinyXML 2.6.2 as released aborts (CVE-2023-34194).
 ///
@@ -64,7 +65,9 @@ private:
 /// ends what. Where the parser gives up, the look may end or go on; it never needs to tell.
 class TextCheck {
 public:
-    explicit TextCheck(const char* text) : p(text) {}
+    explicit TextCheck(const char* text)
+        : p(text),
+          stepsLeft(std::max(XMLDocument::maxSteps, XMLDocument::maxStepsPerByte * std::strlen(text))) {}
 
     /// Whether the parser can be given the text.
     bool passes() {
@@ -81,7 +84,8 @@ private:
     enum class Encoding { Unknown, UTF8, Other };
 
     const ByteClasses bytes;
-    const char* p; ///< the byte that the parser looks at next
+    const char* p;           ///< the byte that the parser looks at next
+    unsigned long stepsLeft; ///< that the parser may take
     Encoding encoding = Encoding::Unknown;
     unsigned long depth = 0;          ///< of open elements
     const char* valueBegin = nullptr; ///< the last attribute value, as it stands in the text
@@ -95,7 +99,18 @@ private:
         return false;
     }
 
+    bool spend(unsigned long steps) {
+        if (steps > stepsLeft) {
+            return refuse();
+        }
+        stepsLeft -= steps;
+        return true;
+    }
+
     bool next() {
+        if (!spend(depth)) {
+            return false;
+        }
         if (*p != '<') {
             return depth > 0 && text();
         }
@@ -229,7 +244,7 @@ private:
             if (attributes == XMLDocument::maxAttributes) {
                 return refuse();
             }
-            if (!attribute()) {
+            if (!spend(attributes) || !attribute()) {
                 return false;
             }
         }
