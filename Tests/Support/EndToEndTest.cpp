@@ -137,9 +137,9 @@ void EndToEndTest::ExpectTree(const Lines& expected, int line, const char* file)
         Lines whole = FileTree::describe(xml, uninstaller + "/Contents/",
                                          [](const auto& path) { return path.extension() != ".xml"; });
         std::transform(bundle.begin(), bundle.end(), std::back_inserter(whole),
-                       [&path = uninstaller](const std::string& entry) { return path + "/" + entry; });
+                       [path = uninstaller + "/"](const std::string& entry) { return path + entry; });
         std::sort(whole.begin(), whole.end());
-        collapse(actual, uninstaller + "/", whole, uninstaller + ": uninstaller of " + id);
+        collapse(actual, uninstaller + "/", whole, std::string(uninstaller).append(": uninstaller of ").append(id));
     }
     const std::string recordPath = std::string(statusFolder) + "/InstallationStatusFile.xml";
     if (root().exists(recordPath)) {

@@ -47,7 +47,7 @@ void describeInto(const fs::path& folder, const std::string& prefix,
         } else if (fs::is_directory(status)) {
             const std::string mode = modeText(status.permissions(), 0755);
             if (!mode.empty() || fs::is_empty(entry.path())) {
-                lines.push_back(name + "/" + mode);
+                lines.push_back(std::string(name).append("/").append(mode));
             }
             describeInto(entry.path(), name + "/", bSkip, lines);
         } else if (fs::is_regular_file(status)) {

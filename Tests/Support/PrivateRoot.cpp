@@ -28,7 +28,7 @@ constexpr bool bAddressSanitizer = false;
 #endif
 
 const char* const script = INSTALLUTILITY_SOURCE_DIR "/Scripts/private-root";
-const fs::path templateFolder = INSTALLUTILITY_PRIVATE_ROOT_TEMPLATE;
+const char* const templateFolder = INSTALLUTILITY_PRIVATE_ROOT_TEMPLATE;
 
 void mustSucceed(const std::vector<std::string>& command) {
     const ProgramResult result = runProgram(command);
@@ -41,9 +41,9 @@ void mustSucceed(const std::vector<std::string>& command) {
 class TemplateLock {
 public:
     explicit TemplateLock(int kind)
-        : file(open((templateFolder.string() + ".lock").c_str(), O_RDONLY | O_CREAT | O_CLOEXEC, 0644)) {
+        : file(open((std::string(templateFolder) + ".lock").c_str(), O_RDONLY | O_CREAT | O_CLOEXEC, 0644)) {
         if (file < 0 || flock(file, kind) != 0) {
-            throw std::runtime_error("cannot lock " + templateFolder.string());
+            throw std::runtime_error(std::string("cannot lock ") + templateFolder);
         }
     }
     ~TemplateLock() { close(file); }
@@ -60,7 +60,7 @@ fs::path bundleOutside() {
 
 /// Whether the template holds the program and the tools as they are now.
 bool isTemplateCurrent() {
-    const fs::path stamp = templateFolder / "made";
+    const fs::path stamp = fs::path(templateFolder) / "made";
     if (!fs::exists(stamp)) {
         return false;
     }
@@ -72,12 +72,12 @@ bool isTemplateCurrent() {
 
 void makeTemplate() {
     fs::remove_all(templateFolder);
-    const std::string root = templateFolder / "root";
+    const std::string root = fs::path(templateFolder) / "root";
     mustSucceed({script, "make", root});
     fs::create_directories(root + PrivateRoot::installerFolder);
     mustSucceed({script, "add", root, INSTALLUTILITY_PROGRAM, PrivateRoot::program});
     mustSucceed({"cp", "-R", (bundleOutside() / "Contents").string(), root + PrivateRoot::bundle});
-    FileTree::write(templateFolder / "made", "");
+    FileTree::write(fs::path(templateFolder) / "made", "");
 }
 
 /// Tools and libraries are shared by all roots; nothing that runs in them changes these files. All the rest
@@ -92,7 +92,7 @@ void cloneTemplate(const fs::path& root) {
                      *) cp -a "$name" "$2/" || exit 1 ;;
                      esac
                  done)",
-                 "sh", (templateFolder / "root").string(), root.string()});
+                 "sh", (fs::path(templateFolder) / "root").string(), root.string()});
 }
 
 std::map<std::string, std::string> usualEnvironment() {
@@ -162,7 +162,7 @@ std::vector<std::string> PrivateRoot::fullCommand(const std::vector<std::string>
     std::map<std::string, std::string> environment = options.environment;
     environment.merge(usualEnvironment());
     for (const auto& [name, value] : environment) {
-        full.push_back(name + "=" + value);
+        full.push_back(std::string(name).append("=").append(value));
     }
     full.insert(full.end(), command.begin(), command.end());
     return full;
