@@ -28,8 +28,9 @@ Lines linesOf(const std::string& text) {
 bool RecordingMachine::runCommand(const VLString& command) {
     const std::string text = command.ConstData();
     commands.push_back(text);
-    const bool bFails = std::any_of(failing.begin(), failing.end(),
-                                    [&](const std::string& beginning) { return text.rfind(beginning, 0) == 0; });
+    const bool bFails = std::any_of(failing.begin(), failing.end(), [&](const std::string& beginning) {
+        return text.rfind(beginning, 0) == 0;
+    });
     if (bFails) {
         return false;
     }
@@ -79,8 +80,8 @@ const InstallUtility::InstallItem& EngineTest::item(const std::string& branch) c
 }
 
 bool EngineTest::copyBranch(const std::string& branch) {
-    return engine.copyFilesRecursively(VLString(), sourceOf(branch), node(branch), branch.c_str(), item(branch),
-                                       false);
+    return engine.copyFilesRecursively(VLString(), sourceOf(branch), node(branch), branch.c_str(),
+                                       item(branch), false);
 }
 
 Lines EngineTest::install(const ProductBuilder& product) {
@@ -118,11 +119,12 @@ Lines EngineTest::commands() {
 }
 
 void EngineTest::answerAlerts(const std::string& body) {
-    const std::string record = "for argument; do case $argument in --title=*) printf '%s: ' \"${argument#*=}\" ;; "
-                               "--text=*) echo \"${argument#*=}\" ;; esac; done >>\"" +
-                               at("helpers/alerts") + "\"\n";
-    FileTree::write(at("helpers/zenity"), "#!/bin/sh\ncd '" + folder.path().string() + "'\n" + record + body + "\n",
-                    0755);
+    const std::string record =
+        "for argument; do case $argument in --title=*) printf '%s: ' \"${argument#*=}\" ;; "
+        "--text=*) echo \"${argument#*=}\" ;; esac; done >>\"" +
+        at("helpers/alerts") + "\"\n";
+    FileTree::write(at("helpers/zenity"),
+                    "#!/bin/sh\ncd '" + folder.path().string() + "'\n" + record + body + "\n", 0755);
     const std::string path = std::getenv("PATH"); // NOLINT(concurrency-mt-unsafe): one thread
     alertEnvironment.push_back(std::make_unique<ScopedEnvironment>("PATH", at("helpers") + ":" + path));
     alertEnvironment.push_back(std::make_unique<ScopedEnvironment>("DISPLAY", ":none"));

@@ -8,13 +8,14 @@
 #include "Utility/InstallUtility/InstallUtility.h"
 
 #include <gtest/gtest.h>
+
 #include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
-/// The machine itself, but for three things: it remembers the commands, fails those that it is told to, and runs
-/// none that would touch the machine's own /Applications.
+/// The machine itself, but for three things: it remembers the commands, fails those that it is told to, and
+/// runs none that would touch the machine's own /Applications.
 class RecordingMachine : public FileSystemAccess {
 public:
     bool runCommand(const VLString& command) override;
@@ -50,7 +51,8 @@ protected:
     /// The copy of one branch as the install run begins it.
     bool copyBranch(const std::string& branch);
 
-    /// What an install does between preparation and the uninstaller, and an uninstall between the two; the log.
+    /// What an install does between preparation and the uninstaller, and an uninstall between the two; the
+    /// log.
     Lines install(const ProductBuilder& product);
     Lines uninstall(const ProductBuilder& product);
 
