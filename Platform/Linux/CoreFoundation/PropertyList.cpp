@@ -157,7 +157,8 @@ CFPropertyListRef CFPropertyListCreateFromXMLData(CFAllocatorRef, CFDataRef data
         *errorText =
             result == nullptr ? createString("This is not a property list that can be read.") : nullptr;
     }
-    return result;
+    return result; // NOLINT(clang-analyzer-osx.cocoa.RetainCount): it does not know how these objects are
+                   // made
 }
 
 CFDataRef CFPropertyListCreateXMLData(CFAllocatorRef, CFPropertyListRef propertyList) {

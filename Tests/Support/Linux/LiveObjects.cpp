@@ -1,0 +1,7 @@
+#include "Platform/Linux/CoreFoundation/LiveObjects.h"
+
+#include "Tests/Support/LiveObjects.h"
+
+std::size_t liveObjects() {
+    return liveCoreFoundationObjects();
+}
