@@ -1,5 +1,6 @@
 #include "Foundation/SimpleLog.h"
 #include "Platform/PlatformServices.h"
+#include "Platform/UnansweredAlert.h"
 
 #include <cctype>
 #include <cerrno>
@@ -31,12 +32,17 @@ std::vector<char*> pointersTo(std::vector<std::string>& texts) {
     return pointers;
 }
 
-/// This process's environment without the variables that change zenity's exit statuses.
+/// This process's environment without the variables that change zenity's exit statuses, and with UTF-8 as the
+/// encoding of its arguments: in the "C" locale zenity refuses all but ASCII.
 std::vector<std::string> zenityEnvironment() {
-    std::vector<std::string> result;
+    std::vector<std::string> result = {"LC_CTYPE=C.UTF-8"};
     for (char** entry = environ; *entry != nullptr; ++entry) {
         const std::string_view variable(*entry);
-        if (variable.rfind("ZENITY_", 0) != 0 && variable.rfind("DIALOG_", 0) != 0) {
+        bool bKeep = true;
+        for (const std::string_view unwanted : {"ZENITY_", "DIALOG_", "LC_ALL=", "LC_CTYPE="}) {
+            bKeep = bKeep && variable.substr(0, unwanted.size()) != unwanted;
+        }
+        if (bKeep) {
             result.emplace_back(variable);
         }
     }
@@ -129,12 +135,6 @@ std::optional<bool> askInTerminal(const VLString& title, const VLString& text) {
     }
 }
 
-void logUnasked(const VLString& title, const VLString& text) {
-    // The log formats a line a second time, where "%%" becomes "%".
-    const VLString line = (title + ": " + text).Replace("%", "%%");
-    SimpleLog::printLog(SimpleLog::Warning, __FILE__, __FUNCTION__, __LINE__, "%s", line.ConstData());
-}
-
 } // namespace
 
 bool PlatformServices::ShowRetryCancelAlert(const VLString& title, const VLString& text) {
@@ -143,7 +143,7 @@ bool PlatformServices::ShowRetryCancelAlert(const VLString& title, const VLStrin
         answer = askInTerminal(title, text);
     }
     if (!answer) {
-        logUnasked(title, text);
+        logUnansweredAlert(title, text);
     }
     return answer.value_or(false);
 }

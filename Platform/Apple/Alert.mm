@@ -1,0 +1,49 @@
+#include "Platform/PlatformServices.h"
+#include "Platform/UnansweredAlert.h"
+
+#import <AppKit/AppKit.h>
+#import <CoreGraphics/CoreGraphics.h>
+
+namespace {
+
+/// Whether this process belongs to the session of a user who has logged in to the windows. It does not at the
+/// login window, over ssh, and for a program that device management starts.
+bool hasWindowSession() {
+    CFDictionaryRef session = CGSessionCopyCurrentDictionary();
+    if (session == nullptr) {
+        return false;
+    }
+    const bool bLoggedIn = CFDictionaryGetValue(session, kCGSessionLoginDoneKey) == kCFBooleanTrue;
+    CFRelease(session);
+    return bLoggedIn;
+}
+
+NSInteger runAlert(NSString* title, NSString* text) {
+    // An alert can only be made once there is an application.
+    [NSApplication sharedApplication];
+    // Deprecated, and without a replacement that answers with NSAlertDefaultReturn.
+#pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Wdeprecated-declarations"
+    NSAlert* alert = [NSAlert alertWithMessageText:title
+                                     defaultButton:@"Retry"
+                                   alternateButton:@"Cancel"
+                                       otherButton:nil
+                         informativeTextWithFormat:@"%@", text];
+#pragma clang diagnostic pop
+    return [alert runModal];
+}
+
+} // namespace
+
+bool PlatformServices::ShowRetryCancelAlert(const VLString& title, const VLString& text) {
+    @autoreleasepool {
+        constexpr NSInteger defaultButton = 1;
+        NSString* titleString = [NSString stringWithUTF8String:title.ConstData()];
+        NSString* textString = [NSString stringWithUTF8String:text.ConstData()];
+        if (titleString == nil || textString == nil || !hasWindowSession()) {
+            logUnansweredAlert(title, text);
+            return false;
+        }
+        return runAlert(titleString, textString) == defaultButton;
+    }
+}

@@ -1,0 +1,26 @@
+// The maker for macOS over GNUstep, as far as GNUstep behaves like the framework.
+
+#include "Tests/Contract/MakerDifferences.h"
+
+namespace {
+
+MakerDifferences differencesOfGNUstep() {
+    MakerDifferences differences;
+    differences.bOtherBundleLayout = true;
+    differences.bFileCountsAsFolder = true;
+    differences.bCopiedLinkOpensItsTarget = true;
+    differences.bCopyFollowsADanglingLink = true;
+    differences.bCopiedLinkHasANewTime = true;
+    return differences;
+}
+
+} // namespace
+
+const MakerDifferences makerDifferences = differencesOfGNUstep();
+
+/// GNUstep's classes keep some 10 kB for as long as the program runs.
+// NOLINTNEXTLINE(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): the leak sanitizer asks for it by
+// name
+extern "C" int __lsan_is_turned_off() {
+    return 1;
+}

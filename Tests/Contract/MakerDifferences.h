@@ -1,0 +1,19 @@
+#pragma once
+
+/// What the maker of PlatformServices under test does otherwise than its contract says. The contract tests
+/// expect exactly this, so that nothing is passed over.
+struct MakerDifferences {
+    /// MainBundlePath does not know the layout "X.app/Contents/MacOS".
+    bool bOtherBundleLayout = false;
+    /// CreateFolder gives true over an existing file, and does nothing.
+    bool bFileCountsAsFolder = false;
+    /// CopyItem of a link to something that exists gives that something mode 0777.
+    bool bCopiedLinkOpensItsTarget = false;
+    /// CopyItem of a file onto a dangling link gives true, and makes the link's target.
+    bool bCopyFollowsADanglingLink = false;
+    /// CopyItem gives a link the time of the copy.
+    bool bCopiedLinkHasANewTime = false;
+};
+
+/// Each program of contract tests defines its own.
+extern const MakerDifferences makerDifferences;

@@ -1,0 +1,3 @@
+#include "Tests/Contract/MakerDifferences.h"
+
+const MakerDifferences makerDifferences{};

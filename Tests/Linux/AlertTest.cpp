@@ -1,0 +1,464 @@
+// The Retry/Cancel alert, shown by a program of its own in a terminal, with a program in place of zenity, and
+// with zenity itself.
+
+#include "Tests/Support/RunProgram.h"
+#include "Tests/Support/TemporaryDirectory.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <map>
+#include <poll.h>
+#include <pty.h>
+#include <sstream>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+
+constexpr int retry = 10;
+constexpr int cancel = 11;
+const std::string question = "[R]etry or [C]ancel: ";
+/// Text that something on the way might take for a format, an option, markup or a command.
+const std::string awkward = "--help 100% %% %s %n \"a\" 'b' <b>c</b> &amp; $(touch x) `touch x` \\n -x";
+
+std::string withoutCarriageReturns(std::string text) {
+    text.erase(std::remove(text.begin(), text.end(), '\r'), text.end());
+    return text;
+}
+
+/// A program whose terminal this is.
+class Terminal {
+public:
+    explicit Terminal(const std::function<void()>& program) {
+        child = forkpty(&screen, nullptr, nullptr, nullptr);
+        if (child == 0) {
+            program();
+            _exit(127);
+        }
+    }
+    Terminal(const Terminal&) = delete;
+    Terminal& operator=(const Terminal&) = delete;
+    ~Terminal() {
+        if (child > 0) {
+            kill(child, SIGKILL);
+            waitpid(child, nullptr, 0);
+        }
+        close(screen);
+    }
+
+    void type(const std::string& keys) {
+        EXPECT_EQ(write(screen, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
+    }
+    /// Waits until `text` is on the screen `times` times.
+    bool waitFor(const std::string& text, int times = 1) {
+        while (count(text) < times) {
+            if (!readMore()) {
+                return false;
+            }
+        }
+        return true;
+    }
+    /// The program's exit status; -1 when a signal ended it. Reads all that it prints.
+    int exitStatus() {
+        while (readMore()) {
+        }
+        int status = 0;
+        EXPECT_EQ(waitpid(child, &status, 0), child);
+        child = -1;
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+    std::string text() const { return withoutCarriageReturns(shown); }
+
+private:
+    int count(const std::string& text) const {
+        int found = 0;
+        for (auto at = shown.find(text); at != std::string::npos; at = shown.find(text, at + 1)) {
+            ++found;
+        }
+        return found;
+    }
+    /// False at the end of the program, and when it prints nothing for long.
+    bool readMore() {
+        constexpr int patience = 20'000;
+        pollfd waiting{screen, POLLIN, 0};
+        char buffer[4096];
+        if (poll(&waiting, 1, patience) <= 0) {
+            return false;
+        }
+        const ssize_t size = read(screen, buffer, sizeof buffer);
+        if (size > 0) {
+            shown.append(buffer, static_cast<std::size_t>(size));
+        }
+        return size > 0;
+    }
+
+    int screen = -1;
+    pid_t child = -1;
+    std::string shown;
+};
+
+using Environment = std::map<std::string, std::string>;
+
+[[noreturn]] void execAlert(const std::string& title, const std::string& text, const Environment& variables) {
+    clearenv(); // NOLINT(concurrency-mt-unsafe): a new process
+    for (const auto& [name, value] : variables) {
+        setenv(name.c_str(), value.c_str(), 1); // NOLINT(concurrency-mt-unsafe)
+    }
+    execl(SHOW_ALERT_PROGRAM, "ShowAlert", title.c_str(), text.c_str(), nullptr);
+    _exit(127);
+}
+
+Terminal alertInTerminal(const std::string& text = "text", const Environment& variables = {}) {
+    return Terminal([&] { execAlert("title", text, variables); });
+}
+
+ProgramResult alertWithoutTerminal(const std::string& text, const Environment& variables = {},
+                                   const std::string& input = "r\n") {
+    ProgramOptions options;
+    options.environment = variables;
+    options.standardInput = input;
+    return runProgram({SHOW_ALERT_PROGRAM, "title", text}, options);
+}
+
+// Terminal
+
+TEST(AlertInTerminal, ShowsTitleTextAndQuestion) {
+    Terminal terminal = alertInTerminal();
+    ASSERT_TRUE(terminal.waitFor(question));
+    EXPECT_EQ(terminal.text(), "title\ntext\n" + question);
+    terminal.type("r\n");
+    EXPECT_EQ(terminal.exitStatus(), retry);
+}
+
+TEST(AlertInTerminal, TakesLettersAndWordsInAnyCase) {
+    const std::pair<const char*, int> answers[] = {{"r", retry},       {"R", retry},      {"retry", retry},
+                                                   {"RETRY", retry},   {"c", cancel},     {"C", cancel},
+                                                   {"cancel", cancel}, {"Cancel", cancel}};
+    for (const auto& [answer, status] : answers) {
+        Terminal terminal = alertInTerminal();
+        ASSERT_TRUE(terminal.waitFor(question));
+        terminal.type(std::string(answer) + "\n");
+        EXPECT_EQ(terminal.exitStatus(), status) << answer;
+    }
+}
+
+TEST(AlertInTerminal, AsksAgainOnAnythingElse) {
+    Terminal terminal = alertInTerminal();
+    int asked = 1;
+    for (const char* answer : {"", "x", "yes", "retry please", " r", "rr", "0"}) {
+        ASSERT_TRUE(terminal.waitFor(question, asked++));
+        terminal.type(std::string(answer) + "\n");
+    }
+    ASSERT_TRUE(terminal.waitFor(question, asked));
+    terminal.type("r\n");
+    EXPECT_EQ(terminal.exitStatus(), retry);
+}
+
+TEST(AlertInTerminal, EndOfInputIsCancel) {
+    Terminal terminal = alertInTerminal();
+    ASSERT_TRUE(terminal.waitFor(question));
+    terminal.type("\x04");
+    EXPECT_EQ(terminal.exitStatus(), cancel);
+    EXPECT_EQ(terminal.text(), "title\ntext\n" + question + "\n");
+}
+
+TEST(AlertInTerminal, InterruptEndsTheProgram) {
+    Terminal terminal = alertInTerminal();
+    ASSERT_TRUE(terminal.waitFor(question));
+    terminal.type("\x03");
+    EXPECT_EQ(terminal.exitStatus(), -1);
+}
+
+TEST(AlertInTerminal, ShowsTheTextAsItIs) {
+    Terminal terminal = alertInTerminal(awkward);
+    ASSERT_TRUE(terminal.waitFor(question));
+    EXPECT_EQ(terminal.text(), "title\n" + awkward + "\n" + question);
+}
+
+TEST(AlertInTerminal, LeavesInputBehindTheAnswerToOthers) {
+    Terminal terminal([] {
+        execl("/bin/sh", "sh", "-c", "\"$1\" title text; read rest; echo \"rest=$rest\"", "sh",
+              SHOW_ALERT_PROGRAM, nullptr);
+    });
+    ASSERT_TRUE(terminal.waitFor(question));
+    terminal.type("c\nmore\n");
+    EXPECT_EQ(terminal.exitStatus(), 0);
+    EXPECT_THAT(terminal.text(), HasSubstr("rest=more\n"));
+}
+
+TEST(AlertInTerminal, BackgroundProcessIsNotAsked) {
+    Terminal terminal([] {
+        const pid_t background = fork();
+        if (background == 0) {
+            setpgid(0, 0);
+            execAlert("title", "text", {});
+        }
+        int status = 0;
+        while (waitpid(background, &status, WUNTRACED) < 0 && errno == EINTR) {
+        }
+        kill(background, SIGKILL);
+        _exit(WIFEXITED(status) ? WEXITSTATUS(status) : 1);
+    });
+    EXPECT_EQ(terminal.exitStatus(), cancel);
+    EXPECT_EQ(terminal.text(), "Warning: title: text\n");
+}
+
+TEST(AlertInTerminal, IsNotAskedWhenOnlyOneOfInputAndOutputIsATerminal) {
+    for (const char* redirection : {"</dev/null", ">output"}) {
+        TemporaryDirectory folder;
+        Terminal terminal([&] {
+            const std::string command = std::string("\"$1\" title text ") + redirection;
+            if (chdir(folder.path().c_str()) == 0) {
+                execl("/bin/sh", "sh", "-c", command.c_str(), "sh", SHOW_ALERT_PROGRAM, nullptr);
+            }
+        });
+        EXPECT_EQ(terminal.exitStatus(), cancel) << redirection;
+        EXPECT_THAT(terminal.text(), Not(HasSubstr(question))) << redirection;
+    }
+}
+
+// Nobody to ask
+
+TEST(AlertWithoutTerminal, IsOneLogLineAndCancel) {
+    const auto result = alertWithoutTerminal("text");
+    EXPECT_EQ(result.exitStatus, cancel);
+    EXPECT_EQ(result.standardOutput, "Warning: title: text\n");
+    EXPECT_EQ(result.standardError, "");
+}
+
+TEST(AlertWithoutTerminal, LogsTheTextAsItIs) {
+    EXPECT_EQ(alertWithoutTerminal(awkward).standardOutput, "Warning: title: " + awkward + "\n");
+}
+
+// A program in place of zenity, which records how it was called
+
+class AlertInDialog : public testing::Test {
+protected:
+    void SetUp() override { setZenity("exit 0"); }
+
+    void setZenity(const std::string& commands) {
+        const fs::path program = folder.path() / "zenity";
+        std::ofstream(program) << "#!/bin/sh\n"
+                                  "printf '%s\\n' \"$@\" >\"${0%/*}/arguments\"\n"
+                                  "env >\"${0%/*}/environment\"\n"
+                                  "echo output of the dialog\n"
+                               << commands << "\n";
+        fs::permissions(program, fs::perms::owner_all);
+    }
+    Environment environment() const {
+        return {{"PATH", folder.path().string() + ":/usr/bin:/bin"}, {"DISPLAY", ":77"}};
+    }
+    bool wasCalled() const { return fs::exists(folder.path() / "arguments"); }
+    std::string recorded(const std::string& name) const {
+        std::ifstream file(folder.path() / name);
+        std::ostringstream text;
+        text << file.rdbuf();
+        return text.str();
+    }
+
+    TemporaryDirectory folder;
+};
+
+TEST_F(AlertInDialog, OnlyExitStatusZeroIsRetry) {
+    for (const auto& [status, answer] :
+         {std::pair{0, retry}, {1, cancel}, {2, cancel}, {5, cancel}, {254, cancel}}) {
+        setZenity("exit " + std::to_string(status));
+        const auto result = alertWithoutTerminal("text", environment());
+        EXPECT_EQ(result.exitStatus, answer) << status;
+        EXPECT_EQ(result.standardOutput, "") << status;
+    }
+}
+
+TEST_F(AlertInDialog, TextIsDataInOneArgument) {
+    alertWithoutTerminal(awkward, environment());
+    EXPECT_EQ(recorded("arguments"),
+              "--question\n--title=title\n--text=" + awkward +
+                  "\n--ok-label=Retry\n--cancel-label=Cancel\n--no-markup\n--width=420\n");
+    EXPECT_FALSE(fs::exists(folder.path() / "x"));
+}
+
+TEST_F(AlertInDialog, VariablesThatChangeExitStatusesAreUnset) {
+    Environment variables = environment();
+    variables.insert(
+        {{"ZENITY_OK", "1"}, {"ZENITY_CANCEL", "0"}, {"DIALOG_OK", "1"}, {"OTHER_ZENITY_X", "kept"}});
+    alertWithoutTerminal("text", variables);
+    EXPECT_THAT(recorded("environment"), Not(HasSubstr("ZENITY_OK")));
+    EXPECT_THAT(recorded("environment"), Not(HasSubstr("ZENITY_CANCEL")));
+    EXPECT_THAT(recorded("environment"), Not(HasSubstr("DIALOG_OK")));
+    EXPECT_THAT(recorded("environment"), HasSubstr("OTHER_ZENITY_X=kept\n"));
+    EXPECT_THAT(recorded("environment"), HasSubstr("DISPLAY=:77\n"));
+}
+
+TEST_F(AlertInDialog, TextIsUtf8WhateverTheLocale) {
+    Environment variables = environment();
+    variables.insert({{"LC_ALL", "C"}, {"LC_CTYPE", "POSIX"}, {"LANG", "C"}});
+    alertWithoutTerminal("text", variables);
+    EXPECT_THAT(recorded("environment"), HasSubstr("LC_CTYPE=C.UTF-8\n"));
+    EXPECT_THAT(recorded("environment"), Not(HasSubstr("LC_ALL")));
+    EXPECT_THAT(recorded("environment"), Not(HasSubstr("POSIX")));
+}
+
+TEST_F(AlertInDialog, NeedsADisplay) {
+    const std::pair<Environment, bool> cases[] = {
+        {{}, false},
+        {{{"DISPLAY", ""}}, false},
+        {{{"DISPLAY", ""}, {"WAYLAND_DISPLAY", ""}}, false},
+        {{{"DISPLAY", ":77"}}, true},
+        {{{"WAYLAND_DISPLAY", "wayland-0"}}, true},
+    };
+    for (auto [variables, bCalled] : cases) {
+        fs::remove(folder.path() / "arguments");
+        variables["PATH"] = environment()["PATH"];
+        EXPECT_EQ(alertWithoutTerminal("text", variables).exitStatus, bCalled ? retry : cancel);
+        EXPECT_EQ(wasCalled(), bCalled);
+    }
+}
+
+TEST_F(AlertInDialog, FailureGoesOnToTheTerminal) {
+    for (const char* failure : {"exit 255", "exit 126", "exit 127", "kill -KILL $$", "kill -TERM $$"}) {
+        setZenity(failure);
+        Terminal terminal = alertInTerminal("text", environment());
+        ASSERT_TRUE(terminal.waitFor(question)) << failure;
+        terminal.type("r\n");
+        EXPECT_EQ(terminal.exitStatus(), retry) << failure;
+        EXPECT_TRUE(wasCalled());
+    }
+}
+
+TEST_F(AlertInDialog, FailureWithoutATerminalIsALogLineAndCancel) {
+    setZenity("exit 255");
+    const auto result = alertWithoutTerminal("text", environment());
+    EXPECT_EQ(result.exitStatus, cancel);
+    EXPECT_EQ(result.standardOutput, "Warning: title: text\n");
+}
+
+TEST_F(AlertInDialog, MissingOrUnusableProgramGoesOn) {
+    fs::remove(folder.path() / "zenity");
+    Environment variables = environment();
+    variables["PATH"] = folder.path().string();
+    EXPECT_EQ(alertWithoutTerminal("text", variables).standardOutput, "Warning: title: text\n");
+    std::ofstream(folder.path() / "zenity") << "not executable";
+    EXPECT_EQ(alertWithoutTerminal("text", variables).standardOutput, "Warning: title: text\n");
+}
+
+TEST_F(AlertInDialog, AnswerOfTheDialogIsFinalInATerminalToo) {
+    setZenity("exit 1");
+    Terminal terminal = alertInTerminal("text", environment());
+    EXPECT_EQ(terminal.exitStatus(), cancel);
+    EXPECT_EQ(terminal.text(), "");
+}
+
+// zenity itself, on a virtual screen
+
+bool hasProgram(const std::string& name) {
+    return runProgram({"sh", "-c", "command -v " + name}).exitStatus == 0;
+}
+
+/// An Xvfb on a display of its own choosing.
+class VirtualScreen {
+public:
+    VirtualScreen() {
+        int ready[2];
+        if (pipe(ready) != 0) {
+            return;
+        }
+        server = fork();
+        if (server == 0) {
+            const std::string descriptor = std::to_string(ready[1]);
+            execlp("Xvfb", "Xvfb", "-displayfd", descriptor.c_str(), "-screen", "0", "800x600x24",
+                   "-nolisten", "tcp", nullptr);
+            _exit(127);
+        }
+        close(ready[1]);
+        char c = '\0';
+        while (read(ready[0], &c, 1) == 1 && c != '\n') {
+            number += c;
+        }
+        close(ready[0]);
+    }
+    VirtualScreen(const VirtualScreen&) = delete;
+    VirtualScreen& operator=(const VirtualScreen&) = delete;
+    ~VirtualScreen() {
+        kill(server, SIGTERM);
+        waitpid(server, nullptr, 0);
+    }
+
+    bool isUp() const { return !number.empty(); }
+    std::string name() const { return ":" + number; }
+
+private:
+    pid_t server = -1;
+    std::string number;
+};
+
+/// Presses `key` in the window titled "title" until the program with the alert has ended.
+ProgramResult pressInZenity(const std::string& key, const std::string& text, const Environment& more = {}) {
+    const VirtualScreen screen;
+    EXPECT_TRUE(screen.isUp());
+    TemporaryDirectory home;
+    Environment variables = {{"PATH", std::getenv("PATH")}, // NOLINT(concurrency-mt-unsafe)
+                             {"DISPLAY", screen.name()},
+                             {"HOME", home.path().string()}};
+    variables.insert(more.begin(), more.end());
+    const std::string script =
+        "\"$1\" title \"$2\" & alert=$!\n"
+        "while kill -0 $alert 2>/dev/null; do\n"
+        "  window=$(xdotool search --onlyvisible --name '^title$' 2>/dev/null | head -n 1)\n"
+        "  if [ -n \"$window\" ]; then\n"
+        "    xdotool windowfocus \"$window\" key \"$3\" 2>/dev/null\n"
+        "  fi\n"
+        "  sleep 0.2\n"
+        "done\n"
+        "wait $alert\n";
+    ProgramOptions options;
+    options.environment = variables;
+    return runProgram({"sh", "-c", script, "sh", SHOW_ALERT_PROGRAM, text, key}, options);
+}
+
+#define SKIP_WITHOUT_ZENITY_AND_A_SCREEN()                                                                   \
+    for (const char* program : {"zenity", "Xvfb", "xdotool"}) {                                              \
+        if (!hasProgram(program)) {                                                                          \
+            GTEST_SKIP() << program << " is not installed";                                                  \
+        }                                                                                                    \
+    }                                                                                                        \
+    static_assert(true)
+
+TEST(AlertInZenity, ReturnIsRetryAndEscapeIsCancel) {
+    SKIP_WITHOUT_ZENITY_AND_A_SCREEN();
+    EXPECT_EQ(pressInZenity("Return", "text").exitStatus, retry);
+    EXPECT_EQ(pressInZenity("Escape", "text").exitStatus, cancel);
+}
+
+TEST(AlertInZenity, VariablesDoNotChangeTheAnswer) {
+    SKIP_WITHOUT_ZENITY_AND_A_SCREEN();
+    EXPECT_EQ(pressInZenity("Escape", "text", {{"ZENITY_ESC", "0"}, {"ZENITY_CANCEL", "0"}}).exitStatus,
+              cancel);
+    EXPECT_EQ(pressInZenity("Return", "text", {{"ZENITY_OK", "1"}}).exitStatus, retry);
+}
+
+TEST(AlertInZenity, AwkwardTextIsShown) {
+    SKIP_WITHOUT_ZENITY_AND_A_SCREEN();
+    for (const std::string& text :
+         {awkward, std::string("<b>not closed"), std::string("caf\xC3\xA9 \xE4\xB8\xAD")}) {
+        const auto result = pressInZenity("Return", text);
+        EXPECT_EQ(result.exitStatus, retry) << text;
+        EXPECT_THAT(result.standardError, Not(HasSubstr("markup"))) << text;
+    }
+}
+
+} // namespace
