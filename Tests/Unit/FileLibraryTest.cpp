@@ -280,7 +280,7 @@ TEST(FileLibrary, WhatWasPrintedBeforeComesOutBeforeTheCommandsOutput) {
     CapturedStdout captured(CapturedStdout::Into::Pipe);
     SimpleLog::printText("first\n");
     EXPECT_TRUE(FileLibrary::RemoveFile("x"));
-    std::fputs("still in the buffer\n", stdout);
+    ASSERT_NE(std::fputs("still in the buffer\n", stdout), EOF);
     EXPECT_TRUE(FileLibrary::RemoveFile("x"));
     SimpleLog::printLog(SimpleLog::Info, "", "", 0, "last");
     EXPECT_EQ(captured.text(), "first\nfrom rm\nstill in the buffer\nfrom rm\nlast\n");
@@ -288,7 +288,7 @@ TEST(FileLibrary, WhatWasPrintedBeforeComesOutBeforeTheCommandsOutput) {
 
 TEST(Exec, WhatWasPrintedBeforeIsOutWhenTheCommandRuns) {
     CapturedStdout captured(CapturedStdout::Into::Pipe);
-    std::fputs("before", stdout);
+    ASSERT_NE(std::fputs("before", stdout), EOF);
     EXPECT_EQ(outputOf("true"), "");
     EXPECT_EQ(captured.unbufferedText(), "before");
 }
@@ -1137,12 +1137,14 @@ TEST(FileSystemAccess, FindsProgramsInAllFoldersOfTheSearchPath) {
     FileSystemAccess& machine = FileSystemAccess::current();
     const std::string a = (folder.path() / "a").string();
     const std::string b = (folder.path() / "b").string();
-    for (const std::string& path : {b, a + ":" + b, b + "/:" + a, "::" + b + ":", "relative:" + b}) {
-        const ScopedEnvironment search("PATH", path);
-        EXPECT_TRUE(machine.hasProgram("program")) << path;
-        EXPECT_FALSE(machine.hasProgram("document")) << path;
-        EXPECT_FALSE(machine.hasProgram("folder")) << path;
-        EXPECT_FALSE(machine.hasProgram("missing")) << path;
+    for (const char* pattern : {"$b", "$a:$b", "$b/:$a", "::$b:", "relative:$b"}) {
+        SCOPED_TRACE(pattern);
+        const VLString path = VLString(pattern).Replace("$a", a.c_str()).Replace("$b", b.c_str());
+        const ScopedEnvironment search("PATH", path.ConstData());
+        EXPECT_TRUE(machine.hasProgram("program"));
+        EXPECT_FALSE(machine.hasProgram("document"));
+        EXPECT_FALSE(machine.hasProgram("folder"));
+        EXPECT_FALSE(machine.hasProgram("missing"));
     }
     const ScopedEnvironment search("PATH", a);
     EXPECT_FALSE(machine.hasProgram("program"));
