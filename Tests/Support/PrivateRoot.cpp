@@ -141,6 +141,7 @@ PrivateRoot::PrivateRoot() {
 }
 
 void PrivateRoot::write(const std::string& path, const std::string& content, unsigned mode) const {
+    fs::remove(outside(path)); // a tool's file is shared with other roots and must not be written to
     FileTree::write(outside(path), content, mode);
 }
 
