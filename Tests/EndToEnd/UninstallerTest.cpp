@@ -1,0 +1,390 @@
+#include "Tests/Support/EndToEndTest.h"
+
+namespace {
+
+class Uninstaller : public EndToEndTest {
+protected:
+    static ProductBuilder product(const std::string& id = "ALPHA", const std::string& name = "Alpha") {
+        return ProductBuilder(id, name)
+            .target("VorlaneFX", statusFolder)
+            .file("VorlaneFX/shared", "S")
+            .file("VorlaneFX/" + id, id);
+    }
+    static std::string shared(const std::string& path) { return std::string(statusFolder) + "/" + path; }
+    static std::string cannotRemove(const std::string& name) {
+        return "Error: Cannot remove file '" + shared(name) + "'";
+    }
+    static std::string inside(const ProductBuilder& product, const std::string& path) {
+        return uninstallerOf(product) + "/Contents/" + path;
+    }
+
+    /// Puts a program of that name before those of the machine; see `shimmed`. It notes its name and
+    /// arguments.
+    void shim(const std::string& name, const std::string& body) {
+        root().write("/tools/" + name, "#!/bin/sh\necho \"" + name + " $*\" >>/tools/calls\n" + body + "\n",
+                     0755);
+    }
+    static Options shimmed() {
+        Options options;
+        options.environment["PATH"] = "/tools:/usr/bin:/bin";
+        return options;
+    }
+    /// The calls noted, with the launcher's private folder as "WORK".
+    Lines calls() {
+        ProgramResult result;
+        result.standardOutput = root().exists("/tools/calls") ? root().read("/tools/calls") : "";
+        Lines lines = logLines(result);
+        for (std::string& line : lines) {
+            for (std::size_t at = 0; (at = line.find("/tmp/InstallUtility.")) != std::string::npos;) {
+                line.replace(at, std::string("/tmp/InstallUtility.XXXXXX").size(), "WORK");
+            }
+        }
+        root().remove("/tools");
+        return lines;
+    }
+
+    const std::string emptyStatusFolder = std::string(statusFolder) + "/";
+};
+
+} // namespace
+
+// Opening it
+
+TEST_F(Uninstaller, TwoProductsLeaveOneAfterTheOtherAndNothingOfThemIsLeft) {
+    const ProductBuilder alpha = product();
+    const ProductBuilder beta = product("BETA", "Beta");
+    Install(alpha);
+    Install(beta);
+    root().remove(PrivateRoot::installerFolder); // what an uninstaller needs lies in itself
+
+    ProgramResult result = OpenUninstaller(alpha);
+    ExpectSuccess(result);
+    ExpectLog(result, {cannotRemove("ALPHA")});
+    EXPECT_FALSE(root().exists(uninstallerOf(alpha)));
+    EXPECT_TRUE(root().exists(uninstallerOf(beta)));
+    ExpectCounts({"product BETA, Beta, 1.0.0.100", "VorlaneFX 1", "VorlaneFX/shared 1, 1.0.0.100",
+                  "VorlaneFX/BETA 1, 1.0.0.100"});
+
+    result = OpenUninstaller(beta);
+    ExpectSuccess(result);
+    ExpectLog(result, {cannotRemove("shared"), cannotRemove("BETA")});
+    EXPECT_EQ(FileTree::difference({"/Applications/", emptyStatusFolder, "/Library/Preferences/",
+                                    "/Users/anna/Library/Preferences/", "/tmp/ 1777"},
+                                   root().tree()),
+              "");
+}
+
+TEST_F(Uninstaller, HandsItsArgumentsOn) {
+    Install(product());
+    const ProgramResult result = OpenUninstaller(product(), {"-v"});
+    ExpectSuccess(result);
+    ExpectLog(result, {"DEBUG: Delete '" + shared("shared") + "'", cannotRemove("shared"),
+                       "DEBUG: Delete '" + shared("ALPHA") + "'", cannotRemove("ALPHA")});
+}
+
+TEST_F(Uninstaller, PassesTheExitStatusOnAndCleansUp) {
+    Install(product());
+    root().write(inside(product(), "MacOS/InstallUtility"), "#!/bin/sh\nexit 42\n", 0755);
+    const ProgramResult result = OpenUninstaller(product());
+    EXPECT_EQ(result.exitStatus, 42);
+    EXPECT_EQ(root().tree("/tmp"), Lines());
+}
+
+TEST_F(Uninstaller, FailedUninstallFailsAndItIsGoneAllTheSame) {
+    Install(product());
+    root().write(inside(product(), "target_path.xml"), "<root");
+    const ProgramResult result = OpenUninstaller(product());
+    EXPECT_EQ(result.exitStatus, 1);
+    ExpectLog(result, {"Error: Can't find node <root> in target paths XML."});
+    EXPECT_FALSE(root().exists("/Applications/Vorlane Uninstallers"));
+    EXPECT_EQ(root().tree("/tmp"), Lines());
+}
+
+TEST_F(Uninstaller, WithoutItsXmlFilesTouchesNothing) {
+    for (const std::string name : {"sku.xml", "target_path.xml"}) {
+        Install(product());
+        root().remove(inside(product(), name));
+        const Lines before = root().tree();
+        const ProgramResult result = OpenUninstaller(product());
+        EXPECT_EQ(result.exitStatus, 1);
+        EXPECT_EQ(result.standardOutput, "");
+        EXPECT_EQ(result.standardError,
+                  "Error: '" + inside(product(), name) +
+                      "' is missing: this is no uninstaller that an install has placed\n");
+        EXPECT_EQ(FileTree::difference(before, root().tree()), "");
+    }
+}
+
+TEST_F(Uninstaller, BundleThatIsNoUninstallerSaysSo) {
+    const ProgramResult result =
+        root().run({std::string(PrivateRoot::bundle) + "/Contents/MacOS/UninstallLauncher"});
+    EXPECT_EQ(result.exitStatus, 1);
+    EXPECT_NE(result.standardError.find("this is no uninstaller"), std::string::npos);
+}
+
+TEST_F(Uninstaller, LooksForBareNamesInAnEmptyFolderOfItsOwn) {
+    const ProductBuilder alpha = product().file("Content/note", "N").target("Content", "/Library/Gone");
+    Install(alpha);
+    root().remove("/Library/Gone");
+    root().write("/Users/anna/note", "mine");
+    Options options;
+    options.workingFolder = "/Users/anna";
+    const ProgramResult result = OpenUninstaller(alpha, {}, options);
+    ExpectSuccess(result);
+    ExpectLog(result, {cannotRemove("shared"), cannotRemove("ALPHA"), "Error: Cannot remove file 'note'"});
+    EXPECT_EQ(root().read("/Users/anna/note"), "mine");
+}
+
+TEST_F(Uninstaller, WorksWhenStartedFromItsOwnFolderThroughARelativePath) {
+    Install(product());
+    Options options;
+    options.workingFolder = inside(product(), "MacOS");
+    ExpectSuccess(root().run({"./UninstallLauncher"}, options));
+    EXPECT_FALSE(root().exists("/Applications/Vorlane Uninstallers"));
+}
+
+// Rights
+
+TEST_F(Uninstaller, OnTheMacAsksForRightsThroughADialogAndKeepsTheUsersHome) {
+    Install(product());
+    shim("id", "echo 501");
+    shim("uname", "echo Darwin");
+    // What the script that it is given on standard input tells the system to do.
+    shim("osascript", "cat >/dev/null; cd \"$2/empty\" && HOME=$3 ../InstallUtility -uninstall ../sku.xml "
+                      "../target_path.xml "
+                      "\"$4\" >../log 2>&1; echo $? >\"$2/status\"");
+    const ProgramResult result = OpenUninstaller(product(), {"-v"}, shimmed());
+    ExpectSuccess(result);
+    ExpectLog(result, {"DEBUG: Delete '" + shared("shared") + "'", cannotRemove("shared"),
+                       "DEBUG: Delete '" + shared("ALPHA") + "'", cannotRemove("ALPHA"),
+                       std::string("rmdir: failed to remove '") + statusFolder + "': Directory not empty"});
+    EXPECT_EQ(calls(), (Lines{"id -u", "uname ", "osascript - WORK /Users/anna -v"}));
+    ExpectTree({emptyStatusFolder});
+}
+
+TEST_F(Uninstaller, OnTheMacARefusedDialogIsAFailureAndNothingIsTouched) {
+    Install(product());
+    shim("id", "echo 501");
+    shim("uname", "echo Darwin");
+    shim("osascript", "exit 1");
+    const Lines before = root().tree(statusFolder);
+    EXPECT_EQ(OpenUninstaller(product(), {}, shimmed()).exitStatus, 1);
+    EXPECT_EQ(root().tree(statusFolder), before);
+    EXPECT_TRUE(root().exists(uninstallerOf(product())));
+    EXPECT_EQ(root().tree("/tmp"), Lines());
+}
+
+TEST_F(Uninstaller, OnTheMacPassesTheExitStatusOn) {
+    Install(product());
+    shim("id", "echo 501");
+    shim("uname", "echo Darwin");
+    shim("osascript", "echo said >\"$2/log\"; echo 7 >\"$2/status\"");
+    const ProgramResult result = OpenUninstaller(product(), {}, shimmed());
+    EXPECT_EQ(result.exitStatus, 7);
+    EXPECT_EQ(result.standardOutput, "said\n");
+}
+
+TEST_F(Uninstaller, InATerminalAsksForRightsThroughSudoAndKeepsTheUsersHome) {
+    Install(product());
+    shim("id", "echo 501");
+    shim("sudo", "exec \"$@\"");
+    const ProgramResult result =
+        root().runInTerminal({inside(product(), "MacOS/UninstallLauncher")}, {}, shimmed());
+    ExpectSuccess(result);
+    EXPECT_EQ(calls(),
+              (Lines{"id -u", "sudo env HOME=/Users/anna WORK/InstallUtility -uninstall WORK/sku.xml "
+                              "WORK/target_path.xml"}));
+    ExpectTree({emptyStatusFolder});
+}
+
+TEST_F(Uninstaller, OnADesktopAsksForRightsInADialogAndKeepsTheUsersHome) {
+    Install(product());
+    shim("id", "echo 501");
+    shim("pkexec", "exec \"$@\"");
+    Options options = shimmed();
+    options.environment["DISPLAY"] = ":none";
+    ExpectSuccess(OpenUninstaller(product(), {}, options));
+    EXPECT_EQ(calls(),
+              (Lines{"id -u", "pkexec env HOME=/Users/anna WORK/InstallUtility -uninstall WORK/sku.xml "
+                              "WORK/target_path.xml"}));
+}
+
+TEST_F(Uninstaller, WithNobodyToAskTriesWithTheRightsThatThereAre) {
+    Install(product());
+    shim("id", "echo 501");
+    shim("sudo", "exit 1");
+    ExpectSuccess(OpenUninstaller(product(), {}, shimmed()));
+    EXPECT_EQ(calls(), (Lines{"id -u"}));
+    ExpectTree({emptyStatusFolder});
+}
+
+// Placing and removing it
+
+TEST_F(Uninstaller, GoesEvenWhenTheUninstallFailsLater) {
+    Install(product());
+    const ProgramResult result = Uninstall(product().targetsText("<nothing/>"));
+    EXPECT_EQ(result.exitStatus, 1);
+    ExpectLog(result, {"Error: Can't find node <root> in target paths XML."});
+    EXPECT_FALSE(root().exists("/Applications/Vorlane Uninstallers"));
+    EXPECT_TRUE(root().exists(shared("ALPHA")));
+}
+
+TEST_F(Uninstaller, UninstallDoesNotNeedTheTargetPathsToRemoveIt) {
+    Install(product());
+    const ProgramResult result =
+        root().run({PrivateRoot::program, "-uninstall", folderOf(product()) + "/sku.xml", "/missing"});
+    EXPECT_EQ(result.exitStatus, 1);
+    ExpectLog(result, {"Error: Error! File with target not found", "",
+                       "Error: Can't find node <root> in target paths XML."});
+    EXPECT_FALSE(root().exists("/Applications/Vorlane Uninstallers"));
+}
+
+TEST_F(Uninstaller, UninstallWithoutDefinitionReportsItTwice) {
+    const ProgramResult result = root().run({PrivateRoot::program, "-uninstall", "/missing", "/missing"});
+    EXPECT_EQ(result.exitStatus, 1);
+    ExpectLog(result, {"Error: Postflight failed: sku xml not found",
+                       "Error: Error! Source dir '/missing' is empty", ""});
+}
+
+TEST_F(Uninstaller, FolderOfUninstallersStaysWhileOthersAreInIt) {
+    Install(product());
+    root().write("/Applications/Vorlane Uninstallers/note", "stays");
+    Uninstall(product());
+    ExpectTree({"/Applications/Vorlane Uninstallers/note: stays", emptyStatusFolder});
+}
+
+TEST_F(Uninstaller, ThatCannotBePlacedIsReportedAndTheInstallSucceeds) {
+    root().write("/Applications/Vorlane Uninstallers", "in the way");
+    const ProgramResult result = Install(product());
+    ExpectSuccess(result);
+    ExpectLog(result, {"Checking file consistency in source folder",
+                       "Error: Can't copy Uninstall.app to target folder"});
+    ExpectTree({"/Applications/Vorlane Uninstallers: in the way", shared("shared: S"), shared("ALPHA: ALPHA"),
+                shared("InstallationStatusFile.xml: record")});
+}
+
+TEST_F(Uninstaller, InstallByAnotherProductsUninstallerReportsTheFilesThatAreThere) {
+    Install(product());
+    const ProductBuilder beta = product("BETA", "Beta");
+    place(beta);
+    std::vector<std::string> command = installCommand(beta);
+    command.front() = inside(product(), "MacOS/InstallUtility");
+    const ProgramResult result = root().run(command);
+    ExpectSuccess(result);
+    ExpectLog(result,
+              {"Checking file consistency in source folder", "Error: Can't copy SKU XML to Uninstall.app",
+               "Error: Can't copy Target Path XML to Uninstall.app"});
+    EXPECT_EQ(root().read(inside(beta, "sku.xml")), root().read(inside(product(), "sku.xml")));
+}
+
+// The shared package
+
+namespace {
+
+class SharedPackage : public Uninstaller {
+protected:
+    static constexpr const char* link = "/Applications/Vorlane Application Manager.app";
+
+    static ProductBuilder common(const std::string& id = "COMMON",
+                                 const ProductBuilder::Attributes& definitionAttributes = {}) {
+        ProductBuilder result(id, "Shared Files");
+        result.target("VorlaneFX", statusFolder)
+            .file("VorlaneFX/Common/ApplicationManager.app", "manager")
+            .file("VorlaneFX/SKU/COMMON.xml", "", definitionAttributes);
+        return result.unlistedFile("VorlaneFX/SKU/COMMON.xml", result.definition());
+    }
+    static Lines installedCommon() {
+        const ProductBuilder package = common();
+        return {std::string(link) + " -> " + statusFolder + "/Common/ApplicationManager.app",
+                shared("Common/ApplicationManager.app: manager"),
+                shared("InstallationStatusFile.xml: record")};
+    }
+    /// Product files alone: what is left of the shared package stands in `installedCommon`.
+    void expectCommonAnd(Lines more) {
+        const std::string definition = shared("SKU/COMMON.xml");
+        EXPECT_EQ(root().read(definition), common().definition());
+        root().remove(definition);
+        for (const std::string& line : installedCommon()) {
+            more.push_back(line);
+        }
+        more.push_back(shared("SKU/"));
+        ExpectTree(more);
+        root().write(definition, common().definition());
+    }
+};
+
+} // namespace
+
+TEST_F(SharedPackage, PlacesALinkAndNoUninstallerInAnyCaseOfItsId) {
+    for (const char* id : {"COMMON", "common", "Common"}) {
+        ExpectSuccess(Install(common(id)));
+        EXPECT_EQ(root().tree("/Applications"),
+                  (Lines{std::string(link) + " -> " + statusFolder + "/Common/ApplicationManager.app"}));
+        ExpectSuccess(Uninstall(common(id)));
+        ExpectTree({emptyStatusFolder});
+    }
+}
+
+TEST_F(SharedPackage, InstallReplacesWhateverIsInThePlaceOfTheLink) {
+    root().write(std::string(link) + "/Contents/old", "old");
+    ExpectSuccess(Install(common()));
+    expectCommonAnd({});
+}
+
+TEST_F(SharedPackage, LeavesWithTheLastOrdinaryProduct) {
+    Install(common());
+    Install(product());
+    Install(product("BETA", "Beta"));
+    ExpectSuccess(Uninstall(product()));
+    expectCommonAnd({shared("shared: S"), shared("BETA: BETA"),
+                     uninstallerOf(product("BETA", "Beta")) + ": uninstaller of BETA"});
+    const ProgramResult result = OpenUninstaller(product("BETA", "Beta"));
+    ExpectSuccess(result);
+    ExpectLog(result, {cannotRemove("shared"), cannotRemove("BETA"),
+                       cannotRemove("Common/ApplicationManager.app"), cannotRemove("SKU/COMMON.xml")});
+    ExpectTree({emptyStatusFolder});
+}
+
+TEST_F(SharedPackage, StaysWhileAnOrdinaryProductIsLeft) {
+    Install(product());
+    Install(common());
+    ExpectSuccess(Uninstall(common()));
+    ExpectTree({shared("shared: S"), shared("ALPHA: ALPHA"), shared("InstallationStatusFile.xml: record"),
+                uninstallerOf(product()) + ": uninstaller of ALPHA"});
+    ExpectCounts({"product ALPHA, Alpha, 1.0.0.100", "VorlaneFX 1", "VorlaneFX/shared 1, 1.0.0.100",
+                  "VorlaneFX/ALPHA 1, 1.0.0.100"});
+}
+
+TEST_F(SharedPackage, WithoutItsDefinitionTheChainFails) {
+    Install(common());
+    Install(product());
+    root().remove(shared("SKU/COMMON.xml"));
+    const ProgramResult result = Uninstall(product());
+    EXPECT_EQ(result.exitStatus, 1);
+    ExpectLog(result,
+              {cannotRemove("shared"), cannotRemove("ALPHA"), "Error: Postflight failed: sku xml not found",
+               "Error: Error! Source dir '" + shared("SKU/COMMON.xml") + "' is empty", "",
+               "Error: Error! Failed to remove product", ""});
+    ExpectCounts({"product COMMON, Shared Files, 1.0.0.100", "VorlaneFX 1", "VorlaneFX/Common 1",
+                  "VorlaneFX/Common/ApplicationManager.app 1, 1.0.0.100", "VorlaneFX/SKU 1",
+                  "VorlaneFX/SKU/COMMON.xml 1, 1.0.0.100"});
+}
+
+TEST_F(SharedPackage, IsNotRecordedUnderAnotherCaseForTheChain) {
+    Install(common("Common"));
+    Install(product());
+    const ProgramResult result = Uninstall(product());
+    ExpectSuccess(result);
+    ExpectLog(result, {cannotRemove("shared"), cannotRemove("ALPHA")});
+    EXPECT_TRUE(root().exists(shared("Common/ApplicationManager.app")));
+}
+
+TEST_F(SharedPackage, OwnUninstallUnderAnotherCaseDoesNotStartItself) {
+    const ProductBuilder::Attributes kept{{"dontdelete", "1"}};
+    Install(common("COMMON", kept));
+    const ProgramResult result = Uninstall(common("Common", kept));
+    ExpectSuccess(result);
+    ExpectLog(result, {cannotRemove("Common/ApplicationManager.app")});
+    // Its references are gone, but the product of the other name is still in the record.
+    ExpectCounts({"product COMMON, Shared Files, 1.0.0.100"});
+}
