@@ -9,6 +9,8 @@ if(INSTALLUTILITY_WARNINGS_AS_ERRORS)
   target_compile_options(InstallUtilityWarnings INTERFACE -Werror)
 endif()
 
-# Log lines name the source file that printed them: as it is called in the repository, not on the machine that
-# built it.
-target_compile_options(InstallUtilityWarnings INTERFACE "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=")
+# The same for what is shipped. Log lines name the source file that printed them: as it is called in the
+# repository, not on the machine that built it.
+add_library(InstallUtilityShipped INTERFACE)
+target_link_libraries(InstallUtilityShipped INTERFACE InstallUtilityWarnings)
+target_compile_options(InstallUtilityShipped INTERFACE "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=")
