@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <sys/auxv.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -95,11 +96,23 @@ bool isFolder(const fs::path& path) {
     return fs::is_directory(fs::symlink_status(path, error));
 }
 
+/// Links resolved; empty when unknown.
+fs::path programPath() {
+    std::error_code error;
+    fs::path path = fs::read_symlink("/proc/self/exe", error);
+    if (error) {
+        // A root folder without /proc, as in a plain container: the program was started with this path.
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): the kernel hands pointers over as numbers
+        const auto* startedWith = reinterpret_cast<const char*>(getauxval(AT_EXECFN));
+        path = startedWith != nullptr ? fs::canonical(startedWith, error) : fs::path();
+    }
+    return path;
+}
+
 } // namespace
 
 VLString PlatformServices::MainBundlePath() {
-    std::error_code error;
-    const fs::path folder = fs::read_symlink("/proc/self/exe", error).parent_path();
+    const fs::path folder = programPath().parent_path();
     const fs::path bundle = folder.parent_path().parent_path();
     const bool bInBundle = folder.filename() == "MacOS" && folder.parent_path().filename() == "Contents" &&
                            bundle.extension() == ".app";
