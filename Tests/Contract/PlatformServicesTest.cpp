@@ -4,6 +4,7 @@
 
 #include "Tests/Contract/MakerDifferences.h"
 #include "Tests/Support/TemporaryDirectory.h"
+#include "Tests/Support/VLStringPrinter.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -21,10 +22,6 @@
 namespace fs = std::filesystem;
 using namespace PlatformServices;
 using testing::ElementsAre;
-
-void PrintTo(const VLString& text, std::ostream* out) {
-    *out << '"' << text.ConstData() << '"';
-}
 
 namespace {
 

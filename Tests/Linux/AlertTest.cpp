@@ -3,20 +3,17 @@
 
 #include "Tests/Support/RunProgram.h"
 #include "Tests/Support/TemporaryDirectory.h"
+#include "Tests/Support/Terminal.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <map>
-#include <poll.h>
-#include <pty.h>
 #include <sstream>
 #include <string>
 #include <sys/wait.h>
@@ -36,96 +33,28 @@ const std::string question = "[R]etry or [C]ancel: ";
 /// Text that something on the way might take for a format, an option, markup or a command.
 const std::string awkward = "--help 100% %% %s %n \"a\" 'b' <b>c</b> &amp; $(touch x) `touch x` \\n -x";
 
-std::string withoutCarriageReturns(std::string text) {
-    text.erase(std::remove(text.begin(), text.end(), '\r'), text.end());
-    return text;
-}
-
-/// A program whose terminal this is.
-class Terminal {
-public:
-    explicit Terminal(const std::function<void()>& program) {
-        child = forkpty(&screen, nullptr, nullptr, nullptr);
-        if (child == 0) {
-            program();
-            _exit(127);
-        }
-    }
-    Terminal(const Terminal&) = delete;
-    Terminal& operator=(const Terminal&) = delete;
-    ~Terminal() {
-        if (child > 0) {
-            kill(child, SIGKILL);
-            waitpid(child, nullptr, 0);
-        }
-        close(screen);
-    }
-
-    void type(const std::string& keys) {
-        EXPECT_EQ(write(screen, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
-    }
-    /// Waits until `text` is on the screen `times` times.
-    bool waitFor(const std::string& text, int times = 1) {
-        while (count(text) < times) {
-            if (!readMore()) {
-                return false;
-            }
-        }
-        return true;
-    }
-    /// The program's exit status; -1 when a signal ended it. Reads all that it prints.
-    int exitStatus() {
-        while (readMore()) {
-        }
-        int status = 0;
-        EXPECT_EQ(waitpid(child, &status, 0), child);
-        child = -1;
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    }
-    std::string text() const { return withoutCarriageReturns(shown); }
-
-private:
-    int count(const std::string& text) const {
-        int found = 0;
-        for (auto at = shown.find(text); at != std::string::npos; at = shown.find(text, at + 1)) {
-            ++found;
-        }
-        return found;
-    }
-    /// False at the end of the program, and when it prints nothing for long.
-    bool readMore() {
-        constexpr int patience = 20'000;
-        pollfd waiting{screen, POLLIN, 0};
-        char buffer[4096];
-        if (poll(&waiting, 1, patience) <= 0) {
-            return false;
-        }
-        const ssize_t size = read(screen, buffer, sizeof buffer);
-        if (size > 0) {
-            shown.append(buffer, static_cast<std::size_t>(size));
-        }
-        return size > 0;
-    }
-
-    int screen = -1;
-    pid_t child = -1;
-    std::string shown;
-};
-
 using Environment = std::map<std::string, std::string>;
 
-[[noreturn]] void execAlert(const std::string& title, const std::string& text, const Environment& variables) {
-    clearenv(); // NOLINT(concurrency-mt-unsafe): a new process
-    for (const auto& [name, value] : variables) {
-        setenv(name.c_str(), value.c_str(), 1); // NOLINT(concurrency-mt-unsafe)
+/// A terminal with a program that shows the alert, and then others.
+class AlertTerminal : public Terminal {
+public:
+    explicit AlertTerminal(const std::string& text = "text", const Environment& variables = {})
+        : Terminal(command(text, variables), std::chrono::seconds(30)) {}
+    /// A shell script that finds the program in $0.
+    static Terminal script(const std::string& commands) {
+        return Terminal({"sh", "-c", commands, SHOW_ALERT_PROGRAM}, std::chrono::seconds(30));
     }
-    execl(SHOW_ALERT_PROGRAM, "ShowAlert", title.c_str(), text.c_str(), nullptr);
-    _exit(127);
-}
 
-Terminal alertInTerminal(const std::string& text = "text", const Environment& variables = {}) {
-    return Terminal([&] { execAlert("title", text, variables); });
-}
+private:
+    static std::vector<std::string> command(const std::string& text, const Environment& variables) {
+        std::vector<std::string> words = {"env", "-i"};
+        for (const auto& [name, value] : variables) {
+            words.push_back(std::string(name).append("=").append(value));
+        }
+        words.insert(words.end(), {SHOW_ALERT_PROGRAM, "title", text});
+        return words;
+    }
+};
 
 ProgramResult alertWithoutTerminal(const std::string& text, const Environment& variables = {},
                                    const std::string& input = "r\n") {
@@ -138,11 +67,12 @@ ProgramResult alertWithoutTerminal(const std::string& text, const Environment& v
 // Terminal
 
 TEST(AlertInTerminal, ShowsTitleTextAndQuestion) {
-    Terminal terminal = alertInTerminal();
+    AlertTerminal terminal;
     ASSERT_TRUE(terminal.waitFor(question));
-    EXPECT_EQ(terminal.text(), "title\ntext\n" + question);
     terminal.type("r\n");
-    EXPECT_EQ(terminal.exitStatus(), retry);
+    const auto result = terminal.finish();
+    EXPECT_EQ(result.standardOutput, "title\ntext\n" + question);
+    EXPECT_EQ(result.exitStatus, retry);
 }
 
 TEST(AlertInTerminal, TakesLettersAndWordsInAnyCase) {
@@ -150,85 +80,66 @@ TEST(AlertInTerminal, TakesLettersAndWordsInAnyCase) {
                                                    {"RETRY", retry},   {"c", cancel},     {"C", cancel},
                                                    {"cancel", cancel}, {"Cancel", cancel}};
     for (const auto& [answer, status] : answers) {
-        Terminal terminal = alertInTerminal();
+        AlertTerminal terminal;
         ASSERT_TRUE(terminal.waitFor(question));
         terminal.type(std::string(answer) + "\n");
-        EXPECT_EQ(terminal.exitStatus(), status) << answer;
+        EXPECT_EQ(terminal.finish().exitStatus, status) << answer;
     }
 }
 
 TEST(AlertInTerminal, AsksAgainOnAnythingElse) {
-    Terminal terminal = alertInTerminal();
-    int asked = 1;
+    AlertTerminal terminal;
     for (const char* answer : {"", "x", "yes", "retry please", " r", "rr", "0"}) {
-        ASSERT_TRUE(terminal.waitFor(question, asked++));
+        ASSERT_TRUE(terminal.waitFor(question));
         terminal.type(std::string(answer) + "\n");
     }
-    ASSERT_TRUE(terminal.waitFor(question, asked));
+    ASSERT_TRUE(terminal.waitFor(question));
     terminal.type("r\n");
-    EXPECT_EQ(terminal.exitStatus(), retry);
+    EXPECT_EQ(terminal.finish().exitStatus, retry);
 }
 
 TEST(AlertInTerminal, EndOfInputIsCancel) {
-    Terminal terminal = alertInTerminal();
+    AlertTerminal terminal;
     ASSERT_TRUE(terminal.waitFor(question));
     terminal.type("\x04");
-    EXPECT_EQ(terminal.exitStatus(), cancel);
-    EXPECT_EQ(terminal.text(), "title\ntext\n" + question + "\n");
+    const auto result = terminal.finish();
+    EXPECT_EQ(result.exitStatus, cancel);
+    EXPECT_EQ(result.standardOutput, "title\ntext\n" + question + "\n");
 }
 
 TEST(AlertInTerminal, InterruptEndsTheProgram) {
-    Terminal terminal = alertInTerminal();
+    AlertTerminal terminal;
     ASSERT_TRUE(terminal.waitFor(question));
     terminal.type("\x03");
-    EXPECT_EQ(terminal.exitStatus(), -1);
+    EXPECT_EQ(terminal.finish().signal, SIGINT);
 }
 
 TEST(AlertInTerminal, ShowsTheTextAsItIs) {
-    Terminal terminal = alertInTerminal(awkward);
+    AlertTerminal terminal(awkward);
     ASSERT_TRUE(terminal.waitFor(question));
-    EXPECT_EQ(terminal.text(), "title\n" + awkward + "\n" + question);
+    terminal.type("c\n");
+    EXPECT_EQ(terminal.finish().standardOutput, "title\n" + awkward + "\n" + question);
 }
 
 TEST(AlertInTerminal, LeavesInputBehindTheAnswerToOthers) {
-    Terminal terminal([] {
-        execl("/bin/sh", "sh", "-c", "\"$1\" title text; read rest; echo \"rest=$rest\"", "sh",
-              SHOW_ALERT_PROGRAM, nullptr);
-    });
+    Terminal terminal = AlertTerminal::script("\"$0\" title text; read rest; echo \"rest=$rest\"");
     ASSERT_TRUE(terminal.waitFor(question));
     terminal.type("c\nmore\n");
-    EXPECT_EQ(terminal.exitStatus(), 0);
-    EXPECT_THAT(terminal.text(), HasSubstr("rest=more\n"));
+    EXPECT_THAT(terminal.finish().standardOutput, HasSubstr("rest=more\n"));
 }
 
 TEST(AlertInTerminal, BackgroundProcessIsNotAsked) {
-    Terminal terminal([] {
-        const pid_t background = fork();
-        if (background == 0) {
-            setpgid(0, 0);
-            execAlert("title", "text", {});
-        }
-        int status = 0;
-        while (waitpid(background, &status, WUNTRACED) < 0 && errno == EINTR) {
-        }
-        kill(background, SIGKILL);
-        _exit(WIFEXITED(status) ? WEXITSTATUS(status) : 1);
-    });
-    EXPECT_EQ(terminal.exitStatus(), cancel);
-    EXPECT_EQ(terminal.text(), "Warning: title: text\n");
+    Terminal terminal = AlertTerminal::script("set -m; \"$0\" title text & wait $!");
+    const auto result = terminal.finish();
+    EXPECT_EQ(result.exitStatus, cancel);
+    EXPECT_THAT(result.standardOutput, HasSubstr("Warning: title: text\n"));
+    EXPECT_THAT(result.standardOutput, Not(HasSubstr(question)));
 }
 
 TEST(AlertInTerminal, IsNotAskedWhenOnlyOneOfInputAndOutputIsATerminal) {
-    for (const char* redirection : {"</dev/null", ">output"}) {
-        TemporaryDirectory folder;
-        Terminal terminal([&] {
-            const std::string command = std::string("\"$1\" title text ") + redirection;
-            if (chdir(folder.path().c_str()) == 0) {
-                execl("/bin/sh", "sh", "-c", command.c_str(), "sh", SHOW_ALERT_PROGRAM, nullptr);
-            }
-        });
-        EXPECT_EQ(terminal.exitStatus(), cancel) << redirection;
-        EXPECT_THAT(terminal.text(), Not(HasSubstr(question))) << redirection;
+    for (const char* redirection : {"</dev/null", "| cat"}) {
+        Terminal terminal = AlertTerminal::script(std::string("\"$0\" title text ") + redirection);
+        EXPECT_EQ(terminal.finish().standardOutput, "Warning: title: text\n") << redirection;
     }
 }
 
@@ -332,10 +243,10 @@ TEST_F(AlertInDialog, NeedsADisplay) {
 TEST_F(AlertInDialog, FailureGoesOnToTheTerminal) {
     for (const char* failure : {"exit 255", "exit 126", "exit 127", "kill -KILL $$", "kill -TERM $$"}) {
         setZenity(failure);
-        Terminal terminal = alertInTerminal("text", environment());
+        AlertTerminal terminal("text", environment());
         ASSERT_TRUE(terminal.waitFor(question)) << failure;
         terminal.type("r\n");
-        EXPECT_EQ(terminal.exitStatus(), retry) << failure;
+        EXPECT_EQ(terminal.finish().exitStatus, retry) << failure;
         EXPECT_TRUE(wasCalled());
     }
 }
@@ -358,9 +269,10 @@ TEST_F(AlertInDialog, MissingOrUnusableProgramGoesOn) {
 
 TEST_F(AlertInDialog, AnswerOfTheDialogIsFinalInATerminalToo) {
     setZenity("exit 1");
-    Terminal terminal = alertInTerminal("text", environment());
-    EXPECT_EQ(terminal.exitStatus(), cancel);
-    EXPECT_EQ(terminal.text(), "");
+    AlertTerminal terminal("text", environment());
+    const auto result = terminal.finish();
+    EXPECT_EQ(result.exitStatus, cancel);
+    EXPECT_EQ(result.standardOutput, "");
 }
 
 // zenity itself, on a virtual screen

@@ -5,6 +5,7 @@
 #include "Tests/Support/LiveObjects.h"
 #include "Tests/Support/OwnedReference.h"
 #include "Tests/Support/TemporaryDirectory.h"
+#include "Tests/Support/VLStringPrinter.h"
 
 #include <CoreServices/CoreServices.h>
 #include <gmock/gmock.h>
@@ -20,10 +21,6 @@
 #include <string>
 
 namespace fs = std::filesystem;
-
-void PrintTo(const VLString& text, std::ostream* out) {
-    *out << '"' << text.ConstData() << '"';
-}
 
 namespace {
 
