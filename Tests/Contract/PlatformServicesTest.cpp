@@ -204,7 +204,7 @@ TEST_F(PlatformServicesContract, NoFolderIsMadeOverSomethingElse) {
 
 TEST_F(PlatformServicesContract, FileIsCopiedWithItsPermissionsAndTime) {
     const mode_t old = umask(077);
-    for (const mode_t mode : {0755U, 0640U, 0444U, 04755U}) {
+    for (const mode_t mode : std::initializer_list<mode_t>{0755, 0640, 0444, 04755}) {
         const fs::path copy = path("copy" + std::to_string(mode));
         setMode(path("file"), mode);
         setOldTime(path("file"));

@@ -405,7 +405,7 @@ struct stat statusOf(const fs::path& path) {
 }
 
 TEST_F(RegistryFile, WrittenFileHasTheModeOfItsFolder) {
-    for (const mode_t mode : {0700U, 0751U, 02775U, 01777U}) {
+    for (const mode_t mode : std::initializer_list<mode_t>{0700, 0751, 02775, 01777}) {
         ASSERT_EQ(chmod(folder.path().c_str(), mode), 0);
         EXPECT_TRUE(set("name", "value"));
         EXPECT_EQ(statusOf(path()).st_mode & 07777U, mode);
