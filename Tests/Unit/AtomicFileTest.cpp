@@ -1,0 +1,472 @@
+#include "Utility/InstallUtility/AtomicFile.h"
+
+#include "Tests/Support/FileTree.h"
+#include "Tests/Support/RunProgram.h"
+#include "Tests/Support/TemporaryDirectory.h"
+#include "Tests/Support/VLStringPrinter.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace fs = std::filesystem;
+using FileTree::Lines;
+
+namespace {
+
+constexpr uid_t nobody = 65534;
+
+bool print(AtomicFile& file, const std::string& text) {
+    return std::fwrite(text.data(), 1, text.size(), file.Stream()) == text.size();
+}
+
+bool replace(const VLString& path, const std::string& text) {
+    AtomicFile file(path);
+    return file.Open() && print(file, text) && file.Sync() && file.Commit();
+}
+
+struct stat statusOf(const VLString& path) {
+    struct stat status = {};
+    EXPECT_EQ(lstat(path.ConstData(), &status), 0) << path.ConstData();
+    return status;
+}
+
+/// A folder with the file "f" that says "old".
+class AtomicFileTest : public testing::Test {
+protected:
+    AtomicFileTest() { FileTree::write(folder.path() / "f", "old"); }
+
+    Lines tree() const { return FileTree::describe(folder.path()); }
+
+    TemporaryDirectory folder;
+    const VLString path = folder / "f";
+    const Lines untouched = {"f: old"};
+    const Lines replaced = {"f: new"};
+};
+
+/// Another user, whom permissions stop, until the end of the scope; root is stopped by none.
+class AsNobody {
+public:
+    AsNobody() { bChanged = getuid() == 0 && seteuid(nobody) == 0; }
+    ~AsNobody() {
+        if (bChanged && seteuid(0) != 0) {
+            std::abort();
+        }
+    }
+    AsNobody(const AsNobody&) = delete;
+    AsNobody& operator=(const AsNobody&) = delete;
+
+    bool bChanged;
+};
+
+/// No file can grow beyond `bytes` until the end of the scope.
+class FileSizeLimit {
+public:
+    explicit FileSizeLimit(rlim_t bytes) : oldAction(std::signal(SIGXFSZ, SIG_IGN)) {
+        getrlimit(RLIMIT_FSIZE, &old);
+        rlimit limit = old;
+        limit.rlim_cur = bytes;
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~FileSizeLimit() {
+        setrlimit(RLIMIT_FSIZE, &old);
+        (void)std::signal(SIGXFSZ, oldAction);
+    }
+    FileSizeLimit(const FileSizeLimit&) = delete;
+    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+
+private:
+    rlimit old = {};
+    void (*oldAction)(int);
+};
+
+[[noreturn]] void die() {
+    kill(getpid(), SIGKILL);
+    std::abort();
+}
+
+/// Runs `action`, which is to die, in a process of its own.
+void inAnotherProcess(const std::function<void()>& action) {
+    const pid_t child = fork();
+    if (child == 0) {
+        action();
+        _exit(0);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFSIGNALED(status)) << "it did not die";
+}
+
+} // namespace
+
+// Success
+
+TEST_F(AtomicFileTest, ReplacesAFile) {
+    EXPECT_TRUE(replace(path, "new"));
+    EXPECT_EQ(tree(), replaced);
+}
+
+TEST_F(AtomicFileTest, CreatesAFile) {
+    EXPECT_TRUE(replace(folder / "g", "new"));
+    EXPECT_EQ(tree(), (Lines{"f: old", "g: new"}));
+}
+
+TEST_F(AtomicFileTest, MayBeEmpty) {
+    EXPECT_TRUE(replace(path, ""));
+    EXPECT_EQ(fs::file_size(path.ConstData()), 0U);
+}
+
+TEST_F(AtomicFileTest, WorksInTheWorkingFolder) {
+    const fs::path before = fs::current_path();
+    fs::current_path(folder.path());
+    EXPECT_TRUE(replace("f", "new"));
+    fs::current_path(before);
+    EXPECT_EQ(tree(), replaced);
+}
+
+TEST_F(AtomicFileTest, TheOldFileStandsUntilTheCommit) {
+    AtomicFile file(path);
+    ASSERT_TRUE(file.Open());
+    EXPECT_EQ(FileTree::read(path.ConstData()), "old");
+    ASSERT_TRUE(print(file, "new"));
+    ASSERT_TRUE(file.Sync());
+    EXPECT_EQ(FileTree::read(path.ConstData()), "old");
+    ASSERT_TRUE(file.Commit());
+    EXPECT_EQ(tree(), replaced);
+}
+
+TEST_F(AtomicFileTest, ReadersOfTheOldFileKeepIt) {
+    std::FILE* reader = std::fopen(path.ConstData(), "r");
+    ASSERT_NE(reader, nullptr);
+    ASSERT_TRUE(replace(path, "new"));
+    char text[4] = {};
+    EXPECT_EQ(std::fread(text, 1, 3, reader), 3U);
+    EXPECT_STREQ(text, "old");
+    EXPECT_EQ(std::fclose(reader), 0);
+}
+
+TEST_F(AtomicFileTest, KeepsTheMode) {
+    for (const mode_t mode : {0600U, 0640U, 0664U, 0755U, 0777U, 02755U, 0200U}) {
+        ASSERT_EQ(chmod(path.ConstData(), mode), 0);
+        const mode_t oldMask = umask(027);
+        EXPECT_TRUE(replace(path, "new"));
+        umask(oldMask);
+        EXPECT_EQ(statusOf(path).st_mode & 07777, mode);
+    }
+}
+
+TEST_F(AtomicFileTest, ANewFileGetsTheModeThatFopenGives) {
+    for (const mode_t mask : {022U, 077U, 0U}) {
+        const mode_t oldMask = umask(mask);
+        const VLString name = folder / ("new" + std::to_string(mask));
+        EXPECT_TRUE(replace(name, "new"));
+        umask(oldMask);
+        EXPECT_EQ(statusOf(name).st_mode & 07777, 0666U & ~mask);
+    }
+}
+
+TEST_F(AtomicFileTest, TheNewFileIsNotForOthersBeforeItHasTheOldMode) {
+    ASSERT_EQ(chmod(path.ConstData(), 0600), 0);
+    AtomicFile file(path);
+    ASSERT_TRUE(file.Open());
+    EXPECT_EQ(statusOf(folder / "f.new").st_mode & 07777, 0600U);
+}
+
+TEST_F(AtomicFileTest, KeepsTheOwner) {
+    if (getuid() != 0) {
+        GTEST_SKIP() << "only root can give a file away";
+    }
+    ASSERT_EQ(chown(path.ConstData(), 1234, 5678), 0);
+    ASSERT_EQ(chmod(path.ConstData(), 06755), 0);
+    EXPECT_TRUE(replace(path, "new"));
+    EXPECT_EQ(statusOf(path).st_uid, 1234U);
+    EXPECT_EQ(statusOf(path).st_gid, 5678U);
+    EXPECT_EQ(statusOf(path).st_mode & 07777, 06755U) << "a change of owner clears these bits";
+}
+
+// Links
+
+TEST_F(AtomicFileTest, FollowsLinks) {
+    fs::create_directory(folder.path() / "d");
+    fs::create_symlink("../f", folder.path() / "d/relative");
+    fs::create_symlink(folder.path() / "d/relative", folder.path() / "absolute");
+    EXPECT_TRUE(replace(folder / "absolute", "new"));
+    EXPECT_EQ(tree(), (Lines{"absolute -> " + (folder.path() / "d/relative").string(), "d/relative -> ../f",
+                             "f: new"}));
+}
+
+TEST_F(AtomicFileTest, FollowsALinkedFolder) {
+    fs::create_directory(folder.path() / "d");
+    fs::create_symlink("d", folder.path() / "link");
+    EXPECT_TRUE(replace(folder / "link/g", "new"));
+    EXPECT_EQ(tree(), (Lines{"d/g: new", "f: old", "link -> d"}));
+}
+
+TEST_F(AtomicFileTest, ALinkToNothingMakesItsTarget) {
+    fs::create_symlink("g", folder.path() / "link");
+    EXPECT_TRUE(replace(folder / "link", "new"));
+    EXPECT_EQ(tree(), (Lines{"f: old", "g: new", "link -> g"}));
+}
+
+TEST_F(AtomicFileTest, ALoopOfLinksCannotBeOpened) {
+    fs::create_symlink("b", folder.path() / "a");
+    fs::create_symlink("a", folder.path() / "b");
+    const Lines before = tree();
+    EXPECT_FALSE(AtomicFile(folder / "a").Open());
+    EXPECT_EQ(tree(), before);
+}
+
+TEST_F(AtomicFileTest, ALinkPlantedUnderTheNewNameIsNotFollowed) {
+    FileTree::write(folder.path() / "victim", "precious");
+    fs::create_symlink("victim", folder.path() / "f.new");
+    EXPECT_TRUE(replace(path, "new"));
+    EXPECT_EQ(tree(), (Lines{"f: new", "victim: precious"}));
+}
+
+TEST_F(AtomicFileTest, AHardLinkPlantedUnderTheNewNameIsNotFollowed) {
+    FileTree::write(folder.path() / "victim", "precious");
+    fs::create_hard_link(folder.path() / "victim", folder.path() / "f.new");
+    EXPECT_TRUE(replace(path, "new"));
+    EXPECT_EQ(tree(), (Lines{"f: new", "victim: precious"}));
+}
+
+// Death, and what it leaves
+
+TEST_F(AtomicFileTest, DeathAtAnyStepLeavesTheOldFileAndTheNextSaveTidiesUp) {
+    const std::vector<std::function<void(AtomicFile&)>> steps = {
+        [](AtomicFile&) {}, [](AtomicFile& file) { file.Open(); },
+        [](AtomicFile& file) { print(file, "half"); }, [](AtomicFile& file) { file.Sync(); }};
+    for (std::size_t count = 1; count <= steps.size(); ++count) {
+        inAnotherProcess([&] {
+            AtomicFile file(path);
+            for (std::size_t i = 0; i < count; ++i) {
+                steps[i](file);
+            }
+            die();
+        });
+        EXPECT_EQ(FileTree::read(path.ConstData()), "old") << count;
+    }
+    EXPECT_TRUE(fs::exists((folder / "f.new").ConstData())) << "the test is of no use";
+    EXPECT_TRUE(replace(path, "new"));
+    EXPECT_EQ(tree(), replaced);
+}
+
+TEST_F(AtomicFileTest, DeathAfterTheCommitLeavesTheNewFile) {
+    inAnotherProcess([&] {
+        AtomicFile file(path);
+        file.Open();
+        print(file, "new");
+        file.Sync();
+        file.Commit();
+        die();
+    });
+    EXPECT_EQ(tree(), replaced);
+}
+
+TEST_F(AtomicFileTest, WithoutACommitNothingStays) {
+    {
+        AtomicFile file(path);
+        ASSERT_TRUE(file.Open());
+        ASSERT_TRUE(print(file, "half"));
+    }
+    EXPECT_EQ(tree(), untouched);
+}
+
+TEST_F(AtomicFileTest, OfTwoSavesAtOnceOneSucceeds) {
+    AtomicFile first(path);
+    AtomicFile second(path);
+    ASSERT_TRUE(first.Open());
+    ASSERT_TRUE(second.Open());
+    ASSERT_TRUE(print(first, "first") && first.Sync());
+    ASSERT_TRUE(print(second, "sec"));
+    EXPECT_FALSE(first.Commit()) << "would put half of the second file in place";
+    EXPECT_EQ(FileTree::read(path.ConstData()), "old");
+    ASSERT_TRUE(print(second, "ond") && second.Sync());
+    EXPECT_TRUE(second.Commit());
+    EXPECT_EQ(tree(), Lines{"f: second"});
+}
+
+TEST_F(AtomicFileTest, AFailedSaveLeavesTheFileOfAnotherAlone) {
+    AtomicFile second(path);
+    {
+        AtomicFile first(path);
+        ASSERT_TRUE(first.Open());
+        ASSERT_TRUE(second.Open());
+    }
+    ASSERT_TRUE(print(second, "new") && second.Sync());
+    EXPECT_TRUE(second.Commit());
+    EXPECT_EQ(tree(), replaced);
+}
+
+// Failures, one step each
+
+TEST_F(AtomicFileTest, OpenFailsWithoutAFolder) {
+    EXPECT_FALSE(AtomicFile(folder / "missing/f").Open());
+    EXPECT_FALSE(AtomicFile(folder / "f/below a file").Open());
+    EXPECT_FALSE(replace("", "new"));
+    EXPECT_EQ(tree(), untouched);
+}
+
+TEST_F(AtomicFileTest, OpenFailsForAFolder) {
+    fs::create_directory(folder.path() / "d");
+    EXPECT_FALSE(AtomicFile(folder / "d").Open());
+    EXPECT_EQ(tree(), (Lines{"d/", "f: old"}));
+}
+
+TEST_F(AtomicFileTest, OpenFailsForAFileThatMayNotBeWritten) {
+    chmod(folder.text().ConstData(), 0777);
+    chmod(path.ConstData(), 0444);
+    {
+        const AsNobody nobodyElse;
+        EXPECT_NE(geteuid(), 0U);
+        EXPECT_FALSE(AtomicFile(path).Open());
+    }
+    EXPECT_EQ(FileTree::describe(folder.path()), Lines{"f 0444: old"});
+}
+
+TEST_F(AtomicFileTest, OpenFailsForAProgramThatRuns) {
+    fs::copy_file("/bin/sleep", folder.path() / "sleep");
+    const Lines before = tree();
+    const pid_t child = fork();
+    if (child == 0) {
+        execl((folder / "sleep").ConstData(), "sleep", "60", nullptr);
+        _exit(1);
+    }
+    // It runs once the copy's image is its own: until then this would succeed.
+    bool opened = true;
+    for (int i = 0; i < 500 && opened; ++i) {
+        usleep(10'000);
+        opened = AtomicFile(folder / "sleep").Open();
+    }
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    EXPECT_FALSE(opened);
+    EXPECT_EQ(tree(), before);
+}
+
+TEST_F(AtomicFileTest, OpenFailsWhereTheFolderTakesNoNewFile) {
+    chmod(folder.text().ConstData(), 0555);
+    chmod(path.ConstData(), 0666);
+    {
+        const AsNobody nobodyElse;
+        EXPECT_FALSE(AtomicFile(path).Open());
+    }
+    chmod(folder.text().ConstData(), 0755);
+    EXPECT_EQ(tree(), Lines{"f 0666: old"});
+}
+
+TEST_F(AtomicFileTest, OpenFailsWhereTheOwnerCannotBeKept) {
+    if (getuid() != 0) {
+        GTEST_SKIP() << "needs two users";
+    }
+    chmod(folder.text().ConstData(), 0777);
+    chmod(path.ConstData(), 0666);
+    {
+        const AsNobody nobodyElse;
+        EXPECT_FALSE(AtomicFile(path).Open());
+    }
+    EXPECT_EQ(tree(), Lines{"f 0666: old"});
+}
+
+TEST_F(AtomicFileTest, SyncFailsForTextThatDoesNotFit) {
+    // Less than a stream's buffer and more: the error shows at the last flush, or before.
+    for (const std::size_t size : {2000U, 100'000U}) {
+        AtomicFile file(path);
+        ASSERT_TRUE(file.Open());
+        const FileSizeLimit limit(1000);
+        print(file, std::string(size, 'x'));
+        EXPECT_FALSE(file.Sync()) << size;
+    }
+    EXPECT_EQ(tree(), untouched);
+}
+
+TEST_F(AtomicFileTest, SyncFailsForEarlierErrors) {
+    AtomicFile file(path);
+    ASSERT_TRUE(file.Open());
+    {
+        const FileSizeLimit limit(1000);
+        print(file, std::string(100'000, 'x'));
+        EXPECT_NE(std::ferror(file.Stream()), 0);
+    }
+    // What is printed now would fit again, behind the part that is missing.
+    print(file, "the rest");
+    EXPECT_FALSE(file.Sync());
+}
+
+TEST_F(AtomicFileTest, SyncFailsOnAFullDisk) {
+    const VLString mountPoint = folder / "disk";
+    fs::create_directory(mountPoint.ConstData());
+    const ProgramResult mounted =
+        runProgram({"mount", "-t", "tmpfs", "-o", "size=64k", "none", mountPoint.ConstData()});
+    if (mounted.exitStatus != 0) {
+        GTEST_SKIP() << "cannot mount a small disk: " << mounted.standardError;
+    }
+    EXPECT_TRUE(replace(folder / "disk/f", "old"));
+    {
+        AtomicFile file(folder / "disk/f");
+        EXPECT_TRUE(file.Open());
+        print(file, std::string(100'000, 'x'));
+        EXPECT_FALSE(file.Sync());
+    }
+    EXPECT_EQ(FileTree::describe(mountPoint.ConstData()), untouched);
+    EXPECT_EQ(runProgram({"umount", mountPoint.ConstData()}).exitStatus, 0);
+}
+
+TEST_F(AtomicFileTest, SyncFailsWhereTheDiskCannotBeReached) {
+    AtomicFile file(path);
+    ASSERT_TRUE(file.Open());
+    ASSERT_TRUE(print(file, "new"));
+    int ends[2] = {};
+    ASSERT_EQ(pipe(ends), 0);
+    dup2(ends[1], fileno(file.Stream())); // takes bytes, but knows no disk
+    EXPECT_FALSE(file.Sync());
+    close(ends[0]);
+    close(ends[1]);
+}
+
+TEST_F(AtomicFileTest, CommitFailsWhenTheStreamCannotBeClosed) {
+    {
+        AtomicFile file(path);
+        ASSERT_TRUE(file.Open());
+        ASSERT_TRUE(print(file, "new") && file.Sync());
+        close(fileno(file.Stream()));
+        EXPECT_FALSE(file.Commit());
+    }
+    EXPECT_EQ(tree(), untouched);
+}
+
+TEST_F(AtomicFileTest, CommitFailsWhenTheNameCannotBeTaken) {
+    {
+        AtomicFile file(path);
+        ASSERT_TRUE(file.Open());
+        ASSERT_TRUE(print(file, "new") && file.Sync());
+        fs::remove(folder.path() / "f");
+        FileTree::write(folder.path() / "f/in a folder", "old");
+        EXPECT_FALSE(file.Commit());
+    }
+    EXPECT_EQ(tree(), Lines{"f/in a folder: old"});
+}
+
+// Devices
+
+TEST_F(AtomicFileTest, ADeviceIsWrittenDirectly) {
+    EXPECT_TRUE(replace("/dev/null", "new"));
+    EXPECT_FALSE(fs::exists("/dev/null.new"));
+    EXPECT_TRUE(fs::is_character_file("/dev/null"));
+}
+
+TEST_F(AtomicFileTest, AFullDeviceFails) {
+    if (!fs::exists("/dev/full")) {
+        GTEST_SKIP() << "no /dev/full on this machine";
+    }
+    EXPECT_FALSE(replace("/dev/full", "new"));
+    EXPECT_TRUE(fs::is_character_file("/dev/full"));
+}
