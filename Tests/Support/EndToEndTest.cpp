@@ -74,7 +74,12 @@ void EndToEndTest::SetUp() {
     if (!PrivateRoot::whyNot().empty()) {
         GTEST_SKIP() << PrivateRoot::whyNot();
     }
+    takeNewMachine();
+}
+
+void EndToEndTest::takeNewMachine() {
     machine.emplace();
+    placed.clear();
 }
 
 std::string EndToEndTest::folderOf(const ProductBuilder& product) {

@@ -24,6 +24,8 @@ protected:
 
     void SetUp() override;
     PrivateRoot& root() { return *machine; }
+    /// Goes on with a fresh machine on which nothing is placed.
+    void takeNewMachine();
 
     /// Puts the product on the installer's disk, where an earlier one of its ID is replaced.
     void place(const ProductBuilder& product);
