@@ -503,36 +503,45 @@ protected:
         root().write("/bin/sh", "#!/bin/real-sh\necho \"$*\" >>/tmp/shells\nexec /bin/real-sh \"$@\"\n",
                      0755);
     }
+    /// What they were started for since the last call.
     Lines shells() {
         if (!root().exists("/tmp/shells")) {
             return {};
         }
         ProgramResult result;
         result.standardOutput = root().read("/tmp/shells");
+        root().remove("/tmp/shells");
         return logLines(result);
     }
+    /// Installs the placed product from a source folder that is missing, so that preparation fails.
+    void installFromNowhere() {
+        const ProgramResult result =
+            root().run({PrivateRoot::program, "/missing", "/Volumes/Installer/ALPHA/sku.xml",
+                        "/Volumes/Installer/ALPHA/target_path.xml"});
+        EXPECT_EQ(result.exitStatus, 1);
+    }
+
+    const Lines lookUps{"-c eval echo $HOME", "-c eval echo '~anna'"};
 };
 
 } // namespace
 
 TEST_F(LettrixFamilies, AreRegisteredOnceBeforePreparationInAnyCase) {
     watchShells();
-    for (const char* family : {"Lettrix", "lettrixlive"}) {
-        place(product().family("LETTRIX").family(family));
-        const ProgramResult result =
-            root().run({PrivateRoot::program, "/missing", "/Volumes/Installer/ALPHA/sku.xml",
-                        "/Volumes/Installer/ALPHA/target_path.xml"});
-        EXPECT_EQ(result.exitStatus, 1);
-        EXPECT_EQ(shells(), (Lines{"-c eval echo $HOME", "-c eval echo '~anna'"})) << family;
-        root().remove("/tmp/shells");
+    for (const char* family : {"Lettrix", "LETTRIX", "LettrixLive", "lettrixlive"}) {
+        place(ProductBuilder("ALPHA", "Alpha").family("Blur").family(family));
+        installFromNowhere();
+        EXPECT_EQ(shells(), lookUps) << family;
     }
+    place(ProductBuilder("ALPHA", "Alpha").family("Lettrix").family("LettrixLive"));
+    installFromNowhere();
+    EXPECT_EQ(shells(), lookUps) << "once for both";
 }
 
 TEST_F(LettrixFamilies, OtherFamiliesRegisterNothing) {
     watchShells();
     place(product().family("Lettrix Pro").family("Lettrix", {}));
-    root().run({PrivateRoot::program, "/missing", "/Volumes/Installer/ALPHA/sku.xml",
-                "/Volumes/Installer/ALPHA/target_path.xml"});
+    installFromNowhere();
     EXPECT_EQ(shells(), Lines());
 }
 

@@ -263,6 +263,13 @@ TEST_F(Uninstaller, ThatCannotBePlacedIsReportedAndTheInstallSucceeds) {
                 shared("InstallationStatusFile.xml: record")});
 }
 
+TEST_F(Uninstaller, ThatHasNoNameOnThePlatformIsNotPlaced) {
+    const ProgramResult result = Install(product("ALPHA", "no UTF-8: \xff"));
+    ExpectSuccess(result);
+    ExpectLog(result, {"Checking file consistency in source folder"});
+    ExpectTree({shared("shared: S"), shared("ALPHA: ALPHA"), shared("InstallationStatusFile.xml: record")});
+}
+
 TEST_F(Uninstaller, InstallByAnotherProductsUninstallerReportsTheFilesThatAreThere) {
     Install(product());
     const ProductBuilder beta = product("BETA", "Beta");
