@@ -18,7 +18,8 @@ std::string findTool(const std::string& name, const std::string& path) {
     std::istringstream folders(path);
     for (std::string folder; std::getline(folders, folder, ':');) {
         const std::filesystem::path candidate = std::filesystem::path(folder) / name;
-        if (std::filesystem::is_regular_file(candidate) && access(candidate.c_str(), X_OK) == 0) {
+        std::error_code unreadable;
+        if (std::filesystem::is_regular_file(candidate, unreadable) && access(candidate.c_str(), X_OK) == 0) {
             return candidate.string();
         }
     }

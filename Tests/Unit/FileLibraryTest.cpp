@@ -340,6 +340,14 @@ TEST(FileLibrary, WhatIsMissingOrOfAnotherKindIsNeither) {
     }
 }
 
+TEST(FileLibrary, EmptyPathIsNothingWhateverTheMachineSays) {
+    RecordedCommands recorded;
+    for (const bool bDirectory : {false, true}) {
+        recorded.types[""] = bDirectory ? S_IFDIR : S_IFREG;
+        EXPECT_FALSE(FileLibrary::IsFileExists("", bDirectory));
+    }
+}
+
 // The text of the commands
 
 TEST(FileLibrary, CommandsTakeEachPathBetweenDoubleQuotes) {
