@@ -1,0 +1,51 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+/// What the engine reads in the two XML files: each element, by the place where it stands.
+enum class Kind {
+    Product,
+    Sku,
+    Families,
+    Family,
+    Plugins,
+    Plugin,
+    Contents,
+    Content,
+    FeaturesMask,
+    ContentMask,
+    Hosts,
+    HostsForBuild,
+    Host,
+    InstallFiles,
+    Directory,
+    File,
+    ShortCut,
+    Root,
+    Item,
+    Path,
+    Condition, ///< the one that guards a path
+    Operand    ///< one inside another condition
+};
+
+struct ElementFormat {
+    Kind kind;
+    const char* name;
+    std::vector<const char*> attributes;
+    std::vector<Kind> children;
+    /// Of several in one parent only the first is read.
+    bool bFirstOnly;
+};
+
+/// Every element, in the order of Kind.
+const std::vector<ElementFormat>& elementFormats();
+const ElementFormat& formatOf(Kind kind);
+std::string nameOf(Kind kind);
+
+/// The hosts for which the engine knows the name that users know them by.
+const std::vector<std::string>& knownHosts();
+/// The kinds of condition, as they are usually written.
+const std::vector<std::string>& knownConditionTypes();
+/// The three folders of the tree, and items of the target-paths file, that a run looks at.
+const std::vector<std::string>& branchNames();

@@ -1,0 +1,19 @@
+#include "Utility/InstallInspector/CheckCommand.h"
+#include "Utility/InstallInspector/Output.h"
+
+#include <CLI/CLI.hpp>
+
+int main(int argc, char* argv[]) {
+    CLI::App app("Checks a product before it ships, without changing anything.", "InstallInspector");
+    app.set_version_flag("--version", "InstallInspector " INSTALLUTILITY_VERSION);
+    app.require_subcommand(1);
+    int status = Clean;
+    addCheckCommand(app, status);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        // Help and version come this way, too, with status 0.
+        return app.exit(error) == 0 ? Clean : CannotRun;
+    }
+    return status;
+}
