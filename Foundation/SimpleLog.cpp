@@ -1,7 +1,7 @@
 #include "Foundation/SimpleLog.h"
 
-#include <algorithm>
 #include <array>
+#include <cstdarg>
 #include <cstdio>
 #include <string>
 #include <string_view>
@@ -9,23 +9,20 @@
 namespace {
 
 constexpr std::size_t longestMessage = 10239;
-constexpr std::size_t longestDebugPrefix = 10239;
 
-/// The first bytes, up to `Longest`, of the formatted text.
-template <std::size_t Longest>
-std::string formatted(const char* format, va_list arguments) {
-    std::array<char, Longest + 1> buffer{};
-    std::vsnprintf(buffer.data(), buffer.size(), format, arguments);
-    return buffer.data();
-}
-
-std::string debugPrefix(const char* format, ...) __attribute__((format(printf, 1, 2)));
-std::string debugPrefix(const char* format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    std::string prefix = formatted<longestDebugPrefix>(format, arguments);
-    va_end(arguments);
-    return prefix;
+std::string prefixOf(SimpleLog::LogType type, const char* file, const char* function, long line) {
+    switch (type) {
+    case SimpleLog::Debug:
+        return std::string("DEBUG: ") + file + "," + std::to_string(static_cast<int>(line)) + ":" + function +
+               " ";
+    case SimpleLog::Error:
+        return "Error: ";
+    case SimpleLog::Warning:
+        return "Warning: ";
+    case SimpleLog::Info:
+        break;
+    }
+    return "";
 }
 
 /// `line` as a print without arguments gives it: the only directive that needs none is "%%".
@@ -57,20 +54,13 @@ void SimpleLog::printLog(LogType type, const char* file, const char* function, l
     if (type == Debug && !bEnableDebugLogs) {
         return;
     }
-    std::string text;
-    if (type == Debug) {
-        text = debugPrefix("DEBUG: %s,%d:%s ", file, static_cast<int>(line), function);
-    } else if (type == Error) {
-        text = "Error: ";
-    } else if (type == Warning) {
-        text = "Warning: ";
-    }
+    std::array<char, longestMessage + 1> message{};
     va_list arguments;
     va_start(arguments, format);
-    text += formatted<longestMessage>(format, arguments);
+    std::vsnprintf(message.data(), message.size(), format, arguments);
     va_end(arguments);
     // A message that ends with a line feed of its own is followed by an empty line. Intended.
-    write(formattedWithoutArguments(text + "\n"));
+    write(formattedWithoutArguments(prefixOf(type, file, function, line) + message.data() + "\n"));
 }
 
 void SimpleLog::printText(const char* format, ...) {

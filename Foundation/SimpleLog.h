@@ -1,7 +1,5 @@
 #pragma once
 
-#include <cstdarg>
-
 /// Everything that the program says goes to standard output through this class: whole, in order, and out of
 /// its buffers before it returns, so that what a child process prints next comes after it. Errors of the
 /// output itself are ignored.

@@ -12,13 +12,15 @@
 #include <cstring>
 #include <cwchar>
 #include <cwctype>
+#include <memory>
+#include <new>
 #include <strings.h>
 
 namespace {
 
-/// Characters that FromFormat, and the numbers that go through it, have room for. The last two stay zero.
-constexpr unsigned long formatBufferSize = 512;
-constexpr unsigned long wideNumberBufferSize = 30;
+/// Characters of formatted output that are kept.
+constexpr unsigned long longestFormatted = 510;
+constexpr unsigned long longestWideDouble = 29;
 
 int compare(const char* a, const char* b, unsigned long length) {
     return std::strncmp(a, b, length);
@@ -32,6 +34,13 @@ unsigned long lengthOf(const char* text) {
 }
 unsigned long lengthOf(const wchar_t* text) {
     return std::wcslen(text);
+}
+/// As lengthOf, of a text that ends after `limit` characters at the latest; it may then be null.
+unsigned long lengthWithin(const char* text, unsigned long limit) {
+    return limit == 0 ? 0 : strnlen(text, limit);
+}
+unsigned long lengthWithin(const wchar_t* text, unsigned long limit) {
+    return limit == 0 ? 0 : wcsnlen(text, limit);
 }
 
 char lowerCase(char c) {
@@ -91,7 +100,7 @@ void assign(Char*& data, unsigned long& size, const Char* text, unsigned long le
 
 template <class Char>
 void append(Char*& data, unsigned long& size, const Char* text, unsigned long length) {
-    if (length == 0 || length > ULONG_MAX - size) {
+    if (length == 0) {
         return;
     }
     const bool bOwnText = text == data;
@@ -102,15 +111,15 @@ void append(Char*& data, unsigned long& size, const Char* text, unsigned long le
         }
         data = block;
     }
-    std::memmove(data + size, bOwnText ? data : text, length * sizeof(Char));
+    std::memcpy(data + size, bOwnText ? data : text, length * sizeof(Char));
     size += length;
     data[size] = 0;
 }
 
-/// The text of `buffer` up to its terminator, however a print into it ended.
-template <class String, class Char, std::size_t Capacity>
-void assignBuffer(String& string, const std::array<Char, Capacity>& buffer) {
-    string.init(buffer.data(), lengthOf(buffer.data()));
+/// An array for work in passing; null where memory cannot be had.
+template <class Element>
+std::unique_ptr<Element[]> tryAllocate(unsigned long count) {
+    return std::unique_ptr<Element[]>(new (std::nothrow) Element[count]);
 }
 
 // Comparison
@@ -150,11 +159,16 @@ private:
     unsigned long length;
 };
 
-/// Where the first occurrence of `needle`, which is not empty, ends in `text`; VLString::maxLen for none.
+/// Where the first occurrence of `needle`, which is not empty, ends in `text`; VLString::maxLen for none, or
+/// where memory cannot be had.
 template <class Searched>
 unsigned long endOfFirst(const Searched& needle, const Searched& text) {
     // border[i]: length of the longest proper prefix of the needle that also ends at its position i.
-    std::vector<unsigned long> border(needle.size(), 0);
+    const auto border = tryAllocate<unsigned long>(needle.size());
+    if (!border) {
+        return VLString::maxLen;
+    }
+    border[0] = 0;
     unsigned long matched = 0;
     for (unsigned long i = 1; i < needle.size(); ++i) {
         while (matched > 0 && needle[i] != needle[matched]) {
@@ -177,11 +191,14 @@ unsigned long endOfFirst(const Searched& needle, const Searched& text) {
     return VLString::maxLen;
 }
 
-/// How much of the needle a comparison looks at: it stops after a zero character.
-template <class String>
+/// How much of a needle the comparison looks at: it stops after a zero character, as strncmp, wcsncmp and
+/// strncasecmp do. There is no wide strncasecmp, and what stands in for it sees zero characters as any other.
+template <Case letters, class String>
 unsigned long comparedLength(const String& needle) {
-    const unsigned long beforeZero = needle.IsEmpty() ? 0 : lengthOf(needle.ConstData());
-    return std::min(beforeZero + 1, needle.Size());
+    if (letters == Case::Ignored && std::is_same_v<String, VLUnicodeString>) {
+        return needle.Size();
+    }
+    return std::min(lengthOf(needle.ConstData()) + 1, needle.Size());
 }
 
 template <Case letters, class String>
@@ -197,7 +214,7 @@ unsigned long indexOf(const String& string, const String& needle, unsigned long 
     }
     using Char = std::decay_t<decltype(string[0])>;
     using Searched = Text<Char, letters, Direction::Forward>;
-    const unsigned long compared = comparedLength(needle);
+    const unsigned long compared = comparedLength<letters>(needle);
     const unsigned long ignoredTail = needle.Size() - compared;
     const unsigned long end =
         endOfFirst(Searched(needle.Data(), compared),
@@ -215,7 +232,7 @@ unsigned long indexLastOf(const String& string, const String& needle) {
     }
     using Char = std::decay_t<decltype(string[0])>;
     using Searched = Text<Char, letters, Direction::Backward>;
-    const unsigned long compared = comparedLength(needle);
+    const unsigned long compared = comparedLength<letters>(needle);
     const unsigned long searched = string.Size() - (needle.Size() - compared);
     const unsigned long end =
         endOfFirst(Searched(needle.Data(), compared), Searched(string.Data(), searched));
@@ -263,17 +280,20 @@ String mapCharacters(String string, Mapping mapping) {
 /// number for one that it cannot convert; the whole is empty then.
 template <class Target, class TargetChar, class SourceChar, class Converter>
 Target convertText(const SourceChar* text, unsigned long length, Converter convert) {
-    std::vector<TargetChar> converted;
-    converted.reserve(length);
-    for (unsigned long i = 0; i < length && text[i] != 0; ++i) {
+    length = lengthWithin(text, length);
+    Target result;
+    const auto converted = tryAllocate<TargetChar>(length);
+    if (!converted) {
+        return result;
+    }
+    for (unsigned long i = 0; i < length; ++i) {
         const long character = convert(text[i]);
         if (character < 0) {
-            return Target();
+            return result;
         }
-        converted.push_back(static_cast<TargetChar>(character));
+        converted[i] = static_cast<TargetChar>(character);
     }
-    Target result;
-    result.init(converted.data(), converted.size());
+    result.init(converted.get(), length);
     return result;
 }
 
@@ -412,17 +432,13 @@ VLString& VLString::FromCFString(CFStringRef cfString) {
 }
 
 VLString& VLString::FromFormat(VLString format, ...) {
-    Clear();
-    if (format.IsEmpty()) {
-        return *this;
-    }
-    std::array<char, formatBufferSize> buffer{};
+    std::array<char, longestFormatted + 1> buffer{};
     va_list arguments;
     va_start(arguments, format);
-    std::vsnprintf(buffer.data(), buffer.size() - 1, format.Data(), arguments);
+    std::vsnprintf(buffer.data(), buffer.size(), format.ConstData(), arguments);
     va_end(arguments);
-    assignBuffer(*this, buffer);
-    return *this;
+    // The old text goes last: an argument may be part of it.
+    return *this = VLString(buffer.data());
 }
 
 VLString& VLString::FromInt(int value) {
@@ -585,7 +601,8 @@ VLString VLUnicodeString::ToUTF8() const {
 }
 
 VLString VLUnicodeString::GetMultibyteString() const {
-    return ToUTF8().Substr(0, size);
+    // One character gives one byte, so the limit is never met.
+    return ToUTF8();
 }
 
 VLUnicodeString& VLUnicodeString::FromUTF8(const char* text, unsigned long length) {
@@ -604,18 +621,13 @@ VLString VLUnicodeString::ToUTF16(bool) const {
 }
 
 VLUnicodeString& VLUnicodeString::FromFormat(VLUnicodeString format, ...) {
-    Clear();
-    if (format.IsEmpty()) {
-        return *this;
-    }
-    std::array<wchar_t, formatBufferSize> buffer{};
+    std::array<wchar_t, longestFormatted + 1> buffer{};
     va_list arguments;
     va_start(arguments, format);
     // Too long an output counts as an error here, but the buffer holds its beginning all the same.
-    std::vswprintf(buffer.data(), buffer.size() - 1, format.Data(), arguments);
+    std::vswprintf(buffer.data(), buffer.size(), format.ConstData(), arguments);
     va_end(arguments);
-    assignBuffer(*this, buffer);
-    return *this;
+    return *this = VLUnicodeString(buffer.data());
 }
 
 VLUnicodeString& VLUnicodeString::FromInt(int value) {
@@ -627,10 +639,9 @@ VLUnicodeString& VLUnicodeString::FromDword(unsigned int value) {
 }
 
 VLUnicodeString& VLUnicodeString::FromDouble(double value) {
-    std::array<wchar_t, wideNumberBufferSize> buffer{};
+    std::array<wchar_t, longestWideDouble + 1> buffer{};
     std::swprintf(buffer.data(), buffer.size(), L"%f", value);
-    assignBuffer(*this, buffer);
-    return *this;
+    return *this = VLUnicodeString(buffer.data());
 }
 
 int VLUnicodeString::GetLong(int defaultValue) const {

@@ -23,7 +23,7 @@ struct _GUID { // NOLINT(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cp
 
 /// Text of 8-bit characters with value semantics, UTF-8 where it meets the platform. Every operation takes
 /// the bytes as they are and may meet zero bytes among them; comparisons and searches, like the C functions
-/// they follow, look no further than a zero byte.
+/// they follow, look no further than a zero byte in both texts.
 ///
 /// No operation throws. Where memory cannot be had, what is being built stays empty and what is being
 /// extended stays as it was.
@@ -130,7 +130,8 @@ private:
     char* data = nullptr;
 };
 
-/// Text of wide characters, with the operations and the rules of VLString.
+/// Text of wide characters, with the operations and the rules of VLString. Comparisons and searches that
+/// ignore case see zero characters as any other.
 class VLUnicodeString {
 public:
     static constexpr unsigned long maxLen = VLString::maxLen;

@@ -5,8 +5,13 @@
 #include <gtest/gtest.h>
 
 #include <ostream>
+#include <string>
 
-/// Lets a failed assertion show the text.
-inline void PrintTo(const VLString& text, std::ostream* out) {
-    *out << testing::PrintToString(text.ConstData());
+/// How a failed assertion shows these types. A test that compares them includes this.
+inline void PrintTo(const VLString& string, std::ostream* out) {
+    *out << testing::PrintToString(std::string(string.ConstData(), string.Size()));
+}
+
+inline void PrintTo(const VLUnicodeString& string, std::ostream* out) {
+    *out << testing::PrintToString(std::wstring(string.ConstData(), string.Size()));
 }

@@ -1,8 +1,10 @@
 #include "Foundation/SimpleLog.h"
 #include "Foundation/VLString.h"
 #include "Utility/InstallUtility/InstallUtility.h"
+#include "Utility/InstallUtility/Mac/StandardStreams.h"
 
 int main(int argc, char* argv[]) {
+    makeStandardStreamsSafe();
     if (argc <= 3) {
         SimpleLog::printLog(SimpleLog::Error, __FILE__, __FUNCTION__, __LINE__, "Not enough arguments.");
         SimpleLog::printLog(
