@@ -105,9 +105,10 @@ constexpr Condition::ConditionType never = Condition::Or;
 // Text that stays
 
 TEST_F(FillPattern, TextWithoutPlaceholderStays) {
-    for (const char* pattern : {"", "/Library/x y", "%", "100% sure", "a%", "%a", "USER", "%USER", "USER%",
-                                "\xC3\x89"
-                                "clair \xE6\x97\xA5\xE6\x9C\xAC 'x' & y"}) {
+    const char* sentence = "\xC3\x89"
+                           "clair \xE6\x97\xA5\xE6\x9C\xAC 'x' & y";
+    for (const char* pattern :
+         {"", "/Library/x y", "%", "100% sure", "a%", "%a", "USER", "%USER", "USER%", sentence}) {
         const Filling filling(pattern);
         EXPECT_EQ(filling.result, pattern);
         EXPECT_EQ(filling.output, "") << pattern;

@@ -23,6 +23,11 @@ FileNode parsed(const std::string& content) {
     return definition.installFiles;
 }
 
+/// `xml` with `value` in place of each "@".
+std::string filled(const char* xml, const std::string& value) {
+    return VLString(xml).Replace("@", value.c_str()).ConstData();
+}
+
 std::vector<VLString> childNames(const FileNode& node) {
     std::vector<VLString> names;
     for (const auto& [name, child] : node.children) {
@@ -171,9 +176,8 @@ TEST(InstallFiles, OnlyX86IsAnArch) {
     const std::pair<const char*, std::int32_t> expectations[] = {
         {"x86", 1}, {"X86", 1}, {"x64", 0}, {"x86;x64", 0}, {"x86;", 0}, {" x86", 0}, {"", 0}, {"1", 0}};
     for (const auto& [arch, number] : expectations) {
-        const std::string attributes = " arch='" + std::string(arch) + "'/>";
         const FileNode root =
-            parsed("<directory fileName='d'" + attributes + "<file fileName='f'" + attributes);
+            parsed(filled("<directory fileName='d' arch='@'/><file fileName='f' arch='@'/>", arch));
         EXPECT_EQ(at(root, {"d"}).arch, number) << arch;
         EXPECT_EQ(at(root, {"f"}).arch, number) << arch;
     }
@@ -199,9 +203,9 @@ TEST(InstallFiles, OnlyFilesHaveAConfiguration) {
 TEST(InstallFiles, FlagsAreInheritedThroughAllLevels) {
     for (const Flag& flag : flags) {
         const FileNode root =
-            parsed("<directory fileName='d' " + std::string(flag.attribute) +
-                   "='1'><directory fileName='e'><file fileName='f'/></directory></directory>"
-                   "<file fileName='g'/>");
+            parsed(filled("<directory fileName='d' @='1'><directory fileName='e'><file fileName='f'/>"
+                          "</directory></directory><file fileName='g'/>",
+                          flag.attribute));
         EXPECT_TRUE(at(root, {"d"}).*flag.field) << flag.attribute;
         EXPECT_TRUE(at(root, {"d", "e"}).*flag.field) << flag.attribute;
         EXPECT_TRUE(at(root, {"d", "e", "f"}).*flag.field) << flag.attribute;
@@ -214,11 +218,11 @@ TEST(InstallFiles, FlagsAreInheritedThroughAllLevels) {
 
 TEST(InstallFiles, ALevelMayStateAFlagAnew) {
     for (const Flag& flag : flags) {
-        const std::string is = " " + std::string(flag.attribute) + "=";
-        const FileNode root =
-            parsed("<directory fileName='d'" + is + "'1'><file fileName='inherits'/><file fileName='denies'" +
-                   is + "'0'/><directory fileName='e'" + is + "'0'><file fileName='f'/><file fileName='g'" +
-                   is + "'1'/></directory></directory>");
+        const FileNode root = parsed(
+            filled("<directory fileName='d' @='1'><file fileName='inherits'/><file fileName='denies' @='0'/>"
+                   "<directory fileName='e' @='0'><file fileName='f'/><file fileName='g' @='1'/>"
+                   "</directory></directory>",
+                   flag.attribute));
         EXPECT_TRUE(at(root, {"d", "inherits"}).*flag.field) << flag.attribute;
         EXPECT_FALSE(at(root, {"d", "denies"}).*flag.field) << flag.attribute;
         EXPECT_FALSE(at(root, {"d", "e"}).*flag.field) << flag.attribute;
@@ -230,12 +234,13 @@ TEST(InstallFiles, ALevelMayStateAFlagAnew) {
 TEST(InstallFiles, OtherTextsOfAFlagAreAsGoodAsNone) {
     for (const Flag& flag : flags) {
         for (const char* other : {"true", "yes", "false", "no", "2", ""}) {
-            const std::string stated = " " + std::string(flag.attribute) + "='" + other + "'/>";
-            const FileNode root = parsed("<directory fileName='d' " + std::string(flag.attribute) +
-                                         "='1'><file fileName='f'" + stated + "<directory fileName='e'" +
-                                         stated + "</directory><file fileName='g'" + stated);
-            EXPECT_TRUE(at(root, {"d", "f"}).*flag.field) << stated;
-            EXPECT_TRUE(at(root, {"d", "e"}).*flag.field) << stated;
+            const std::string stated = std::string(flag.attribute) + "='" + other + "'";
+            const FileNode inherited =
+                parsed(filled("<directory fileName='d' @='1'>", flag.attribute) +
+                       filled("<file fileName='f' @/><directory fileName='e' @/>", stated) + "</directory>");
+            const FileNode root = parsed(filled("<file fileName='g' @/>", stated));
+            EXPECT_TRUE(at(inherited, {"d", "f"}).*flag.field) << stated;
+            EXPECT_TRUE(at(inherited, {"d", "e"}).*flag.field) << stated;
             EXPECT_FALSE(at(root, {"g"}).*flag.field) << stated;
         }
     }
@@ -327,7 +332,7 @@ TEST(InstallFiles, AShortCutIsValidWithNameAndFolderOnly) {
 TEST(InstallFiles, TwoHundredLevelsAreRead) {
     std::string content = "<file fileName='f'/>";
     for (int i = 0; i < 200; ++i) {
-        content = "<directory fileName='d'>" + content + "</directory>";
+        content.insert(0, "<directory fileName='d'>").append("</directory>");
     }
     const FileNode root = parsed(content);
     const FileNode* node = &root;

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <tinyxml.h>
 
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -46,8 +47,10 @@ std::string hosts(const std::string& content) {
 }
 
 /// Families A and B with a plug-in each.
-const std::string familiesAAndB = families(family("A", "<plugins><plugin name='a'/></plugins>") +
-                                           family("B", "<plugins><plugin name='b'/></plugins>"));
+std::string familiesAAndB() {
+    return families(family("A", "<plugins><plugin name='a'/></plugins>") +
+                    family("B", "<plugins><plugin name='b'/></plugins>"));
+}
 
 void expectEmpty(const SKUDefinition& definition) {
     EXPECT_EQ(definition.skuInfo.ID, "");
@@ -110,10 +113,10 @@ std::string zeros(unsigned long count) {
     return std::string(count, '0');
 }
 
-const std::string allSet(32, '1');
+constexpr const char* allSet = "11111111111111111111111111111111";
 
 /// A document that uses all there is.
-const std::string wholeDocument =
+constexpr const char* wholeDocument =
     "<?xml version='1.0' encoding='UTF-8'?><!-- c --><product><sku ID='1' name='N' build='2.0' prefix='P'/>"
     "<families><family name='A'><plugins><plugin name='a'/></plugins><contents><content name='c'/></contents>"
     "<featuresmask name='1FFFFFFFF'/><contentmask name='m'/></family></families>"
@@ -155,7 +158,7 @@ TEST(BitSet, DigitsMayBeOfEitherCase) {
 }
 
 TEST(BitSet, EachEightDigitsFromTheRightGiveThirtyTwoBits) {
-    EXPECT_EQ(digits("1FFFFFFFF"), allSet + "1" + zeros(31));
+    EXPECT_EQ(digits("1FFFFFFFF"), std::string(allSet) + "1" + zeros(31));
     EXPECT_EQ(digits("00000004"
                      "00000002"
                      "00000001"),
@@ -394,7 +397,7 @@ TEST(SKUDefinition, AFamilyWithoutPluginsLeavesThePlaceToTheNextOfItsName) {
 TEST(SKUDefinition, ReadsTheFeaturesMask) {
     const SKUDefinition definition = parsed(families(family("A", "<featuresmask name='1FFFFFFFF'/>") +
                                                      family("B", "<featuresmask name='zz00000001'/>")));
-    EXPECT_EQ(digits(definition.featuresMaskByFamily.at("A")), allSet + "1" + zeros(31));
+    EXPECT_EQ(digits(definition.featuresMaskByFamily.at("A")), std::string(allSet) + "1" + zeros(31));
     EXPECT_EQ(digits(definition.featuresMaskByFamily.at("B")), "1" + zeros(31));
 }
 
@@ -554,7 +557,7 @@ TEST(SKUDefinition, HostsAreAppendedButOptionsReplaced) {
 // Which family serves which host
 
 TEST(SKUDefinition, AHostServesTheFamiliesThatItNames) {
-    const SKUDefinition definition = parsed(familiesAAndB + hosts("<host name='H' families='A;C'/>"));
+    const SKUDefinition definition = parsed(familiesAAndB() + hosts("<host name='H' families='A;C'/>"));
     EXPECT_TRUE(definition.familyHasHost("A", "H"));
     EXPECT_FALSE(definition.familyHasHost("B", "H"));
     EXPECT_FALSE(definition.familyHasHost("a", "H"));
@@ -562,13 +565,13 @@ TEST(SKUDefinition, AHostServesTheFamiliesThatItNames) {
 
 TEST(SKUDefinition, AFamilyWithoutPluginsHasNoHost) {
     const SKUDefinition definition =
-        parsed(familiesAAndB + hosts("<host name='H' families='A;C'/><host name='G'/>"));
+        parsed(familiesAAndB() + hosts("<host name='H' families='A;C'/><host name='G'/>"));
     EXPECT_FALSE(definition.familyHasHost("C", "H"));
     EXPECT_FALSE(definition.familyHasHost("C", "G"));
 }
 
 TEST(SKUDefinition, AHostThatNamesNoFamiliesServesThemAll) {
-    const SKUDefinition definition = parsed(familiesAAndB + hosts("<host name='H' families=';'/>"));
+    const SKUDefinition definition = parsed(familiesAAndB() + hosts("<host name='H' families=';'/>"));
     EXPECT_TRUE(definition.familyHasHost("A", "H"));
     EXPECT_TRUE(definition.familyHasHost("B", "H"));
     EXPECT_FALSE(definition.familyHasHost("A", "h"));
@@ -576,7 +579,7 @@ TEST(SKUDefinition, AHostThatNamesNoFamiliesServesThemAll) {
 }
 
 TEST(SKUDefinition, AnEmptyFamilyListCountsAsNone) {
-    SKUDefinition definition = parsed(familiesAAndB + hosts("<host name='H'/>"));
+    SKUDefinition definition = parsed(familiesAAndB() + hosts("<host name='H'/>"));
     definition.hostFamilies["H"] = {};
     definition.hostFamilies["G"] = {};
     EXPECT_TRUE(definition.familyHasHost("A", "H"));
@@ -585,8 +588,8 @@ TEST(SKUDefinition, AnEmptyFamilyListCountsAsNone) {
 
 TEST(SKUDefinition, HostsAreAskedForByTheirQualifiedNames) {
     const SKUDefinition definition =
-        parsed(familiesAAndB + hosts("<host name='H' arch='x86'/><host name='G' arch='x86' families='A'/>"
-                                     "<host name='F' arch='arm'/>"));
+        parsed(familiesAAndB() + hosts("<host name='H' arch='x86'/><host name='G' arch='x86' families='A'/>"
+                                       "<host name='F' arch='arm'/>"));
     EXPECT_TRUE(definition.familyHasHost("A", "H32"));
     EXPECT_FALSE(definition.familyHasHost("A", "H"));
     EXPECT_TRUE(definition.familyHasHost("A", "G32"));
@@ -596,7 +599,7 @@ TEST(SKUDefinition, HostsAreAskedForByTheirQualifiedNames) {
 
 TEST(SKUDefinition, HostsForBuildAreAskedApart) {
     const SKUDefinition definition =
-        parsed(familiesAAndB + hosts("<host name='H' families='A'/><host name='I'/>") +
+        parsed(familiesAAndB() + hosts("<host name='H' families='A'/><host name='I'/>") +
                "<hostsForBuild><host name='H' families='B'/><host name='J'/></hostsForBuild>");
     EXPECT_TRUE(definition.familyHasHost("A", "H"));
     EXPECT_FALSE(definition.familyHasHostBuild("A", "H"));
@@ -701,7 +704,7 @@ TEST(SKUDefinition, AFileThatCannotBeReadClears) {
     ASSERT_TRUE(FileLibrary::writeFile("<product><sku ID='2'/>", malformed, false));
     ASSERT_TRUE(FileLibrary::writeFile("", empty, false));
     for (const VLString& path : {malformed, empty, folder / "missing.xml", folder.text(), VLString()}) {
-        SKUDefinition definition = parsed("<sku ID='1'/>" + familiesAAndB);
+        SKUDefinition definition = parsed("<sku ID='1'/>" + familiesAAndB());
         definition.fromFile(path);
         EXPECT_EQ(definition.skuInfo.ID, "") << path.ConstData();
         EXPECT_THAT(definition.pluginsByFamily, IsEmpty()) << path.ConstData();
@@ -722,16 +725,18 @@ TEST(SKUDefinition, LineEndsAreThoseOfThisSystemInAFileAndStayInAText) {
 TEST(SKUDefinition, TextComesThroughByteForByte) {
     const char* name = "\xC3\x89"
                        "clair \xE6\x97\xA5\xE6\x9C\xAC 'x' & y";
-    const std::string attribute = "\"\xC3\x89"
-                                  "clair \xE6\x97\xA5\xE6\x9C\xAC 'x' &amp; y\"";
+    const VLString attribute = "\"\xC3\x89"
+                               "clair \xE6\x97\xA5\xE6\x9C\xAC 'x' &amp; y\"";
     for (const char* start : {"", "\xEF\xBB\xBF", "<?xml version=\"1.0\" encoding=\"UTF-8\"?>",
                               "\xEF\xBB\xBF<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"}) {
-        const SKUDefinition definition = parsedText(
-            start + ("<product><sku name=" + attribute + "/><families><family name=" + attribute +
-                     "><plugins><plugin name=" + attribute +
-                     "/></plugins></family></families><hosts><host name=" + attribute +
-                     " families=" + attribute + "/></hosts><installFiles><directory fileName=" + attribute +
-                     "><file fileName=" + attribute + "/></directory></installFiles></product>"));
+        const VLString xml =
+            VLString("<product><sku name=@/><families><family name=@><plugins><plugin name=@/>"
+                     "</plugins></family></families><hosts><host name=@ families=@/></hosts>"
+                     "<installFiles><directory fileName=@><file fileName=@/></directory>"
+                     "</installFiles></product>")
+                .Replace("@", attribute);
+        SKUDefinition definition;
+        definition.parse(VLString(start) + xml);
         EXPECT_EQ(definition.skuInfo.name, name) << start;
         EXPECT_THAT(definition.pluginsByFamily, ElementsAre(Pair(name, ElementsAre(name)))) << start;
         EXPECT_THAT(definition.hostNames, ElementsAre(name)) << start;
@@ -744,9 +749,9 @@ TEST(SKUDefinition, TextComesThroughByteForByte) {
 // Documents that mean harm
 
 TEST(SKUDefinition, ADocumentCutOffAnywhereGivesAnEmptyDefinition) {
-    for (unsigned long length = 0; length < wholeDocument.size(); ++length) {
+    for (unsigned long length = 0; length < std::strlen(wholeDocument); ++length) {
         SCOPED_TRACE(length);
-        expectEmpty(parsedText(wholeDocument.substr(0, length)));
+        expectEmpty(parsedText(std::string(wholeDocument).substr(0, length)));
     }
     EXPECT_EQ(parsedText(wholeDocument).skuInfo.ID, "1");
 }
@@ -754,9 +759,9 @@ TEST(SKUDefinition, ADocumentCutOffAnywhereGivesAnEmptyDefinition) {
 TEST(SKUDefinition, ADocumentFileCutOffAnywhereGivesAnEmptyDefinition) {
     const TemporaryDirectory folder;
     const VLString path = folder / "sku.xml";
-    for (unsigned long length = 0; length < wholeDocument.size(); length += 7) {
+    for (unsigned long length = 0; length < std::strlen(wholeDocument); length += 7) {
         SCOPED_TRACE(length);
-        ASSERT_TRUE(FileLibrary::writeFile(text(wholeDocument.substr(0, length)), path, false));
+        ASSERT_TRUE(FileLibrary::writeFile(text(std::string(wholeDocument).substr(0, length)), path, false));
         SKUDefinition definition;
         definition.fromFile(path);
         expectEmpty(definition);
@@ -766,7 +771,7 @@ TEST(SKUDefinition, ADocumentFileCutOffAnywhereGivesAnEmptyDefinition) {
 TEST(SKUDefinition, AZeroByteAnywhereIsSurvived) {
     const TemporaryDirectory folder;
     const VLString path = folder / "sku.xml";
-    for (unsigned long position = 0; position < wholeDocument.size(); ++position) {
+    for (unsigned long position = 0; position < std::strlen(wholeDocument); ++position) {
         SCOPED_TRACE(position);
         std::string document = wholeDocument;
         document[position] = '\0';
@@ -781,7 +786,7 @@ TEST(SKUDefinition, AZeroByteAnywhereIsSurvived) {
 }
 
 TEST(SKUDefinition, AnyByteAnywhereIsSurvived) {
-    for (unsigned long position = 0; position < wholeDocument.size(); ++position) {
+    for (unsigned long position = 0; position < std::strlen(wholeDocument); ++position) {
         for (const char byte : {'<', '>', '&', '\'', '"', '/', '\xEF', '\xFF', ' '}) {
             std::string document = wholeDocument;
             document[position] = byte;

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -22,8 +23,8 @@ using InstallItem = InstallUtility::InstallItem;
 using ItemPath = InstallItem::ItemPath;
 using Condition = ItemPath::Condition;
 
-const std::string notFoundLine = "Error: Error! File with target not found\n\n";
-const std::string noRootLine = "Error: Can't find node <root> in target paths XML.\n";
+constexpr const char* notFoundLine = "Error: Error! File with target not found\n\n";
+constexpr const char* noRootLine = "Error: Can't find node <root> in target paths XML.\n";
 
 VLString text(const std::string& bytes) {
     return VLString(bytes.data(), bytes.size());
@@ -100,7 +101,7 @@ std::chrono::duration<double> timeToRead(int paths) {
     return std::chrono::steady_clock::now() - start;
 }
 
-const std::string wholeDocument =
+constexpr const char* wholeDocument =
     "<?xml version='1.0' encoding='UTF-8'?><!-- c --><root><item name='VorlaneFX'><path value='/a'/><path "
     "value='/b'><condition type='And'><condition type='PathExist' value='/c'/><condition type='FileExist'/>"
     "</condition></path></item><item name='Hosts'><item name='H'><path value='/d'/></item></item></root>";
@@ -135,7 +136,7 @@ TEST(TargetPathsFile, AMissingFileIsReportedAndThenItsMissingRoot) {
     for (const VLString& path : {folder / "missing.xml", folder.text(), VLString()}) {
         reading.read(path);
         EXPECT_FALSE(reading.bRead) << path.ConstData();
-        EXPECT_EQ(reading.output, notFoundLine + noRootLine) << path.ConstData();
+        EXPECT_EQ(reading.output, std::string(notFoundLine) + noRootLine) << path.ConstData();
         EXPECT_THAT(names(reading.engine.installItems), ElementsAre("kept")) << path.ConstData();
     }
 }
@@ -313,12 +314,13 @@ TEST(TargetPathsFile, OperandsOfAnyKindAreRead) {
 TEST(TargetPathsFile, TextComesThroughByteForByte) {
     const char* expected = "\xC3\x89"
                            "clair \xE6\x97\xA5\xE6\x9C\xAC 'x' & y";
-    const std::string attribute = "\"\xC3\x89"
-                                  "clair \xE6\x97\xA5\xE6\x9C\xAC 'x' &amp; y\"";
+    const VLString attribute = "\"\xC3\x89"
+                               "clair \xE6\x97\xA5\xE6\x9C\xAC 'x' &amp; y\"";
     for (const char* start : {"", "\xEF\xBB\xBF", "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n",
                               "\xEF\xBB\xBF<?xml version=\"1.0\" encoding=\"UTF-8\"?>\r\n"}) {
-        const Reading reading(start + ("<root><item name=" + attribute + "><path value=" + attribute +
-                                       "><condition value=" + attribute + "/></path></item></root>"));
+        const VLString xml =
+            VLString(start) + "<root><item name=@><path value=@><condition value=@/></path></item></root>";
+        const Reading reading(xml.Replace("@", attribute).ConstData());
         ASSERT_EQ(reading.engine.installItems.count(expected), 1U) << start;
         const InstallItem& item = reading.engine.installItems.at(expected);
         EXPECT_THAT(pathsOf(item), ElementsAre(expected)) << start;
@@ -327,9 +329,9 @@ TEST(TargetPathsFile, TextComesThroughByteForByte) {
 }
 
 TEST(TargetPathsFile, AFileCutOffAnywhereHasNoRoot) {
-    for (unsigned long length = 0; length < wholeDocument.size(); ++length) {
+    for (unsigned long length = 0; length < std::strlen(wholeDocument); ++length) {
         SCOPED_TRACE(length);
-        const Reading reading(wholeDocument.substr(0, length));
+        const Reading reading(std::string(wholeDocument).substr(0, length));
         EXPECT_FALSE(reading.bRead);
         EXPECT_EQ(reading.output, noRootLine);
         EXPECT_THAT(reading.engine.installItems, IsEmpty());
@@ -338,7 +340,7 @@ TEST(TargetPathsFile, AFileCutOffAnywhereHasNoRoot) {
 }
 
 TEST(TargetPathsFile, AFileWithAZeroByteHasNoRoot) {
-    for (unsigned long position = 0; position < wholeDocument.size(); ++position) {
+    for (unsigned long position = 0; position < std::strlen(wholeDocument); ++position) {
         SCOPED_TRACE(position);
         std::string document = wholeDocument;
         document[position] = '\0';
@@ -364,7 +366,7 @@ TEST(TargetPathsFile, TooDeepAFileIsMalformed) {
 TEST(TargetPathsFile, TwoHundredLevelsAreRead) {
     std::string content = "<path value='p'/>";
     for (int i = 0; i < 200; ++i) {
-        content = "<item name='i'>" + content + "</item>";
+        content.insert(0, "<item name='i'>").append("</item>");
     }
     const std::map<VLString, InstallItem> items = parsed(content);
     const InstallItem* item = &items.at("i");
