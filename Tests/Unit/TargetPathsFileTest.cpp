@@ -58,20 +58,20 @@ std::map<VLString, InstallItem> parsed(const std::string& content) {
     return reading.engine.installItems;
 }
 
-std::vector<VLString> names(const std::map<VLString, InstallItem>& items) {
-    std::vector<VLString> result;
-    for (const auto& [name, item] : items) {
-        result.push_back(name);
-    }
+/// What `textOf` gives for each element.
+template <class Container, class TextOf>
+std::vector<VLString> texts(const Container& elements, TextOf textOf) {
+    std::vector<VLString> result(elements.size());
+    std::transform(elements.begin(), elements.end(), result.begin(), textOf);
     return result;
 }
 
+std::vector<VLString> names(const std::map<VLString, InstallItem>& items) {
+    return texts(items, [](const auto& item) { return item.first; });
+}
+
 std::vector<VLString> pathsOf(const InstallItem& item) {
-    std::vector<VLString> result;
-    for (const ItemPath& path : item.paths) {
-        result.push_back(path.path);
-    }
-    return result;
+    return texts(item.paths, [](const ItemPath& path) { return path.path; });
 }
 
 /// The condition of the first path of the only item.
@@ -83,11 +83,7 @@ Condition parsedCondition(const std::string& insidePath) {
 }
 
 std::vector<VLString> valuesOf(const std::vector<Condition>& conditions) {
-    std::vector<VLString> result;
-    for (const Condition& condition : conditions) {
-        result.push_back(condition.value);
-    }
-    return result;
+    return texts(conditions, [](const Condition& condition) { return condition.value; });
 }
 
 std::chrono::duration<double> timeToRead(int paths) {
