@@ -160,9 +160,10 @@ bool PlatformServices::CreateFolder(const VLString& path) {
 bool PlatformServices::CopyItem(const VLString& source, const VLString& destination) {
     const auto from = pathOf(source);
     const auto to = pathOf(destination);
-    if (!from || !to || isThere(*to) || (isFolder(*from) && isInside(*to, *from))) {
+    if (!from || !to || (isFolder(*from) && isInside(*to, *from))) {
         return false;
     }
+    // Each kind of item is made by a call that fails when anything is there.
     return copyAnything(*from, *to);
 }
 

@@ -126,7 +126,7 @@ private:
         const auto name = tag.substr(0, tag.find_first_of(" \t\r\n/"));
         rest.remove_prefix(end + 1);
         const bool bEmpty = !tag.empty() && tag.back() == '/';
-        if (name.empty() || name.find_first_of("<&\"'") != std::string_view::npos || open.size() >= deepest) {
+        if (open.size() >= deepest) {
             return false;
         }
         open.push_back(name);
