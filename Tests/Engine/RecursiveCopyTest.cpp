@@ -450,6 +450,15 @@ TEST_F(LockedFileWarning, ShowsItsTitleAndGivesTheAnswer) {
                "continue (some files may not be updated)."}));
 }
 
+TEST_F(LockedFileWarning, TakesItsTextForAFormatWithoutArguments) {
+    answerAlerts("exit 1");
+    engine.filesLockedWarningTryAgain("100%% %s %");
+    EXPECT_EQ(alerts(),
+              (Lines{"Installation warning: Sorry, installation of files is blocked by '100% %s %'. "
+                     "Please close '100% %s %' and press 'Retry' to try again or 'Cancel' to "
+                     "continue (some files may not be updated)."}));
+}
+
 // The probe for files in use
 
 namespace {

@@ -78,5 +78,6 @@ void postflight(VLString skuXmlPath, VLString targetPathsXmlPath, bool install) 
 }
 
 bool showRetryCancelAlert(VLString title, VLString text) {
-    return PlatformServices::ShowRetryCancelAlert(title, text);
+    // The text is a format without arguments, in which nothing but "%%" stands for something else.
+    return PlatformServices::ShowRetryCancelAlert(title, text.Replace("%%", "%"));
 }
