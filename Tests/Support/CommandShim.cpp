@@ -68,7 +68,11 @@ void CommandShim::shim(const std::string& tool, const std::string& toolPath, con
 }
 
 std::vector<CommandShim::Call> CommandShim::calls() const {
-    std::ifstream log(folder.path() / "calls", std::ios::binary);
+    return callsIn(folder.path() / "calls");
+}
+
+std::vector<CommandShim::Call> CommandShim::callsIn(const std::filesystem::path& path) {
+    std::ifstream log(path, std::ios::binary);
     std::vector<Call> result;
     for (std::string count; std::getline(log, count, '\0');) {
         Call call(std::stoul(count) + 1);

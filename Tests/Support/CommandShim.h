@@ -28,6 +28,9 @@ public:
     /// All calls since the beginning or the last forget(), in the order in which they started.
     std::vector<Call> calls() const;
     void forget();
+    /// The calls that a script has noted in `log`: for each the number of arguments, the name and the
+    /// arguments, all with a zero byte behind them.
+    static std::vector<Call> callsIn(const std::filesystem::path& log);
 
 private:
     void shim(const std::string& tool, const std::string& path, const std::string& script);
