@@ -1,0 +1,162 @@
+#include "Tests/Support/EndToEndTest.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <thread>
+
+namespace {
+
+/// Targets that are not what a run expects, and runs that are cut short from outside. Also the superuser
+/// fails here: nothing depends on permissions.
+class BadTarget : public EndToEndTest {
+protected:
+    static std::string shared(const std::string& path) { return std::string(statusFolder) + "/" + path; }
+    static std::string recordPath() { return shared("InstallationStatusFile.xml"); }
+
+    static ProductBuilder product() {
+        return ProductBuilder("ALPHA", "Alpha").family("Blur").target("VorlaneFX", statusFolder);
+    }
+    static ProductBuilder fileProduct() { return product().file("VorlaneFX/Tools/tool", "new"); }
+    static ProductBuilder folderProduct() {
+        return product().folder("VorlaneFX/Kit").unlistedFile("VorlaneFX/Kit/part", "new");
+    }
+    static std::string failedCopy(const std::string& source, const std::string& target) {
+        return "Error: Failed to copy '/Volumes/Installer/ALPHA/files/" + source + "' to '" + target + "'";
+    }
+    static bool hasLine(const ProgramResult& result, const std::string& line) {
+        const Lines lines = logLines(result);
+        return std::find(lines.begin(), lines.end(), line) != lines.end();
+    }
+};
+
+} // namespace
+
+TEST_F(BadTarget, FileInPlaceOfTargetFolderIsToldAndLeft) {
+    root().write(shared("Tools"), "anna's");
+    const ProgramResult result = Install(fileProduct());
+    ExpectSuccess(result);
+    EXPECT_TRUE(hasLine(result, failedCopy("VorlaneFX/Tools/tool", shared("Tools/tool"))));
+    EXPECT_EQ(root().read(shared("Tools")), "anna's");
+}
+
+TEST_F(BadTarget, FileInPlaceOfWholeFolderIsToldAndLeft) {
+    root().write(shared("Kit"), "anna's");
+    const ProgramResult result = Install(folderProduct());
+    ExpectSuccess(result);
+    EXPECT_TRUE(hasLine(result, failedCopy("VorlaneFX/Kit", shared("Kit"))));
+    EXPECT_EQ(root().read(shared("Kit")), "anna's");
+}
+
+TEST_F(BadTarget, FolderInPlaceOfFileTakesTheFileInside) {
+    root().write(shared("Tools/tool/sentinel"), "anna's");
+    const ProgramResult result = Install(fileProduct());
+    ExpectSuccess(result);
+    ExpectLog(result, {"Checking file consistency in source folder"});
+    EXPECT_EQ(root().read(shared("Tools/tool/sentinel")), "anna's");
+    EXPECT_EQ(root().read(shared("Tools/tool/tool")), "new");
+}
+
+TEST_F(BadTarget, UninstallRemovesFolderInPlaceOfFileWithAllItHolds) {
+    Install(fileProduct());
+    root().remove(shared("Tools/tool"));
+    root().write(shared("Tools/tool/sentinel"), "anna's");
+    ExpectSuccess(Uninstall(fileProduct()));
+    EXPECT_FALSE(root().exists(shared("Tools")));
+}
+
+TEST_F(BadTarget, FolderInPlaceOfRecordLeavesRunWithoutRecordAndWithoutWord) {
+    root().write(recordPath() + "/sentinel", "anna's");
+    const ProgramResult result = Install(fileProduct());
+    ExpectSuccess(result);
+    ExpectLog(result, {"Checking file consistency in source folder"});
+    EXPECT_EQ(root().read(recordPath() + "/sentinel"), "anna's");
+    EXPECT_EQ(root().read(shared("Tools/tool")), "new");
+}
+
+TEST_F(BadTarget, DamagedRecordReadsAsEmptyAndIsReplaced) {
+    root().write(recordPath(), "<install><products><sku ID=\"BETA\" name=");
+    ExpectSuccess(Install(fileProduct()));
+    ExpectCounts({"product ALPHA, Alpha, 1.0.0.100", "VorlaneFX 1", "VorlaneFX/Tools 1",
+                  "VorlaneFX/Tools/tool 1, 1.0.0.100"});
+}
+
+TEST_F(BadTarget, TargetInsideTheSourceGetsItsCopyAndTheRunEnds) {
+    const std::string inside = folderOf(product()) + "/files/VorlaneFX/Tools/inside";
+    ProductBuilder own = fileProduct();
+    own.target("Hosts/OpenFX", inside).file("Hosts/OpenFX/Blur/b", "b");
+    place(own);
+    ExpectSuccess(root().run(installCommand(own)));
+    EXPECT_EQ(root().read(inside + "/b"), "b");
+}
+
+TEST_F(BadTarget, WholeFolderInsideItsOwnSourceIsToldAndTheRunEnds) {
+    const std::string source = folderOf(product()) + "/files/VorlaneFX/Kit";
+    ProductBuilder own = folderProduct();
+    own.target("VorlaneFX/Kit", source + "/inner");
+    place(own);
+    const ProgramResult result = root().run(installCommand(own));
+    EXPECT_FALSE(result.bTimedOut);
+    ExpectSuccess(result);
+    EXPECT_TRUE(hasLine(result, failedCopy("VorlaneFX/Kit", source + "/inner")));
+    EXPECT_EQ(root().read(source + "/part"), "new");
+}
+
+TEST_F(BadTarget, RecordStaysAsItWasWhereFilesMayNotGrow) {
+    std::string old = "<install>\n    <products />\n    <installFiles>\n";
+    for (int i = 1000; i < 1200; ++i) {
+        old += "        <file fileName=\"look" + std::to_string(i) + "\" ref=\"1\" build=\"1.0.0.7\" />\n";
+    }
+    old += "    </installFiles>\n</install>\n";
+    place(fileProduct());
+    root().write(recordPath(), old);
+    // In blocks of 512 bytes: enough for the product's file, not for the record.
+    std::vector<std::string> command{"/bin/sh", "-c", "trap '' XFSZ; ulimit -f 4; exec \"$@\"", "sh"};
+    const std::vector<std::string> install = installCommand(fileProduct());
+    command.insert(command.end(), install.begin(), install.end());
+    const ProgramResult result = root().run(command);
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_TRUE(root().read(recordPath()) == old);
+    EXPECT_FALSE(root().exists(recordPath() + ".new"));
+    EXPECT_EQ(root().read(shared("Tools/tool")), "new");
+}
+
+TEST_F(BadTarget, InterruptFromTheKeyboardFailsTheCommandAndTheRunAsks) {
+    place(fileProduct());
+    // As a terminal does: the signal goes to the whole process group while cp runs.
+    root().write("/var/slow/cp",
+                 "#!/bin/sh\n"
+                 "[ -e /var/slow/done ] || { : >/var/slow/done; kill -INT 0; exec sleep 5; }\n"
+                 "exec /bin/cp \"$@\"\n",
+                 0755);
+    Options options;
+    options.environment = {{"PATH", "/var/slow:/usr/bin:/bin"}};
+    const ProgramResult result = root().run(installCommand(fileProduct()), options);
+    ExpectSuccess(result);
+    EXPECT_TRUE(hasLine(result, failedCopy("VorlaneFX/Tools/tool", shared("Tools/tool"))));
+    EXPECT_THAT(result.standardOutput, testing::HasSubstr("Installation warning"));
+    EXPECT_EQ(root().read(shared("Tools/tool")), "new");
+}
+
+TEST_F(BadTarget, TwoRunsAtOnceLeaveAWholeRecord) {
+    const ProductBuilder other = ProductBuilder("BETA", "Beta")
+                                     .family("Blur")
+                                     .target("VorlaneFX", statusFolder)
+                                     .file("VorlaneFX/b", "b");
+    place(fileProduct());
+    place(other);
+    for (int round = 0; round < 10; ++round) {
+        ProgramResult first;
+        std::thread run([&] { first = root().run(installCommand(fileProduct())); });
+        const ProgramResult second = root().run(installCommand(other));
+        run.join();
+        ExpectSuccess(first);
+        ExpectSuccess(second);
+        const Lines lines = counts();
+        EXPECT_EQ(lines.at(0).rfind("product ", 0), 0U) << lines.at(0);
+        EXPECT_FALSE(root().exists(recordPath() + ".new"));
+        EXPECT_EQ(root().read(shared("Tools/tool")), "new");
+        EXPECT_EQ(root().read(shared("b")), "b");
+        root().remove(statusFolder);
+    }
+}
