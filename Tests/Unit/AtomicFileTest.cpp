@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <fcntl.h>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -173,7 +174,7 @@ TEST_F(AtomicFileTest, ANewFileGetsTheModeThatFopenGives) {
     }
 }
 
-TEST_F(AtomicFileTest, TheNewFileIsNotForOthersBeforeItHasTheOldMode) {
+TEST_F(AtomicFileTest, TheNewFileHasTheOldModeFromTheStart) {
     ASSERT_EQ(chmod(path.ConstData(), 0600), 0);
     AtomicFile file(path);
     ASSERT_TRUE(file.Open());
@@ -376,6 +377,21 @@ TEST_F(AtomicFileTest, OpenFailsWhereTheOwnerCannotBeKept) {
     EXPECT_EQ(tree(), Lines{"f 0666: old"});
 }
 
+TEST_F(AtomicFileTest, OpenFailsWhereAnotherUsersFileHasTheNewName) {
+    if (getuid() != 0) {
+        GTEST_SKIP() << "needs two users";
+    }
+    // In such a folder nobody can remove what is not his.
+    chmod(folder.text().ConstData(), 01777);
+    ASSERT_EQ(chown(path.ConstData(), nobody, nobody), 0);
+    FileTree::write(folder.path() / "f.new", "planted", 0666);
+    {
+        const AsNobody nobodyElse;
+        EXPECT_FALSE(AtomicFile(path).Open());
+    }
+    EXPECT_EQ(tree(), (Lines{"f.new 0666: planted", "f: old"}));
+}
+
 TEST_F(AtomicFileTest, SyncFailsForTextThatDoesNotFit) {
     // Less than a stream's buffer and more: the error shows at the last flush, or before.
     for (const std::size_t size : {2000U, 100'000U}) {
@@ -443,6 +459,16 @@ TEST_F(AtomicFileTest, CommitFailsWhenTheStreamCannotBeClosed) {
     EXPECT_EQ(tree(), untouched);
 }
 
+TEST_F(AtomicFileTest, CommitFailsWithoutASync) {
+    {
+        AtomicFile file(path);
+        ASSERT_TRUE(file.Open());
+        ASSERT_TRUE(print(file, "new"));
+        EXPECT_FALSE(file.Commit());
+    }
+    EXPECT_EQ(tree(), untouched);
+}
+
 TEST_F(AtomicFileTest, CommitFailsWhenTheNameCannotBeTaken) {
     {
         AtomicFile file(path);
@@ -455,18 +481,35 @@ TEST_F(AtomicFileTest, CommitFailsWhenTheNameCannotBeTaken) {
     EXPECT_EQ(tree(), Lines{"f/in a folder: old"});
 }
 
-// Devices
+// What is no regular file. Never one of the machine's own devices: a fault here would replace it.
 
-TEST_F(AtomicFileTest, ADeviceIsWrittenDirectly) {
-    EXPECT_TRUE(replace("/dev/null", "new"));
-    EXPECT_FALSE(fs::exists("/dev/null.new"));
-    EXPECT_TRUE(fs::is_character_file("/dev/null"));
+TEST_F(AtomicFileTest, APipeIsWrittenDirectly) {
+    const VLString pipePath = folder / "pipe";
+    ASSERT_EQ(mkfifo(pipePath.ConstData(), 0600), 0);
+    const int reader = open(pipePath.ConstData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    ASSERT_GE(reader, 0);
+    EXPECT_TRUE(replace(pipePath, "new"));
+    char text[8] = {};
+    EXPECT_EQ(read(reader, text, sizeof text), 3);
+    EXPECT_STREQ(text, "new");
+    close(reader);
+    EXPECT_TRUE(S_ISFIFO(statusOf(pipePath).st_mode));
+    EXPECT_FALSE(fs::exists((folder / "pipe.new").ConstData()));
 }
 
 TEST_F(AtomicFileTest, AFullDeviceFails) {
-    if (!fs::exists("/dev/full")) {
-        GTEST_SKIP() << "no /dev/full on this machine";
+    struct stat full = {};
+    const VLString device = folder / "full";
+    if (stat("/dev/full", &full) != 0 || !S_ISCHR(full.st_mode) ||
+        mknod(device.ConstData(), S_IFCHR | 0600, full.st_rdev) != 0) {
+        GTEST_SKIP() << "cannot make a device that is full";
     }
-    EXPECT_FALSE(replace("/dev/full", "new"));
-    EXPECT_TRUE(fs::is_character_file("/dev/full"));
+    const int usable = open(device.ConstData(), O_WRONLY | O_CLOEXEC);
+    if (usable < 0) {
+        GTEST_SKIP() << "devices do not work in " << folder.text().ConstData();
+    }
+    close(usable);
+    EXPECT_FALSE(replace(device, "new"));
+    EXPECT_TRUE(S_ISCHR(statusOf(device).st_mode));
+    EXPECT_FALSE(fs::exists((folder / "full.new").ConstData()));
 }

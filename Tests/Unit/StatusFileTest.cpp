@@ -365,6 +365,15 @@ TEST_F(StatusFileTest, AFolderThatIsMissingOnTheWayTakesAfterTheNode) {
     EXPECT_EQ(at(record, "way/further").name, VLString("further"));
 }
 
+TEST_F(StatusFileTest, ANewFileOfAKnownProductHasOneUse) {
+    record.addProduct(product("A"));
+    record.startProcessProduct(product("A"), false);
+    ASSERT_FALSE(record.countReferences);
+    record.incrementFileRef("", fileNode("X"));
+    EXPECT_EQ(at(record, "X").ref, 1);
+    EXPECT_TRUE(record.needReplaceFile("X"));
+}
+
 TEST_F(StatusFileTest, FoldersOnTheWayAreLeftAsTheyAre) {
     record.startProcessProduct(product("A"), false);
     record.incrementFileRef("", folderNode("d"));
@@ -823,6 +832,12 @@ TEST_F(StatusFileTest, AFolderCarriesNeitherBuildNorShortCut) {
     EXPECT_TRUE(at(record, "d").IsShortCutInfoValid());
     EXPECT_TRUE(at(record, "d").build.IsSet());
     EXPECT_NE(written().find("<directory fileName=\"d\" ref=\"2\" />\n"), std::string::npos);
+}
+
+TEST_F(StatusFileTest, AShortCutThatWasReadWithoutNameOrFolderIsNotWritten) {
+    parsedFiles("<file fileName='a' ref='1'><shortCut name='1'/></file>"
+                "<file fileName='b' ref='1'><shortCut dir='1'/></file>");
+    EXPECT_EQ(written().find("shortCut"), std::string::npos);
 }
 
 TEST_F(StatusFileTest, NothingBelowAnUnusedNodeIsWritten) {

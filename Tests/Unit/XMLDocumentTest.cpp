@@ -346,6 +346,7 @@ INSTANTIATE_TEST_SUITE_P(
                     byteOrderMark + "<r>\xE2\"<"s,                                         // the tag is text
                     byteOrderMark + "<\xEF\xBB\xBFr \xEF\xBF\xBE>\xEF\xBF\xBF"s,           // marks are space
                     byteOrderMark + "<r a=\"\xF5\xC1\x80\">"s,                             // a byte each
+                    "<?xml?><r a=\"\xF0<>\"><x b=\">", "<r><b></b\n >", "<r><?xml?><b x=\"\xE2\"/>",
                     "<r a=\"&#x\"'&#x41;\">",             // a reference over a quote
                     "<r a=\"&#\"'&#65;\">",               //
                     "<r>&#x<'&#x41;",                     //

@@ -111,13 +111,14 @@ bool AtomicFile::keepModeAndOwner(const struct stat& old) {
 bool AtomicFile::Sync() {
     // A stream remembers an error of any earlier print; a full disk may show only when the last bytes go.
     const bool bWritten = std::ferror(stream) == 0 && std::fflush(stream) == 0;
-    return bWritten && (newPath.IsEmpty() || syncToDisk(fileno(stream)));
+    bSynced = bWritten && (newPath.IsEmpty() || syncToDisk(fileno(stream)));
+    return bSynced;
 }
 
 bool AtomicFile::Commit() {
-    const bool bClosed = std::fclose(std::exchange(stream, nullptr)) == 0;
-    if (newPath.IsEmpty() || !bClosed) {
-        return bClosed;
+    const bool bWhole = std::fclose(std::exchange(stream, nullptr)) == 0 && bSynced;
+    if (newPath.IsEmpty() || !bWhole) {
+        return bWhole;
     }
     if (!isOurs() || std::rename(newPath.ConstData(), target.ConstData()) != 0) {
         return false;

@@ -29,8 +29,8 @@ public:
     FILE* Stream() { return stream; }
     /// Brings all that was printed to the disk. False when any of it could not be written.
     bool Sync();
-    /// Closes the stream and puts the new file in the old one's place. False when that fails, or when another
-    /// process has begun a new file of the same name since.
+    /// Closes the stream and puts the new file in the old one's place. False when that fails, when Sync has
+    /// not succeeded before, or when another process has begun a new file of the same name since.
     bool Commit();
 
 private:
@@ -43,4 +43,5 @@ private:
     VLString newPath; ///< empty as long as there is no new file
     FILE* stream = nullptr;
     struct stat created = {}; ///< the new file, to know it again
+    bool bSynced = false;
 };

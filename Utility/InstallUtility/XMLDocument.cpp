@@ -377,7 +377,7 @@ std::unique_ptr<char[]> readFile(const VLString& path) {
     }
     std::unique_ptr<char[]> text;
     struct stat status = {};
-    if (fstat(file, &status) == 0 && S_ISREG(status.st_mode) && status.st_size > 0) {
+    if (fstat(file, &status) == 0 && status.st_size > 0) {
         const auto size = static_cast<std::size_t>(status.st_size);
         text.reset(new (std::nothrow) char[size + 1]);
         if (text != nullptr && readAll(file, text.get(), size)) {
