@@ -1,4 +1,5 @@
-#ifdef __linux__
+// Where the library can be loaded into the program: on Linux, and not together with a sanitizer.
+#ifdef SAVE_FAULT_LIBRARY
 
 #include "Tests/Reliability/DisturbedRun.h"
 
