@@ -35,7 +35,7 @@ std::optional<VLString> valueOf(const std::string& placeholder) {
 /// The filled pattern as the rules read; none when that takes many steps.
 std::optional<std::string> filled(std::string text) {
     std::size_t position = 0;
-    for (int steps = 0; steps < 64 && text.size() < 4096; ++steps) {
+    for (int steps = 0; steps < 24 && text.size() < 4096; ++steps) {
         const std::size_t begin = text.find('%', position);
         const std::size_t end = begin == std::string::npos ? begin : text.find('%', begin + 1);
         if (end == std::string::npos) {
@@ -60,10 +60,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Fuzz::Input input(data, size);
     user.homeVariable = Fuzz::textOf(view(input.line()));
     const VLString pattern = input.text();
+    const std::optional<std::string> expected = filled(std::string(view(pattern)));
+    // Filling one that comes to no end takes as long as filling hundreds of others.
+    constexpr std::size_t oneIn = 16;
+    if (!expected && size % oneIn != 0) {
+        return 0;
+    }
     const VLString result = InstallUtility::fillPattern(pattern);
     const std::string said = output.take();
     const bool bEndless = said.find("does not come to an end") != std::string::npos;
-    const std::optional<std::string> expected = filled(std::string(view(pattern)));
     require(!expected || (!bEndless && view(result) == *expected), "a pattern is filled as the rules read");
     require(result.Size() <= pattern.Size() + (1UL << 20), "no pattern grows without end");
     return 0;

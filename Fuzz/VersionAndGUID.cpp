@@ -24,6 +24,24 @@ void checkVersions(const VLString& one, const VLString& other) {
     static_cast<void>(a.ToUInt(false));
 }
 
+/// Takes four numbers and writes them as text.
+void checkNumbersOfVersion(Fuzz::Input input) {
+    constexpr int largestRevision = 100000;
+    const auto number = [&input] {
+        std::uint32_t bits = 0;
+        for (int i = 0; i < 4; ++i) {
+            bits = bits << 8U | input.byte();
+        }
+        return static_cast<int>(bits);
+    };
+    const VLVersion numbers(number(), number(), number(), number());
+    VLVersion expected = numbers;
+    if (numbers.revision > largestRevision && numbers.build == 0) {
+        expected = VLVersion(numbers.major, numbers.minor, 0, numbers.revision);
+    }
+    require(VLVersion(numbers.ToString(false)) == expected, "a large revision alone is the build");
+}
+
 void checkGUIDText(const VLString& text) {
     constexpr unsigned long textSize = 36;
     bool bOk = false;
@@ -50,6 +68,7 @@ void checkNumbers(const VLString& text) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     Fuzz::Input input(data, size);
+    checkNumbersOfVersion(input);
     const VLString first = input.line();
     checkVersions(first, Fuzz::textOf(input.bytes()));
     checkGUIDText(first);
