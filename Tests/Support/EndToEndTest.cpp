@@ -144,7 +144,8 @@ void EndToEndTest::ExpectTree(const Lines& expected, int line, const char* file)
         std::transform(bundle.begin(), bundle.end(), std::back_inserter(whole),
                        [path = uninstaller + "/"](const std::string& entry) { return path + entry; });
         std::sort(whole.begin(), whole.end());
-        collapse(actual, uninstaller + "/", whole, std::string(uninstaller).append(": uninstaller of ").append(id));
+        collapse(actual, uninstaller + "/", whole,
+                 std::string(uninstaller).append(": uninstaller of ").append(id));
     }
     const std::string recordPath = std::string(statusFolder) + "/InstallationStatusFile.xml";
     if (root().exists(recordPath)) {
