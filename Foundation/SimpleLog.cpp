@@ -41,8 +41,8 @@ std::string formattedWithoutArguments(std::string_view line) {
 // Only byte output is ever used: a glibc stream that has seen wide output swallows byte output and the other
 // way round, and its "C" locale has no wide form for the bytes above 127 of a UTF-8 path.
 void write(std::string_view text) {
-    std::fwrite(text.data(), 1, text.size(), stdout);
-    std::fflush(stdout);
+    (void)std::fwrite(text.data(), 1, text.size(), stdout);
+    (void)std::fflush(stdout);
 }
 
 } // namespace
@@ -57,7 +57,7 @@ void SimpleLog::printLog(LogType type, const char* file, const char* function, l
     std::array<char, longestMessage + 1> message{};
     va_list arguments;
     va_start(arguments, format);
-    std::vsnprintf(message.data(), message.size(), format, arguments);
+    (void)std::vsnprintf(message.data(), message.size(), format, arguments);
     va_end(arguments);
     // A message that ends with a line feed of its own is followed by an empty line. Intended.
     write(formattedWithoutArguments(prefixOf(type, file, function, line) + message.data() + "\n"));
@@ -66,7 +66,7 @@ void SimpleLog::printLog(LogType type, const char* file, const char* function, l
 void SimpleLog::printText(const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    std::vprintf(format, arguments);
+    (void)std::vprintf(format, arguments);
     va_end(arguments);
-    std::fflush(stdout);
+    (void)std::fflush(stdout);
 }
