@@ -431,11 +431,13 @@ VLString& VLString::FromCFString(CFStringRef cfString) {
     return *this;
 }
 
+// The format is taken by value because va_start must not be given a reference.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 VLString& VLString::FromFormat(VLString format, ...) {
     std::array<char, longestFormatted + 1> buffer{};
     va_list arguments;
     va_start(arguments, format);
-    std::vsnprintf(buffer.data(), buffer.size(), format.ConstData(), arguments);
+    (void)std::vsnprintf(buffer.data(), buffer.size(), format.ConstData(), arguments);
     va_end(arguments);
     // The old text goes last: an argument may be part of it.
     return *this = VLString(buffer.data());
@@ -620,12 +622,14 @@ VLString VLUnicodeString::ToUTF16(bool) const {
     return VLString();
 }
 
+// By value for the same reason as above.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 VLUnicodeString& VLUnicodeString::FromFormat(VLUnicodeString format, ...) {
     std::array<wchar_t, longestFormatted + 1> buffer{};
     va_list arguments;
     va_start(arguments, format);
     // Too long an output counts as an error here, but the buffer holds its beginning all the same.
-    std::vswprintf(buffer.data(), buffer.size(), format.ConstData(), arguments);
+    (void)std::vswprintf(buffer.data(), buffer.size(), format.ConstData(), arguments);
     va_end(arguments);
     return *this = VLUnicodeString(buffer.data());
 }
@@ -640,7 +644,7 @@ VLUnicodeString& VLUnicodeString::FromDword(unsigned int value) {
 
 VLUnicodeString& VLUnicodeString::FromDouble(double value) {
     std::array<wchar_t, longestWideDouble + 1> buffer{};
-    std::swprintf(buffer.data(), buffer.size(), L"%f", value);
+    (void)std::swprintf(buffer.data(), buffer.size(), L"%f", value);
     return *this = VLUnicodeString(buffer.data());
 }
 
