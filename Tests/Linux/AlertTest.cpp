@@ -21,7 +21,6 @@
 #include <vector>
 
 namespace fs = std::filesystem;
-using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
 

@@ -48,10 +48,15 @@ void note(const char* name) {
     }
 }
 
+long chosenStep() {
+    constexpr int decimal = 10;
+    return std::strtol(setting("SAVE_FAULT_STEP"), nullptr, decimal);
+}
+
 /// Counts the step, and gives the error that it has to fail with, or 0. The process may die here.
 int begin(const char* name) {
     note(name);
-    if (++step != std::atoi(setting("SAVE_FAULT_STEP"))) {
+    if (++step != chosenStep()) {
         return 0;
     }
     const std::string fault = setting("SAVE_FAULT");
@@ -62,7 +67,7 @@ int begin(const char* name) {
 }
 
 void end() {
-    if (step == std::atoi(setting("SAVE_FAULT_STEP")) &&
+    if (step == chosenStep() &&
         std::strcmp(setting("SAVE_FAULT"), "DiesAfter") == 0) {
         static_cast<void>(raise(SIGKILL));
     }

@@ -16,14 +16,14 @@ enum ExitStatus { Passed = 0, Failed = 1, NotPrepared = 2 };
 
 std::string runInChild(const std::function<bool()>& prepare, const std::string& whyNot,
                        const std::function<void()>& body) {
-    std::fflush(nullptr);
+    static_cast<void>(std::fflush(nullptr));
     const pid_t child = fork();
     if (child == 0) {
         if (!prepare()) {
             _exit(NotPrepared);
         }
         body();
-        std::fflush(nullptr);
+        static_cast<void>(std::fflush(nullptr));
         _exit(testing::Test::HasFailure() ? Failed : Passed);
     }
     int status = -1;
