@@ -67,8 +67,7 @@ int begin(const char* name) {
 }
 
 void end() {
-    if (step == chosenStep() &&
-        std::strcmp(setting("SAVE_FAULT"), "DiesAfter") == 0) {
+    if (step == chosenStep() && std::strcmp(setting("SAVE_FAULT"), "DiesAfter") == 0) {
         static_cast<void>(raise(SIGKILL));
     }
 }
