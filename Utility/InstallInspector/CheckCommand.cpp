@@ -19,7 +19,7 @@ struct Arguments {
     bool bRules = false;
 };
 
-const char* toText(Severity severity) {
+const char* nameOf(Severity severity) {
     return severity == Severity::Error ? "error" : "warning";
 }
 
@@ -45,7 +45,7 @@ std::string describe(const Location& where) {
 std::string describe(const Finding& finding, const Painter& painter) {
     const bool bError = finding.severity == Severity::Error;
     return painter.paint(Colour::Bold, describe(finding.where) + ":") + " " +
-           painter.paint(bError ? Colour::Red : Colour::Yellow, std::string(toText(finding.severity)) + ":") +
+           painter.paint(bError ? Colour::Red : Colour::Yellow, std::string(nameOf(finding.severity)) + ":") +
            " " + finding.message + " " + painter.paint(Colour::Dim, "[" + finding.rule + "]") + "\n    " +
            finding.consequence + "\n    " + finding.advice + "\n";
 }
@@ -82,13 +82,13 @@ std::string asJson(const Arguments& arguments, const std::vector<Finding>& findi
             entry["column"] = finding.where.column;
         }
         entry["rule"] = finding.rule;
-        entry["severity"] = toText(finding.severity);
+        entry["severity"] = nameOf(finding.severity);
         entry["message"] = finding.message;
         entry["consequence"] = finding.consequence;
         entry["advice"] = finding.advice;
         document["findings"].push_back(entry);
     }
-    return toText(document);
+    return printed(document);
 }
 
 std::string listOfRules() {
@@ -96,7 +96,7 @@ std::string listOfRules() {
     for (const Rule& rule : allRules()) {
         std::string name = rule.name;
         name.resize(std::max<std::size_t>(name.size() + 1, 36), ' ');
-        text += name + toText(rule.severity) + (rule.severity == Severity::Error ? "    " : "  ") +
+        text += name + nameOf(rule.severity) + (rule.severity == Severity::Error ? "    " : "  ") +
                 rule.summary + "\n";
     }
     return text;

@@ -479,7 +479,7 @@ void caseConflict(const Product& product, const Report& report) {
             }
             const TreeNode* first = found->second;
             const TreeNode* second = child;
-            if (first->element->Row() > second->element->Row()) {
+            if (comesBefore(*second->element, *first->element)) {
                 std::swap(first, second);
             }
             report(
@@ -613,18 +613,23 @@ void shortCutDirIgnored(const Product& product, const Report& report) {
 }
 
 void duplicateShortCut(const Product& product, const Report& report) {
-    std::map<VLString, const TreeNode*> seen;
+    std::vector<const TreeNode*> nodes;
     for (const TreeNode& node : product.tree) {
-        if (!node.node->IsShortCutInfoValid()) {
-            continue;
+        if (node.node->IsShortCutInfoValid()) {
+            nodes.push_back(&node);
         }
-        const auto [first, bNew] = seen.emplace(node.node->shortCut.name.ToLower(), &node);
+    }
+    std::sort(nodes.begin(), nodes.end(),
+              [](const TreeNode* a, const TreeNode* b) { return comesBefore(*a->element, *b->element); });
+    std::map<VLString, const TreeNode*> seen;
+    for (const TreeNode* node : nodes) {
+        const VLString& name = node->node->shortCut.name;
+        const auto [first, bNew] = seen.emplace(name.ToLower(), node);
         if (!bNew) {
-            const TiXmlElement* shortCut = node.element->FirstChildElement("shortCut");
             report(
-                at(product, *shortCut, "name"),
+                at(product, *node->element->FirstChildElement("shortCut"), "name"),
                 "the file of line " + std::to_string(first->second->element->Row()) + " has a shortcut " +
-                    shown(node.node->shortCut.name) + " too",
+                    shown(name) + " too",
                 "There is one shortcut, to whichever file is copied last, and it goes with the first of them "
                 "that is removed.",
                 "Give one of them another name.");

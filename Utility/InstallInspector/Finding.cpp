@@ -84,13 +84,18 @@ std::size_t utf8Length(const std::string& text, std::size_t index) {
     return bContinued && !bOverlong && !bOutside ? length : 0;
 }
 
-bool isUtf8(const std::string& text) {
-    for (std::size_t index = 0; index < text.size();) {
+std::size_t lengthOfUtf8(const std::string& text) {
+    std::size_t index = 0;
+    while (index < text.size()) {
         const std::size_t length = utf8Length(text, index);
         if (length == 0) {
-            return false;
+            break;
         }
         index += length;
     }
-    return true;
+    return index;
+}
+
+bool isUtf8(const std::string& text) {
+    return lengthOfUtf8(text) == text.size();
 }

@@ -49,6 +49,10 @@ const TiXmlAttribute* findAttribute(const TiXmlElement& element, const char* nam
     return nullptr;
 }
 
+bool comesBefore(const TiXmlBase& a, const TiXmlBase& b) {
+    return a.Row() != b.Row() ? a.Row() < b.Row() : a.Column() < b.Column();
+}
+
 bool LocatedDocument::read(const std::string& filePath, Location::Document document, Kind root,
                            std::string& error) {
     file = filePath;
@@ -115,6 +119,10 @@ void LocatedDocument::findFault(bool bRefused) {
         parserFault->advice = "Nest no more than " + std::to_string(XMLDocument::maxDepth) +
                               " elements, give none more than " + std::to_string(XMLDocument::maxAttributes) +
                               " attributes, and end every declaration with \"?>\".";
+    } else if (!isUtf8(text)) {
+        parserFault->text = "a character that is not UTF-8";
+        parserFault->where = positionOf(text, lengthOfUtf8(text));
+        parserFault->advice = "Save the file as UTF-8.";
     } else if (textScan.mismatch.has_value()) {
         parserFault->text = describe(*textScan.mismatch);
         parserFault->where = textScan.mismatch->where;

@@ -95,3 +95,6 @@ private:
 
 /// The attribute of that name; null when there is none.
 const TiXmlAttribute* findAttribute(const TiXmlElement& element, const char* name);
+
+/// Whether `a` stands before `b` in their document.
+bool comesBefore(const TiXmlBase& a, const TiXmlBase& b);

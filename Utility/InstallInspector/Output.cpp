@@ -36,7 +36,7 @@ std::string Painter::paint(Colour colour, const std::string& text) const {
     return std::string("\x1b[") + code + "m" + text + "\x1b[0m";
 }
 
-std::string toText(const nlohmann::ordered_json& document) {
+std::string printed(const nlohmann::ordered_json& document) {
     return document.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
 }
 

@@ -24,7 +24,7 @@ private:
 };
 
 /// The document with two blanks of indentation and a line feed. Bytes that are no UTF-8 become U+FFFD.
-std::string toText(const nlohmann::ordered_json& document);
+std::string printed(const nlohmann::ordered_json& document);
 
 /// Writes all of `text` to standard output. False, and a message on standard error, when that fails.
 bool writeOutput(const std::string& text);

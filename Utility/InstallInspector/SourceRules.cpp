@@ -1,7 +1,6 @@
 // Differences between the definition's tree and the source folder.
 #include "Utility/InstallInspector/Rules.h"
 
-#include <algorithm>
 #include <filesystem>
 #include <map>
 #include <set>
@@ -11,8 +10,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using TreeNode = Product::TreeNode;
-
-constexpr const char* stops = "The install stops at the first such name, before it has copied anything.";
 
 /// The names in a folder; empty when it cannot be read.
 std::set<std::string> namesIn(const fs::path& folder) {
@@ -50,54 +47,42 @@ void forEachFolder(const Product& product, Visitor visit) {
     }
 }
 
-std::string sameButForCase(const std::string& name, const std::set<std::string>& names) {
-    for (const std::string& other : names) {
-        if (toVLString(other).EqualsIgnoreCase(toVLString(name))) {
-            return other;
-        }
+/// The names of a folder by their lower case.
+std::map<VLString, std::string> byLowerCase(const std::set<std::string>& names) {
+    std::map<VLString, std::string> lower;
+    for (const std::string& name : names) {
+        lower.emplace(toVLString(name).ToLower(), name);
     }
-    return "";
+    return lower;
+}
+
+bool isThere(const fs::path& path, bool bDirectory) {
+    std::error_code error;
+    return fs::is_directory(path, error) || (!bDirectory && fs::is_regular_file(path, error));
 }
 
 void missingInSource(const Product& product, const Report& report) {
     forEachFolder(product, [&](const TreeNode& node, const fs::path& folder) {
         const std::set<std::string> names = namesIn(folder);
+        const auto lower = byLowerCase(names);
         for (const TreeNode* child : node.children) {
             const std::string name = toString(child->node->name);
             const fs::path path = folder / name;
-            std::error_code error;
-            const bool bFolder = fs::is_directory(path, error);
-            const bool bThere = bFolder || (!child->node->isDirectory && fs::is_regular_file(path, error));
-            if (bThere) {
+            const auto other = names.count(name) != 0 ? lower.end() : lower.find(child->node->name.ToLower());
+            // On a disk that does not tell case apart the name is found, but not on every disk.
+            const bool bOtherCase = other != lower.end();
+            if (isThere(path, child->node->isDirectory) && !bOtherCase) {
                 continue;
             }
-            const bool bWrongKind = fs::exists(path, error);
-            const std::string other = sameButForCase(name, names);
+            std::error_code error;
+            const bool bWrongKind = !bOtherCase && fs::exists(path, error);
             report(product.definitionFile.at(*child->element, "fileName"),
                    bWrongKind ? shownPath(path) + " is no " + (child->node->isDirectory ? "folder" : "file")
                               : "the source has no " + shownPath(path),
-                   stops,
-                   bWrongKind       ? "List it as what it is, or put the right thing there."
-                   : !other.empty() ? "Write " + shown(toVLString(other)) + ", as it is spelt in the source."
-                                    : "Put it there, or take it out of the tree.");
-        }
-    });
-}
-
-void caseDiffersInSource(const Product& product, const Report& report) {
-    forEachFolder(product, [&](const TreeNode& node, const fs::path& folder) {
-        const std::set<std::string> names = namesIn(folder);
-        for (const TreeNode* child : node.children) {
-            const std::string name = toString(child->node->name);
-            const std::string other = sameButForCase(name, names);
-            std::error_code error;
-            // On a disk that does not tell case apart the name is found all the same.
-            if (names.count(name) == 0 && !other.empty() && fs::exists(folder / name, error)) {
-                report(product.definitionFile.at(*child->element, "fileName"),
-                       "the source spells " + shown(child->node->name) + " as " + shown(toVLString(other)),
-                       "On a disk that tells case apart the install does not find it and stops.",
-                       "Write " + shown(toVLString(other)) + ".");
-            }
+                   "The install stops at the first such name, before it has copied anything.",
+                   bWrongKind   ? "List it as what it is, or put the right thing there."
+                   : bOtherCase ? "Write " + shown(toVLString(other->second)) + ", as the source spells it."
+                                : "Put it there, or take it out of the tree.");
         }
     });
 }
@@ -140,8 +125,6 @@ const std::vector<Rule>& sourceRules() {
     static const std::vector<Rule> rules = {
         {"missing-in-source", Severity::Error, Needs::Source,
          "a name of the tree that the source does not have", missingInSource},
-        {"case-differs-in-source", Severity::Warning, Needs::Source,
-         "a name that the source spells otherwise", caseDiffersInSource},
         {"not-listed", Severity::Warning, Needs::Source, "something in the source that no entry covers",
          notListed},
         {"no-shared-source", Severity::Error, Needs::Source, "neither tree nor source has VorlaneFX",

@@ -367,7 +367,7 @@ void itemCaseConflict(const Product& product, const Report& report) {
             if (bNew) {
                 continue;
             }
-            const bool bLater = child->element->Row() >= found->second->element->Row();
+            const bool bLater = comesBefore(*found->second->element, *child->element);
             const TargetItem* first = bLater ? found->second : child;
             const TargetItem* second = bLater ? child : found->second;
             report(at(product, *second->element, "name"),

@@ -1,6 +1,7 @@
 #include "Utility/InstallInspector/TextScan.h"
 
 #include <cctype>
+#include <cstring>
 
 namespace {
 
@@ -56,9 +57,7 @@ private:
         }
     }
 
-    bool startsWith(const char* word) const {
-        return text.compare(index, std::string(word).size(), word) == 0;
-    }
+    bool startsWith(const char* word) const { return text.compare(index, std::strlen(word), word) == 0; }
 
     void through(const std::string& end, std::size_t from) {
         const std::size_t found = text.find(end, from);
