@@ -263,7 +263,8 @@ TEST(Exec, ZeroByteHidesTheRestOfItsPiece) {
 TEST(Exec, FailsWithoutOutputWhenNothingCanBeStarted) {
     VLString command("echo text");
     VLString output("what was there before");
-    // The sanitizers open a file of their own when they first look at an object's class, so that comes before.
+    // The sanitizers open a file of their own when they first look at an object's class, so that comes
+    // before.
     VLString first("true");
     VLString nothing;
     ASSERT_TRUE(exec(first, nothing));
