@@ -3,7 +3,12 @@
 
 #include <CLI/CLI.hpp>
 
-int main(int argc, char* argv[]) {
+#include <cstdio>
+#include <exception>
+
+namespace {
+
+int runCommandLine(int argc, char* argv[]) {
     CLI::App app("Checks a product before it ships, without changing anything.", "InstallInspector");
     app.set_version_flag("--version", "InstallInspector " INSTALLUTILITY_VERSION);
     app.require_subcommand(1);
@@ -16,4 +21,16 @@ int main(int argc, char* argv[]) {
         return app.exit(error) == 0 ? Clean : CannotRun;
     }
     return status;
+}
+
+} // namespace
+
+int main(int argc, char* argv[]) {
+    try {
+        return runCommandLine(argc, argv);
+    } catch (const std::exception& error) {
+        // What remains is memory that ran out; nothing that allocates may report it.
+        static_cast<void>(std::fprintf(stderr, "InstallInspector: %s\n", error.what()));
+        return CannotRun;
+    }
 }

@@ -37,7 +37,8 @@ void copyWithRetry(InstallUtility& engine, const VLString& sourceFolder, const F
 
 } // namespace
 
-bool InstallUtility::run(VLString sourcePath, VLString definitionPath, VLString targetsPath) {
+bool InstallUtility::run(const VLString& sourcePath, const VLString& definitionPath,
+                         const VLString& targetsPath) {
     SKUDefinition definition;
     definition.fromFile(definitionPath);
     const auto& families = definition.pluginsByFamily;
@@ -46,7 +47,7 @@ bool InstallUtility::run(VLString sourcePath, VLString definitionPath, VLString 
         RegisterLettrixResources();
     }
 
-    if (!prepare(std::move(sourcePath), definitionPath, targetsPath)) {
+    if (!prepare(sourcePath, definitionPath, targetsPath)) {
         SimpleLog::printText("Error! Failed to prepare\n");
         return false;
     }
@@ -59,11 +60,12 @@ bool InstallUtility::run(VLString sourcePath, VLString definitionPath, VLString 
         SimpleLog::printText("Error! Failed to copy files\n");
         return false;
     }
-    postflight(std::move(definitionPath), std::move(targetsPath), true);
+    postflight(definitionPath, targetsPath, true);
     return true;
 }
 
-bool InstallUtility::prepare(VLString sourcePath, VLString definitionPath, VLString targetsPath) {
+bool InstallUtility::prepare(const VLString& sourcePath, const VLString& definitionPath,
+                             const VLString& targetsPath) {
     return setSrcPath(sourcePath) && parseXMLDefinitionFile(definitionPath) &&
            parseTargetsPathXMLFile(targetsPath);
 }

@@ -65,8 +65,8 @@ public:
 
     /// Installs the product that `skuXmlPath` defines from the folder `sourcePath`. False when the run cannot
     /// be prepared or the source folder is incomplete; a copy that fails does not fail the run.
-    bool run(VLString sourcePath, VLString skuXmlPath, VLString targetPathsXmlPath);
-    bool prepare(VLString sourcePath, VLString skuXmlPath, VLString targetPathsXmlPath);
+    bool run(const VLString& sourcePath, const VLString& skuXmlPath, const VLString& targetPathsXmlPath);
+    bool prepare(const VLString& sourcePath, const VLString& skuXmlPath, const VLString& targetPathsXmlPath);
     /// False, and one error line, when `path` is not an existing folder.
     bool setSrcPath(const VLString& path);
     /// Reads skuDefinition. False, and one error line, only when the file does not exist: a malformed one
@@ -114,7 +114,7 @@ public:
     /// the user's preference file for the key, empty when it is absent. Other text between percent signs
     /// stays. What is filled in is looked at again. A registry placeholder without "::" stays as it is, and
     /// so does what is left when an expansion does not come to an end; both give one error line.
-    static VLString fillPattern(VLString pattern);
+    static VLString fillPattern(const VLString& pattern);
     /// What $HOME holds without "/Users/"; a home elsewhere gives its whole path.
     static VLString getUserName();
     /// Home folder of the user of that name, as the shell finds it.

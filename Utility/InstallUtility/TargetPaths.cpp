@@ -226,7 +226,7 @@ bool InstallUtility::isConditionTrue(const InstallItem::ItemPath::Condition& con
 
 // Patterns and the user
 
-VLString InstallUtility::fillPattern(VLString pattern) {
+VLString InstallUtility::fillPattern(const VLString& pattern) {
     VLString text = pattern;
     unsigned long position = 0;
     unsigned int expansions = 0;

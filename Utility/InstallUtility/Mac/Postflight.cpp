@@ -42,7 +42,7 @@ void renewApplicationManagerLink(bool install) {
 
 } // namespace
 
-void postflight(VLString skuXmlPath, VLString targetPathsXmlPath, bool install) {
+void postflight(const VLString& skuXmlPath, const VLString& targetPathsXmlPath, bool install) {
     if (!FileLibrary::IsFileExists(skuXmlPath, false)) {
         logError(__FUNCTION__, __LINE__, "Postflight failed: sku xml not found");
         return;
@@ -77,7 +77,7 @@ void postflight(VLString skuXmlPath, VLString targetPathsXmlPath, bool install) 
     }
 }
 
-bool showRetryCancelAlert(VLString title, VLString text) {
+bool showRetryCancelAlert(const VLString& title, const VLString& text) {
     // The text is a format without arguments, in which nothing but "%%" stands for something else.
     return PlatformServices::ShowRetryCancelAlert(title, text.Replace("%%", "%"));
 }

@@ -6,8 +6,8 @@
 /// with both XML files, or removes it before an uninstall (`install` false). For the shared product COMMON it
 /// places or removes the link to the Application Manager instead. What goes wrong is logged and changes no
 /// run's result.
-void postflight(VLString skuXmlPath, VLString targetPathsXmlPath, bool install);
+void postflight(const VLString& skuXmlPath, const VLString& targetPathsXmlPath, bool install);
 
 /// Shows the user an alert with the buttons "Retry" and "Cancel"; true for Retry. Where nobody can answer,
 /// Cancel.
-bool showRetryCancelAlert(VLString title, VLString text);
+bool showRetryCancelAlert(const VLString& title, const VLString& text);
