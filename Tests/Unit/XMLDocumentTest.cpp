@@ -440,7 +440,9 @@ TEST(XMLDocumentHostile, AMillionAttributesAreRefusedAtOnce) {
 }
 
 TEST(XMLDocumentHostile, A100MBOfTextAreRead) {
-    const std::string xml = "<r>" + std::string(100'000'000, 'x') + "</r>";
+    std::string xml = "<r>";
+    xml.resize(100'000'000, 'x');
+    xml += "</r>";
     EXPECT_LT(processorSeconds([&] { EXPECT_TRUE(isAccepted(xml)); }), 30);
 }
 
