@@ -1,6 +1,7 @@
 // For each rule a product that it complains about, with the places, and a product next to it with which it is
 // content.
-#include "Tests/Inspector/InspectedProduct.h"
+#include "Tests/Inspector/RuleExamples.h"
+
 #include "Utility/InstallInspector/Rules.h"
 
 #include <gtest/gtest.h>
@@ -13,12 +14,6 @@ namespace {
 
 constexpr Edit::File D = Edit::Definition;
 constexpr Edit::File T = Edit::Targets;
-
-struct Example {
-    std::string rule;
-    std::vector<Edit> bad;
-    std::vector<Edit> good;
-};
 
 std::string repeated(const std::string& text, int count) {
     std::string result;
@@ -460,16 +455,6 @@ std::vector<Example> crossExamples() {
     };
 }
 
-std::vector<Example> allExamples() {
-    std::vector<Example> all;
-    for (const auto& group :
-         {documentExamples(), identityExamples(), familyAndHostExamples(), nameExamples(), treeExamples(),
-          conditionExamples(), patternExamples(), itemExamples(), crossExamples()}) {
-        all.insert(all.end(), group.begin(), group.end());
-    }
-    return all;
-}
-
 std::string textOf(const std::vector<Edit>& edits) {
     std::string text;
     for (const Edit& edit : edits) {
@@ -479,6 +464,16 @@ std::string textOf(const std::vector<Edit>& edits) {
 }
 
 } // namespace
+
+std::vector<Example> allExamples() {
+    std::vector<Example> all;
+    for (const auto& group :
+         {documentExamples(), identityExamples(), familyAndHostExamples(), nameExamples(), treeExamples(),
+          conditionExamples(), patternExamples(), itemExamples(), crossExamples()}) {
+        all.insert(all.end(), group.begin(), group.end());
+    }
+    return all;
+}
 
 TEST(RuleExamples, TheProductThatTheyStartFromHasNoMistakes) {
     for (const Finding& finding : InspectedProduct().findings) {

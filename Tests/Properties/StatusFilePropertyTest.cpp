@@ -3,6 +3,7 @@
 
 #include "Foundation/PathLibrary.h"
 #include "Tests/Support/FileTree.h"
+#include "Tests/Support/SchemaCheck.h"
 #include "Tests/Support/ScopedEnvironment.h"
 #include "Tests/Support/TemporaryDirectory.h"
 #include "Utility/InstallUtility/StatusFile.h"
@@ -17,6 +18,7 @@
 #include <iostream>
 #include <map>
 #include <random>
+#include <set>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -420,8 +422,8 @@ std::string difference(StatusFile& record, const Model& model, const std::vector
     return record.products.size() == model.products.size() ? "" : "too many products\n";
 }
 
-/// Does all that the world says; the first difference, or empty.
-std::string run(const World& world, const VLString& path) {
+/// Does all that the world says, and adds each saved record to `saved`; the first difference, or empty.
+std::string run(const World& world, const VLString& path, std::set<std::string>& saved) {
     Model model;
     StatusFile record;
     std::filesystem::remove(path.ConstData());
@@ -441,8 +443,11 @@ std::string run(const World& world, const VLString& path) {
         if (found.empty() && !record.write(path)) {
             found = "not saved\n";
         }
-        if (found.empty() && FileTree::read(path.ConstData()) != model.text()) {
-            found = "file\n" + FileTree::read(path.ConstData()) + "expected\n" + model.text();
+        if (found.empty()) {
+            const auto& text = *saved.insert(FileTree::read(path.ConstData())).first;
+            if (text != model.text()) {
+                found = "file\n" + text + "expected\n" + model.text();
+            }
         }
         if (found.empty() && step.bReload) {
             record.parse(path);
@@ -458,14 +463,25 @@ std::string run(const World& world, const VLString& path) {
 
 /// Leaves out every step without which the world still fails.
 World shrunk(World world, const VLString& path) {
+    std::set<std::string> saved;
     for (std::size_t i = world.steps.size(); i-- > 0;) {
         World smaller = world;
         smaller.steps.erase(smaller.steps.begin() + static_cast<std::ptrdiff_t>(i));
-        if (!run(smaller, path).empty()) {
+        if (!run(smaller, path, saved).empty()) {
             world = smaller;
         }
     }
     return world;
+}
+
+/// What the schema of the record has against these; empty for nothing.
+std::string schemaMistakes(const std::set<std::string>& records, const std::filesystem::path& folder) {
+    std::vector<std::filesystem::path> files;
+    for (const std::string& record : records) {
+        files.push_back(folder / ("record" + std::to_string(files.size()) + ".xml"));
+        FileTree::write(files.back(), record);
+    }
+    return SchemaCheck::mistakes("InstallationStatusFile.xsd", files);
 }
 
 } // namespace
@@ -488,13 +504,19 @@ TEST(StatusFileProperties, RandomProductsInRandomOrderAgreeWithTheModel) {
     constexpr std::uint32_t atMost = 1000;
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
     std::uint32_t worlds = 0;
+    std::set<std::string> saved;
     while (worlds < atLeast || (worlds < atMost && std::chrono::steady_clock::now() < end)) {
         const std::uint32_t seed = first + worlds++;
         const World world = WorldMaker(seed).make();
-        if (!run(world, path).empty()) {
+        if (!run(world, path, saved).empty()) {
             const World small = shrunk(world, path);
-            FAIL() << "seed " << seed << "\n" << describe(small) << run(small, path);
+            FAIL() << "seed " << seed << "\n" << describe(small) << run(small, path, saved);
         }
     }
     std::cout << worlds << " worlds" << std::endl;
+    if (SchemaCheck::whyNot().empty()) {
+        EXPECT_EQ(schemaMistakes(saved, folder.path()), "");
+    } else {
+        std::cout << "not held against the schema: " << SchemaCheck::whyNot() << std::endl;
+    }
 }

@@ -1,11 +1,15 @@
 #include "Tests/Support/EndToEndTest.h"
 
+#include "Tests/Support/SchemaCheck.h"
+
 #include <tinyxml.h>
 
 #include <algorithm>
 #include <iterator>
 #include <regex>
 #include <sstream>
+#include <system_error>
+#include <unistd.h>
 
 namespace {
 
@@ -64,6 +68,27 @@ void collapse(Lines& tree, const std::string& beginning, const Lines& lines, con
     }
 }
 
+/// The text of each record below the folder, by path.
+std::map<std::filesystem::path, std::string> recordsBelow(const std::filesystem::path& folder) {
+    namespace fs = std::filesystem;
+    std::map<fs::path, std::string> records;
+    std::error_code error;
+    fs::recursive_directory_iterator entry(folder, fs::directory_options::skip_permission_denied, error);
+    for (; !error && entry != fs::recursive_directory_iterator(); entry.increment(error)) {
+        if (entry->path().filename() == "InstallationStatusFile.xml" && entry->is_regular_file(error) &&
+            access(entry->path().c_str(), R_OK) == 0) {
+            records[entry->path()] = FileTree::read(entry->path());
+        }
+    }
+    return records;
+}
+
+void expectValid(const std::string& record) {
+    if (SchemaCheck::whyNot().empty()) {
+        EXPECT_EQ(SchemaCheck::mistakesInText("InstallationStatusFile.xsd", record), "") << record;
+    }
+}
+
 bool isInside(const std::string& line, const std::string& folder) {
     return line.rfind(folder, 0) == 0;
 }
@@ -105,12 +130,24 @@ void EndToEndTest::place(const ProductBuilder& product) {
     placed[product.id()] = uninstallerOf(product);
 }
 
+ProgramResult EndToEndTest::runChecked(const std::vector<std::string>& command, const Options& options) {
+    const auto before = recordsBelow(root().outside("/"));
+    ProgramResult result = root().run(command, options);
+    for (const auto& [path, record] : recordsBelow(root().outside("/"))) {
+        const auto old = before.find(path);
+        if (old == before.end() || old->second != record) {
+            expectValid(record);
+        }
+    }
+    return result;
+}
+
 ProgramResult EndToEndTest::runOnPlaced(const ProductBuilder& product, std::vector<std::string> command,
                                         const std::vector<std::string>& more, const Options& options) {
     place(product);
     command.insert(command.end(), more.begin(), more.end());
     const Lines before = root().tree(PrivateRoot::installerFolder);
-    ProgramResult result = root().run(command, options);
+    ProgramResult result = runChecked(command, options);
     EXPECT_EQ(FileTree::difference(before, root().tree(PrivateRoot::installerFolder)), "")
         << "the installer's disk has changed";
     EXPECT_FALSE(result.bTimedOut);
@@ -131,7 +168,7 @@ ProgramResult EndToEndTest::OpenUninstaller(const ProductBuilder& product,
                                             const std::vector<std::string>& more, const Options& options) {
     std::vector<std::string> command{uninstallerOf(product) + "/Contents/MacOS/UninstallLauncher"};
     command.insert(command.end(), more.begin(), more.end());
-    return root().run(command, options);
+    return runChecked(command, options);
 }
 
 void EndToEndTest::ExpectTree(const Lines& expected, int line, const char* file) {

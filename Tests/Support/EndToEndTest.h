@@ -12,7 +12,7 @@
 
 /// Runs the real program on a machine of its own; skipped, with the reason, where that cannot be had.
 /// Products lie below PrivateRoot::installerFolder, each in a folder with the name of its ID; nothing may
-/// change them.
+/// change them. Every record that a run writes has to be valid by its schema.
 class EndToEndTest : public testing::Test {
 protected:
     using Lines = FileTree::Lines;
@@ -60,6 +60,7 @@ protected:
     static Lines logLines(const ProgramResult& result);
 
 private:
+    ProgramResult runChecked(const std::vector<std::string>& command, const Options& options);
     ProgramResult runOnPlaced(const ProductBuilder& product, std::vector<std::string> command,
                               const std::vector<std::string>& more, const Options& options);
 
