@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
+#include <unistd.h>
 
 Fuzz::ScratchFolder::ScratchFolder() {
     const std::filesystem::path memory("/dev/shm");

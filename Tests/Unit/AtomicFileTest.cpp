@@ -11,6 +11,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <functional>
+#include <initializer_list>
 #include <string>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -155,7 +156,7 @@ TEST_F(AtomicFileTest, ReadersOfTheOldFileKeepIt) {
 }
 
 TEST_F(AtomicFileTest, KeepsTheMode) {
-    for (const mode_t mode : {0600U, 0640U, 0664U, 0755U, 0777U, 02755U, 0200U}) {
+    for (const mode_t mode : std::initializer_list<mode_t>{0600, 0640, 0664, 0755, 0777, 02755, 0200}) {
         ASSERT_EQ(chmod(path.ConstData(), mode), 0);
         const mode_t oldMask = umask(027);
         EXPECT_TRUE(replace(path, "new"));
@@ -165,7 +166,7 @@ TEST_F(AtomicFileTest, KeepsTheMode) {
 }
 
 TEST_F(AtomicFileTest, ANewFileGetsTheModeThatFopenGives) {
-    for (const mode_t mask : {022U, 077U, 0U}) {
+    for (const mode_t mask : std::initializer_list<mode_t>{022, 077, 0}) {
         const mode_t oldMask = umask(mask);
         const VLString name = folder / ("new" + std::to_string(mask));
         EXPECT_TRUE(replace(name, "new"));
