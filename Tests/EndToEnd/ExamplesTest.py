@@ -1,6 +1,7 @@
-"""The example products are sound, and together they use all that the two XML formats offer.
+"""The example products are sound, and together they use all that the two XML formats offer; so does the one example in each
+format's document.
 
-Usage: ExamplesTest.py EXAMPLES-FOLDER
+Usage: ExamplesTest.py EXAMPLES-FOLDER DOCUMENTS-FOLDER
 """
 
 import pathlib
@@ -10,6 +11,7 @@ import unittest
 import xml.etree.ElementTree as ElementTree
 
 EXAMPLES = pathlib.Path()
+DOCUMENTS = pathlib.Path()
 
 PRODUCTS = ("Common", "EmberAndInk", "Ink")
 
@@ -40,6 +42,17 @@ TARGET_FORMAT = {
     "item": {"name"},
     "path": {"value"},
     "condition": {"type", "value"},
+}
+
+# The same for the record of what is installed.
+RECORD_FORMAT = {
+    "install": set(),
+    "products": set(),
+    "sku": {"ID", "name", "build"},
+    "installFiles": set(),
+    "directory": {"fileName", "ref"},
+    "file": {"fileName", "ref", "build"},
+    "shortCut": {"name", "dir"},
 }
 
 CONDITION_TYPES = {
@@ -190,6 +203,65 @@ class Examples(unittest.TestCase):
         self.assertTrue((common / "files/VorlaneFX/Common/ApplicationManager.app").is_dir())
 
 
+class FormatDocuments(unittest.TestCase):
+    FORMATS = {"definition-format.md": SKU_FORMAT, "target-paths-format.md": TARGET_FORMAT,
+               "status-file-format.md": RECORD_FORMAT}
+
+    @staticmethod
+    def text(document):
+        return (DOCUMENTS / document).read_text(encoding="utf-8")
+
+    def example(self, document):
+        blocks = re.findall(r"^```xml\n(.*?)^```$", self.text(document), re.MULTILINE | re.DOTALL)
+        self.assertEqual(len(blocks), 1, document)
+        return ElementTree.fromstring(blocks[0])
+
+    def test_the_example_uses_every_element_and_attribute_and_no_other(self):
+        for document, expected in self.FORMATS.items():
+            self.assertEqual(used_format([self.example(document)]), expected, document)
+
+    def test_the_example_uses_every_kind_of_condition_and_placeholder(self):
+        root = self.example("target-paths-format.md")
+        self.assertEqual({condition.get("type") for condition in root.iter("condition")}, CONDITION_TYPES)
+        texts = " ".join(element.get("value", "") for element in root.iter())
+        for placeholder in ("%FAMILY%", "%USER%", "%REGKEY:"):
+            self.assertIn(placeholder, texts)
+
+    def test_the_table_says_what_each_element_and_attribute_does(self):
+        for document, expected in self.FORMATS.items():
+            element, rows = set(), {}
+            for cells in re.findall(r"^\| (.*?) *\| (.*?) *\| (.+) \|$", self.text(document), re.MULTILINE):
+                if cells[0] == "both":
+                    element = {"directory", "file"}
+                elif cells[0]:
+                    element = set(re.findall("`(\\w+)`", cells[0])[:1])
+                for name in element:
+                    rows.setdefault(name, set()).update(re.findall("`(\\w+)`", cells[1]))
+            for name, attributes in expected.items():
+                self.assertIn(name, rows, document)
+                self.assertLessEqual(attributes, rows[name], f"{document}: {name}")
+
+
+class Links(unittest.TestCase):
+    @staticmethod
+    def anchors(document):
+        """As they are made of headings: small letters and digits, blanks as hyphens."""
+        headings = re.findall(r"^#+ (.*)$", document.read_text(encoding="utf-8"), re.MULTILINE)
+        return {re.sub(r"[^\w -]", "", heading.lower()).replace(" ", "-") for heading in headings}
+
+    def test_each_leads_to_a_file_and_a_heading(self):
+        repository = DOCUMENTS.parent
+        documents = [*repository.glob("*.md"), *DOCUMENTS.glob("*.md"), EXAMPLES / "README.md"]
+        self.assertGreater(len(documents), 8)
+        for document in documents:
+            for target, anchor in re.findall(r"\]\(([^)#:]*)(?:#([^)]*))?\)", document.read_text(encoding="utf-8")):
+                file = document.parent / target if target else document
+                self.assertTrue(file.exists(), f"{document}: {target}")
+                if anchor:
+                    self.assertIn(anchor, self.anchors(file), f"{document}: {target}#{anchor}")
+
+
 if __name__ == "__main__":
     EXAMPLES = pathlib.Path(sys.argv.pop(1))
+    DOCUMENTS = pathlib.Path(sys.argv.pop(1))
     unittest.main()
