@@ -1,3 +1,4 @@
+#include "Tests/Contract/MakerDifferences.h"
 #include "Tests/Support/RunProgram.h"
 #include "Tests/Support/TemporaryDirectory.h"
 
@@ -26,19 +27,27 @@ protected:
         EXPECT_EQ(result.exitStatus, 0) << result.standardError;
         return result.standardOutput;
     }
+    /// What the maker gives in place of `bundle` for the program.
+    static fs::path made(const fs::path& bundle, const fs::path& program) {
+        const fs::path folder = program.parent_path();
+        return makerDifferences.bOtherBundleLayout && folder.extension() != ".app"
+                   ? folder / "Resources" / program.filename()
+                   : bundle;
+    }
     fs::path root() const { return fs::canonical(folder.path()); }
 
     TemporaryDirectory folder;
 };
 
 TEST_F(MainBundle, IsTheApplicationAroundContentsAndMacOS) {
-    EXPECT_EQ(run(place("A b.app/Contents/MacOS/Tool").string()), root() / "A b.app");
+    const fs::path program = place("A b.app/Contents/MacOS/Tool");
+    EXPECT_EQ(run(program.string()), made(root() / "A b.app", program));
 }
 
 TEST_F(MainBundle, IsTheFolderOfTheProgramOtherwise) {
-    for (const char* program : {"folder/Tool", "X.app/Tool", "X.app/MacOS/Tool", "X.app/Contents/Tool"}) {
-        const fs::path placed = place(program);
-        EXPECT_EQ(run(placed.string()), placed.parent_path()) << program;
+    for (const char* name : {"folder/Tool", "X.app/Tool", "X.app/MacOS/Tool", "X.app/Contents/Tool"}) {
+        const fs::path program = place(name);
+        EXPECT_EQ(run(program.string()), made(program.parent_path(), program)) << name;
     }
 }
 
@@ -46,13 +55,13 @@ TEST_F(MainBundle, IsFoundThroughLinks) {
     const fs::path program = place("X.app/Contents/MacOS/Tool");
     fs::create_symlink(program, root() / "link");
     fs::create_directory_symlink("X.app", root() / "Other.app");
-    EXPECT_EQ(run((root() / "link").string()), root() / "X.app");
-    EXPECT_EQ(run((root() / "Other.app/Contents/MacOS/Tool").string()), root() / "X.app");
+    EXPECT_EQ(run((root() / "link").string()), made(root() / "X.app", program));
+    EXPECT_EQ(run((root() / "Other.app/Contents/MacOS/Tool").string()), made(root() / "X.app", program));
 }
 
 TEST_F(MainBundle, IsAbsoluteWhateverTheWorkingFolder) {
     const fs::path program = place("X.app/Contents/MacOS/Tool");
-    EXPECT_EQ(run("./Tool", program.parent_path()), root() / "X.app");
+    EXPECT_EQ(run("./Tool", program.parent_path()), made(root() / "X.app", program));
 }
 
 } // namespace

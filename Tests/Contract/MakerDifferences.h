@@ -3,7 +3,8 @@
 /// What the maker of PlatformServices under test does otherwise than its contract says. The contract tests
 /// expect exactly this, so that nothing is passed over.
 struct MakerDifferences {
-    /// MainBundlePath does not know the layout "X.app/Contents/MacOS".
+    /// MainBundlePath knows no layout but "X.app/Tool"; elsewhere it gives "Resources/Tool" in the program's
+    /// folder.
     bool bOtherBundleLayout = false;
     /// CreateFolder gives true over an existing file, and does nothing.
     bool bFileCountsAsFolder = false;

@@ -13,14 +13,41 @@
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <set>
 #include <sstream>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace fs = std::filesystem;
+
+namespace {
+
+std::function<void(const VLString& application)> onSynchronization;
+
+/// Has `watch` called at each synchronization of preferences while it lives.
+class SynchronizationWatch {
+public:
+    explicit SynchronizationWatch(std::function<void(const VLString&)> watch) {
+        onSynchronization = std::move(watch);
+    }
+    SynchronizationWatch(const SynchronizationWatch&) = delete;
+    SynchronizationWatch& operator=(const SynchronizationWatch&) = delete;
+    ~SynchronizationWatch() { onSynchronization = nullptr; }
+};
+
+} // namespace
+
+// Takes the place of the platform's in this program.
+Boolean CFPreferencesAppSynchronize(CFStringRef applicationID) {
+    if (onSynchronization) {
+        onSynchronization(VLString().FromCFString(applicationID));
+    }
+    return 1;
+}
 
 namespace {
 
@@ -449,6 +476,30 @@ TEST_F(RegistryFile, PathsOfMoreThan1023BytesKeepTheirPermissions) {
     };
     EXPECT_TRUE(fixed(1023));
     EXPECT_FALSE(fixed(1024));
+}
+
+TEST_F(RegistryFile, PreferencesOfTheKeyAreSynchronizedWhenItsFileIsWrittenAndHasItsPermissions) {
+    ASSERT_EQ(chmod(folder.path().c_str(), 0751), 0);
+    mode_t mode = 0;
+    std::vector<VLString> applications;
+    const SynchronizationWatch watch([&](const VLString& application) {
+        applications.push_back(application);
+        mode = statusOf(path()).st_mode & 07777U;
+    });
+    EXPECT_TRUE(set("name", "value"));
+    EXPECT_THAT(applications, testing::ElementsAre(VLString("com.vorlane.vorlane.lettrix3")));
+    EXPECT_EQ(mode, 0751U);
+    EXPECT_EQ(get("name"), VLString("value"));
+    EXPECT_EQ(applications.size(), 1U) << "a read synchronizes nothing";
+}
+
+TEST_F(RegistryFile, PreferencesAreSynchronizedAfterAFailedWriteToo) {
+    fs::create_directory(path());
+    std::vector<VLString> applications;
+    const SynchronizationWatch watch(
+        [&](const VLString& application) { applications.push_back(application); });
+    EXPECT_FALSE(set("name", "value"));
+    EXPECT_THAT(applications, testing::ElementsAre(VLString("com.vorlane.vorlane.lettrix3")));
 }
 
 // Exchange with another reader and writer of property lists

@@ -169,7 +169,3 @@ CFDataRef CFPropertyListCreateXMLData(CFAllocatorRef, CFPropertyListRef property
     const OwnedText owner(xml);
     return new __CFData(std::string(xml, length));
 }
-
-Boolean CFPreferencesAppSynchronize(CFStringRef) {
-    return 1;
-}
