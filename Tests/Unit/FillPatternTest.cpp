@@ -34,11 +34,11 @@ struct Filling {
     VLString result;
     std::string output;
 
-    explicit Filling(const std::string& pattern) {
-        CapturedStdout captured;
-        result = InstallUtility::fillPattern(text(pattern));
-        output = captured.text();
-    }
+    explicit Filling(const std::string& pattern) : Filling(pattern, CapturedStdout()) {}
+
+private:
+    Filling(const std::string& pattern, CapturedStdout&& captured)
+        : result(InstallUtility::fillPattern(text(pattern))), output(captured.text()) {}
 };
 
 std::string malformedLine(const std::string& pattern) {
@@ -360,6 +360,7 @@ TEST(User, IsNobodyWhenNoShellCanBeStarted) {
 }
 
 TEST(User, OfTheMachineHasPreferences) {
+    // cppcheck-suppress getpwuidCalled ; there is one thread
     const struct passwd* user = getpwuid(geteuid()); // NOLINT(concurrency-mt-unsafe)
     if (user == nullptr) {
         GTEST_SKIP() << "this process runs as a user whom the machine does not know by name";
@@ -381,9 +382,10 @@ TEST(User, OfTheMachineHasPreferences) {
         EXPECT_EQ(Filling("%REGKEY:" + stem + "::Name%").result, "v");
         Condition condition;
         condition.type = Condition::RegKeyExist;
-        condition.value = text("%REGKEY:" + stem + "::Name%");
+        const std::string beginning = "%REGKEY:" + stem;
+        condition.value = VLString(beginning.c_str()) + "::Name%";
         EXPECT_TRUE(InstallUtility::isConditionTrue(condition));
-        condition.value = text("%REGKEY:" + stem + "::empty%");
+        condition.value = VLString(beginning.c_str()) + "::empty%";
         EXPECT_FALSE(InstallUtility::isConditionTrue(condition));
         condition.type = Condition::RegKeyNotExist;
         EXPECT_TRUE(InstallUtility::isConditionTrue(condition));
@@ -439,6 +441,35 @@ TEST_F(TargetPaths, TheFamilysNameIsNotSearchedForTheFamilyButForOtherPlaceholde
     EXPECT_THAT(InstallUtility::getTargetPaths({candidate("/%FAMILY%")}, "%FAMILY%"),
                 ElementsAre("/%FAMILY%"));
     EXPECT_THAT(InstallUtility::getTargetPaths({candidate("/%FAMILY%")}, "%USER%"), ElementsAre("/anna"));
+}
+
+TEST_F(TargetPaths, AFamilyMayMakeAPathOfAMebibyte) {
+    const std::string half(1UL << 19, 'x');
+    const std::vector<VLString> paths =
+        InstallUtility::getTargetPaths({candidate("%FAMILY%%FAMILY%")}, text(half));
+    EXPECT_THAT(paths, ElementsAre(text(half + half)));
+}
+
+TEST_F(TargetPaths, APathThatTheFamilyMakesLongerIsToldAndSkipped) {
+    const std::string name(1UL << 19, 'x');
+    const std::string tooLong = "%FAMILY%/%FAMILY%";
+    std::vector<VLString> paths;
+    std::string output;
+    {
+        CapturedStdout captured;
+        paths = InstallUtility::getTargetPaths(
+            {candidate(text(tooLong)), candidate("/a"), candidate(text(tooLong), never)}, text(name));
+        output = captured.text();
+    }
+    EXPECT_THAT(paths, ElementsAre("/a"));
+    EXPECT_EQ(output, endlessLine(tooLong));
+}
+
+TEST_F(TargetPaths, ALongPathThatTheFamilyMakesNoLongerIsTaken) {
+    const std::string longer(1UL << 20, 'x');
+    EXPECT_THAT(InstallUtility::getTargetPaths(
+                    {candidate(text(longer + "x")), candidate(text(longer + "%FAMILY%"))}, "F"),
+                testing::SizeIs(2));
 }
 
 TEST_F(TargetPaths, TheFamilyIsNotFilledInInConditions) {

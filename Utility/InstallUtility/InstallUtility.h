@@ -106,7 +106,8 @@ public:
     static bool parseXMLwithTargetPathsRecursively(TiXmlNode* parent, std::map<VLString, InstallItem>& items);
 
     /// The folders of all candidates that apply, in their order, each once whatever its case. In their paths
-    /// %FAMILY% stands for `family`, and fillPattern's placeholders are filled.
+    /// %FAMILY% stands for `family`, and fillPattern's placeholders are filled. A path that the family would
+    /// make longer than 1 MiB gives one error line and is skipped.
     static std::vector<VLString> getTargetPaths(const std::vector<InstallItem::ItemPath>& candidates,
                                                 const VLString& family);
     static bool isConditionTrue(const InstallItem::ItemPath::Condition& condition);

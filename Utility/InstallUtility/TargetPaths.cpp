@@ -90,17 +90,25 @@ unsigned long countOf(const VLString& needle, const VLString& text) {
     return count;
 }
 
-/// Fills the placeholder in wherever it stands in `text`. False, and nothing done, when `text` would get too
-/// long.
-bool expand(VLString& text, const VLString& placeholder, PlaceholderKind kind) {
-    const VLString value =
-        kind == PlaceholderKind::User ? InstallUtility::getUserName() : registryValue(placeholder);
+/// Fills the value in wherever the placeholder stands in `text`. False, and nothing done, when `text` would
+/// grow too long.
+bool expand(VLString& text, const VLString& placeholder, const VLString& value) {
     const unsigned long count = countOf(placeholder, text);
-    if (text.Size() - count * placeholder.Size() + count * value.Size() > longestExpansion) {
+    const unsigned long size = text.Size() - count * placeholder.Size() + count * value.Size();
+    if (size > longestExpansion && size > text.Size()) {
         return false;
     }
     text = text.Replace(placeholder, value);
     return true;
+}
+
+VLString valueOf(const VLString& placeholder, PlaceholderKind kind) {
+    return kind == PlaceholderKind::User ? InstallUtility::getUserName() : registryValue(placeholder);
+}
+
+void sayEndless(const VLString& pattern) {
+    SimpleLog::printLog(SimpleLog::Error, __FILE__, __FUNCTION__, __LINE__,
+                        "The pattern '%s' does not come to an end", pattern.ConstData());
 }
 
 } // namespace
@@ -186,9 +194,14 @@ std::vector<VLString> InstallUtility::getTargetPaths(const std::vector<InstallIt
     std::vector<VLString> paths;
     std::set<VLString> seen;
     for (const ItemPath& candidate : candidates) {
-        // Only the path names the family; a condition keeps the placeholder.
-        const VLString pattern = candidate.path.Replace("%FAMILY%", family);
         if (!isConditionTrue(candidate.condition)) {
+            continue;
+        }
+        // Only the path names the family; a condition keeps the placeholder.
+        VLString pattern = candidate.path;
+        if (!expand(pattern, "%FAMILY%", family)) {
+            // No command could be given such a path.
+            sayEndless(candidate.path);
             continue;
         }
         VLString path = fillPattern(pattern);
@@ -244,9 +257,8 @@ VLString InstallUtility::fillPattern(const VLString& pattern) {
             position = end + 1;
             continue;
         }
-        if (expansions++ == mostExpansions || !expand(text, placeholder, kind)) {
-            SimpleLog::printLog(SimpleLog::Error, __FILE__, __FUNCTION__, __LINE__,
-                                "The pattern '%s' does not come to an end", pattern.ConstData());
+        if (expansions++ == mostExpansions || !expand(text, placeholder, valueOf(placeholder, kind))) {
+            sayEndless(pattern);
             break;
         }
     }
