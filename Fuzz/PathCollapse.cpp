@@ -19,7 +19,7 @@ std::string collapsed(std::string path) {
         if (slash == std::string::npos) {
             return path;
         }
-        path = path.substr(0, slash + 1) + path.substr(found + 4);
+        path.erase(slash + 1, found + 3 - slash);
     }
 }
 

@@ -134,7 +134,7 @@ TEST(PathLibrary, CollapseAgreesWithRepeatedSearches) {
             if (slash == std::string::npos) {
                 break;
             }
-            path = path.substr(0, slash + 1) + path.substr(found + 4);
+            path.erase(slash + 1, found + 3 - slash);
         }
         return path;
     };

@@ -101,10 +101,14 @@ TEST(VLVersion, AnyLesserNumberMakesItLess) {
 TEST(VLVersion, EachOfTwoCanBeLessAndGreaterThanTheOther) {
     const VLVersion two(2, 0, 0, 0);
     const VLVersion oneFive(1, 5, 0, 0);
-    EXPECT_TRUE(two < oneFive && oneFive < two);
-    EXPECT_TRUE(two > oneFive && oneFive > two);
-    EXPECT_TRUE(two <= oneFive && oneFive <= two);
-    EXPECT_TRUE(two >= oneFive && oneFive >= two);
+    EXPECT_TRUE(two < oneFive);
+    EXPECT_TRUE(oneFive < two);
+    EXPECT_TRUE(two > oneFive);
+    EXPECT_TRUE(oneFive > two);
+    EXPECT_TRUE(two <= oneFive);
+    EXPECT_TRUE(oneFive <= two);
+    EXPECT_TRUE(two >= oneFive);
+    EXPECT_TRUE(oneFive >= two);
 }
 
 TEST(VLVersion, EqualOnesAreNeitherLessNorGreater) {
