@@ -25,6 +25,7 @@ void checkLimits(const TiXmlNode& node, unsigned long depth) {
 
 std::string printed(const TiXmlDocument& document) {
     TiXmlPrinter printer;
+    printer.SetStreamPrinting(); // what is nested deep would be indented without end
     document.Accept(&printer);
     return printer.Str();
 }
