@@ -24,11 +24,13 @@ record='/Library/Application Support/Vorlane/InstallationStatusFile.xml'
 if [ "$FAULT" = watch ]; then
     [ ! -e "$record" ] || /bin/cp "$record" "/var/faults/records/$number"
 elif [ "$number" = "$FAULT_NUMBER" ]; then
+    read -r engine </var/faults/engine
     case $FAULT in
+    Script) eval "$FAULT_SCRIPT" ;;
     Fails) exit 1 ;;
     WorksButFails) "/bin/$tool" "$@"; exit 1 ;;
-    EngineDiesBefore) read -r engine </var/faults/engine; kill -KILL $engine; exit 1 ;;
-    EngineDiesAfter) "/bin/$tool" "$@"; read -r engine </var/faults/engine; kill -KILL $engine; exit 0 ;;
+    EngineDiesBefore) kill -KILL $engine; exit 1 ;;
+    EngineDiesAfter) "/bin/$tool" "$@"; kill -KILL $engine; exit 0 ;;
     esac
 fi
 exec "/bin/$tool" "$@"
@@ -96,7 +98,7 @@ ProgramResult DisturbedRun::runUndisturbed(const Command& command, const Options
 }
 
 DisturbedRun::Disturbed DisturbedRun::runWithShims(const Command& command, unsigned long number,
-                                                   const std::string& fault) {
+                                                   const std::string& fault, const std::string& script) {
     root().remove("/var/faults/records");
     root().remove("/var/faults/calls");
     root().makeFolder("/var/faults/records");
@@ -104,6 +106,7 @@ DisturbedRun::Disturbed DisturbedRun::runWithShims(const Command& command, unsig
     Options options;
     options.environment = {{"PATH", std::string(shimFolder) + ":/usr/bin:/bin"},
                            {"FAULT", fault},
+                           {"FAULT_SCRIPT", script},
                            {"FAULT_NUMBER", std::to_string(number)}};
     Command noted{"/bin/sh", "-c", "echo $$ >/var/faults/engine; exec \"$@\"", "sh"};
     noted.insert(noted.end(), command.begin(), command.end());
@@ -127,6 +130,11 @@ DisturbedRun::Disturbed DisturbedRun::runAndWatch(const Command& command, std::s
 DisturbedRun::Disturbed DisturbedRun::runWithFault(const Command& command, unsigned long number,
                                                    Fault fault) {
     return runWithShims(command, number, nameOf(fault));
+}
+
+DisturbedRun::Disturbed DisturbedRun::runWithScript(const Command& command, unsigned long number,
+                                                    const std::string& script) {
+    return runWithShims(command, number, "Script", script);
 }
 
 std::string DisturbedRun::record() {

@@ -48,6 +48,9 @@ protected:
     Disturbed runAndWatch(const Command& command, std::set<std::string>& records);
     /// The command with this number, from 1 on, is disturbed.
     Disturbed runWithFault(const Command& command, unsigned long number, Fault fault);
+    /// Before the command with this number shell text runs, which finds the engine's process in $engine and
+    /// is to name tools with their folder.
+    Disturbed runWithScript(const Command& command, unsigned long number, const std::string& script);
 
     /// The bytes of the record.
     std::string record();
@@ -64,6 +67,7 @@ protected:
     static void printFigures(const std::string& line);
 
 private:
-    Disturbed runWithShims(const Command& command, unsigned long number, const std::string& fault);
+    Disturbed runWithShims(const Command& command, unsigned long number, const std::string& fault,
+                           const std::string& script = "");
     void placeShims();
 };
