@@ -49,7 +49,8 @@ const Product::TargetItem* Product::TargetItem::child(const VLString& wanted) co
 }
 
 void Product::interpret() {
-    definition.parseInner(definitionFile.xml());
+    TiXmlDocument taken = definitionFile.xml(); // reading takes it down, and the rules look at the elements
+    definition.parseInner(taken);
     if (const auto* files = definitionFile.find(Kind::InstallFiles)) {
         // Pointers into the lists stay valid: their room is there from the start.
         tree.reserve(countNodes(definition.installFiles));

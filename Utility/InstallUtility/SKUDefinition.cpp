@@ -105,7 +105,8 @@ FileNode parseNode(const TiXmlElement& element, const FileNode& parent, const VL
     if (parentName.Size() <= FileNode::longestParentName) {
         node.parentName = parentName;
     }
-    node.arch = XMLDocument::Attribute(element, "arch").EqualsIgnoreCase("x86") ? 1 : 0;
+    const VLString arch = XMLDocument::Attribute(element, "arch");
+    node.arch = arch.IsSet() && arch.EqualsIgnoreCase("x86") ? 1 : 0;
     node.dontDelete = flag("dontdelete", parent.dontDelete);
     node.ignoreInstallErrors = flag("ignoreinstallerrors", parent.ignoreInstallErrors);
     node.allowDowngrade = flag("allowdowngrade", parent.allowDowngrade);
@@ -131,10 +132,9 @@ FileNode& addChild(FileNode& parent, FileNode node) {
 } // namespace
 
 bool getBoolFlagFromString(const VLString& text, bool defaultValue) {
-    if (text == "0") {
-        return false;
-    }
-    return text == "1" || defaultValue;
+    // Most flags are absent, and every node of the tree asks for three.
+    const char flag = text.Size() == 1 ? text[0] : '\0';
+    return flag == '1' || (flag != '0' && defaultValue);
 }
 
 // VLBitSet
@@ -268,19 +268,21 @@ void SKUDefinition::fillHostsInfo(TiXmlElement* hosts, Vector<VLString>& names, 
 }
 
 void SKUDefinition::parseInstallFiles(FileNode& parent, TiXmlNode* element, const VLString& parentName) {
+    // The document is taken down while the tree grows: the two never stand in memory as a whole.
     ForEachChild(element, "directory", [&](TiXmlElement& child) {
         FileNode node = parseNode(child, parent, parentName);
-        if (node.name.IsEmpty()) {
-            return;
+        if (node.name.IsSet()) {
+            node.isDirectory = true;
+            FileNode& stored = addChild(parent, std::move(node));
+            parseInstallFiles(stored, &child, stored.name);
         }
-        node.isDirectory = true;
-        FileNode& stored = addChild(parent, std::move(node));
-        parseInstallFiles(stored, &child, stored.name);
+        element->RemoveChild(&child);
     });
     ForEachChild(element, "file", [&](TiXmlElement& child) {
         FileNode node = parseFile(child, parent, parentName);
         if (node.name.IsSet()) {
             addChild(parent, std::move(node));
         }
+        element->RemoveChild(&child);
     });
 }

@@ -64,6 +64,7 @@ public:
     void fromFile(const VLString& path);
     /// The same for the XML text itself.
     void parse(const VLString& xml);
+    /// The same for a document, from which it takes the elements of the tree away as it goes.
     void parseInner(TiXmlDocument& document);
     /// Empties what a reader fills anew. Intended: the masks, the families of hosts, the compiler options and
     /// the prefix stay, so that a second document merges into them. Use a fresh object for each file.
@@ -82,6 +83,7 @@ public:
     void fillHostsInfo(TiXmlElement* hosts, Vector<VLString>& names, Vector<VLString>& archNames,
                        FamilyLists& families, std::map<VLString, VLString>& compilerOptions);
     /// Fills the children of `parent`, a folder named `parentName`, from the folders and then the files below
-    /// `element`, which may be null. A later node replaces an earlier one of its name.
+    /// `element`, which may be null, and takes them away there. A later node replaces an earlier one of its
+    /// name.
     void parseInstallFiles(FileNode& parent, TiXmlNode* element, const VLString& parentName);
 };

@@ -41,7 +41,7 @@ void readProducts(TiXmlNode* element, Vector<SKUInfo>& products) {
 
 /// The fresh child of `parent` that `element` describes, or null when it has no name or no count.
 FileNodeRef* readNode(const TiXmlElement& element, FileNodeRef& parent) {
-    const VLString name = XMLDocument::Attribute(element, "fileName");
+    VLString name = XMLDocument::Attribute(element, "fileName");
     const char* ref = element.Attribute("ref");
     if (name.IsEmpty() || ref == nullptr || *ref == '\0') {
         return nullptr;
@@ -51,7 +51,7 @@ FileNodeRef* readNode(const TiXmlElement& element, FileNodeRef& parent) {
     if (node.name.IsSet()) {
         node = FileNodeRef(); // this one replaces an earlier one
     }
-    node.name = name;
+    node.name = std::move(name);
     node.ref = static_cast<std::int32_t>(std::strtol(ref, nullptr, 10)); // 0 for what is no number
     return &node;
 }
