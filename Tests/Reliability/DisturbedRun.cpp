@@ -90,7 +90,9 @@ void DisturbedRun::ExpectSentinels() {
     EXPECT_EQ(root().read("/Users/anna/Documents/sentinel"), "anna's");
 }
 
-ProgramResult DisturbedRun::runUndisturbed(const Command& command, const Options& options) {
+ProgramResult DisturbedRun::runUndisturbed(const Command& command) {
+    Options options;
+    options.timeout = patience();
     ProgramResult result = root().run(command, options);
     EXPECT_FALSE(result.bTimedOut);
     ExpectSuccess(result);
@@ -104,6 +106,7 @@ DisturbedRun::Disturbed DisturbedRun::runWithShims(const Command& command, unsig
     root().makeFolder("/var/faults/records");
     root().write("/var/faults/count", "0\n");
     Options options;
+    options.timeout = patience();
     options.environment = {{"PATH", std::string(shimFolder) + ":/usr/bin:/bin"},
                            {"FAULT", fault},
                            {"FAULT_SCRIPT", script},
@@ -168,6 +171,11 @@ std::string DisturbedRun::nameOf(Fault fault) {
 
 bool DisturbedRun::isFull() {
     return *variable("RELIABILITY_FULL") != '\0';
+}
+
+std::chrono::seconds DisturbedRun::patience() {
+    // A full run takes so long that it is left to a machine that does other things first.
+    return isFull() ? std::chrono::minutes(10) : std::chrono::seconds(30);
 }
 
 std::vector<unsigned long> DisturbedRun::sample(unsigned long last, unsigned long count) {

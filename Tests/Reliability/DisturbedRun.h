@@ -4,6 +4,7 @@
 #include "Tests/Support/EndToEndTest.h"
 #include "Tests/Support/TemporaryDirectory.h"
 
+#include <chrono>
 #include <filesystem>
 #include <set>
 #include <string>
@@ -43,7 +44,7 @@ protected:
     void placeSentinels();
     void ExpectSentinels();
 
-    ProgramResult runUndisturbed(const Command& command, const Options& options = Options());
+    ProgramResult runUndisturbed(const Command& command);
     /// Undisturbed, too; `records` receives the record before each command and after the run.
     Disturbed runAndWatch(const Command& command, std::set<std::string>& records);
     /// The command with this number, from 1 on, is disturbed.
@@ -60,6 +61,8 @@ protected:
     static std::string nameOf(Fault fault);
     /// Whether every step is to be tried: RELIABILITY_FULL is set.
     static bool isFull();
+    /// How long a run may take before it counts as one that hangs.
+    static std::chrono::seconds patience();
     /// All numbers from 1 to `last` in a full run, otherwise at most `count` of them; RELIABILITY_SEED
     /// chooses.
     static std::vector<unsigned long> sample(unsigned long last, unsigned long count);

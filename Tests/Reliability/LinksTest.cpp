@@ -150,6 +150,15 @@ TEST_F(Links, LoopInPlaceOfTargetFolderIsToldAndLeft) {
     EXPECT_EQ(linkText(shared("Tools")), "Tools");
 }
 
+TEST_F(Links, LinkToFileInPlaceOfTargetFolderIsToldAndLeft) {
+    link(shared("Tools"), inOutside("sentinel"));
+    const ProgramResult result = Install(fileProduct());
+    ExpectSuccess(result);
+    EXPECT_TRUE(hasLine(result, failedCopy("VorlaneFX/Tools/tool", shared("Tools/tool"))));
+    EXPECT_EQ(linkText(shared("Tools")), inOutside("sentinel"));
+    ExpectSentinelAlone();
+}
+
 // In the place of a folder that is installed as one piece
 
 TEST_F(Links, LinkInPlaceOfWholeFolderIsReplaced) {
@@ -167,6 +176,18 @@ TEST_F(Links, DanglingLinkInPlaceOfWholeFolderIsToldAndLeft) {
     EXPECT_TRUE(hasLine(result, failedCopy("VorlaneFX/Kit", shared("Kit"))));
     EXPECT_TRUE(isLink(shared("Kit")));
     ExpectSentinelAlone();
+}
+
+TEST_F(Links, LinkToFileOrLoopInPlaceOfWholeFolderIsToldAndLeft) {
+    for (const std::string& target : {inOutside("sentinel"), std::string("Kit")}) {
+        root().remove(shared("Kit"));
+        link(shared("Kit"), target);
+        const ProgramResult result = Install(folderProduct());
+        ExpectSuccess(result);
+        EXPECT_TRUE(hasLine(result, failedCopy("VorlaneFX/Kit", shared("Kit"))));
+        EXPECT_EQ(linkText(shared("Kit")), target);
+        ExpectSentinelAlone();
+    }
 }
 
 TEST_F(Links, UninstallRemovesLinkInPlaceOfWholeFolderAndNotWhatItLeadsTo) {
@@ -210,6 +231,18 @@ TEST_F(Links, LinkedStatusFolderIsFollowed) {
     ExpectSuccess(Uninstall(fileProduct()));
     EXPECT_TRUE(isLink(statusFolder));
     ExpectSentinelAlone();
+}
+
+TEST_F(Links, StatusFolderThatIsADanglingLinkALoopOrALinkToAFileIsToldAndLeft) {
+    for (const std::string& target : {inOutside("nothing"), std::string("Vorlane"), inOutside("sentinel")}) {
+        root().remove(statusFolder);
+        link(statusFolder, target);
+        const ProgramResult result = Install(product().file("VorlaneFX/a", "new"));
+        ExpectSuccess(result);
+        EXPECT_TRUE(hasLine(result, failedCopy("VorlaneFX/a", shared("a"))));
+        EXPECT_EQ(linkText(statusFolder), target);
+        ExpectSentinelAlone();
+    }
 }
 
 TEST_F(Links, RecordIsWrittenThroughLink) {
@@ -269,6 +302,12 @@ TEST_F(Links, ShortCutReplacesDanglingLink) {
     EXPECT_EQ(linkText("/Applications/Guide"), shared("guide"));
 }
 
+TEST_F(Links, ShortCutReplacesLoop) {
+    link("/Applications/Guide", "Guide");
+    ExpectSuccess(Install(shortCutProduct()));
+    EXPECT_EQ(linkText("/Applications/Guide"), shared("guide"));
+}
+
 TEST_F(Links, ShortCutOntoLinkToFolderIsMadeInsideThatFolderAndStaysThere) {
     link("/Applications/Guide", outsideFolder);
     ExpectSuccess(Install(shortCutProduct()));
@@ -321,5 +360,68 @@ TEST_F(Links, LinkInPlaceOfApplicationManagerLinkIsReplaced) {
     ExpectSuccess(Install(common));
     EXPECT_EQ(linkText("/Applications/Vorlane Application Manager.app"),
               shared("Common/ApplicationManager.app"));
+    ExpectSentinelAlone();
+}
+
+TEST_F(Links, DanglingLinkOrLoopInPlaceOfUninstallerIsReplaced) {
+    for (const std::string& target : {inOutside("nothing"), std::string("Uninstall Alpha.app")}) {
+        root().remove(uninstallerOf(fileProduct()));
+        link(uninstallerOf(fileProduct()), target);
+        ExpectSuccess(Install(fileProduct()));
+        EXPECT_TRUE(isRealFolder(uninstallerOf(fileProduct())));
+        ExpectSentinelAlone();
+    }
+}
+
+TEST_F(Links, FolderOfUninstallersThatIsADanglingLinkALoopOrALinkToAFileIsToldAndLeft) {
+    const std::string folder = "/Applications/Vorlane Uninstallers";
+    for (const std::string& target :
+         {inOutside("nothing"), std::string("Vorlane Uninstallers"), inOutside("sentinel")}) {
+        root().remove(folder);
+        link(folder, target);
+        const ProgramResult result = Install(fileProduct());
+        ExpectSuccess(result);
+        ExpectLog(result, {"Checking file consistency in source folder",
+                           "Error: Can't copy Uninstall.app to target folder"});
+        EXPECT_EQ(linkText(folder), target);
+        ExpectSentinelAlone();
+    }
+}
+
+TEST_F(Links, DanglingLinkOrLoopInPlaceOfApplicationManagerLinkIsReplaced) {
+    const std::string manager = "/Applications/Vorlane Application Manager.app";
+    const ProductBuilder common =
+        ProductBuilder("COMMON", "Common").target("VorlaneFX", statusFolder).file("VorlaneFX/c", "c");
+    for (const std::string& target : {inOutside("nothing"), std::string("Vorlane Application Manager.app")}) {
+        root().remove(manager);
+        link(manager, target);
+        ExpectSuccess(Install(common));
+        EXPECT_EQ(linkText(manager), shared("Common/ApplicationManager.app"));
+        ExpectSentinelAlone();
+    }
+}
+
+// The folder of all applications
+
+TEST_F(Links, LinkedApplicationsFolderIsFollowed) {
+    root().remove("/Applications");
+    link("/Applications", outsideFolder);
+    ExpectSuccess(Install(shortCutProduct()));
+    EXPECT_EQ(linkText(inOutside("Guide")), shared("guide"));
+    EXPECT_TRUE(isRealFolder(inOutside("Vorlane Uninstallers/Uninstall Alpha.app")));
+    ExpectSuccess(Uninstall(shortCutProduct()));
+    EXPECT_TRUE(isLink("/Applications"));
+    ExpectSentinelAlone();
+}
+
+TEST_F(Links, ApplicationsFolderThatIsADanglingLinkIsToldAndLeft) {
+    root().remove("/Applications");
+    link("/Applications", inOutside("nothing"));
+    const ProgramResult result = Install(shortCutProduct());
+    ExpectSuccess(result);
+    ExpectLog(result, {"Checking file consistency in source folder",
+                       "Error: Can't copy Uninstall.app to target folder"});
+    EXPECT_EQ(linkText("/Applications"), inOutside("nothing"));
+    EXPECT_EQ(root().read(shared("guide")), "guide");
     ExpectSentinelAlone();
 }

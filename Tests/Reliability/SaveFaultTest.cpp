@@ -59,6 +59,7 @@ protected:
                                {"SAVE_FAULT", fault},
                                {"SAVE_FAULT_STEP", std::to_string(number)},
                                {"SAVE_FAULT_LOG", stepsInside}};
+        options.timeout = patience();
         root().remove(stepsInside);
         return root().run(installCommand(product()), options);
     }

@@ -31,7 +31,9 @@ const char* const script = INSTALLUTILITY_SOURCE_DIR "/Scripts/private-root";
 const char* const templateFolder = INSTALLUTILITY_PRIVATE_ROOT_TEMPLATE;
 
 void mustSucceed(const std::vector<std::string>& command) {
-    const ProgramResult result = runProgram(command);
+    ProgramOptions options;
+    options.timeout = std::chrono::minutes(10); // these copy a lot, on machines that do much else
+    const ProgramResult result = runProgram(command, options);
     if (result.exitStatus != 0) {
         throw std::runtime_error(command[0] + " " + command[1] + ": " + result.standardError);
     }
