@@ -21,6 +21,8 @@
 #include <unistd.h>
 #include <vector>
 
+extern char** environ; // NOLINT(readability-redundant-declaration): macOS declares it nowhere
+
 namespace {
 
 std::vector<std::string> readList(const char* path) {
