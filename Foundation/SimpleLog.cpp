@@ -41,13 +41,28 @@ std::string formattedWithoutArguments(std::string_view line) {
 // Only byte output is ever used: a glibc stream that has seen wide output swallows byte output and the other
 // way round, and its "C" locale has no wide form for the bytes above 127 of a UTF-8 path.
 void write(std::string_view text) {
+    if (SimpleLog::held != nullptr) {
+        SimpleLog::held->append(text);
+        return;
+    }
     (void)std::fwrite(text.data(), 1, text.size(), stdout);
     (void)std::fflush(stdout);
+}
+
+void hold(const char* format, va_list arguments) {
+    va_list again;
+    va_copy(again, arguments);
+    const int length = std::vsnprintf(nullptr, 0, format, arguments);
+    std::string text(length < 0 ? 0 : static_cast<std::size_t>(length), '\0');
+    (void)std::vsnprintf(text.data(), text.size() + 1, format, again);
+    va_end(again);
+    SimpleLog::held->append(text);
 }
 
 } // namespace
 
 bool SimpleLog::bEnableDebugLogs = false;
+std::string* SimpleLog::held = nullptr;
 
 void SimpleLog::printLog(LogType type, const char* file, const char* function, long line, const char* format,
                          ...) {
@@ -66,7 +81,11 @@ void SimpleLog::printLog(LogType type, const char* file, const char* function, l
 void SimpleLog::printText(const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    (void)std::vprintf(format, arguments);
+    if (held != nullptr) {
+        hold(format, arguments);
+    } else {
+        (void)std::vprintf(format, arguments);
+    }
     va_end(arguments);
     (void)std::fflush(stdout);
 }

@@ -1,6 +1,8 @@
 // What the rules say of the engine, asked of the engine itself.
+#include "Foundation/FileLibrary.h"
 #include "Tests/Inspector/InspectedProduct.h"
 #include "Tests/Support/CapturedStdout.h"
+#include "Tests/Support/TemporaryDirectory.h"
 #include "Utility/InstallInspector/NearestName.h"
 #include "Utility/InstallInspector/Placeholders.h"
 #include "Utility/InstallInspector/TextScan.h"
@@ -11,6 +13,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <set>
 
 using testing::ElementsAre;
@@ -93,8 +96,30 @@ std::string meaningOfTargets(const std::string& xml) {
     return meaningOf(items);
 }
 
-/// A definition and a target-paths file in which everything that the vocabulary knows stands once, with a
-/// value that makes a difference.
+std::string meaningOfRecord(const std::string& xml) {
+    const TemporaryDirectory folder;
+    const VLString file = folder / "record.xml";
+    FileLibrary::writeFile(toVLString(xml), file, false);
+    StatusFile record;
+    record.parse(file);
+    std::string text;
+    for (const auto& product : record.products) {
+        text += toString(product.ID + "," + product.name + "," + product.build) + "\n";
+    }
+    const std::function<void(const StatusFile::FileNodeRef&)> addNode = [&](const auto& node) {
+        text += toString(node.name) + (node.isDirectory ? "/" : "") + std::to_string(node.ref) +
+                toString(node.build + node.shortCut.name + ">" + node.shortCut.dir) + "{";
+        for (const auto& [name, child] : node.refChildren) {
+            addNode(child);
+        }
+        text += "}";
+    };
+    addNode(record.root);
+    return text;
+}
+
+/// One of each file, in which everything that the vocabulary knows stands once, with a value that makes a
+/// difference.
 const char* const fullDefinition = R"(<product>
 <sku ID="i" name="n" build="1.2.3.4" prefix="p"/>
 <families><family name="F"><plugins><plugin name="x"/></plugins><contents><content name="y"/></contents>
@@ -106,6 +131,20 @@ const char* const fullDefinition = R"(<product>
 <shortCut name="s" dir="t"/></file></directory></installFiles></product>)";
 const char* const fullTargets = R"(<root><item name="I"><path value="/p">
 <condition type="And" value="v"><condition type="Or" value="w"/></condition></path></item></root>)";
+
+const char* const fullRecord = R"(<install><products><sku ID="i" name="n" build="1.2.3.4"/></products>
+<installFiles><directory fileName="d" ref="2"><file fileName="f" ref="1" build="1.2.3.4">
+<shortCut name="s" dir="t"/></file></directory></installFiles></install>)";
+
+std::string fullText(Kind root) {
+    return root == Kind::Product ? fullDefinition : root == Kind::Root ? fullTargets : fullRecord;
+}
+
+std::string meaningOf(Kind root, const std::string& xml) {
+    return root == Kind::Product ? meaningOf(xml)
+           : root == Kind::Root  ? meaningOfTargets(xml)
+                                 : meaningOfRecord(xml);
+}
 
 /// `xml` with each place where `word` stands followed by `mark` spoilt in turn.
 std::vector<std::string> spoilt(const std::string& xml, const std::string& word) {
@@ -122,8 +161,8 @@ std::vector<std::string> spoilt(const std::string& xml, const std::string& word)
 
 TEST(EngineAgreement, EachAttributeOfTheVocabularyIsRead) {
     for (const ElementFormat& format : elementFormats()) {
-        const bool bDefinition = format.kind < Kind::Root;
-        const std::string xml = bDefinition ? fullDefinition : fullTargets;
+        const Kind root = rootOf(format.kind);
+        const std::string xml = fullText(root);
         for (const char* attribute : format.attributes) {
             const std::string element = std::string("<") + format.name + " ";
             SCOPED_TRACE(element + attribute);
@@ -133,8 +172,7 @@ TEST(EngineAgreement, EachAttributeOfTheVocabularyIsRead) {
                     const std::size_t changed = text.find(std::string(attribute) + "X=");
                     return text.rfind('<', changed) == text.rfind(element, changed);
                 }();
-                const bool bDiffers = bDefinition ? meaningOf(text) != meaningOf(xml)
-                                                  : meaningOfTargets(text) != meaningOfTargets(xml);
+                const bool bDiffers = meaningOf(root, text) != meaningOf(root, xml);
                 bMatters = bMatters || (bInElement && bDiffers);
             }
             EXPECT_TRUE(bMatters);

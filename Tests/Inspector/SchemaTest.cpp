@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <set>
 #include <string>
 #include <vector>
@@ -75,10 +76,6 @@ Names setOf(const std::vector<std::string>& list) {
     return {list.begin(), list.end()};
 }
 
-bool isOfDefinition(const ElementFormat& format) {
-    return format.kind < Kind::Root;
-}
-
 class SchemaTest : public testing::Test {
 protected:
     void SetUp() override {
@@ -125,16 +122,17 @@ TEST(Schemas, DescribeEveryElementAndAttribute) {
 }
 
 TEST(Schemas, HaveTheElementsAndAttributesThatAreRead) {
-    for (const bool bDefinition : {true, false}) {
+    const std::map<const char*, Kind> roots = {
+        {definitionSchema, Kind::Product}, {targetsSchema, Kind::Root}, {recordSchema, Kind::Install}};
+    for (const auto& [schema, root] : roots) {
         Names elements;
         Names attributes;
         for (const ElementFormat& format : elementFormats()) {
-            if (isOfDefinition(format) == bDefinition) {
+            if (rootOf(format.kind) == root) {
                 elements.insert(format.name);
                 attributes.insert(format.attributes.begin(), format.attributes.end());
             }
         }
-        const char* schema = bDefinition ? definitionSchema : targetsSchema;
         EXPECT_EQ(declared(schema, "xs:element"), elements) << schema;
         EXPECT_EQ(declared(schema, "xs:attribute"), attributes) << schema;
     }

@@ -1,7 +1,7 @@
 #include "Utility/InstallInspector/CheckCommand.h"
 
 #include "Foundation/FileLibrary.h"
-#include "Utility/InstallInspector/Output.h"
+#include "Utility/InstallInspector/FindingOutput.h"
 #include "Utility/InstallInspector/Rules.h"
 
 #include <algorithm>
@@ -19,47 +19,11 @@ struct Arguments {
     bool bRules = false;
 };
 
-const char* nameOf(Severity severity) {
-    return severity == Severity::Error ? "error" : "warning";
-}
-
-long countOf(const std::vector<Finding>& findings, Severity severity) {
-    return std::count_if(findings.begin(), findings.end(),
-                         [severity](const Finding& finding) { return finding.severity == severity; });
-}
-
-std::string counted(long count, const char* noun) {
-    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
-}
-
-std::string describe(const Location& where) {
-    // A path may hold what a terminal would obey.
-    const std::string quoted = shown(toVLString(where.file));
-    std::string text = quoted.substr(1, quoted.size() - 2);
-    if (where.line > 0) {
-        text += ":" + std::to_string(where.line) + ":" + std::to_string(where.column);
-    }
-    return text;
-}
-
-std::string describe(const Finding& finding, const Painter& painter) {
-    const bool bError = finding.severity == Severity::Error;
-    return painter.paint(Colour::Bold, describe(finding.where) + ":") + " " +
-           painter.paint(bError ? Colour::Red : Colour::Yellow, std::string(nameOf(finding.severity)) + ":") +
-           " " + finding.message + " " + painter.paint(Colour::Dim, "[" + finding.rule + "]") + "\n    " +
-           finding.consequence + "\n    " + finding.advice + "\n";
-}
-
 std::string asText(const std::vector<Finding>& findings, const Painter& painter) {
     if (findings.empty()) {
         return painter.paint(Colour::Green, "No mistakes found.") + "\n";
     }
-    std::string text;
-    for (const Finding& finding : findings) {
-        text += describe(finding, painter);
-    }
-    return text + "\n" + counted(countOf(findings, Severity::Error), "error") + ", " +
-           counted(countOf(findings, Severity::Warning), "warning") + "\n";
+    return printed(findings, painter);
 }
 
 std::string asJson(const Arguments& arguments, const std::vector<Finding>& findings) {
@@ -71,23 +35,7 @@ std::string asJson(const Arguments& arguments, const std::vector<Finding>& findi
     if (!arguments.source.empty()) {
         document["source"] = arguments.source;
     }
-    document["errors"] = countOf(findings, Severity::Error);
-    document["warnings"] = countOf(findings, Severity::Warning);
-    document["findings"] = nlohmann::ordered_json::array();
-    for (const Finding& finding : findings) {
-        nlohmann::ordered_json entry;
-        entry["file"] = finding.where.file;
-        if (finding.where.line > 0) {
-            entry["line"] = finding.where.line;
-            entry["column"] = finding.where.column;
-        }
-        entry["rule"] = finding.rule;
-        entry["severity"] = nameOf(finding.severity);
-        entry["message"] = finding.message;
-        entry["consequence"] = finding.consequence;
-        entry["advice"] = finding.advice;
-        document["findings"].push_back(entry);
-    }
+    addFindings(document, findings);
     return printed(document);
 }
 

@@ -122,10 +122,10 @@ std::string joined(const std::vector<std::string>& names) {
 }
 
 /// The elements inside which one of that name is read.
-std::vector<std::string> parentsOf(const std::string& name, bool bDefinition) {
+std::vector<std::string> parentsOf(const std::string& name, Kind root) {
     std::vector<std::string> parents;
     for (const ElementFormat& format : elementFormats()) {
-        const bool bOwn = (format.kind < Kind::Root) == bDefinition;
+        const bool bOwn = rootOf(format.kind) == root;
         const auto names = namesOf(format.children);
         if (bOwn && std::find(names.begin(), names.end(), name) != names.end() &&
             std::find(parents.begin(), parents.end(), tag(format.name)) == parents.end()) {
@@ -139,7 +139,7 @@ std::string adviceForElement(const LocatedDocument& document, const LocatedDocum
     const auto known = namesOf(unread.place == nullptr ? std::vector<Kind>{document.rootKind()}
                                                        : formatOf(unread.place->kind).children);
     const std::string name = unread.element->ValueStr();
-    const auto parents = parentsOf(name, document.rootKind() == Kind::Product);
+    const auto parents = parentsOf(name, document.rootKind());
     if (!parents.empty()) {
         return "Move it: it is read inside " + joined(parents) + " only.";
     }

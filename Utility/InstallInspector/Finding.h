@@ -9,8 +9,8 @@
 enum class Severity { Error, Warning };
 
 struct Location {
-    /// Where it comes in a list of findings: those of the definition first, those of the source folder last.
-    enum class Document { Definition, Targets, Source };
+    /// Where it comes in a list of findings: in this order.
+    enum class Document { Definition, Targets, Source, Record };
 
     Document document = Document::Definition;
     std::string file;

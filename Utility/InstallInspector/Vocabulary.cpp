@@ -41,6 +41,17 @@ const std::vector<ElementFormat>& elementFormats() {
         {Kind::Path, "path", {"value"}, {Kind::Condition}, false},
         {Kind::Condition, "condition", {"type", "value"}, {Kind::Operand}, true},
         {Kind::Operand, "condition", {"type", "value"}, {Kind::Operand}, false},
+        {Kind::Install, "install", {}, {Kind::Products, Kind::RecordedFiles}, true},
+        {Kind::Products, "products", {}, {Kind::RecordedSku}, true},
+        {Kind::RecordedSku, "sku", {"ID", "name", "build"}, {}, false},
+        {Kind::RecordedFiles, "installFiles", {}, {Kind::RecordedDirectory, Kind::RecordedFile}, true},
+        {Kind::RecordedDirectory,
+         "directory",
+         {"fileName", "ref"},
+         {Kind::RecordedDirectory, Kind::RecordedFile},
+         false},
+        {Kind::RecordedFile, "file", {"fileName", "ref", "build"}, {Kind::RecordedShortCut}, false},
+        {Kind::RecordedShortCut, "shortCut", {"name", "dir"}, {}, true},
     };
     return formats;
 }
@@ -51,6 +62,10 @@ const ElementFormat& formatOf(Kind kind) {
 
 std::string nameOf(Kind kind) {
     return formatOf(kind).name;
+}
+
+Kind rootOf(Kind kind) {
+    return kind < Kind::Root ? Kind::Product : kind < Kind::Install ? Kind::Root : Kind::Install;
 }
 
 const std::vector<std::string>& knownHosts() {

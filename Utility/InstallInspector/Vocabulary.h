@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-/// What the engine reads in the two XML files: each element, by the place where it stands.
+/// What the engine reads in its XML files: each element, by the place where it stands.
 enum class Kind {
     Product,
     Sku,
@@ -26,7 +26,14 @@ enum class Kind {
     Item,
     Path,
     Condition, ///< the one that guards a path
-    Operand    ///< one inside another condition
+    Operand,   ///< one inside another condition
+    Install,
+    Products,
+    RecordedSku,
+    RecordedFiles,
+    RecordedDirectory,
+    RecordedFile,
+    RecordedShortCut
 };
 
 struct ElementFormat {
@@ -42,6 +49,8 @@ struct ElementFormat {
 const std::vector<ElementFormat>& elementFormats();
 const ElementFormat& formatOf(Kind kind);
 std::string nameOf(Kind kind);
+/// The root element of the document in which the kind is read: Product, Root or Install.
+Kind rootOf(Kind kind);
 
 /// The hosts for which the engine knows the name that users know them by.
 const std::vector<std::string>& knownHosts();

@@ -1,5 +1,6 @@
 #include "Utility/InstallInspector/CheckCommand.h"
 #include "Utility/InstallInspector/Output.h"
+#include "Utility/InstallInspector/StatusCommand.h"
 
 #include <CLI/CLI.hpp>
 
@@ -9,11 +10,13 @@
 namespace {
 
 int runCommandLine(int argc, char* argv[]) {
-    CLI::App app("Checks a product before it ships, without changing anything.", "InstallInspector");
+    CLI::App app("Checks a product before it ships, and what is installed, without changing anything.",
+                 "InstallInspector");
     app.set_version_flag("--version", "InstallInspector " INSTALLUTILITY_VERSION);
     app.require_subcommand(1);
     int status = Clean;
     addCheckCommand(app, status);
+    addStatusCommand(app, status);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

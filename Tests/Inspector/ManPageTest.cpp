@@ -1,0 +1,82 @@
+// The man page against the program: whoever adds a rule, a subcommand or an option has to say so there.
+#include "Tests/Support/FileTree.h"
+#include "Tests/Support/RunProgram.h"
+#include "Utility/InstallInspector/Rules.h"
+#include "Utility/InstallInspector/Status.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+#include <sstream>
+#include <string>
+
+namespace {
+
+std::string manPage() {
+    return FileTree::read(PROJECT_FOLDER "/Docs/man/InstallInspector.1");
+}
+
+/// The names that the page describes, each in a line of its own with its severity.
+std::set<std::string> describedRules() {
+    std::set<std::string> names;
+    std::istringstream lines(manPage());
+    for (std::string line; std::getline(lines, line);) {
+        std::istringstream words(line);
+        std::string macro;
+        std::string name;
+        std::string style;
+        std::string severity;
+        words >> macro >> style >> name >> severity;
+        if (macro == ".It" && style == "Sy") {
+            names.insert(name);
+        }
+    }
+    return names;
+}
+
+template <class Rules>
+void expectDescribed(const Rules& rules) {
+    const std::string page = manPage();
+    for (const auto& rule : rules) {
+        const std::string severity = rule.severity == Severity::Error ? "error" : "warning";
+        EXPECT_NE(page.find(std::string(".It Sy ") + rule.name + " No (" + severity + ")\n"),
+                  std::string::npos)
+            << "the man page does not describe the " << severity << " " << rule.name;
+    }
+}
+
+} // namespace
+
+TEST(ManPage, DescribesEachRuleOfCheck) {
+    expectDescribed(allRules());
+}
+
+TEST(ManPage, DescribesEachFindingOfStatus) {
+    expectDescribed(allStatusRules());
+}
+
+TEST(ManPage, DescribesNoRuleThatIsNotThere) {
+    std::set<std::string> names = describedRules();
+    for (const Rule& rule : allRules()) {
+        names.erase(rule.name);
+    }
+    for (const StatusRule& rule : allStatusRules()) {
+        names.erase(rule.name);
+    }
+    EXPECT_EQ(names, std::set<std::string>());
+}
+
+TEST(ManPage, NamesEachSubcommandAndOption) {
+    const std::string page = manPage();
+    for (const char* command : {"check", "status"}) {
+        EXPECT_NE(page.find(std::string(".Cm ") + command), std::string::npos) << command;
+        const auto help = runProgram({INSTALLINSPECTOR_PROGRAM, command, "--help"});
+        std::istringstream words(help.standardOutput);
+        for (std::string word; words >> word;) {
+            const std::string name = word.substr(0, word.find(','));
+            if (name.rfind("--", 0) == 0) {
+                EXPECT_NE(page.find("Fl Fl " + name.substr(2)), std::string::npos) << command << " " << name;
+            }
+        }
+    }
+}
