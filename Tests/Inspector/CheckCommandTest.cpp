@@ -14,6 +14,7 @@
 #include <fcntl.h>
 #include <fstream>
 #include <sstream>
+#include <tuple>
 #include <unistd.h>
 
 using namespace std::chrono_literals;
@@ -76,6 +77,28 @@ TEST_F(CheckCommand, NamesPlaceRuleConsequenceAndRemedyInTheOrderOfTheFiles) {
         "\n"
         "2 errors, 1 warning\n");
     EXPECT_EQ(result.exitStatus, 1);
+}
+
+/// What users wrote who mended broken files by these words alone.
+TEST_F(CheckCommand, AdviceLeadsToAProductWithoutMistakes) {
+    const std::vector<std::tuple<Edit, std::string>> slips = {
+        {{Edit::Definition, "<plugins><plugin name=\"Glow One\"/></plugins>",
+          "<plugin><plugin name=\"Glow One\"/></plugin>"},
+         "Write <plugins>, or move it: it is read inside <plugins> only."},
+        {{Edit::Definition, "<file fileName=\"Grey.look\"/>", "<file name=\"Grey.look\"/>"},
+         "Write fileName."},
+        {{Edit::Targets, "</root>", "</Root>"}, "Write </root> in its place."},
+        {{Edit::Definition, "</installFiles>", ""}, "Write </installFiles> before it."},
+        // Not the name that the targets have: the engine does not know it.
+        {{Edit::Targets, "<item name=\"Edius\">", "<item name=\"EDIUS\">"},
+         "Write <item name=\"Edius\"> inside <item name=\"Hosts\">."},
+    };
+    for (const auto& [slip, advice] : slips) {
+        writeProduct({slip});
+        const auto result = run({"check", "sku.xml", "target_path.xml"});
+        EXPECT_NE(result.standardOutput.find("    " + advice + "\n"), std::string::npos)
+            << result.standardOutput;
+    }
 }
 
 TEST_F(CheckCommand, ChecksADefinitionAlone) {

@@ -7,7 +7,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <functional>
+#include <map>
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -18,7 +21,11 @@ class SourceRules : public testing::Test {
 protected:
     TemporaryDirectory folder;
 
-    SourceRules() {
+    SourceRules() { restore(); }
+
+    /// The whole source and nothing else.
+    void restore() const {
+        std::filesystem::remove_all(source());
         for (const char* path : {"Hosts/Edius/Glow/Glow.plugin", "VorlaneFX/Looks/Grey.look",
                                  "VorlaneFX/Guide.html", "Content/Paper.txt"}) {
             FileTree::write(source() / path, "");
@@ -104,4 +111,36 @@ TEST_F(SourceRules, AMissingSharedFolderIsToldEvenWhenTheTreeDoesNotListIt) {
 
 TEST_F(SourceRules, AnUnlistedSharedFolderInTheSourceIsEnoughForIt) {
     EXPECT_THAT(check({noShared}), ElementsAre("missing-attribute 23", "not-listed VorlaneFX"));
+}
+
+TEST_F(SourceRules, EachHasOneThatTriggersItAndOneThatDoesNot) {
+    std::map<std::string, std::function<std::vector<std::string>()>> triggers = {
+        {"missing-in-source",
+         [this] {
+             std::filesystem::remove(source() / "Content/Paper.txt");
+             return check();
+         }},
+        {"not-listed",
+         [this] {
+             FileTree::write(source() / "Docs/a.txt", "");
+             return check();
+         }},
+        {"no-shared-source",
+         [this] {
+             std::filesystem::remove_all(source() / "VorlaneFX");
+             return check({noShared});
+         }},
+    };
+    for (const Rule& rule : sourceRules()) {
+        SCOPED_TRACE(rule.name);
+        const auto triggered = [&](const std::vector<std::string>& found) {
+            return std::any_of(found.begin(), found.end(), [&](const std::string& line) {
+                return line.substr(0, line.find(' ')) == rule.name;
+            });
+        };
+        EXPECT_FALSE(triggered(SourceRules::check()));
+        ASSERT_EQ(triggers.count(rule.name), 1U);
+        EXPECT_TRUE(triggered(triggers[rule.name]()));
+        restore();
+    }
 }

@@ -75,7 +75,7 @@ TEST_F(StatusEndToEnd, AgreesWithWhatWasInstalledAndRemoved) {
 
   product  name   build
   ALPHA    Alpha  1.0.0.100
-  BETA     Beta  1.0.0.200
+  BETA     Beta   1.0.0.200
 
   uses  path                  build
      1  Hosts/

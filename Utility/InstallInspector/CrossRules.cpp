@@ -86,6 +86,14 @@ void forEachWalkedItem(const Product& product, Visitor visit) {
 
 // Hosts and Content
 
+/// The name that the tree has is then the right one, whatever the targets say.
+bool isKnownHost(const VLString& name) {
+    const auto& known = knownHosts();
+    return std::any_of(known.begin(), known.end(), [&](const std::string& host) {
+        return name == toVLString(host) || name == toVLString(host + "32");
+    });
+}
+
 void hostWithoutTarget(const Product& product, const Report& report) {
     const TreeNode* hosts = product.branch("Hosts");
     if (hosts == nullptr) {
@@ -97,9 +105,12 @@ void hostWithoutTarget(const Product& product, const Report& report) {
             report(atNode(product, *host),
                    "the host " + shown(host->node->name) + " has no item inside Hosts of the targets",
                    "Nothing of the host is installed; the log has a warning.",
-                   adviseNearest(
-                       host->node->name, item == nullptr ? std::vector<std::string>() : namesOf(item->items),
-                       "Write <item name=\"...\"> with the host's name inside <item name=\"Hosts\">."));
+                   isKnownHost(host->node->name)
+                       ? "Write <item name=" + shown(host->node->name) + "> inside <item name=\"Hosts\">."
+                       : adviseNearest(host->node->name,
+                                       item == nullptr ? std::vector<std::string>() : namesOf(item->items),
+                                       "Write <item name=\"...\"> with the host's name inside <item "
+                                       "name=\"Hosts\">."));
         }
     }
 }

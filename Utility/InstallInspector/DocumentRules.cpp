@@ -140,10 +140,13 @@ std::string adviceForElement(const LocatedDocument& document, const LocatedDocum
                                                        : formatOf(unread.place->kind).children);
     const std::string name = unread.element->ValueStr();
     const auto parents = parentsOf(name, document.rootKind());
+    const auto nearest = nearestName(name, known);
     if (!parents.empty()) {
-        return "Move it: it is read inside " + joined(parents) + " only.";
+        // Of names as near as "plugin" and "plugins" either may be meant.
+        return (nearest.has_value() ? "Write " + tag(*nearest) + ", or move it" : std::string("Move it")) +
+               ": it is read inside " + joined(parents) + " only.";
     }
-    if (const auto nearest = nearestName(name, known)) {
+    if (nearest.has_value()) {
         return "Write " + tag(*nearest) + ".";
     }
     return known.empty() ? "Remove it: nothing is read inside this element."
@@ -173,6 +176,12 @@ std::string adviceForAttribute(const ElementFormat& format, const std::string& n
     const std::vector<std::string> known(format.attributes.begin(), format.attributes.end());
     if (const auto nearest = nearestName(name, known)) {
         return "Write " + *nearest + ".";
+    }
+    for (const std::string& longer : known) {
+        // "name" for "fileName"
+        if (toVLString(longer).ToLower().EndsWith(toVLString(name).ToLower())) {
+            return "Write " + longer + ".";
+        }
     }
     return known.empty() ? "Remove it: no attribute is read here."
                          : "Remove it; what is read here: " + joined(known) + ".";

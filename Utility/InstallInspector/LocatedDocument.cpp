@@ -1,6 +1,7 @@
 #include "Utility/InstallInspector/LocatedDocument.h"
 
 #include "Foundation/FileLibrary.h"
+#include "Utility/InstallInspector/NearestName.h"
 #include "Utility/InstallUtility/XMLDocument.h"
 
 #include <cerrno>
@@ -35,6 +36,12 @@ std::string describe(const TextScan::Mismatch& mismatch) {
     const std::string open = "<" + mismatch.open + "> of line " + line + " is not closed";
     return mismatch.closed.empty() ? open + " when the file ends"
                                    : open + " when </" + mismatch.closed + "> comes";
+}
+
+/// An end tag that is nearly the right one is a slip; any other may close an element further out.
+std::string adviseEndTag(const TextScan::Mismatch& mismatch) {
+    const bool bSlip = nearestName(mismatch.closed, {mismatch.open}).has_value();
+    return "Write </" + mismatch.open + (bSlip ? "> in its place." : "> before it.");
 }
 
 } // namespace
@@ -128,7 +135,7 @@ void LocatedDocument::findFault(bool bRefused) {
         parserFault->where = textScan.mismatch->where;
         parserFault->advice = textScan.mismatch->open.empty()
                                   ? "Remove the end tag, or open the element before it."
-                                  : "Write </" + textScan.mismatch->open + "> before it.";
+                                  : adviseEndTag(*textScan.mismatch);
     } else {
         parserFault->text = std::string("the parser says: ") + parsed.ErrorDesc();
         while (!parserFault->text.empty() && parserFault->text.back() == '.') {
