@@ -9,20 +9,20 @@ using Condition = Status::Condition;
 using Node = Record::Node;
 
 struct ConditionText {
-    Condition condition;
     const char* text; ///< empty for what needs no word
     const char* json;
+    Condition condition;
     Colour colour;
 };
 
 const ConditionText& textOf(Condition condition) {
     static const ConditionText texts[] = {
-        {Condition::Unknown, "", "", Colour::Dim},
-        {Condition::There, "", "there", Colour::Dim},
-        {Condition::Missing, "missing", "missing", Colour::Red},
-        {Condition::OtherKind, "changed", "changed", Colour::Red},
-        {Condition::LeftBehind, "left behind", "left behind", Colour::Red},
-        {Condition::NoTarget, "no target here", "no target", Colour::Dim},
+        {"", "", Condition::Unknown, Colour::Dim},
+        {"", "there", Condition::There, Colour::Dim},
+        {"missing", "missing", Condition::Missing, Colour::Red},
+        {"changed", "changed", Condition::OtherKind, Colour::Red},
+        {"left behind", "left behind", Condition::LeftBehind, Colour::Red},
+        {"no target here", "no target", Condition::NoTarget, Colour::Dim},
     };
     return *std::find_if(std::begin(texts), std::end(texts),
                          [condition](const ConditionText& text) { return text.condition == condition; });
