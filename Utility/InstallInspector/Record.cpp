@@ -93,7 +93,7 @@ Location Record::near(const VLString& treePath) const {
             return at(*node);
         }
         const std::size_t slash = above.rfind('/');
-        above = above.substr(0, slash == std::string::npos ? 0 : slash);
+        above.resize(slash == std::string::npos ? 0 : slash);
     }
     return start();
 }
