@@ -63,12 +63,19 @@ bool copyFolder(const fs::path& source, const fs::path& destination) {
     return !error;
 }
 
+/// A write takes the bits that set user and group away, unless it is the superuser's.
+bool copyMode(const fs::path& source, const fs::path& destination) {
+    std::error_code error;
+    fs::permissions(destination, fs::status(source, error).permissions(), error);
+    return !error;
+}
+
 bool copyAnything(const fs::path& source, const fs::path& destination) {
     std::error_code error;
     bool bCopied = false;
     switch (fs::symlink_status(source, error).type()) {
     case fs::file_type::regular:
-        bCopied = fs::copy_file(source, destination, error);
+        bCopied = fs::copy_file(source, destination, error) && copyMode(source, destination);
         break;
     case fs::file_type::directory:
         bCopied = copyFolder(source, destination);

@@ -12,6 +12,9 @@ struct MakerDifferences {
     bool bCopiedLinkOpensItsTarget = false;
     /// CopyItem of a file onto a dangling link gives true, and makes the link's target.
     bool bCopyFollowsADanglingLink = false;
+    /// CopyItem makes a folder with its final mode before its content, so that one that may not be written is
+    /// copied empty and gives false, but for the superuser.
+    bool bReadOnlyFolderIsCopiedEmpty = false;
     /// CopyItem gives a link the time of the copy.
     bool bCopiedLinkHasANewTime = false;
 };

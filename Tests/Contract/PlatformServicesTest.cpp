@@ -234,8 +234,9 @@ TEST_F(PlatformServicesContract, FolderIsCopiedWithAllItHolds) {
 
 TEST_F(PlatformServicesContract, FolderThatMayNotBeWrittenIsCopied) {
     setMode(path("folder"), 0555);
-    EXPECT_TRUE(CopyItem((*this)("folder"), (*this)("copy")));
-    EXPECT_EQ(contentOf(path("copy/inner")), "inner text");
+    const bool bEmpty = makerDifferences.bReadOnlyFolderIsCopiedEmpty && geteuid() != 0;
+    EXPECT_EQ(CopyItem((*this)("folder"), (*this)("copy")), !bEmpty);
+    EXPECT_EQ(contentOf(path("copy/inner")), bEmpty ? "" : "inner text");
     EXPECT_EQ(modeOf(path("copy")), 0555U);
     setMode(path("folder"), 0755);
     setMode(path("copy"), 0755);

@@ -102,15 +102,21 @@ bool AtomicFile::create(mode_t mode) {
 
 bool AtomicFile::keepModeAndOwner(const struct stat& old) {
     const int file = fileno(stream);
+    oldMode = old.st_mode & permissionBits;
     const bool bSameOwner = created.st_uid == old.st_uid && created.st_gid == old.st_gid;
     // In this order: a change of owner may clear bits of the mode.
-    return (bSameOwner || fchown(file, old.st_uid, old.st_gid) == 0) &&
-           fchmod(file, old.st_mode & permissionBits) == 0;
+    return (bSameOwner || fchown(file, old.st_uid, old.st_gid) == 0) && fchmod(file, oldMode) == 0;
+}
+
+/// A write takes these bits away, unless it is the superuser's.
+bool AtomicFile::keepSpecialBits() {
+    constexpr mode_t specialBits = S_ISUID | S_ISGID;
+    return (oldMode & specialBits) == 0 || fchmod(fileno(stream), oldMode) == 0;
 }
 
 bool AtomicFile::Sync() {
     // A stream remembers an error of any earlier print; a full disk may show only when the last bytes go.
-    const bool bWritten = std::ferror(stream) == 0 && std::fflush(stream) == 0;
+    const bool bWritten = std::ferror(stream) == 0 && std::fflush(stream) == 0 && keepSpecialBits();
     bSynced = bWritten && (newPath.IsEmpty() || syncToDisk(fileno(stream)));
     return bSynced;
 }

@@ -36,6 +36,7 @@ public:
 private:
     bool create(mode_t mode);
     bool keepModeAndOwner(const struct stat& old);
+    bool keepSpecialBits();
     bool isOurs() const;
     void syncFolder() const;
 
@@ -43,5 +44,6 @@ private:
     VLString newPath; ///< empty as long as there is no new file
     FILE* stream = nullptr;
     struct stat created = {}; ///< the new file, to know it again
+    mode_t oldMode = 0;       ///< of the old file; 0 when there was none
     bool bSynced = false;
 };

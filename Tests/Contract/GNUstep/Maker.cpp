@@ -10,6 +10,7 @@ MakerDifferences differencesOfGNUstep() {
     differences.bFileCountsAsFolder = true;
     differences.bCopiedLinkOpensItsTarget = true;
     differences.bCopyFollowsADanglingLink = true;
+    differences.bReadOnlyFolderIsCopiedEmpty = true;
     differences.bCopiedLinkHasANewTime = true;
     return differences;
 }
