@@ -13,7 +13,7 @@
 namespace {
 
 std::string manPage() {
-    return FileTree::read(PROJECT_FOLDER "/Docs/man/InstallInspector.1");
+    return FileTree::read(PROJECT_FOLDER "/Docs/man/InstallInspector.1.in");
 }
 
 /// The names that the page describes, each in a line of its own with its severity.
