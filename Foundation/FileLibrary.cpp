@@ -52,13 +52,6 @@ struct CloseFile {
 };
 using File = std::unique_ptr<FILE, CloseFile>;
 
-/// The length of the file, which is then at its beginning; 0 when it cannot be had.
-unsigned long lengthOf(FILE* file) {
-    const long length = std::fseek(file, 0, SEEK_END) == 0 ? std::ftell(file) : 0;
-    std::rewind(file);
-    return length > 0 ? static_cast<unsigned long>(length) : 0;
-}
-
 } // namespace
 
 // VLMemoryBuffer
@@ -170,14 +163,7 @@ bool FileLibrary::writeFile(const VLString& content, const VLString& path, bool 
 }
 
 VLString FileLibrary::readFile(const VLString& path) {
-    const File file(path.IsSet() ? std::fopen(path.ConstData(), "rb") : nullptr);
-    if (file == nullptr) {
-        return VLString();
-    }
-    VLMemoryBuffer content;
-    content.init(lengthOf(file.get()));
-    if (content.size == 0 || std::fread(content.data, 1, content.size, file.get()) != content.size) {
-        return VLString();
-    }
-    return VLString(content.data, content.size);
+    std::size_t size = 0;
+    const std::unique_ptr<char[]> content = FileSystemAccess::current().readFile(path, size);
+    return content == nullptr ? VLString() : VLString(content.get(), size);
 }

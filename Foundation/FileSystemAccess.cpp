@@ -1,10 +1,14 @@
 #include "Foundation/FileSystemAccess.h"
 
 #include "Foundation/PathLibrary.h"
+#include "Platform/PlatformServices.h"
 
 #include <array>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <fcntl.h>
+#include <new>
 #include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -29,6 +33,21 @@ VLString searchPath() {
     std::array<char, 512> standard{};
     confstr(_CS_PATH, standard.data(), standard.size());
     return VLString(standard.data());
+}
+
+bool readAll(int file, char* to, std::size_t size) {
+    while (size > 0) {
+        const ssize_t count = read(file, to, size);
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count <= 0) {
+            return false;
+        }
+        to += count;
+        size -= static_cast<std::size_t>(count);
+    }
+    return true;
 }
 
 } // namespace
@@ -74,6 +93,51 @@ bool FileSystemAccess::hasProgram(const VLString& name) {
         }
     }
     return false;
+}
+
+std::unique_ptr<char[]> FileSystemAccess::readFile(const VLString& path, std::size_t& size) {
+    // Not to wait for someone to write into a named pipe.
+    const int file = open(path.ConstData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (file < 0) {
+        return nullptr;
+    }
+    std::unique_ptr<char[]> text;
+    struct stat status = {};
+    if (fstat(file, &status) == 0 && status.st_size > 0) {
+        size = static_cast<std::size_t>(status.st_size);
+        text.reset(new (std::nothrow) char[size + 1]);
+        if (text != nullptr && readAll(file, text.get(), size)) {
+            text[size] = '\0';
+        } else {
+            text.reset();
+        }
+    }
+    close(file);
+    return text;
+}
+
+VLString FileSystemAccess::mainBundlePath() {
+    return PlatformServices::MainBundlePath();
+}
+
+bool FileSystemAccess::removeItem(const VLString& path) {
+    return PlatformServices::RemoveItem(path);
+}
+
+bool FileSystemAccess::createFolder(const VLString& path) {
+    return PlatformServices::CreateFolder(path);
+}
+
+bool FileSystemAccess::copyItem(const VLString& source, const VLString& destination) {
+    return PlatformServices::CopyItem(source, destination);
+}
+
+bool FileSystemAccess::createSymbolicLink(const VLString& link, const VLString& target) {
+    return PlatformServices::CreateSymbolicLink(link, target);
+}
+
+bool FileSystemAccess::showRetryCancelAlert(const VLString& title, const VLString& text) {
+    return PlatformServices::ShowRetryCancelAlert(title, text);
 }
 
 FileSystemAccess& FileSystemAccess::current() {

@@ -2,13 +2,17 @@
 
 #include "Foundation/VLString.h"
 
+#include <cstddef>
+#include <memory>
 #include <sys/types.h>
 
-/// All that FileLibrary and `exec` ask of the machine to run a command or to learn what a path is. This class
-/// asks the machine itself. A program that wants to know what would be done, rather than do it, derives from
-/// it, overrides what it answers otherwise, and puts its object in place with setCurrent.
+/// All that the system asks of the machine to run a command, to learn what a path is or what a file holds,
+/// and to place an uninstaller. This class asks the machine itself. A program that wants to know what would
+/// be done, rather than do it, derives from it, overrides what it answers otherwise, and puts its object in
+/// place with setCurrent.
 ///
-/// Whole files are read and written by FileLibrary::readFile and writeFile directly.
+/// Not asked here: preference files are read, and FileLibrary::writeFile writes, directly. The record is
+/// saved by InstallUtility::saveStatusFile.
 class FileSystemAccess {
 public:
     virtual ~FileSystemAccess() = default;
@@ -27,6 +31,18 @@ public:
     /// Whether the shell would find an executable file of this name, which holds no slash, in its search
     /// path.
     virtual bool hasProgram(const VLString& name);
+    /// All bytes of the file, `size` of them, and a zero byte behind them; null when there are none to be
+    /// had.
+    virtual std::unique_ptr<char[]> readFile(const VLString& path, std::size_t& size);
+
+    // See PlatformServices.
+
+    virtual VLString mainBundlePath();
+    virtual bool removeItem(const VLString& path);
+    virtual bool createFolder(const VLString& path);
+    virtual bool copyItem(const VLString& source, const VLString& destination);
+    virtual bool createSymbolicLink(const VLString& link, const VLString& target);
+    virtual bool showRetryCancelAlert(const VLString& title, const VLString& text);
 
     /// What is in use; the machine itself at first.
     static FileSystemAccess& current();

@@ -108,6 +108,12 @@ void EndToEndTest::SetUp() {
 void EndToEndTest::takeNewMachine() {
     machine.emplace();
     placed.clear();
+    if (comparesPlans() && PlanComparison::isAvailable()) {
+        comparison.emplace(*machine);
+        machine->watch = [this](const auto& command, const auto& options, const auto& run) {
+            return comparison->around(command, options, run);
+        };
+    }
 }
 
 std::string EndToEndTest::folderOf(const ProductBuilder& product) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Tests/Support/PlanComparison.h"
 #include "Tests/Support/PrivateRoot.h"
 #include "Tests/Support/ProductBuilder.h"
 
@@ -12,7 +13,8 @@
 
 /// Runs the real program on a machine of its own; skipped, with the reason, where that cannot be had.
 /// Products lie below PrivateRoot::installerFolder, each in a folder with the name of its ID; nothing may
-/// change them. Every record that a run writes has to be valid by its schema.
+/// change them. Every record that a run writes has to be valid by its schema, and each run has to be what
+/// InstallInspector's plan says about it, see PlanComparison.
 class EndToEndTest : public testing::Test {
 protected:
     using Lines = FileTree::Lines;
@@ -21,6 +23,9 @@ protected:
     /// Where the products of these tests have their "VorlaneFX" files, and so the record of what is
     /// installed.
     static constexpr const char* statusFolder = "/Library/Application Support/Vorlane";
+
+    /// Whether each run is compared with its plan. Not where a test disturbs the run.
+    virtual bool comparesPlans() const { return true; }
 
     void SetUp() override;
     PrivateRoot& root() { return *machine; }
@@ -65,5 +70,6 @@ private:
                               const std::vector<std::string>& more, const Options& options);
 
     std::optional<PrivateRoot> machine;
+    std::optional<PlanComparison> comparison;  ///< in use while `machine` is there
     std::map<std::string, std::string> placed; ///< uninstaller by ID
 };

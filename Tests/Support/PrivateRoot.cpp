@@ -28,6 +28,7 @@ constexpr bool bAddressSanitizer = false;
 #endif
 
 const char* const script = INSTALLUTILITY_SOURCE_DIR "/Scripts/private-root";
+const char* const inspectorOutside = INSTALLINSPECTOR_PROGRAM;
 const char* const templateFolder = INSTALLUTILITY_PRIVATE_ROOT_TEMPLATE;
 
 void mustSucceed(const std::vector<std::string>& command) {
@@ -69,7 +70,8 @@ bool isTemplateCurrent() {
     const auto made = fs::last_write_time(stamp);
     const auto bOlder = [&](const fs::path& file) { return fs::last_write_time(file) < made; };
     const fs::recursive_directory_iterator bundle(bundleOutside());
-    return bOlder(script) && std::all_of(begin(bundle), end(bundle), bOlder);
+    return bOlder(script) && (!PrivateRoot::hasInspector() || bOlder(inspectorOutside)) &&
+           std::all_of(begin(bundle), end(bundle), bOlder);
 }
 
 void makeTemplate() {
@@ -79,6 +81,9 @@ void makeTemplate() {
     fs::create_directories(root + PrivateRoot::installerFolder);
     mustSucceed({script, "add", root, INSTALLUTILITY_PROGRAM, PrivateRoot::program});
     mustSucceed({"cp", "-R", (bundleOutside() / "Contents").string(), root + PrivateRoot::bundle});
+    if (PrivateRoot::hasInspector()) {
+        mustSucceed({script, "add", root, inspectorOutside, PrivateRoot::inspector});
+    }
     FileTree::write(fs::path(templateFolder) / "made", "");
 }
 
@@ -131,6 +136,10 @@ const std::string& PrivateRoot::whyNot() {
     return reason;
 }
 
+bool PrivateRoot::hasInspector() {
+    return *inspectorOutside != '\0';
+}
+
 PrivateRoot::PrivateRoot() {
     {
         const TemplateLock lock(LOCK_EX);
@@ -172,6 +181,12 @@ std::vector<std::string> PrivateRoot::fullCommand(const std::vector<std::string>
 }
 
 ProgramResult PrivateRoot::run(const std::vector<std::string>& command, const Options& options) const {
+    const auto runIt = [&] { return runUnwatched(command, options); };
+    return watch ? watch(command, options, runIt) : runIt();
+}
+
+ProgramResult PrivateRoot::runUnwatched(const std::vector<std::string>& command,
+                                        const Options& options) const {
     ProgramOptions programOptions;
     programOptions.standardInput = options.standardInput;
     programOptions.timeout = options.timeout;

@@ -23,6 +23,7 @@ public:
     static constexpr const char* bundle = "/Volumes/Installer/InstallUtility.app";
     static constexpr const char* program =
         "/Volumes/Installer/InstallUtility.app/Contents/MacOS/InstallUtility";
+    static constexpr const char* inspector = "/bin/InstallInspector";
     static constexpr const char* userPreferences = "/Users/anna/Library/Preferences";
 
     struct Options {
@@ -44,6 +45,9 @@ public:
     /// Why a program cannot be run in a private root here; empty when it can.
     static const std::string& whyNot();
 
+    /// Whether there is an `inspector`: it is built only where its libraries are.
+    static bool hasInspector();
+
     PrivateRoot();
 
     /// Where the path lies on this machine.
@@ -57,6 +61,12 @@ public:
 
     ProgramResult run(const std::vector<std::string>& command) const { return run(command, Options()); }
     ProgramResult run(const std::vector<std::string>& command, const Options& options) const;
+    /// The same, whatever `watch` says.
+    ProgramResult runUnwatched(const std::vector<std::string>& command, const Options& options) const;
+    /// When it is set, `run` leaves each command to it. The last argument runs the command.
+    std::function<ProgramResult(const std::vector<std::string>&, const Options&,
+                                const std::function<ProgramResult()>&)>
+        watch;
     /// Runs the command in a terminal, where the answers are given one after the other. Everything that the
     /// terminal shows is the result's standard output. A prompt that never comes ends in a time-out.
     ProgramResult runInTerminal(const std::vector<std::string>& command, const std::vector<Answer>& answers,

@@ -39,9 +39,18 @@ void sortFindings(std::vector<Finding>& findings) {
 
 std::string shown(const VLString& text) {
     const std::string bytes = toString(text);
-    std::string result = "\"";
+    // Not to part a character, the one that begins before the limit is shown whole.
+    std::size_t end = 0;
+    while (end < bytes.size() && end < longestShown) {
+        end += std::max<std::size_t>(utf8Length(bytes, end), 1);
+    }
+    return "\"" + visible(bytes.substr(0, end)) + (end < bytes.size() ? "...\"" : "\"");
+}
+
+std::string visible(const std::string& bytes) {
+    std::string result;
     std::size_t index = 0;
-    while (index < bytes.size() && index < longestShown) {
+    while (index < bytes.size()) {
         const std::size_t length = utf8Length(bytes, index);
         const auto byte = static_cast<unsigned char>(bytes[index]);
         // U+0080 to U+009F are control characters too.
@@ -55,7 +64,7 @@ std::string shown(const VLString& text) {
             index += length;
         }
     }
-    return result + (index < bytes.size() ? "...\"" : "\"");
+    return result;
 }
 
 std::string toString(const VLString& text) {

@@ -1,5 +1,6 @@
 #include "Utility/InstallInspector/CheckCommand.h"
 #include "Utility/InstallInspector/Output.h"
+#include "Utility/InstallInspector/PlanCommand.h"
 #include "Utility/InstallInspector/StatusCommand.h"
 
 #include <CLI/CLI.hpp>
@@ -10,12 +11,14 @@
 namespace {
 
 int runCommandLine(int argc, char* argv[]) {
-    CLI::App app("Checks a product before it ships, and what is installed, without changing anything.",
+    CLI::App app("Checks a product before it ships, tells what a run would do, and shows what is installed, without "
+                 "changing anything.",
                  "InstallInspector");
     app.set_version_flag("--version", "InstallInspector " INSTALLUTILITY_VERSION);
     app.require_subcommand(1);
     int status = Clean;
     addCheckCommand(app, status);
+    addPlanCommand(app, status);
     addStatusCommand(app, status);
     try {
         app.parse(argc, argv);

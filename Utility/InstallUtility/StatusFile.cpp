@@ -276,14 +276,18 @@ bool StatusFile::write(const VLString& path) {
     if (!file.Open()) {
         return false;
     }
-    ElementPrinter printer(file.Stream());
+    print(file.Stream());
+    return file.Sync() && file.Commit();
+}
+
+void StatusFile::print(FILE* stream) const {
+    ElementPrinter printer(stream);
     printer.begin("install");
     printProducts(printer, products);
     printer.begin("installFiles");
     printChildren(printer, root);
     printer.end("installFiles");
     printer.end("install");
-    return file.Sync() && file.Commit();
 }
 
 int StatusFile::getProductIndex(const SKUDefinition::SKUInfo& info) const {

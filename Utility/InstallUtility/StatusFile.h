@@ -5,6 +5,7 @@
 #include "Utility/InstallUtility/SKUDefinition.h"
 
 #include <cstdint>
+#include <cstdio>
 #include <map>
 
 /// The record of what is installed: the products, and for each file and folder of their trees how many
@@ -37,6 +38,8 @@ public:
     /// stays behind (see AtomicFile). False when the file cannot be opened for writing or saving fails; it is
     /// then the old one.
     bool write(const VLString& path);
+    /// Prints what write() saves. An error stays with the stream.
+    void print(FILE* stream) const;
     void clear();
 
     Vector<SKUDefinition::SKUInfo>& getProductList() { return products; }

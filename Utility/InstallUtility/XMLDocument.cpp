@@ -1,16 +1,13 @@
 #include "Utility/InstallUtility/XMLDocument.h"
 
+#include "Foundation/FileSystemAccess.h"
+
 #include <algorithm>
 #include <array>
 #include <cctype>
-#include <cerrno>
 #include <cstring>
-#include <fcntl.h>
 #include <memory>
-#include <new>
 #include <strings.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace {
 
@@ -353,43 +350,6 @@ bool parseText(const char* text, TiXmlDocument& document) {
     return !document.Error();
 }
 
-bool readAll(int file, char* to, std::size_t size) {
-    while (size > 0) {
-        const ssize_t count = read(file, to, size);
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
-        if (count <= 0) {
-            return false;
-        }
-        to += count;
-        size -= static_cast<std::size_t>(count);
-    }
-    return true;
-}
-
-/// A file's bytes, then a zero byte; null when there are none to be had.
-std::unique_ptr<char[]> readFile(const VLString& path) {
-    // Not to wait for someone to write into a named pipe.
-    const int file = open(path.ConstData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (file < 0) {
-        return nullptr;
-    }
-    std::unique_ptr<char[]> text;
-    struct stat status = {};
-    if (fstat(file, &status) == 0 && status.st_size > 0) {
-        const auto size = static_cast<std::size_t>(status.st_size);
-        text.reset(new (std::nothrow) char[size + 1]);
-        if (text != nullptr && readAll(file, text.get(), size)) {
-            text[size] = '\0';
-        } else {
-            text.reset();
-        }
-    }
-    close(file);
-    return text;
-}
-
 /// Turns CR LF, and CR alone, into LF.
 void normaliseLineEnds(char* text) {
     char* to = std::strchr(text, '\r');
@@ -411,7 +371,8 @@ void normaliseLineEnds(char* text) {
 namespace XMLDocument {
 
 bool Load(const VLString& path, TiXmlDocument& document) {
-    const std::unique_ptr<char[]> text = readFile(path);
+    std::size_t size = 0;
+    const std::unique_ptr<char[]> text = FileSystemAccess::current().readFile(path, size);
     if (text == nullptr) {
         document.Clear();
         return false;

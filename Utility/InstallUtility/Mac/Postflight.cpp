@@ -1,6 +1,7 @@
 #include "Utility/InstallUtility/Mac/Postflight.h"
 
 #include "Foundation/FileLibrary.h"
+#include "Foundation/FileSystemAccess.h"
 #include "Foundation/PathLibrary.h"
 #include "Foundation/SimpleLog.h"
 #include "Platform/PlatformServices.h"
@@ -18,25 +19,26 @@ void logError(const char* function, long line, const char* message) {
 
 void placeUninstaller(const VLString& uninstaller, const VLString& bundle, const VLString& skuXmlPath,
                       const VLString& targetPathsXmlPath) {
-    PlatformServices::CreateFolder(uninstallersFolder);
-    if (!PlatformServices::CopyItem(bundle, uninstaller)) {
+    FileSystemAccess::current().createFolder(uninstallersFolder);
+    if (!FileSystemAccess::current().copyItem(bundle, uninstaller)) {
         logError(__FUNCTION__, __LINE__, "Can't copy Uninstall.app to target folder");
         return;
     }
     const VLString contents = PathLibrary::GetDirectoryWithFile(uninstaller, "Contents");
-    if (!PlatformServices::CopyItem(skuXmlPath, PathLibrary::GetDirectoryWithFile(contents, "sku.xml"))) {
+    if (!FileSystemAccess::current().copyItem(skuXmlPath,
+                                              PathLibrary::GetDirectoryWithFile(contents, "sku.xml"))) {
         logError(__FUNCTION__, __LINE__, "Can't copy SKU XML to Uninstall.app");
     }
-    if (!PlatformServices::CopyItem(targetPathsXmlPath,
-                                    PathLibrary::GetDirectoryWithFile(contents, "target_path.xml"))) {
+    if (!FileSystemAccess::current().copyItem(
+            targetPathsXmlPath, PathLibrary::GetDirectoryWithFile(contents, "target_path.xml"))) {
         logError(__FUNCTION__, __LINE__, "Can't copy Target Path XML to Uninstall.app");
     }
 }
 
 void renewApplicationManagerLink(bool install) {
-    PlatformServices::RemoveItem(applicationManagerLink);
+    FileSystemAccess::current().removeItem(applicationManagerLink);
     if (install) {
-        PlatformServices::CreateSymbolicLink(applicationManagerLink, applicationManager);
+        FileSystemAccess::current().createSymbolicLink(applicationManagerLink, applicationManager);
     }
 }
 
@@ -59,7 +61,7 @@ void postflight(const VLString& skuXmlPath, const VLString& targetPathsXmlPath, 
         return;
     }
 
-    const VLString bundle = PlatformServices::MainBundlePath();
+    const VLString bundle = FileSystemAccess::current().mainBundlePath();
     if (product.ID.EqualsIgnoreCase("COMMON")) {
         renewApplicationManagerLink(install);
         return;
@@ -69,7 +71,7 @@ void postflight(const VLString& skuXmlPath, const VLString& targetPathsXmlPath, 
     if (uninstaller.IsEmpty()) {
         return; // the product's name is not text that the platform knows
     }
-    PlatformServices::RemoveItem(uninstaller);
+    FileSystemAccess::current().removeItem(uninstaller);
     if (install) {
         placeUninstaller(uninstaller, bundle, skuXmlPath, targetPathsXmlPath);
     } else {
@@ -79,5 +81,5 @@ void postflight(const VLString& skuXmlPath, const VLString& targetPathsXmlPath, 
 
 bool showRetryCancelAlert(const VLString& title, const VLString& text) {
     // The text is a format without arguments, in which nothing but "%%" stands for something else.
-    return PlatformServices::ShowRetryCancelAlert(title, text.Replace("%%", "%"));
+    return FileSystemAccess::current().showRetryCancelAlert(title, text.Replace("%%", "%"));
 }

@@ -1,0 +1,7 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+/// Adds the subcommand "plan" to `app`. When it is chosen, its exit status is put into `status`, which has to
+/// live as long as `app`.
+void addPlanCommand(CLI::App& app, int& status);

@@ -1,0 +1,167 @@
+#include "Foundation/VLString.h"
+#include "Utility/InstallInspector/Finding.h"
+#include "Utility/InstallInspector/Plan.h"
+
+#include <algorithm>
+#include <sys/stat.h>
+
+namespace {
+
+using Action = Plan::Action;
+using Verb = PlannedFileSystem::Verb;
+
+std::string counted(std::size_t count, const char* one, const char* more) {
+    return std::to_string(count) + " " + (count == 1 ? one : more);
+}
+
+/// The first few, and how many there are besides.
+std::string listed(const std::vector<std::string>& names) {
+    constexpr std::size_t most = 3;
+    std::string text;
+    for (std::size_t i = 0; i < names.size() && i < most; ++i) {
+        text += (i == 0 ? "" : ", ") + names[i];
+    }
+    return names.size() > most ? text + " and " + std::to_string(names.size() - most) + " more" : text;
+}
+
+class DangerFinder {
+public:
+    explicit DangerFinder(Plan& toFill) : plan(toFill) {}
+
+    void look() {
+        for (const Plan::Run& run : plan.runs) {
+            lookAtRecord(run);
+            for (const Plan::Branch& branch : run.branches) {
+                for (const Plan::Entry& entry : branch.entries) {
+                    lookAtEntry(run, entry);
+                }
+            }
+        }
+        for (const Plan::Step& step : plan.steps) {
+            lookAtStep(step);
+        }
+    }
+
+private:
+    void add(const char* rule, const std::string& message) { plan.dangers.push_back({rule, message}); }
+
+    static bool lists(const Plan::Record& record, const VLString& id) {
+        return std::any_of(record.products.begin(), record.products.end(),
+                           [&](const auto& product) { return product.ID == id; });
+    }
+
+    /// The paths that a product uses whose count the run lowers.
+    static std::vector<std::string> lowered(const Plan::Run& run) {
+        std::vector<std::string> paths;
+        for (const auto& [path, recorded] : run.before.paths) {
+            const auto after = run.after.paths.find(path);
+            if (recorded.count > 0 &&
+                (after == run.after.paths.end() || after->second.count < recorded.count)) {
+                paths.push_back(path);
+            }
+        }
+        return paths;
+    }
+
+    void lookAtRecord(const Plan::Run& run) {
+        if (run.recordPath.empty()) {
+            return;
+        }
+        if (run.bRecordUnreadable) {
+            add("record-unreadable",
+                run.recordPath + " is there but cannot be read: the run takes it for an empty record, counts "
+                                 "from nothing and writes over it");
+        }
+        const std::vector<std::string> paths = lowered(run);
+        if (run.bUninstall && !lists(run.before, run.product.ID) && !paths.empty()) {
+            add("not-recorded", "the record does not list the product " + toString(run.product.ID) +
+                                    ": its uninstall lowers the counts of " +
+                                    counted(paths.size(), "path", "paths") +
+                                    " that other products have counted: " + listed(paths));
+        }
+        if (!run.lost.empty()) {
+            add("leaves-record", "a folder above them comes to a count of zero, so that " +
+                                     counted(run.lost.size(), "path that is", "paths that are") +
+                                     " still in use will leave the record: " + listed(run.lost));
+        }
+        if (run.bRecordRemoved && !run.after.paths.empty()) {
+            add("record-removed",
+                "no product is left in the record, so it is removed, though it still counts " +
+                    counted(run.after.paths.size(), "path", "paths"));
+        }
+        if (!run.bRecordSaved && !run.branches.empty()) {
+            add("record-not-saved", run.recordPath +
+                                        " cannot be saved, since its folder is not there or it is "
+                                        "no file: what the run does is not recorded");
+        }
+    }
+
+    void lookAtEntry(const Plan::Run& run, const Plan::Entry& entry) {
+        const bool bRelative = entry.path.empty() || entry.path.front() != '/';
+        switch (entry.action) {
+        case Action::Fail:
+            add(run.bUninstall ? "remove-fails" : "copy-fails",
+                entry.path + (run.bUninstall ? " cannot be removed: " : " cannot be written: ") + entry.why);
+            break;
+        case Action::Remove:
+            if (bRelative) {
+                add("working-folder", entry.path + " is removed from the folder in which the run is started, "
+                                                   "since no target folder of its branch is there");
+            } else if (entry.bFolder && !toVLString(entry.path)
+                                             .HasOf(toVLString(entry.path).IndexOfIgnoreCase("vorlane", 0))) {
+                lookAtRemovedFolder(entry.path);
+            }
+            break;
+        case Action::Replace:
+            if (!entry.bFolder && !run.recordPath.empty() && run.before.paths.count(entry.name) == 0) {
+                add("unrecorded-file", entry.path +
+                                           " is replaced, though the record does not list it: it may "
+                                           "be someone else's");
+            }
+            break;
+        case Action::Copy:
+            if (bRelative) {
+                add("working-folder", entry.path + " is written relative to the folder in which the run is "
+                                                   "started");
+            }
+            break;
+        case Action::Keep:
+        case Action::Missing:
+            break;
+        }
+    }
+
+    /// One whose path does not say that it is the family's.
+    void lookAtRemovedFolder(const std::string& path) {
+        for (const Plan::Step& step : plan.steps) {
+            if (step.verb == Verb::RemoveFolder && step.path == path && step.removed > 0) {
+                add("whole-folder", path + " is removed as a whole, with the " +
+                                        counted(step.removed, "file or folder", "files and folders") +
+                                        " in it, whoever put them there");
+                return;
+            }
+        }
+    }
+
+    void lookAtStep(const Plan::Step& step) {
+        if (step.verb == Verb::Link && step.bSucceeded && step.before == S_IFDIR) {
+            add("shortcut", step.path + " is a folder: the shortcut to " + step.source +
+                                " is made inside it, and no uninstall will find it");
+        } else if (step.verb == Verb::Link && step.bSucceeded && step.before != 0 && step.before != S_IFLNK) {
+            add("shortcut", step.path + " is no shortcut, and is replaced by one to " + step.source);
+        } else if (step.verb == Verb::Link && !step.bSucceeded) {
+            add("shortcut", step.path + " cannot be made: " + step.why);
+        } else if (!step.bSucceeded && (step.verb == Verb::CopyItem || step.verb == Verb::CreateLink ||
+                                        step.verb == Verb::CreateFolder)) {
+            add("uninstaller", step.path + " cannot be placed: " + step.why);
+        }
+    }
+
+    Plan& plan;
+};
+
+} // namespace
+
+void findDangers(Plan& plan) {
+    DangerFinder(plan).look();
+}

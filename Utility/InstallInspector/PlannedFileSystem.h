@@ -1,0 +1,135 @@
+#pragma once
+
+#include "Foundation/FileSystemAccess.h"
+
+#include <map>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+/// What would happen cannot be told: the run would do something whose outcome is not known here.
+class CannotForesee : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// The machine as a run would change it, held in memory. Commands are noted and not run; what they would do
+/// shows in the answers to later questions. The machine itself is only read.
+///
+/// It knows the commands that the engine issues, in the words in which it issues them. Any other, and one in
+/// which the shell would find something to interpret, throws CannotForesee. Commands succeed and fail as for
+/// the superuser on a disk that has room and tells upper from lower case.
+class PlannedFileSystem : public FileSystemAccess {
+public:
+    enum class Verb {
+        Ask, ///< changes nothing
+        MakeFolder,
+        CopyFile,
+        CopyFolder,
+        Link,
+        Touch,
+        RemoveFile,
+        RemoveFolder,
+        RemoveEmptyFolder,
+        // What the program does without a shell:
+        RemoveItem,
+        CreateFolder,
+        CopyItem,
+        CreateLink
+    };
+
+    struct Step {
+        std::string command; ///< empty for what the program does without a shell
+        Verb verb = Verb::Ask;
+        std::string source; ///< of a copy; of a link, what it leads to
+        std::string path;   ///< what is changed
+        mode_t before = 0;  ///< the type of `path` itself before the step; 0 for nothing
+        bool bSucceeded = true;
+        std::string why;               ///< of a failure
+        std::vector<std::string> made; ///< folders that come into being, but for those below a copied folder
+        std::size_t removed = 0;       ///< of a removed folder, how many files and folders it held
+    };
+
+    /// Stands for the program's bundle, which has a folder "Contents"; no path on this machine.
+    static constexpr const char* bundle = "InstallUtility.app";
+
+    PlannedFileSystem();
+
+    /// In the order in which the run takes them.
+    const std::vector<Step>& steps() const { return taken; }
+
+    /// Until the end of its scope nothing is noted. For questions that the run itself does not ask.
+    class Unnoted {
+    public:
+        explicit Unnoted(PlannedFileSystem& noting) : fileSystem(noting) { ++fileSystem.unnoted; }
+        ~Unnoted() { --fileSystem.unnoted; }
+        Unnoted(const Unnoted&) = delete;
+        Unnoted& operator=(const Unnoted&) = delete;
+
+    private:
+        PlannedFileSystem& fileSystem;
+    };
+
+    /// Saves a text as AtomicFile does. False when no file can be made there.
+    bool holdFile(const VLString& path, const std::string& text);
+    /// How many entries the folder has; 0 when it is none.
+    std::size_t countOfEntries(const VLString& folder);
+
+    bool runCommand(const VLString& command) override;
+    bool captureCommand(const VLString& command, VLString& output) override;
+    mode_t typeOf(const VLString& path) override;
+    mode_t linkTypeOf(const VLString& path) override;
+    std::unique_ptr<char[]> readFile(const VLString& path, std::size_t& size) override;
+    VLString mainBundlePath() override;
+    bool removeItem(const VLString& path) override;
+    bool createFolder(const VLString& path) override;
+    bool copyItem(const VLString& source, const VLString& destination) override;
+    bool createSymbolicLink(const VLString& link, const VLString& target) override;
+    /// Cancel, as where nobody can be asked.
+    bool showRetryCancelAlert(const VLString& title, const VLString& text) override;
+
+private:
+    /// A file, a folder or a link, or that nothing is there.
+    struct Node {
+        mode_t type = 0;
+        /// Where on this machine the content of a file, or what is in a folder besides `children`, is found;
+        /// empty for nowhere.
+        std::string origin;
+        std::string text; ///< what a link leads to; what a file without origin holds
+        std::map<std::string, Node> children;
+    };
+    /// Where a path leads.
+    struct Place {
+        Node* node = nullptr;       ///< null when a folder on the way is missing, or the path is no path
+        std::vector<Node*> folders; ///< those on the way, from "/"
+    };
+
+    static Node nodeAt(const std::string& path);
+    static Node& childOf(Node& folder, const std::string& name);
+    static std::vector<std::string> namesIn(Node& folder);
+    static std::size_t countBelow(Node& folder);
+    static bool merge(Node& source, Node& destination, std::string& why);
+    Place find(const std::string& path, bool bFollow);
+    bool isFolder(const std::string& path);
+
+    bool take(Step& step);
+    bool makeFolder(Step& step, const std::string& path);
+    bool copyFile(Step& step, const std::string& path);
+    bool copyFolder(Step& step);
+    bool link(Step& step);
+    bool touch(Step& step);
+    bool removeFile(Step& step);
+    bool removeFolder(Step& step);
+    bool removeEmptyFolder(Step& step);
+    bool removeItem(Step& step);
+    bool copyItem(Step& step);
+    bool createLink(Step& step);
+
+    Step stepOf(const std::string& command) const;
+    bool note(Step step);
+
+    Node root;
+    std::vector<Step> taken;
+    std::map<std::string, std::string> answers; ///< to commands that ask
+    int unnoted = 0;
+};
