@@ -89,7 +89,7 @@ private:
                 "no product is left in the record, so it is removed, though it still counts " +
                     counted(run.after.paths.size(), "path", "paths"));
         }
-        if (!run.bRecordSaved && !run.branches.empty()) {
+        if (!run.bUninstall && !run.bRecordSaved && !run.branches.empty()) {
             add("record-not-saved", run.recordPath +
                                         " cannot be saved, since its folder is not there or it is "
                                         "no file: what the run does is not recorded");

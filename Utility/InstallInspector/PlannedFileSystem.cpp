@@ -469,11 +469,14 @@ bool PlannedFileSystem::copyFile(Step& step, const std::string& path) {
 
 bool PlannedFileSystem::copyFolder(Step& step) {
     const Place source = find(step.source, true);
-    if (source.node == nullptr || source.node->type != S_IFDIR) {
-        return fails(step, "the source is not there");
-    }
-    if (!makeFolder(step, step.path)) {
+    const bool bSource = source.node != nullptr && source.node->type == S_IFDIR;
+    // What stands in for ditto makes the folder first.
+    const bool bMakesFolder = bSource || step.command.rfind("mkdir", 0) == 0;
+    if (bMakesFolder && !makeFolder(step, step.path)) {
         return false;
+    }
+    if (!bSource) {
+        return fails(step, "the source is not there");
     }
     const Place destination = find(step.path, true);
     if (destination.node == source.node ||
