@@ -634,9 +634,8 @@ TEST_F(PlanCommand, WhatTheShellWouldInterpretCannotBeTold) {
     EXPECT_EQ(result.exitStatus, 2);
     EXPECT_EQ(result.standardOutput, "");
     EXPECT_EQ(result.standardError,
-              "InstallInspector: cannot tell what this command would do, since the shell would interpret a "
-              "character in "
-              "its path: rm -f \"/Library/Application Support/Vorlane/$(touch made)\"\n");
+              "InstallInspector: cannot tell what the run would do: the shell would interpret a character of "
+              "the path: rm -f \"/Library/Application Support/Vorlane/$(touch made)\"\n");
     EXPECT_FALSE(root().exists("/made"));
 }
 

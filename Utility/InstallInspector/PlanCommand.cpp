@@ -31,7 +31,7 @@ int run(const Arguments& arguments) {
     try {
         plan = planRun(arguments.bUninstall, arguments.source, arguments.definition, arguments.targets);
     } catch (const CannotForesee& failure) {
-        return cannotRun(failure.what());
+        return cannotRun(std::string("cannot tell what the run would do: ") + failure.what());
     }
     const std::string text = arguments.bJson       ? asJson(plan)
                              : arguments.bCommands ? asCommands(plan)

@@ -90,7 +90,7 @@ struct Shape {
 };
 
 [[noreturn]] void cannotForesee(const std::string& command, const std::string& reason) {
-    throw CannotForesee("cannot tell what this command would do, " + reason + ": " + visible(command));
+    throw CannotForesee(reason + ": " + visible(command));
 }
 
 Shape shapeOf(const std::string& command) {
@@ -107,7 +107,7 @@ Shape shapeOf(const std::string& command) {
         }
         if (end == command.size()) {
             if (bQuoted) {
-                cannotForesee(command, "since a double quote in it is not closed");
+                cannotForesee(command, "a double quote is not closed");
             }
             return shape;
         }
@@ -118,10 +118,10 @@ Shape shapeOf(const std::string& command) {
 void mustBePlain(const std::string& command, const Shape& shape) {
     for (const std::string& path : shape.paths) {
         if (path.find_first_of("$`\\") != std::string::npos) {
-            cannotForesee(command, "since the shell would interpret a character in its path");
+            cannotForesee(command, "the shell would interpret a character of the path");
         }
         if (!path.empty() && path.front() == '-') {
-            cannotForesee(command, "since a path that begins with a hyphen is an option to the tool");
+            cannotForesee(command, "a path that begins with a hyphen is an option to the tool");
         }
     }
 }
@@ -326,7 +326,7 @@ bool PlannedFileSystem::captureCommand(const VLString& command, VLString& output
     if (known != answers.end()) {
         output = toVLString(known->second);
     } else if (!onlyAsks(text)) {
-        cannotForesee(text, "since the shell would interpret what it asks for");
+        cannotForesee(text, "the shell might do more than answer");
     } else if (!FileSystemAccess::captureCommand(command, output)) {
         return false;
     }
@@ -358,7 +358,7 @@ Step PlannedFileSystem::stepOf(const std::string& command) const {
     const Shape shape = shapeOf(command);
     const auto verb = verbs.find(shape.words);
     if (verb == verbs.end()) {
-        cannotForesee(command, "which is none of those that the engine is known to issue");
+        cannotForesee(command, "the engine is not known to issue this command");
     }
     mustBePlain(command, shape);
     Step step;
@@ -368,7 +368,7 @@ Step PlannedFileSystem::stepOf(const std::string& command) const {
     step.source = shape.paths.size() > 1 ? shape.paths[shape.paths.size() - 2] : "";
     if (shape.paths.size() == 3) {
         if (shape.paths.front() != step.path || lastName(step.source) != ".") {
-            cannotForesee(command, "which is none of those that the engine is known to issue");
+            cannotForesee(command, "the engine is not known to issue this command");
         }
         step.source.resize(step.source.size() - 2);
     }
@@ -461,7 +461,7 @@ bool PlannedFileSystem::copyFile(Step& step, const std::string& path) {
         return fails(step, visible(path) + " is a link that leads nowhere");
     }
     if (destination.node->type != 0 && destination.node->type != S_IFREG) {
-        cannotForesee(step.command, "which writes to something that is no file");
+        cannotForesee(step.command, "the destination is no file");
     }
     *destination.node = Node(*source.node);
     return true;
@@ -481,7 +481,7 @@ bool PlannedFileSystem::copyFolder(Step& step) {
     const Place destination = find(step.path, true);
     if (destination.node == source.node ||
         std::count(destination.folders.begin(), destination.folders.end(), source.node) != 0) {
-        cannotForesee(step.command, "which copies a folder into itself");
+        cannotForesee(step.command, "a folder would be copied into itself");
     }
     Node copy = *source.node;
     return merge(copy, *destination.node, step.why);
@@ -537,7 +537,7 @@ bool PlannedFileSystem::removeFolder(Step& step) {
         return fails(step, "rm refuses to remove \".\" and \"..\"");
     }
     if (place.folders.empty() || (place.node->type == S_IFLNK && path != step.path)) {
-        cannotForesee(step.command, "which tools understand in different ways");
+        cannotForesee(step.command, "tools differ in what they do here");
     }
     step.removed = place.node->type == S_IFDIR ? countBelow(*place.node) : 0;
     *place.node = Node();
