@@ -91,6 +91,7 @@ TEST_F(BadTarget, TargetInsideTheSourceGetsItsCopyAndTheRunEnds) {
 }
 
 TEST_F(BadTarget, WholeFolderInsideItsOwnSourceIsToldAndTheRunEnds) {
+    stopComparingPlans(); // tools differ in what they have copied when they notice
     const std::string source = folderOf(product()) + "/files/VorlaneFX/Kit";
     ProductBuilder own = folderProduct();
     own.target("VorlaneFX/Kit", source + "/inner");

@@ -27,7 +27,12 @@ public:
     explicit OtherShell(const PrivateRoot& machine) : root(machine) {
         fs::rename(root.outside(shell), root.outside(shellBefore));
     }
-    ~OtherShell() { fs::rename(root.outside(shellBefore), root.outside(shell)); }
+    ~OtherShell() {
+        // First, since renaming a name of a file to another name of the same file does nothing.
+        std::error_code error;
+        fs::remove(root.outside(shell), error);
+        fs::rename(root.outside(shellBefore), root.outside(shell), error);
+    }
     OtherShell(const OtherShell&) = delete;
     OtherShell& operator=(const OtherShell&) = delete;
 
