@@ -11,6 +11,9 @@ namespace {
 /// fails here: nothing depends on permissions.
 class BadTarget : public EndToEndTest {
 protected:
+    // Some of these runs are cut short, and where a folder is copied into itself no plan can be told.
+    bool comparesPlans() const override { return false; }
+
     static std::string shared(const std::string& path) { return std::string(statusFolder) + "/" + path; }
     static std::string recordPath() { return shared("InstallationStatusFile.xml"); }
 
@@ -91,7 +94,6 @@ TEST_F(BadTarget, TargetInsideTheSourceGetsItsCopyAndTheRunEnds) {
 }
 
 TEST_F(BadTarget, WholeFolderInsideItsOwnSourceIsToldAndTheRunEnds) {
-    stopComparingPlans(); // tools differ in what they have copied when they notice
     const std::string source = folderOf(product()) + "/files/VorlaneFX/Kit";
     ProductBuilder own = folderProduct();
     own.target("VorlaneFX/Kit", source + "/inner");

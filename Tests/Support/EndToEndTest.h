@@ -29,8 +29,6 @@ protected:
 
     void SetUp() override;
     PrivateRoot& root() { return *machine; }
-    /// For a run of which no plan can be told. Until the next machine is taken.
-    void stopComparingPlans() { machine->watch = nullptr; }
     /// Goes on with a fresh machine on which nothing is placed.
     void takeNewMachine();
 
