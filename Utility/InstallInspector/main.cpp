@@ -11,9 +11,10 @@
 namespace {
 
 int runCommandLine(int argc, char* argv[]) {
-    CLI::App app("Checks a product before it ships, tells what a run would do, and shows what is installed, without "
-                 "changing anything.",
-                 "InstallInspector");
+    CLI::App app(
+        "Checks a product before it ships, tells what a run would do, and shows what is installed, without "
+        "changing anything.",
+        "InstallInspector");
     app.set_version_flag("--version", "InstallInspector " INSTALLUTILITY_VERSION);
     app.require_subcommand(1);
     int status = Clean;
