@@ -6,8 +6,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <deque>
-#include <dirent.h>
+#include <filesystem>
 #include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
 #include <utility>
 
@@ -172,14 +173,12 @@ PlannedFileSystem::Node& PlannedFileSystem::childOf(Node& folder, const std::str
 }
 
 std::vector<std::string> PlannedFileSystem::namesIn(Node& folder) {
-    if (DIR* entries = folder.origin.empty() ? nullptr : opendir(folder.origin.c_str())) {
-        while (const dirent* entry = readdir(entries)) { // NOLINT(concurrency-mt-unsafe): one thread
-            const std::string name = static_cast<const char*>(entry->d_name);
-            if (name != "." && name != "..") {
-                childOf(folder, name);
-            }
+    if (!folder.origin.empty()) {
+        std::error_code error;
+        for (std::filesystem::directory_iterator entry(folder.origin, error), end; !error && entry != end;
+             entry.increment(error)) {
+            childOf(folder, entry->path().filename());
         }
-        closedir(entries);
     }
     std::vector<std::string> names;
     for (const auto& [name, child] : folder.children) {
