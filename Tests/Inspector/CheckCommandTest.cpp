@@ -92,6 +92,9 @@ TEST_F(CheckCommand, AdviceLeadsToAProductWithoutMistakes) {
         // Not the name that the targets have: the engine does not know it.
         {{Edit::Targets, "<item name=\"Edius\">", "<item name=\"EDIUS\">"},
          "Write <item name=\"Edius\"> inside <item name=\"Hosts\">."},
+        // Nor the one that the tree has, which would make two mistakes of one.
+        {{Edit::Definition, "<directory fileName=\"Edius\">", "<directory fileName=\"Edis\">"},
+         "Remove the item, or list the host in the tree."},
     };
     for (const auto& [slip, advice] : slips) {
         writeProduct({slip});

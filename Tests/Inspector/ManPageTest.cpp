@@ -1,6 +1,7 @@
 // The man page against the program: whoever adds a rule, a subcommand or an option has to say so there.
 #include "Tests/Support/FileTree.h"
 #include "Tests/Support/RunProgram.h"
+#include "Utility/InstallInspector/Plan.h"
 #include "Utility/InstallInspector/Rules.h"
 #include "Utility/InstallInspector/Status.h"
 
@@ -16,7 +17,7 @@ std::string manPage() {
     return FileTree::read(PROJECT_FOLDER "/Docs/man/InstallInspector.1.in");
 }
 
-/// The names that the page describes, each in a line of its own with its severity.
+/// The names that the page describes, each in a line of its own, with its severity but for dangers.
 std::set<std::string> describedRules() {
     std::set<std::string> names;
     std::istringstream lines(manPage());
@@ -55,8 +56,19 @@ TEST(ManPage, DescribesEachFindingOfStatus) {
     expectDescribed(allStatusRules());
 }
 
+TEST(ManPage, DescribesEachDangerOfAPlan) {
+    const std::string page = manPage();
+    for (const std::string& rule : allDangerRules()) {
+        EXPECT_NE(page.find(".It Sy " + rule + "\n"), std::string::npos)
+            << "the man page does not describe the danger " << rule;
+    }
+}
+
 TEST(ManPage, DescribesNoRuleThatIsNotThere) {
     std::set<std::string> names = describedRules();
+    for (const std::string& rule : allDangerRules()) {
+        names.erase(rule);
+    }
     for (const Rule& rule : allRules()) {
         names.erase(rule.name);
     }
@@ -68,7 +80,7 @@ TEST(ManPage, DescribesNoRuleThatIsNotThere) {
 
 TEST(ManPage, NamesEachSubcommandAndOption) {
     const std::string page = manPage();
-    for (const char* command : {"check", "status"}) {
+    for (const char* command : {"check", "plan", "status"}) {
         EXPECT_NE(page.find(std::string(".Cm ") + command), std::string::npos) << command;
         const auto help = runProgram({INSTALLINSPECTOR_PROGRAM, command, "--help"});
         std::istringstream words(help.standardOutput);

@@ -86,14 +86,6 @@ void forEachWalkedItem(const Product& product, Visitor visit) {
 
 // Hosts and Content
 
-/// The name that the tree has is then the right one, whatever the targets say.
-bool isKnownHost(const VLString& name) {
-    const auto& known = knownHosts();
-    return std::any_of(known.begin(), known.end(), [&](const std::string& host) {
-        return name == toVLString(host) || name == toVLString(host + "32");
-    });
-}
-
 void hostWithoutTarget(const Product& product, const Report& report) {
     const TreeNode* hosts = product.branch("Hosts");
     if (hosts == nullptr) {
@@ -105,7 +97,7 @@ void hostWithoutTarget(const Product& product, const Report& report) {
             report(atNode(product, *host),
                    "the host " + shown(host->node->name) + " has no item inside Hosts of the targets",
                    "Nothing of the host is installed; the log has a warning.",
-                   isKnownHost(host->node->name)
+                   isKnownHost(host->node->name) // and then right, whatever the targets say
                        ? "Write <item name=" + shown(host->node->name) + "> inside <item name=\"Hosts\">."
                        : adviseNearest(host->node->name,
                                        item == nullptr ? std::vector<std::string>() : namesOf(item->items),
@@ -123,10 +115,11 @@ void targetWithoutHost(const Product& product, const Report& report) {
     }
     for (const TargetItem* host : item->items) {
         if (hosts == nullptr || hosts->child(host->name) == nullptr) {
+            // A known name is right, however near a name of the tree is.
+            const bool bRight = hosts == nullptr || isKnownHost(host->name);
             report(atItem(product, *host), "the tree has no host " + shown(host->name),
                    "The product installs nothing there.",
-                   adviseNearest(host->name,
-                                 hosts == nullptr ? std::vector<std::string>() : namesOf(hosts->children),
+                   adviseNearest(host->name, bRight ? std::vector<std::string>() : namesOf(hosts->children),
                                  "Remove the item, or list the host in the tree."));
         }
     }

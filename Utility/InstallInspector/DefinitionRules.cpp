@@ -248,16 +248,6 @@ void hostFamilyUnknown(const Product& product, const Report& report) {
     });
 }
 
-bool isKnownHost(const VLString& name) {
-    for (const std::string& known : knownHosts()) {
-        // The 32-bit variant of a host has a folder and an item of its own.
-        if (name == toVLString(known) || name == toVLString(known + "32")) {
-            return true;
-        }
-    }
-    return false;
-}
-
 std::string adviseHost(const VLString& name) {
     std::string known;
     for (const std::string& host : knownHosts()) {

@@ -91,7 +91,7 @@ struct Plan {
     };
 
     struct Danger {
-        std::string rule; ///< a name that stays the same
+        std::string rule; ///< one of allDangerRules
         std::string message;
     };
 
@@ -113,6 +113,9 @@ Plan planRun(bool bUninstall, const std::string& source, const std::string& defi
 
 /// Fills `dangers` from all the rest.
 void findDangers(Plan& plan);
+
+/// Names in kebab case; never changed, since scripts rely on them.
+std::vector<std::string> allDangerRules();
 
 std::string asText(const Plan& plan, const Painter& painter);
 std::string asJson(const Plan& plan);

@@ -7,6 +7,19 @@
 
 namespace {
 
+constexpr const char* notRecordedRule = "not-recorded";
+constexpr const char* leavesRecordRule = "leaves-record";
+constexpr const char* recordRemovedRule = "record-removed";
+constexpr const char* recordUnreadableRule = "record-unreadable";
+constexpr const char* recordNotSavedRule = "record-not-saved";
+constexpr const char* copyFailsRule = "copy-fails";
+constexpr const char* removeFailsRule = "remove-fails";
+constexpr const char* unrecordedFileRule = "unrecorded-file";
+constexpr const char* workingFolderRule = "working-folder";
+constexpr const char* wholeFolderRule = "whole-folder";
+constexpr const char* shortcutRule = "shortcut";
+constexpr const char* uninstallerRule = "uninstaller";
+
 using Action = Plan::Action;
 using Verb = PlannedFileSystem::Verb;
 
@@ -68,29 +81,29 @@ private:
             return;
         }
         if (run.bRecordUnreadable) {
-            add("record-unreadable",
+            add(recordUnreadableRule,
                 run.recordPath + " is there but cannot be read: the run takes it for an empty record, counts "
                                  "from nothing and writes over it");
         }
         const std::vector<std::string> paths = lowered(run);
         if (run.bUninstall && !lists(run.before, run.product.ID) && !paths.empty()) {
-            add("not-recorded", "the record does not list the product " + toString(run.product.ID) +
-                                    ": its uninstall lowers the counts of " +
-                                    counted(paths.size(), "path", "paths") +
-                                    " that other products have counted: " + listed(paths));
+            add(notRecordedRule, "the record does not list the product " + toString(run.product.ID) +
+                                     ": its uninstall lowers the counts of " +
+                                     counted(paths.size(), "path", "paths") +
+                                     " that other products have counted: " + listed(paths));
         }
         if (!run.lost.empty()) {
-            add("leaves-record", "a folder above them comes to a count of zero, so that " +
-                                     counted(run.lost.size(), "path that is", "paths that are") +
-                                     " still in use will leave the record: " + listed(run.lost));
+            add(leavesRecordRule, "a folder above them comes to a count of zero, so that " +
+                                      counted(run.lost.size(), "path that is", "paths that are") +
+                                      " still in use will leave the record: " + listed(run.lost));
         }
         if (run.bRecordRemoved && !run.after.paths.empty()) {
-            add("record-removed",
+            add(recordRemovedRule,
                 "no product is left in the record, so it is removed, though it still counts " +
                     counted(run.after.paths.size(), "path", "paths"));
         }
         if (!run.bUninstall && !run.bRecordSaved && !run.branches.empty()) {
-            add("record-not-saved", run.recordPath +
+            add(recordNotSavedRule, run.recordPath +
                                         " cannot be saved, since its folder is not there or it is "
                                         "no file: what the run does is not recorded");
         }
@@ -100,13 +113,14 @@ private:
         const bool bRelative = entry.path.empty() || entry.path.front() != '/';
         switch (entry.action) {
         case Action::Fail:
-            add(run.bUninstall ? "remove-fails" : "copy-fails",
+            add(run.bUninstall ? removeFailsRule : copyFailsRule,
                 entry.path + (run.bUninstall ? " cannot be removed: " : " cannot be written: ") + entry.why);
             break;
         case Action::Remove:
             if (bRelative) {
-                add("working-folder", entry.path + " is removed from the folder in which the run is started, "
-                                                   "since no target folder of its branch is there");
+                add(workingFolderRule, entry.path +
+                                           " is removed from the folder in which the run is started, "
+                                           "since no target folder of its branch is there");
             } else if (entry.bFolder && !toVLString(entry.path)
                                              .HasOf(toVLString(entry.path).IndexOfIgnoreCase("vorlane", 0))) {
                 lookAtRemovedFolder(entry.path);
@@ -114,15 +128,15 @@ private:
             break;
         case Action::Replace:
             if (!entry.bFolder && !run.recordPath.empty() && run.before.paths.count(entry.name) == 0) {
-                add("unrecorded-file", entry.path +
-                                           " is replaced, though the record does not list it: it may "
-                                           "be someone else's");
+                add(unrecordedFileRule, entry.path +
+                                            " is replaced, though the record does not list it: it may "
+                                            "be someone else's");
             }
             break;
         case Action::Copy:
             if (bRelative) {
-                add("working-folder", entry.path + " is written relative to the folder in which the run is "
-                                                   "started");
+                add(workingFolderRule, entry.path + " is written relative to the folder in which the run is "
+                                                    "started");
             }
             break;
         case Action::Keep:
@@ -135,9 +149,9 @@ private:
     void lookAtRemovedFolder(const std::string& path) {
         for (const Plan::Step& step : plan.steps) {
             if (step.verb == Verb::RemoveFolder && step.path == path && step.removed > 0) {
-                add("whole-folder", path + " is removed as a whole, with the " +
-                                        counted(step.removed, "file or folder", "files and folders") +
-                                        " in it, whoever put them there");
+                add(wholeFolderRule, path + " is removed as a whole, with the " +
+                                         counted(step.removed, "file or folder", "files and folders") +
+                                         " in it, whoever put them there");
                 return;
             }
         }
@@ -145,15 +159,15 @@ private:
 
     void lookAtStep(const Plan::Step& step) {
         if (step.verb == Verb::Link && step.bSucceeded && step.before == S_IFDIR) {
-            add("shortcut", step.path + " is a folder: the shortcut to " + step.source +
-                                " is made inside it, and no uninstall will find it");
+            add(shortcutRule, step.path + " is a folder: the shortcut to " + step.source +
+                                  " is made inside it, and no uninstall will find it");
         } else if (step.verb == Verb::Link && step.bSucceeded && step.before != 0 && step.before != S_IFLNK) {
-            add("shortcut", step.path + " is no shortcut, and is replaced by one to " + step.source);
+            add(shortcutRule, step.path + " is no shortcut, and is replaced by one to " + step.source);
         } else if (step.verb == Verb::Link && !step.bSucceeded) {
-            add("shortcut", step.path + " cannot be made: " + step.why);
+            add(shortcutRule, step.path + " cannot be made: " + step.why);
         } else if (!step.bSucceeded && (step.verb == Verb::CopyItem || step.verb == Verb::CreateLink ||
                                         step.verb == Verb::CreateFolder)) {
-            add("uninstaller", step.path + " cannot be placed: " + step.why);
+            add(uninstallerRule, step.path + " cannot be placed: " + step.why);
         }
     }
 
@@ -164,4 +178,10 @@ private:
 
 void findDangers(Plan& plan) {
     DangerFinder(plan).look();
+}
+
+std::vector<std::string> allDangerRules() {
+    return {notRecordedRule,    leavesRecordRule, recordRemovedRule, recordUnreadableRule,
+            recordNotSavedRule, copyFailsRule,    removeFailsRule,   unrecordedFileRule,
+            workingFolderRule,  wholeFolderRule,  shortcutRule,      uninstallerRule};
 }

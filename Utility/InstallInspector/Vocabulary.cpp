@@ -74,6 +74,16 @@ const std::vector<std::string>& knownHosts() {
     return hosts;
 }
 
+bool isKnownHost(const VLString& name) {
+    for (const std::string& known : knownHosts()) {
+        // The 32-bit variant of a host has a folder and an item of its own.
+        if (name == VLString(known.c_str()) || name == VLString((known + "32").c_str())) {
+            return true;
+        }
+    }
+    return false;
+}
+
 const std::vector<std::string>& knownConditionTypes() {
     static const std::vector<std::string> types = {
         "PathExist",   "PathNotExist",   "FileExist", "FileNotExist",

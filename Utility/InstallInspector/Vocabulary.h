@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Foundation/VLString.h"
+
 #include <string>
 #include <vector>
 
@@ -54,6 +56,7 @@ Kind rootOf(Kind kind);
 
 /// The hosts for which the engine knows the name that users know them by.
 const std::vector<std::string>& knownHosts();
+bool isKnownHost(const VLString& name);
 /// The kinds of condition, as they are usually written.
 const std::vector<std::string>& knownConditionTypes();
 /// The three folders of the tree, and items of the target-paths file, that a run looks at.
