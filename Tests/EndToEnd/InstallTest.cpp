@@ -13,7 +13,6 @@ protected:
             .unlistedFile("VorlaneFX/u", "");
     }
 
-    static std::string shared(const std::string& path) { return std::string(statusFolder) + "/" + path; }
     static std::string record() { return shared("InstallationStatusFile.xml: record"); }
     static std::string uninstaller(const ProductBuilder& product) {
         return uninstallerOf(product) + ": uninstaller of " + product.id();

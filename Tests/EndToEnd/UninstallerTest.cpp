@@ -10,7 +10,6 @@ protected:
             .file("VorlaneFX/shared", "S")
             .file("VorlaneFX/" + id, id);
     }
-    static std::string shared(const std::string& path) { return std::string(statusFolder) + "/" + path; }
     static std::string cannotRemove(const std::string& name) {
         return "Error: Cannot remove file '" + shared(name) + "'";
     }

@@ -23,7 +23,6 @@ protected:
             .target("VorlaneFX", statusFolder)
             .unlistedFile("VorlaneFX/u", "");
     }
-    static std::string shared(const std::string& path) { return std::string(statusFolder) + "/" + path; }
 
     ProgramResult plan(const ProductBuilder& product, std::vector<std::string> options = {}) {
         place(product);

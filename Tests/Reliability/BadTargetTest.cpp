@@ -2,7 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
 #include <thread>
 
 namespace {
@@ -14,7 +13,6 @@ protected:
     // Some of these runs are cut short, and where a folder is copied into itself no plan can be told.
     bool comparesPlans() const override { return false; }
 
-    static std::string shared(const std::string& path) { return std::string(statusFolder) + "/" + path; }
     static std::string recordPath() { return shared("InstallationStatusFile.xml"); }
 
     static ProductBuilder product() {
@@ -23,13 +21,6 @@ protected:
     static ProductBuilder fileProduct() { return product().file("VorlaneFX/Tools/tool", "new"); }
     static ProductBuilder folderProduct() {
         return product().folder("VorlaneFX/Kit").unlistedFile("VorlaneFX/Kit/part", "new");
-    }
-    static std::string failedCopy(const std::string& source, const std::string& target) {
-        return "Error: Failed to copy '/Volumes/Installer/ALPHA/files/" + source + "' to '" + target + "'";
-    }
-    static bool hasLine(const ProgramResult& result, const std::string& line) {
-        const Lines lines = logLines(result);
-        return std::find(lines.begin(), lines.end(), line) != lines.end();
     }
 };
 

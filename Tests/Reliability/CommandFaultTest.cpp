@@ -36,7 +36,7 @@ protected:
                                   root().outside(folderOfProduct(product)),
                                   std::filesystem::copy_options::recursive);
         }
-        small().writeTo(root().outside(folderOfProduct("ALPHA")));
+        smallProduct().writeTo(root().outside(folderOfProduct("ALPHA")));
         for (const char* folder :
              {"/Applications/Adobe Premiere Pro", "/Library/Application Support/Adobe/Common/Plug-ins",
               "/Applications/Avid Media Composer 5", "/Library/Application Support/Avid/AVX2",
@@ -56,17 +56,6 @@ protected:
         treeAfter = root().tree();
         pathsAfter = paths();
         ASSERT_GT(reference.calls.size(), 5U);
-    }
-
-    static ProductBuilder small() {
-        return ProductBuilder("ALPHA", "Alpha")
-            .family("Blur")
-            .target("VorlaneFX", statusFolder)
-            .target("Hosts/OpenFX", "/Library/OFX/Plugins/Vorlane")
-            .file("VorlaneFX/guide.html", "guide")
-            .shortCut("VorlaneFX/guide.html", "Guide.html")
-            .listedFile("Hosts/OpenFX/Blur/Blur.bundle")
-            .unlistedFile("Hosts/OpenFX/Blur/Blur.bundle/Contents/blur", "blur");
     }
 
     static std::string folderOfProduct(const std::string& product) {

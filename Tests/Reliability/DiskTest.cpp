@@ -81,13 +81,6 @@ protected:
         return "mount --bind \"$folder\" \"$folder\" && mount -o remount,bind,ro \"$folder\"";
     }
 
-    static std::string failedCopy(const std::string& path, const std::string& target) {
-        return "Error: Failed to copy '/Volumes/Installer/ALPHA/files/" + path + "' to '" + target + "'";
-    }
-    static bool hasLine(const ProgramResult& result, const std::string& line) {
-        const Lines lines = logLines(result);
-        return std::find(lines.begin(), lines.end(), line) != lines.end();
-    }
     bool isWholeAt(const std::string& folder) {
         return root().read(folder + "/big") == std::string(64UL << 10, 'b') &&
                root().read(folder + "/bundle/part") == "part";
@@ -141,9 +134,6 @@ protected:
             .target("Content", "/Users/anna/Movies")
             .file("VorlaneFX/a", "a")
             .file("Content/c", "c");
-    }
-    static std::string failedCopy(const std::string& path, const std::string& target) {
-        return "Error: Failed to copy '/Volumes/Installer/ALPHA/files/" + path + "' to '" + target + "'";
     }
     void giveToAnna(const std::string& path) {
         const ProgramResult result = runProgram({"chown", "501:20", root().outside(path).string()});

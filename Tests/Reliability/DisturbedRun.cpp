@@ -62,6 +62,17 @@ void DisturbedRun::Snapshot::restore() const {
     }
 }
 
+ProductBuilder DisturbedRun::smallProduct() {
+    return ProductBuilder("ALPHA", "Alpha")
+        .family("Blur")
+        .target("VorlaneFX", statusFolder)
+        .target("Hosts/OpenFX", "/Library/OFX/Plugins/Vorlane")
+        .file("VorlaneFX/guide.html", "guide")
+        .shortCut("VorlaneFX/guide.html", "Guide.html")
+        .listedFile("Hosts/OpenFX/Blur/Blur.bundle")
+        .unlistedFile("Hosts/OpenFX/Blur/Blur.bundle/Contents/blur", "blur");
+}
+
 void DisturbedRun::SetUp() {
     EndToEndTest::SetUp();
     if (!IsSkipped()) {

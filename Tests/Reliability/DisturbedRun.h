@@ -41,6 +41,9 @@ protected:
         "/Library/Application Support/Vorlane/InstallationStatusFile.xml";
     static constexpr const char* noRecord = "no record";
 
+    /// With one file, one folder that is installed as one piece, and one shortcut.
+    static ProductBuilder smallProduct();
+
     void SetUp() override;
     /// Things of others, which no run may touch.
     void placeSentinels();

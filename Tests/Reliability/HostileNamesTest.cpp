@@ -15,11 +15,7 @@ const char* const checking = "Checking file consistency in source folder";
 
 class HostileNames : public DisturbedRun {
 protected:
-    static std::string shared(const std::string& path) { return std::string(statusFolder) + "/" + path; }
     static std::string inSource(const std::string& path) { return "/Volumes/Installer/ALPHA/files/" + path; }
-    static std::string failedCopy(const std::string& path, const std::string& target) {
-        return "Error: Failed to copy '" + inSource(path) + "' to '" + target + "'";
-    }
 
     static ProductBuilder product() {
         return ProductBuilder("ALPHA", "Alpha").family("Blur").target("VorlaneFX", statusFolder);

@@ -1,6 +1,5 @@
 #include "Tests/Support/EndToEndTest.h"
 
-#include <algorithm>
 #include <filesystem>
 #include <utility>
 
@@ -23,7 +22,6 @@ protected:
     }
 
     static std::string inOutside(const std::string& path) { return std::string(outsideFolder) + "/" + path; }
-    static std::string shared(const std::string& path) { return std::string(statusFolder) + "/" + path; }
     static std::string recordPath() { return shared("InstallationStatusFile.xml"); }
 
     static ProductBuilder product() {
@@ -36,9 +34,6 @@ protected:
     }
     static ProductBuilder shortCutProduct() {
         return product().file("VorlaneFX/guide", "guide").shortCut("VorlaneFX/guide", "Guide");
-    }
-    static std::string failedCopy(const std::string& source, const std::string& target) {
-        return "Error: Failed to copy '/Volumes/Installer/ALPHA/files/" + source + "' to '" + target + "'";
     }
 
     void link(const std::string& path, const std::string& target) {
@@ -61,10 +56,6 @@ protected:
     }
     void ExpectSentinelAlone(int line = __builtin_LINE()) {
         ExpectOutside({inOutside("sentinel: anna's")}, line);
-    }
-    static bool hasLine(const ProgramResult& result, const std::string& line) {
-        const Lines lines = logLines(result);
-        return std::find(lines.begin(), lines.end(), line) != lines.end();
     }
 };
 

@@ -23,27 +23,16 @@ const char* const productFolder = "/Volumes/Installer/ALPHA/";
 
 class SourceChange : public DisturbedRun, public testing::WithParamInterface<Change> {
 protected:
-    static ProductBuilder product() {
-        return ProductBuilder("ALPHA", "Alpha")
-            .family("Blur")
-            .target("VorlaneFX", statusFolder)
-            .target("Hosts/OpenFX", "/Library/OFX/Plugins/Vorlane")
-            .file("VorlaneFX/guide.html", "guide")
-            .shortCut("VorlaneFX/guide.html", "Guide.html")
-            .listedFile("Hosts/OpenFX/Blur/Blur.bundle")
-            .unlistedFile("Hosts/OpenFX/Blur/Blur.bundle/Contents/blur", "blur");
-    }
-
     void SetUp() override {
         DisturbedRun::SetUp();
         if (IsSkipped()) {
             return;
         }
-        place(product());
+        place(smallProduct());
         start.emplace(root());
         pathsBefore = paths();
         std::set<std::string> records;
-        calls = runAndWatch(installCommand(product()), records).calls;
+        calls = runAndWatch(installCommand(smallProduct()), records).calls;
         treeAfter = root().tree();
         pathsAfter = paths();
         ASSERT_GT(calls.size(), 5U);
@@ -52,8 +41,8 @@ protected:
     void tryChange(unsigned long number) {
         SCOPED_TRACE("before command " + std::to_string(number) + ", " + calls.at(number - 1).at(0));
         start->restore();
-        place(product());
-        const Disturbed run = runWithScript(installCommand(product()), number,
+        place(smallProduct());
+        const Disturbed run = runWithScript(installCommand(smallProduct()), number,
                                             "cd " + std::string(productFolder) + " && " + GetParam().script);
         EXPECT_FALSE(run.result.bTimedOut);
         ExpectSuccess(run.result);
@@ -66,8 +55,8 @@ protected:
         }
         ExpectSentinels();
         if (!GetParam().bOtherKind) {
-            place(product());
-            runUndisturbed(installCommand(product()));
+            place(smallProduct());
+            runUndisturbed(installCommand(smallProduct()));
             EXPECT_EQ(FileTree::difference(treeAfter, root().tree()), "") << "after the repair";
         }
     }
@@ -116,7 +105,7 @@ namespace {
 
 class SourceGoes : public DisturbedRun {
 protected:
-    static ProductBuilder product() {
+    static ProductBuilder smallProduct() {
         return ProductBuilder("ALPHA", "Alpha")
             .family("Blur")
             .target("VorlaneFX", statusFolder)
@@ -127,8 +116,8 @@ protected:
 } // namespace
 
 TEST_F(SourceGoes, MissingFileIsToldAsAFailedCopyAndTheRunAsks) {
-    place(product());
-    const ProgramResult result = runWithScript(installCommand(product()), 1,
+    place(smallProduct());
+    const ProgramResult result = runWithScript(installCommand(smallProduct()), 1,
                                                "/bin/rm " + std::string(productFolder) + "files/VorlaneFX/a")
                                      .result;
     ExpectSuccess(result);
@@ -139,14 +128,14 @@ TEST_F(SourceGoes, MissingFileIsToldAsAFailedCopyAndTheRunAsks) {
 }
 
 TEST_F(SourceGoes, MissingDefinitionsAreToldByTheUninstallerThatIsNotPlaced) {
-    place(product());
+    place(smallProduct());
     const ProgramResult result =
-        runWithScript(installCommand(product()), 1,
+        runWithScript(installCommand(smallProduct()), 1,
                       "cd " + std::string(productFolder) + " && /bin/rm sku.xml target_path.xml")
             .result;
     ExpectSuccess(result);
     ExpectLog(result,
               {"Checking file consistency in source folder", "Error: Postflight failed: sku xml not found"});
-    EXPECT_FALSE(root().exists(uninstallerOf(product())));
+    EXPECT_FALSE(root().exists(uninstallerOf(smallProduct())));
     EXPECT_EQ(root().read(std::string(statusFolder) + "/a"), "a");
 }

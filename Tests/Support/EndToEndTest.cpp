@@ -254,6 +254,16 @@ Lines EndToEndTest::logLines(const ProgramResult& result) {
     return lines;
 }
 
+bool EndToEndTest::hasLine(const ProgramResult& result, const std::string& line) {
+    const Lines lines = logLines(result);
+    return std::find(lines.begin(), lines.end(), line) != lines.end();
+}
+
+std::string EndToEndTest::failedCopy(const std::string& path, const std::string& target) {
+    return "Error: Failed to copy '" + std::string(PrivateRoot::installerFolder) + "/ALPHA/files/" + path +
+           "' to '" + target + "'";
+}
+
 void EndToEndTest::ExpectLog(const ProgramResult& result, const Lines& expected, int line, const char* file) {
     expectSame("The log", expected, logLines(result), file, line);
 }

@@ -63,6 +63,11 @@ protected:
 
     Lines counts(const std::string& folder = statusFolder);
     static Lines logLines(const ProgramResult& result);
+    static bool hasLine(const ProgramResult& result, const std::string& line);
+    /// The line about a file that the product ALPHA, in whose `files` it has this path, could not place.
+    static std::string failedCopy(const std::string& path, const std::string& target);
+    /// A path in the status folder.
+    static std::string shared(const std::string& path) { return std::string(statusFolder) + "/" + path; }
 
 private:
     ProgramResult runChecked(const std::vector<std::string>& command, const Options& options);
