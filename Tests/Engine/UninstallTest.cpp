@@ -1,21 +1,10 @@
 #include "Foundation/SimpleLog.h"
 #include "Tests/Engine/EngineTest.h"
+#include "Tests/Support/WorkingFolder.h"
 
 namespace fs = std::filesystem;
 
 namespace {
-
-/// Changes into a folder until the end of the scope.
-class WorkingFolder {
-public:
-    explicit WorkingFolder(const fs::path& folder) : before(fs::current_path()) { fs::current_path(folder); }
-    ~WorkingFolder() { fs::current_path(before); }
-    WorkingFolder(const WorkingFolder&) = delete;
-    WorkingFolder& operator=(const WorkingFolder&) = delete;
-
-private:
-    fs::path before;
-};
 
 class Uninstall : public EngineTest {
 protected:

@@ -7,6 +7,7 @@
 #include "Tests/Support/RecordedCommands.h"
 #include "Tests/Support/ScopedEnvironment.h"
 #include "Tests/Support/TemporaryDirectory.h"
+#include "Tests/Support/WorkingFolder.h"
 
 #include <climits>
 #include <gmock/gmock.h>
@@ -79,18 +80,6 @@ ino_t inodeOf(const fs::path& path) {
     EXPECT_EQ(lstat(path.c_str(), &status), 0) << path;
     return status.st_ino;
 }
-
-/// Makes a folder the working folder until the end of the scope.
-class WorkingFolder {
-public:
-    explicit WorkingFolder(const fs::path& folder) : before(fs::current_path()) { fs::current_path(folder); }
-    ~WorkingFolder() { fs::current_path(before); }
-    WorkingFolder(const WorkingFolder&) = delete;
-    WorkingFolder& operator=(const WorkingFolder&) = delete;
-
-private:
-    fs::path before;
-};
 
 /// Lets this process open no more files until the end of the scope.
 class NoMoreFiles {
