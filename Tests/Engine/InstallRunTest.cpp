@@ -75,12 +75,14 @@ TEST_F(InstallRun, PreparationStopsAtTheFirstFailure) {
     product().writeTo(at("product"));
     const VLString files = at("product/files").c_str();
     const VLString definition = at("product/sku.xml").c_str();
-    const VLString missing = at("missing").c_str();
-    EXPECT_EQ(logOf([&] { EXPECT_FALSE(engine.prepare(missing, missing, missing)); }),
-              (Lines{"Error: Error! Source dir '$T/missing' is empty", ""}));
-    EXPECT_EQ(logOf([&] { EXPECT_FALSE(engine.prepare(files, missing, missing)); }),
-              (Lines{"Error: Error! Source dir '$T/missing' is empty", ""}));
-    EXPECT_EQ(logOf([&] { EXPECT_FALSE(engine.prepare(files, definition, missing)); }),
+    const VLString noFiles = at("no files").c_str();
+    const VLString noDefinition = at("no definition").c_str();
+    const VLString noTargets = at("no targets").c_str();
+    EXPECT_EQ(logOf([&] { EXPECT_FALSE(engine.prepare(noFiles, noDefinition, noTargets)); }),
+              (Lines{"Error: Error! Source dir '$T/no files' is empty", ""}));
+    EXPECT_EQ(logOf([&] { EXPECT_FALSE(engine.prepare(files, noDefinition, noTargets)); }),
+              (Lines{"Error: Error! Source dir '$T/no definition' is empty", ""}));
+    EXPECT_EQ(logOf([&] { EXPECT_FALSE(engine.prepare(files, definition, noTargets)); }),
               (Lines{"Error: Error! File with target not found", "",
                      "Error: Can't find node <root> in target paths XML."}));
     EXPECT_TRUE(engine.prepare(files, definition, at("product/target_path.xml").c_str()));
@@ -261,6 +263,11 @@ TEST_F(InstallRun, LookingNamesUpLeavesNoTrace) {
     EXPECT_TRUE(engine.skuDefinition.installFiles.children.empty());
 }
 
+TEST_F(InstallRun, BranchThatTheTreeLacksIsNotCopied) {
+    install(product().target("VorlaneFX", at("shared")));
+    EXPECT_EQ(commands(), Lines()) << "what the source folder holds for it stays there";
+}
+
 TEST_F(InstallRun, BranchThatTheTreeLacksIsNotRecorded) {
     fs::create_directories(at("shared"));
     install(product()
@@ -314,6 +321,20 @@ TEST_F(InstallRun, RecordIsSavedWhateverFails) {
 
 namespace {
 
+/// Notes the path of every branch and folder that it copies, and whether this is the last attempt.
+class EngineThatTellsItsAttempts : public InstallUtility {
+public:
+    bool copyFilesRecursively(const VLString& targetSubPath, const VLString& sourceFolder,
+                              const FileNode& node, const VLString& relativePath, const InstallItem& item,
+                              bool lastAttempt) override {
+        attempts.push_back(std::string(relativePath.ConstData()) + (lastAttempt ? " last" : ""));
+        return InstallUtility::copyFilesRecursively(targetSubPath, sourceFolder, node, relativePath, item,
+                                                    lastAttempt);
+    }
+
+    std::vector<std::string> attempts;
+};
+
 class RetryLoop : public EngineTest {
 protected:
     static constexpr const char* failedCopy =
@@ -365,6 +386,24 @@ TEST_F(RetryLoop, CancelAfterRetryCopiesOnceMore) {
     answerAlerts("test $(wc -l <helpers/alerts) -lt 2");
     EXPECT_EQ(install(blockedProduct()), (Lines{failedCopy, failedCopy, failedCopy}));
     EXPECT_EQ(alerts().size(), 2U);
+}
+
+TEST_F(RetryLoop, CopyAfterCancelIsTheLastAttemptForAllBelowIt) {
+    answerAlerts("test $(wc -l <helpers/alerts) -lt 2");
+    blockedProduct()
+        .file("VorlaneFX/d/b", "B")
+        .file("VorlaneFX/Sub/c", "C")
+        .target("VorlaneFX/Sub", at("sub"))
+        .writeTo(at("product"));
+    EngineThatTellsItsAttempts telling;
+    logOf([&] {
+        ASSERT_TRUE(telling.prepare(at("product/files").c_str(), at("product/sku.xml").c_str(),
+                                    at("product/target_path.xml").c_str()));
+        EXPECT_TRUE(telling.copyFilesToTargets());
+    });
+    EXPECT_EQ(telling.attempts,
+              (Lines{"VorlaneFX", "VorlaneFX/Sub", "VorlaneFX/d", "VorlaneFX", "VorlaneFX/Sub", "VorlaneFX/d",
+                     "VorlaneFX last", "VorlaneFX/Sub last", "VorlaneFX/d last", "Content"}));
 }
 
 TEST_F(RetryLoop, NobodyToAskIsCancel) {

@@ -88,6 +88,13 @@ TEST_F(RecursiveCopy, MissingSourceFolderFailsEvenWithoutTargetFolders) {
               (Lines{"Error! Src path '$T/product/files/VorlaneFX' not found"}));
 }
 
+TEST_F(RecursiveCopy, TargetFoldersAreLookedForBeforeTheSourceFolder) {
+    EXPECT_EQ(
+        copy(ProductBuilder("ALPHA").target("VorlaneFX", "%REGKEY:Key%").listedFile("VorlaneFX/a"), false),
+        (Lines{"Error: The pattern '%REGKEY:Key%' has a registry placeholder without \"::\"",
+               "Error! Src path '$T/product/files/VorlaneFX' not found"}));
+}
+
 TEST_F(RecursiveCopy, MissingFolderInsideFailsAndTheOthersAreCopied) {
     EXPECT_EQ(copy(product().listedFile("VorlaneFX/missing/a").file("VorlaneFX/b", "B"), false),
               (Lines{"Error! Src path '$T/product/files/VorlaneFX/missing' not found"}));
@@ -111,6 +118,15 @@ TEST_F(RecursiveCopy, SubItemIsVisitedOnceHoweverManyTargetsTheItemHas) {
              .target("VorlaneFX/Sub", at("elsewhere")));
     EXPECT_EQ(commands(), (Lines{"mkdir -p \"$T/elsewhere\"", "rm -f \"$T/elsewhere/a\"",
                                  "cp -f \"$T/product/files/VorlaneFX/Sub/a\" \"$T/elsewhere/a\""}));
+}
+
+TEST_F(RecursiveCopy, SubItemIsNotCopiedToTheFolderThatIsHandedDown) {
+    logOf([&] {
+        prepare(product().file("VorlaneFX/Sub/a", "A").target("VorlaneFX/Sub", at("elsewhere")));
+        EXPECT_TRUE(engine.copyFilesRecursively(at("handed").c_str(), sourceOf("VorlaneFX"),
+                                                node("VorlaneFX"), "VorlaneFX", item("VorlaneFX"), false));
+    });
+    expectTree({"elsewhere/a: A"});
 }
 
 TEST_F(RecursiveCopy, SubItemWithoutTargetsKeepsItsFolderFromBeingCopied) {

@@ -93,10 +93,21 @@ TEST_F(Uninstall, FolderMarkedToStayKeepsAllBelowIt) {
 }
 
 TEST_F(Uninstall, BranchMarkedToStayIsNotTouched) {
-    const ProductBuilder alpha = product().file("VorlaneFX/Sub/a", "A").folder("VorlaneFX", kept);
+    const ProductBuilder alpha = product()
+                                     .file("VorlaneFX/Sub/a", "A")
+                                     .file("VorlaneFX/b", "B", {{"dontdelete", "0"}})
+                                     .folder("VorlaneFX", kept);
     install(alpha);
     EXPECT_EQ(uninstall(alpha), Lines());
-    EXPECT_EQ(read("target/a"), "A");
+    expectTree({"target/a: A", "status/b: B"});
+}
+
+TEST_F(Uninstall, EmptyFolderMarkedToStayStays) {
+    const ProductBuilder alpha = product().file("VorlaneFX/Sub/d/a", "A").folder("VorlaneFX/Sub/d", kept);
+    install(alpha);
+    fs::remove(at("target/d/a"));
+    EXPECT_EQ(uninstall(alpha), Lines());
+    expectTree({"target/d/", "status/"});
 }
 
 TEST_F(Uninstall, FileThatIsAFolderIsRemovedWholeAndWithoutAnError) {
@@ -316,6 +327,32 @@ TEST_F(Uninstall, SubItemTakesItsFolderAwayFromTheItemsOwnTargets) {
     expectTree({"target/", "status/Sub/a: not this one"});
 }
 
+TEST_F(Uninstall, SubItemNamedLikeAFileRemovesNothing) {
+    const ProductBuilder alpha = product().file("VorlaneFX/Sub", "S");
+    install(alpha);
+    write("target/stranger", "stays");
+    EXPECT_EQ(uninstall(alpha), Lines());
+    expectTree({"target/stranger: stays", "status/"});
+}
+
+TEST_F(Uninstall, WalkOfASubItemThatFailsIsAWarning) {
+    class FailingEngine : public InstallUtility {
+        bool removeFilesRecursively(const VLString& folder, const FileNode& node, const VLString& statusName,
+                                    const InstallItem& item) override {
+            return InstallUtility::removeFilesRecursively(folder, node, statusName, item) &&
+                   !(statusName == "VorlaneFX/Sub");
+        }
+    };
+    prepare(product().file("VorlaneFX/Sub/a", "A"));
+    FailingEngine failing;
+    EXPECT_EQ(logOf([&] {
+                  failing.prepare(at("product/files").c_str(), at("product/sku.xml").c_str(),
+                                  at("product/target_path.xml").c_str());
+                  EXPECT_TRUE(failing.removeProduct());
+              }),
+              (Lines{"Warning: Something goes wrong when deleting 'Sub' at 'VorlaneFX/Sub'"}));
+}
+
 // The record
 
 TEST_F(Uninstall, WithoutStatusFolderTheTreeIsWalkedButNothingGoes) {
@@ -351,6 +388,33 @@ TEST_F(Uninstall, RecordIsSavedEvenWhenRemovalsFail) {
     StatusFile record;
     record.parse(at("status/InstallationStatusFile.xml").c_str());
     EXPECT_FALSE(record.hasProduct(VLString("ALPHA")));
+}
+
+// The shared package
+
+namespace {
+
+/// A machine on which nothing is installed.
+class MachineWithoutLibrary : public RecordingMachine {
+public:
+    mode_t typeOf(const VLString& path) override {
+        return path.IndexOf("/Library/", 0) == 0 ? 0 : RecordingMachine::typeOf(path);
+    }
+};
+
+} // namespace
+
+TEST_F(Uninstall, WithoutStatusFolderTheSharedPackageIsDefinedInTheUsualFolder) {
+    MachineWithoutLibrary bare;
+    FileSystemAccess::setCurrent(&bare);
+    prepare(ProductBuilder("ALPHA"));
+    engine.statusFile.addProduct({"COMMON", "Shared", "1", ""});
+    EXPECT_EQ(
+        logOf([&] { EXPECT_FALSE(engine.removeSharedPackageIfLast(VLString())); }),
+        (Lines{"Error: Postflight failed: sku xml not found",
+               "Error: Error! Source dir '/Library/Application Support/Vorlane/SKU/COMMON.xml' is empty",
+               ""}));
+    FileSystemAccess::setCurrent(&machine);
 }
 
 // Tidying up above the targets
