@@ -19,6 +19,8 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -203,10 +205,11 @@ TEST_F(RegistryLocations, EmptySubkeyEndsTheSearch) {
 
 TEST_F(RegistryLocations, SubkeyValuesWithoutANameAndOfOtherTypesAreLeftOut) {
     write(user, subkey("sub", entry("", "no name") + entry("\xC3\xA9", "no ASCII name") + entry("empty", "") +
-                                  "<key>number</key><integer>1</integer>" + entry("name", "value")));
+                                  entry("accent", "\xC3\xA9") + "<key>number</key><integer>1</integer>" +
+                                  entry("name", "value")));
     RUN_OR_SKIP(run([] {
         EXPECT_EQ(GetRegistrySubkeyValues("Suite", "sub"),
-                  (std::map<VLString, VLString>{{"empty", ""}, {"name", "value"}}));
+                  (std::map<VLString, VLString>{{"accent", ""}, {"empty", ""}, {"name", "value"}}));
     }));
 }
 
@@ -316,6 +319,21 @@ TEST_F(RegistryLocations, TextThatDoesNotDecodeGivesAnEmptyBuffer) {
             EXPECT_EQ(value.size, 0U) << name;
         }
     }));
+}
+
+TEST_F(RegistryLocations, FileThatCannotBeGivenToTheOwnerOfItsFolderHasItsMode) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "every folder here belongs to the user who tests";
+    }
+    fs::permissions(root.path(), fs::perms(0755));
+    ASSERT_EQ(chmod((root.path() / temporary).c_str(), 01777), 0);
+    const VLString directory((root.path() / temporary).c_str());
+    RUN_OR_SKIP(
+        runAsOrdinaryUser([&] { EXPECT_TRUE(SetRegistryKeyAtPath("Suite", "name", "value", directory)); }));
+    struct stat status {};
+    ASSERT_EQ(stat((root.path() / temporary / fileName).c_str(), &status), 0);
+    EXPECT_NE(status.st_uid, 0U);
+    EXPECT_EQ(status.st_mode & 07777U, 01777U);
 }
 
 TEST_F(RegistryLocations, WriteThatEndsHalfwayGivesFalseAndLosesNothing) {
