@@ -340,6 +340,7 @@ BOTH_STRINGS_TEST(FindUpToAZeroCharacterInBoth) {
     EXPECT_EQ(text("xa\0c"sv).IndexOf(text("a\0"sv), 0), 1UL);
     EXPECT_EQ(text("xab"sv).IndexOf(text("a\0"sv), 0), maxLen);
     EXPECT_EQ(text("xa\0"sv).IndexOf(text("a\0b"sv), 0), maxLen);
+    EXPECT_EQ(text("abcd").IndexOf(text("d\0yz"sv), 3), maxLen);
     EXPECT_EQ(text("xa\0cd\0e"sv).IndexOf(text("d"), 0), 4UL);
     EXPECT_EQ(text("a\0ca\0"sv).IndexLastOf(text("a\0b"sv)), 0UL);
     EXPECT_EQ(text("a\0ca\0d"sv).IndexLastOf(text("a\0b"sv)), 3UL);
