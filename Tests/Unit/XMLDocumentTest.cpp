@@ -145,6 +145,13 @@ TEST(XMLDocument, NothingOfAMalformedTextIsKept) {
     EXPECT_TRUE(document.NoChildren());
 }
 
+// Keeping track of rows is what never ends in a TinyXML without its later mends.
+TEST(XMLDocument, NodesDoNotKnowTheirRows) {
+    TiXmlDocument document;
+    ASSERT_TRUE(parse("<a>\n\t<b/></a>", document));
+    EXPECT_EQ(document.RootElement()->FirstChild("b")->Row(), document.RootElement()->Row());
+}
+
 TEST(XMLDocument, FirstChildIsNullWhenTheFirstOfThatNameIsNoElement) {
     TiXmlDocument document;
     ASSERT_TRUE(parse("<r><!--b--><b/><c/></r>", document));
