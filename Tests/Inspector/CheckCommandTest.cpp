@@ -91,10 +91,25 @@ TEST_F(CheckCommand, AdviceLeadsToAProductWithoutMistakes) {
         {{Edit::Definition, "</installFiles>", ""}, "Write </installFiles> before it."},
         // Not the name that the targets have: the engine does not know it.
         {{Edit::Targets, "<item name=\"Edius\">", "<item name=\"EDIUS\">"},
-         "Write <item name=\"Edius\"> inside <item name=\"Hosts\">."},
+         "Write <item name=\"Edius\"> in place of \"EDIUS\"."},
         // Nor the one that the tree has, which would make two mistakes of one.
         {{Edit::Definition, "<directory fileName=\"Edius\">", "<directory fileName=\"Edis\">"},
+         "Write \"Edius\" in the tree, in place of \"Edis\"."},
+        // Names that are far from it, or right where they are, were not meant.
+        {{Edit::Targets, "<item name=\"Edius\">", "<item name=\"Nova\">"},
+         "Write <item name=\"Edius\"> inside <item name=\"Hosts\">."},
+        {{Edit::Targets, "<item name=\"Edius\">", "<item name=\"OpenFX\"/><item name=\"Edius\">"},
          "Remove the item, or list the host in the tree."},
+        {{Edit::Definition, "<directory fileName=\"Edius\">",
+          "<directory fileName=\"Edius32\"><directory fileName=\"Glow\"/></directory><directory "
+          "fileName=\"Edius\">"},
+         "Write <item name=\"Edius32\"> inside <item name=\"Hosts\">."},
+        {{Edit::Targets, "<path value=\"%REGKEY:Hosts/Edius::Folder%/Vorlane\">",
+          "<path value=\"%REGKEY:Hosts/Edius:Folder%/Vorlane\">"},
+         "Write \"%REGKEY:Hosts/Edius::Folder%\"."},
+        {{Edit::Targets, "<path value=\"%REGKEY:Hosts/Edius::Folder%/Vorlane\">",
+          "<path value=\"%REGKEY:Hosts/Edius:%/Vorlane\">"},
+         "Write %REGKEY:key::value name%."},
     };
     for (const auto& [slip, advice] : slips) {
         writeProduct({slip});

@@ -34,8 +34,7 @@ protected:
 
     std::filesystem::path source() const { return folder.path() / "files"; }
 
-    /// "rule line" for what is found in the definition, "rule path" for what is found in the source.
-    std::vector<std::string> check(const std::vector<Edit>& edits = {}) const {
+    std::vector<Finding> findings(const std::vector<Edit>& edits = {}) const {
         FileTree::write(folder.path() / "sku.xml", InspectedProduct::definition(edits));
         Product product;
         std::string error;
@@ -43,8 +42,13 @@ protected:
                                                 Location::Document::Definition, Kind::Product, error));
         product.source = source().string();
         product.interpret();
+        return checkProduct(product);
+    }
+
+    /// "rule line" for what is found in the definition, "rule path" for what is found in the source.
+    std::vector<std::string> check(const std::vector<Edit>& edits = {}) const {
         std::vector<std::string> found;
-        for (const Finding& finding : checkProduct(product)) {
+        for (const Finding& finding : findings(edits)) {
             const Location& where = finding.where;
             const auto path = std::filesystem::path(where.file).lexically_relative(source()).string();
             found.push_back(finding.rule + " " + (where.line > 0 ? std::to_string(where.line) : path));
@@ -102,6 +106,36 @@ TEST_F(SourceRules, ADirectoryWithoutChildrenCoversAllThatIsInIt) {
 TEST_F(SourceRules, AnotherCaseInTheSourceIsToldOnEveryDisk) {
     std::filesystem::rename(source() / "Content/Paper.txt", source() / "Content/paper.txt");
     EXPECT_THAT(check(), ElementsAre("missing-in-source 32", "not-listed Content/paper.txt"));
+}
+
+TEST_F(SourceRules, TheNameThatTheSourceHasInsteadIsAdvised) {
+    const auto adviceAfterMoving = [this](const char* from, const char* to) {
+        std::filesystem::rename(source() / from, source() / to);
+        const std::string advice = findings().front().advice;
+        restore();
+        return advice;
+    };
+    EXPECT_EQ(adviceAfterMoving("Content/Paper.txt", "Content/paper.txt"),
+              "Write \"paper.txt\", as the source spells it.");
+    EXPECT_EQ(adviceAfterMoving("Content/Paper.txt", "Content/Papr.txt"),
+              "Write \"Papr.txt\", which the source has, or put it there.");
+    EXPECT_EQ(adviceAfterMoving("Content", "Contents"),
+              "Write \"Contents\", which the source has, or put it there.");
+    const char* const neither = "Put it there, or take it out of the tree.";
+    EXPECT_EQ(adviceAfterMoving("Content/Paper.txt", "Content/Wood.png"), neither);
+    // A file is no directory's other name, and a name that the tree lists is nothing else's.
+    EXPECT_EQ(adviceAfterMoving("VorlaneFX/Looks", "VorlaneFX/Look"),
+              "Write \"Look\", which the source has, or put it there.");
+    std::filesystem::remove_all(source() / "VorlaneFX/Looks");
+    FileTree::write(source() / "VorlaneFX/Look", "");
+    EXPECT_EQ(findings().front().advice, neither);
+    restore();
+    std::filesystem::rename(source() / "Content/Paper.txt", source() / "Content/Papers.txt");
+    EXPECT_EQ(findings({{Edit::Definition, "<file fileName=\"Paper.txt\" arch=\"x86\"/>",
+                         "<file fileName=\"Paper.txt\"/><file fileName=\"Papers.txt\"/>"}})
+                  .front()
+                  .advice,
+              neither);
 }
 
 TEST_F(SourceRules, AMissingSharedFolderIsToldEvenWhenTheTreeDoesNotListIt) {

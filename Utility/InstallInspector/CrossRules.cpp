@@ -1,5 +1,6 @@
 // Mistakes that only the product definition and the target-paths file together show.
 #include "Utility/InstallInspector/NameRules.h"
+#include "Utility/InstallInspector/NearestName.h"
 #include "Utility/InstallInspector/Rules.h"
 
 #include <algorithm>
@@ -86,23 +87,51 @@ void forEachWalkedItem(const Product& product, Visitor visit) {
 
 // Hosts and Content
 
+/// The hosts of `names` that nothing knows, neither the engine nor `others`: each may be a slip for a known
+/// one, which is right however near another name is.
+std::vector<std::string> strangers(std::vector<std::string> names, const std::vector<std::string>& others) {
+    const std::set<std::string> known(others.begin(), others.end());
+    names.erase(std::remove_if(names.begin(), names.end(),
+                               [&](const std::string& name) {
+                                   return isKnownHost(toVLString(name)) || known.count(name) != 0;
+                               }),
+                names.end());
+    return names;
+}
+
+std::string adviseItemOf(const VLString& knownHost, const std::vector<std::string>& slips) {
+    const auto slip = nearestName(toString(knownHost), slips);
+    return "Write <item name=" + shown(knownHost) + "> " +
+           (slip.has_value() ? "in place of " + shown(toVLString(*slip)) : "inside <item name=\"Hosts\">") +
+           ".";
+}
+
+std::string adviseTreeOf(const VLString& knownHost, const std::vector<std::string>& slips) {
+    const auto slip = nearestName(toString(knownHost), slips);
+    return slip.has_value()
+               ? "Write " + shown(knownHost) + " in the tree, in place of " + shown(toVLString(*slip)) + "."
+               : "Remove the item, or list the host in the tree.";
+}
+
 void hostWithoutTarget(const Product& product, const Report& report) {
     const TreeNode* hosts = product.branch("Hosts");
     if (hosts == nullptr) {
         return;
     }
     const TargetItem* item = product.topItem("Hosts");
+    const std::vector<std::string> items =
+        item == nullptr ? std::vector<std::string>() : namesOf(item->items);
+    const std::vector<std::string> strangeItems = strangers(items, namesOf(hosts->children));
     for (const TreeNode* host : hosts->children) {
-        if (host->node->isDirectory && (item == nullptr || item->child(host->node->name) == nullptr)) {
+        const VLString& name = host->node->name;
+        if (host->node->isDirectory && (item == nullptr || item->child(name) == nullptr)) {
             report(atNode(product, *host),
-                   "the host " + shown(host->node->name) + " has no item inside Hosts of the targets",
+                   "the host " + shown(name) + " has no item inside Hosts of the targets",
                    "Nothing of the host is installed; the log has a warning.",
-                   isKnownHost(host->node->name) // and then right, whatever the targets say
-                       ? "Write <item name=" + shown(host->node->name) + "> inside <item name=\"Hosts\">."
-                       : adviseNearest(host->node->name,
-                                       item == nullptr ? std::vector<std::string>() : namesOf(item->items),
-                                       "Write <item name=\"...\"> with the host's name inside <item "
-                                       "name=\"Hosts\">."));
+                   isKnownHost(name) ? adviseItemOf(name, strangeItems)
+                                     : adviseNearest(name, items,
+                                                     "Write <item name=\"...\"> with the host's name inside "
+                                                     "<item name=\"Hosts\">."));
         }
     }
 }
@@ -113,14 +142,16 @@ void targetWithoutHost(const Product& product, const Report& report) {
     if (item == nullptr) {
         return;
     }
+    const std::vector<std::string> inTree =
+        hosts == nullptr ? std::vector<std::string>() : namesOf(hosts->children);
+    const std::vector<std::string> strangeHosts = strangers(inTree, namesOf(item->items));
     for (const TargetItem* host : item->items) {
         if (hosts == nullptr || hosts->child(host->name) == nullptr) {
-            // A known name is right, however near a name of the tree is.
-            const bool bRight = hosts == nullptr || isKnownHost(host->name);
             report(atItem(product, *host), "the tree has no host " + shown(host->name),
                    "The product installs nothing there.",
-                   adviseNearest(host->name, bRight ? std::vector<std::string>() : namesOf(hosts->children),
-                                 "Remove the item, or list the host in the tree."));
+                   isKnownHost(host->name)
+                       ? adviseTreeOf(host->name, strangeHosts)
+                       : adviseNearest(host->name, inTree, "Remove the item, or list the host in the tree."));
         }
     }
 }

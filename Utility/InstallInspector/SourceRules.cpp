@@ -1,4 +1,5 @@
 // Differences between the definition's tree and the source folder.
+#include "Utility/InstallInspector/NearestName.h"
 #include "Utility/InstallInspector/Rules.h"
 
 #include <filesystem>
@@ -61,10 +62,31 @@ bool isThere(const fs::path& path, bool bDirectory) {
     return fs::is_directory(path, error) || (!bDirectory && fs::is_regular_file(path, error));
 }
 
+/// The names of a folder that the tree does not list: what a missing one may be a slip for.
+std::vector<std::string> unlisted(const TreeNode& node, const std::set<std::string>& names) {
+    constexpr std::size_t mostComparisons = 10'000; // where so much differs nothing is a slip
+    std::vector<std::string> others;
+    for (const std::string& name : names) {
+        if (node.child(toVLString(name)) == nullptr) {
+            others.push_back(name);
+        }
+    }
+    return others.size() * node.children.size() > mostComparisons ? std::vector<std::string>() : others;
+}
+
+std::string adviseMissing(const TreeNode& node, const fs::path& folder,
+                          const std::vector<std::string>& others) {
+    const auto nearest = nearestName(toString(node.node->name), others);
+    return nearest.has_value() && isThere(folder / *nearest, node.node->isDirectory)
+               ? "Write " + shown(toVLString(*nearest)) + ", which the source has, or put it there."
+               : "Put it there, or take it out of the tree.";
+}
+
 void missingInSource(const Product& product, const Report& report) {
     forEachFolder(product, [&](const TreeNode& node, const fs::path& folder) {
         const std::set<std::string> names = namesIn(folder);
         const auto lower = byLowerCase(names);
+        const std::vector<std::string> others = unlisted(node, names);
         for (const TreeNode* child : node.children) {
             const std::string name = toString(child->node->name);
             const fs::path path = folder / name;
@@ -82,7 +104,7 @@ void missingInSource(const Product& product, const Report& report) {
                    "The install stops at the first such name, before it has copied anything.",
                    bWrongKind   ? "List it as what it is, or put the right thing there."
                    : bOtherCase ? "Write " + shown(toVLString(other->second)) + ", as the source spells it."
-                                : "Put it there, or take it out of the tree.");
+                                : adviseMissing(*child, folder, others));
         }
     });
 }

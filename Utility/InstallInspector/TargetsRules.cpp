@@ -263,13 +263,25 @@ void unknownPlaceholder(const Product& product, const Report& report) {
                        });
 }
 
+/// With the key and the value that a single colon parts, where that is what was meant.
+std::string adviseSeparator(const std::string& placeholder) {
+    static const std::string opening = "%REGKEY:";
+    const std::size_t colon = placeholder.find(':', opening.size());
+    const bool bParted = placeholder.compare(0, opening.size(), opening) == 0 && colon > opening.size() &&
+                         colon == placeholder.rfind(':') && colon + 2 < placeholder.size();
+    return bParted
+               ? "Write " +
+                     shown(toVLString(placeholder.substr(0, colon) + ":" + placeholder.substr(colon))) + "."
+               : "Write %REGKEY:key::value name%.";
+}
+
 void registryPlaceholder(const Product& product, const Report& report) {
     forEachPlaceholder(
         product, Placeholder::Kind::MalformedRegistry,
-        [&](const Location& where, const std::string& text, const Placeholder&) {
+        [&](const Location& where, const std::string& text, const Placeholder& placeholder) {
             report(where, "the registry placeholder " + text + " has no \"::\" between key and value",
                    "The engine cannot fill it in: it stays as it stands, with an error in the log.",
-                   "Write %REGKEY:key::value name%.");
+                   adviseSeparator(placeholder.text));
         });
     forEachPlaceholder(product, Placeholder::Kind::Registry,
                        [&](const Location& where, const std::string& text, const Placeholder& placeholder) {
