@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <filesystem>
 #include <map>
 #include <string>
 #include <vector>
@@ -539,6 +540,17 @@ TEST_F(PlanCommand, WarnsOfFilesThatCannotBeWritten) {
         << "told once";
 }
 
+TEST_F(PlanCommand, WarnsOfFilesThatCannotBeRemoved) {
+    const ProductBuilder alpha = product().file("VorlaneFX/a", "A").file("VorlaneFX/b", "B");
+    ExpectSuccess(Install(alpha));
+    root().remove(shared("a"));
+    std::filesystem::create_symlink("nowhere", root().outside(shared("a")));
+    const Json json = uninstallOf(alpha);
+    EXPECT_EQ(dangersOf(json), Lines{"remove-fails"});
+    EXPECT_EQ(messageOf(json, "remove-fails"),
+              shared("a") + " cannot be removed: it is neither a file nor a folder");
+}
+
 TEST_F(PlanCommand, WarnsOfFilesThatTheRecordDoesNotList) {
     root().write(shared("a"), "someone else's");
     const Json json = jsonOf(product().file("VorlaneFX/a", "A"));
@@ -558,6 +570,14 @@ TEST_F(PlanCommand, WarnsOfBareNamesInTheWorkingFolder) {
     EXPECT_EQ(dangersOf(json), Lines{"working-folder"});
     EXPECT_NE(plan(alpha, {"--uninstall"}).standardOutput.find("in the folder in which the run is started"),
               std::string::npos);
+}
+
+TEST_F(PlanCommand, WarnsOfFilesThatGoToTheWorkingFolder) {
+    const Json json =
+        jsonOf(product().file("VorlaneFX/x", "X").file("Content/note", "N").target("Content", "Notes"));
+    EXPECT_EQ(dangersOf(json), Lines{"working-folder"});
+    EXPECT_EQ(messageOf(json, "working-folder"),
+              "Notes/note is written relative to the folder in which the run is started");
 }
 
 TEST_F(PlanCommand, WarnsOfFoldersOfOthersThatAreRemovedAsAWhole) {
