@@ -1,5 +1,6 @@
 // Mistakes of either XML file as such.
 #include "Utility/InstallInspector/NearestName.h"
+#include "Utility/InstallInspector/Output.h"
 #include "Utility/InstallInspector/Rules.h"
 
 #include <algorithm>
@@ -113,14 +114,6 @@ std::vector<std::string> namesOf(const std::vector<Kind>& kinds) {
     return names;
 }
 
-std::string joined(const std::vector<std::string>& names) {
-    std::string text;
-    for (const std::string& name : names) {
-        text += (text.empty() ? "" : ", ") + name;
-    }
-    return text;
-}
-
 /// The elements inside which one of that name is read.
 std::vector<std::string> parentsOf(const std::string& name, Kind root) {
     std::vector<std::string> parents;
@@ -144,13 +137,13 @@ std::string adviceForElement(const LocatedDocument& document, const LocatedDocum
     if (!parents.empty()) {
         // Of names as near as "plugin" and "plugins" either may be meant.
         return (nearest.has_value() ? "Write " + tag(*nearest) + ", or move it" : std::string("Move it")) +
-               ": it is read inside " + joined(parents) + " only.";
+               ": it is read inside " + joined(parents, ", ") + " only.";
     }
     if (nearest.has_value()) {
         return "Write " + tag(*nearest) + ".";
     }
     return known.empty() ? "Remove it: nothing is read inside this element."
-                         : "Remove it; what is read here: " + joined(known) + ".";
+                         : "Remove it; what is read here: " + joined(known, ", ") + ".";
 }
 
 void unknownElement(const Product& product, const Report& report) {
@@ -184,7 +177,7 @@ std::string adviceForAttribute(const ElementFormat& format, const std::string& n
         }
     }
     return known.empty() ? "Remove it: no attribute is read here."
-                         : "Remove it; what is read here: " + joined(known) + ".";
+                         : "Remove it; what is read here: " + joined(known, ", ") + ".";
 }
 
 void unknownAttribute(const Product& product, const Report& report) {

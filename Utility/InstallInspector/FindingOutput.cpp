@@ -33,10 +33,6 @@ const char* nameOf(Severity severity) {
     return severity == Severity::Error ? "error" : "warning";
 }
 
-std::string counted(std::size_t count, const char* noun) {
-    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
-}
-
 std::string plain(const VLString& text) {
     const std::string quoted = shown(text);
     return quoted.substr(1, quoted.size() - 2);
@@ -47,8 +43,8 @@ std::string printed(const std::vector<Finding>& findings, const Painter& painter
     for (const Finding& finding : findings) {
         text += describe(finding, painter);
     }
-    return text + "\n" + counted(countOf(findings, Severity::Error), "error") + ", " +
-           counted(countOf(findings, Severity::Warning), "warning") + "\n";
+    return text + "\n" + counted(countOf(findings, Severity::Error), "error", "errors") + ", " +
+           counted(countOf(findings, Severity::Warning), "warning", "warnings") + "\n";
 }
 
 void addFindings(nlohmann::ordered_json& document, const std::vector<Finding>& findings) {

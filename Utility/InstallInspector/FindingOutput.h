@@ -8,9 +8,6 @@
 
 const char* nameOf(Severity severity);
 
-/// "1 error", "2 errors".
-std::string counted(std::size_t count, const char* noun);
-
 /// As `shown`, without the quotes.
 std::string plain(const VLString& text);
 

@@ -380,7 +380,7 @@ void countDiffers(Status& status, const StatusReport& report) {
         if (above == told.end() || above->second != excess) {
             report(status.record.at(node),
                    shown(node.path) + " has the count " + std::to_string(node.recorded->ref) + ", and " +
-                       counted(static_cast<std::size_t>(uses), "installed product") +
+                       counted(static_cast<std::size_t>(uses), "installed product", "installed products") +
                        (uses == 1 ? " lists it" : " list it"),
                    excess > 0 ? "The count never comes to 0: no uninstall removes it."
                               : "It comes to 0 too early: it is removed while a product needs it.",

@@ -1,5 +1,6 @@
 #include "Utility/InstallInspector/Output.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -38,6 +39,27 @@ std::string Painter::paint(Colour colour, const std::string& text) const {
 
 std::string printed(const nlohmann::ordered_json& document) {
     return document.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+}
+
+std::string counted(std::size_t count, const char* one, const char* more) {
+    return std::to_string(count) + " " + (count == 1 ? one : more);
+}
+
+std::string joined(const std::vector<std::string>& texts, const char* between) {
+    std::string text;
+    for (const std::string& part : texts) {
+        text += (text.empty() ? "" : between) + part;
+    }
+    return text;
+}
+
+std::size_t widthOf(const std::string& text) {
+    return static_cast<std::size_t>(std::count_if(
+        text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U; }));
+}
+
+std::string padded(const std::string& text, std::size_t width) {
+    return text + std::string(width - std::min(width, widthOf(text)), ' ');
 }
 
 bool writeOutput(const std::string& text) {

@@ -23,10 +23,6 @@ constexpr const char* uninstallerRule = "uninstaller";
 using Action = Plan::Action;
 using Verb = PlannedFileSystem::Verb;
 
-std::string counted(std::size_t count, const char* one, const char* more) {
-    return std::to_string(count) + " " + (count == 1 ? one : more);
-}
-
 /// The first few, and how many there are besides.
 std::string listed(const std::vector<std::string>& names) {
     constexpr std::size_t most = 3;

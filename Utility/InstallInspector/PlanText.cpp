@@ -35,26 +35,6 @@ Word wordOf(Action action) {
     return {"keep", Colour::Dim};
 }
 
-std::string padded(std::string text, std::size_t width) {
-    const std::size_t characters =
-        static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](const char c) {
-            return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U;
-        }));
-    return characters < width ? text.append(width - characters, ' ') : text;
-}
-
-std::string counted(std::size_t count, const char* one, const char* more) {
-    return std::to_string(count) + " " + (count == 1 ? one : more);
-}
-
-std::string joined(const std::vector<std::string>& texts, const char* between) {
-    std::string text;
-    for (const std::string& part : texts) {
-        text += (text.empty() ? "" : between) + part;
-    }
-    return text;
-}
-
 /// What decided, in words.
 std::string reasonOf(const Plan::Condition& condition) {
     const bool bAnd = condition.type == "And";

@@ -33,16 +33,6 @@ Condition conditionOf(const Status& status, const Node& node) {
     return found == status.conditions.end() ? Condition::Unknown : found->second;
 }
 
-/// How many characters a terminal shows, for text of UTF-8.
-std::size_t widthOf(const std::string& text) {
-    return static_cast<std::size_t>(std::count_if(
-        text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U; }));
-}
-
-std::string padded(const std::string& text, std::size_t width) {
-    return text + std::string(width - std::min(width, widthOf(text)), ' ');
-}
-
 // The tree
 
 struct Row {
