@@ -1,9 +1,8 @@
 // The floor that a run of the engine is measured against, and the clock for both.
 //
 //   CommandLoop run LIST                   runs the commands of LIST, in order, and does nothing else
-//   CommandLoop time FILE PROGRAM ARG...   runs the program, and writes the seconds that it took, and those
-//   of
-//                                          processor time that it and all its commands took, to FILE
+//   CommandLoop time FILE PROGRAM ARG...   runs the program, and writes to FILE the seconds that it took,
+//                                          and those of processor time that it and its commands took
 //
 // LIST is what CommandLog writes: for each command "s" (system) or "p" (popen, its output read to the end),
 // the command, and a zero byte.
