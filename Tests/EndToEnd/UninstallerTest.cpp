@@ -28,19 +28,18 @@ protected:
         options.environment["PATH"] = "/tools:/usr/bin:/bin";
         return options;
     }
-    /// The calls noted, with the launcher's private folder as "WORK".
+    /// The calls noted.
     Lines calls() {
         ProgramResult result;
         result.standardOutput = root().exists("/tools/calls") ? root().read("/tools/calls") : "";
-        Lines lines = logLines(result);
-        for (std::string& line : lines) {
-            for (std::size_t at = 0; (at = line.find("/tmp/InstallUtility.")) != std::string::npos;) {
-                line.replace(at, std::string("/tmp/InstallUtility.XXXXXX").size(), "WORK");
-            }
-        }
         root().remove("/tools");
-        return lines;
+        return logLines(result);
     }
+    /// How the launcher starts itself once it may.
+    static std::string launcherWithRights() {
+        return "env HOME=/Users/anna TMPDIR=/tmp UNINSTALLER_HAS_ASKED=1 " + launcher();
+    }
+    static std::string launcher() { return inside(product(), "MacOS/UninstallLauncher"); }
 
     const std::string emptyStatusFolder = std::string(statusFolder) + "/";
 };
@@ -149,15 +148,14 @@ TEST_F(Uninstaller, OnTheMacAsksForRightsThroughADialogAndKeepsTheUsersHome) {
     shim("id", "echo 501");
     shim("uname", "echo Darwin");
     // What the script that it is given on standard input tells the system to do.
-    shim("osascript", "cat >/dev/null; cd \"$2/empty\" && HOME=$3 ../InstallUtility -uninstall ../sku.xml "
-                      "../target_path.xml "
-                      "\"$4\" >../log 2>&1; echo $? >\"$2/status\"");
+    shim("osascript",
+         "cat >/dev/null; HOME=$3 TMPDIR=/tmp UNINSTALLER_HAS_ASKED=1 \"$2\" \"$4\" 2>&1; echo $?");
     const ProgramResult result = OpenUninstaller(product(), {"-v"}, shimmed());
     ExpectSuccess(result);
     ExpectLog(result, {"DEBUG: Delete '" + shared("shared") + "'", cannotRemove("shared"),
                        "DEBUG: Delete '" + shared("ALPHA") + "'", cannotRemove("ALPHA"),
                        std::string("rmdir: failed to remove '") + statusFolder + "': Directory not empty"});
-    EXPECT_EQ(calls(), (Lines{"id -u", "uname ", "osascript - WORK /Users/anna -v"}));
+    EXPECT_EQ(calls(), (Lines{"id -u", "uname ", "osascript - " + launcher() + " /Users/anna -v"}));
     ExpectTree({emptyStatusFolder});
 }
 
@@ -177,10 +175,13 @@ TEST_F(Uninstaller, OnTheMacPassesTheExitStatusOn) {
     Install(product());
     shim("id", "echo 501");
     shim("uname", "echo Darwin");
-    shim("osascript", "echo said >\"$2/log\"; echo 7 >\"$2/status\"");
-    const ProgramResult result = OpenUninstaller(product(), {}, shimmed());
-    EXPECT_EQ(result.exitStatus, 7);
-    EXPECT_EQ(result.standardOutput, "said\n");
+    for (const std::string log : {"said\n", "said\nmore: 7\n", ""}) {
+        root().write("/tools/log", log);
+        shim("osascript", "cat /tools/log; echo 7");
+        const ProgramResult result = OpenUninstaller(product(), {}, shimmed());
+        EXPECT_EQ(result.exitStatus, 7);
+        EXPECT_EQ(result.standardOutput, log);
+    }
 }
 
 TEST_F(Uninstaller, InATerminalAsksForRightsThroughSudoAndKeepsTheUsersHome) {
@@ -190,9 +191,7 @@ TEST_F(Uninstaller, InATerminalAsksForRightsThroughSudoAndKeepsTheUsersHome) {
     const ProgramResult result =
         root().runInTerminal({inside(product(), "MacOS/UninstallLauncher")}, {}, shimmed());
     ExpectSuccess(result);
-    EXPECT_EQ(calls(),
-              (Lines{"id -u", "sudo env HOME=/Users/anna WORK/InstallUtility -uninstall WORK/sku.xml "
-                              "WORK/target_path.xml"}));
+    EXPECT_EQ(calls(), (Lines{"id -u", "sudo " + launcherWithRights()}));
     ExpectTree({emptyStatusFolder});
 }
 
@@ -203,9 +202,25 @@ TEST_F(Uninstaller, OnADesktopAsksForRightsInADialogAndKeepsTheUsersHome) {
     Options options = shimmed();
     options.environment["DISPLAY"] = ":none";
     ExpectSuccess(OpenUninstaller(product(), {}, options));
+    EXPECT_EQ(calls(), (Lines{"id -u", "pkexec " + launcherWithRights()}));
+}
+
+TEST_F(Uninstaller, NothingThatTheUserCouldExchangeRunsWithRights) {
+    Install(product());
+    shim("id", "echo 501");
+    shim("pkexec", "ls -A /tmp /Users/anna >>/tools/calls; exec \"$@\" -v");
+    Options options = shimmed();
+    options.environment["DISPLAY"] = ":none";
+    options.environment["TMPDIR"] = "/Users/anna"; // as on macOS: a folder of the user's
+    root().write(inside(product(), "MacOS/InstallUtility"), "#!/bin/sh\necho \"$0 $TMPDIR $*\"\n", 0755);
+    const ProgramResult result = OpenUninstaller(product(), {}, options);
     EXPECT_EQ(calls(),
-              (Lines{"id -u", "pkexec env HOME=/Users/anna WORK/InstallUtility -uninstall WORK/sku.xml "
-                              "WORK/target_path.xml"}));
+              (Lines{"id -u", "pkexec " + launcherWithRights(), "/Users/anna:", "Library", "", "/tmp:"}));
+    EXPECT_EQ(result.standardOutput.rfind("/tmp/InstallUtility.", 0), 0U) << result.standardOutput;
+    EXPECT_NE(result.standardOutput.find("/InstallUtility /tmp -uninstall /tmp/InstallUtility."),
+              std::string::npos)
+        << result.standardOutput;
+    EXPECT_EQ(root().tree("/tmp"), Lines());
 }
 
 TEST_F(Uninstaller, WithNobodyToAskTriesWithTheRightsThatThereAre) {
