@@ -29,12 +29,11 @@ std::string prefixOf(SimpleLog::LogType type, const char* file, const char* func
 std::string formattedWithoutArguments(std::string_view line) {
     std::string result;
     result.reserve(line.size());
-    for (std::size_t i = 0; i < line.size(); ++i) {
-        result += line[i];
-        if (line.substr(i, 2) == "%%") {
-            ++i;
-        }
+    for (std::size_t found = 0; (found = line.find("%%")) != std::string_view::npos;) {
+        result += line.substr(0, found + 1);
+        line.remove_prefix(found + 2);
     }
+    result += line;
     return result;
 }
 
@@ -69,7 +68,9 @@ void SimpleLog::printLog(LogType type, const char* file, const char* function, l
     if (type == Debug && !bEnableDebugLogs) {
         return;
     }
-    std::array<char, longestMessage + 1> message{};
+    // Filling it with zeros would take longer than all the rest.
+    std::array<char, longestMessage + 1> message; // NOLINT(cppcoreguidelines-pro-type-member-init)
+    message.front() = '\0';
     va_list arguments;
     va_start(arguments, format);
     (void)std::vsnprintf(message.data(), message.size(), format, arguments);
