@@ -1,26 +1,17 @@
-// The floor that a run of the engine is measured against, and the clock for both.
+// The floor that a run of the engine is measured against.
 //
-//   CommandLoop run LIST                   runs the commands of LIST, in order, and does nothing else
-//   CommandLoop time FILE PROGRAM ARG...   runs the program, and writes to FILE the seconds that it took,
-//                                          and those of processor time that it and its commands took
+//   CommandLoop LIST    runs the commands of LIST, in order, and does nothing else
 //
 // LIST is what CommandLog writes: for each command "s" (system) or "p" (popen, its output read to the end),
 // the command, and a zero byte.
 
 #include <array>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
-#include <spawn.h>
 #include <string>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <vector>
-
-extern char** environ; // NOLINT(readability-redundant-declaration): macOS declares it nowhere
 
 namespace {
 
@@ -57,37 +48,12 @@ int runList(const char* path) {
     return list.empty() ? 1 : 0;
 }
 
-double secondsOf(const timeval& time) {
-    constexpr double microsecond = 1e-6;
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) * microsecond;
-}
-
-int timeProgram(const char* file, char** program) {
-    using Clock = std::chrono::steady_clock;
-    const Clock::time_point start = Clock::now();
-    pid_t child = 0;
-    int status = 0;
-    rusage usage = {};
-    if (posix_spawn(&child, *program, nullptr, nullptr, program, environ) != 0 ||
-        wait4(child, &status, 0, &usage) != child) {
-        return 1;
-    }
-    const std::chrono::duration<double> seconds = Clock::now() - start;
-    std::ofstream output(file);
-    output << seconds.count() << ' ' << secondsOf(usage.ru_utime) + secondsOf(usage.ru_stime) << '\n';
-    return output.flush() && WIFEXITED(status) ? WEXITSTATUS(status) : 1;
-}
-
 } // namespace
 
 int main(int argc, char* argv[]) {
-    const std::string mode = argc > 1 ? argv[1] : "";
-    if (mode == "run" && argc == 3) {
-        return runList(argv[2]);
+    if (argc != 2) {
+        std::cerr << "CommandLoop LIST\n";
+        return 2;
     }
-    if (mode == "time" && argc > 3) {
-        return timeProgram(argv[2], argv + 3);
-    }
-    std::cerr << "CommandLoop run LIST | time FILE PROGRAM ARG...\n";
-    return 2;
+    return runList(argv[1]);
 }
