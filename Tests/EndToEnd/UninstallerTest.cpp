@@ -28,6 +28,12 @@ protected:
         options.environment["PATH"] = "/tools:/usr/bin:/bin";
         return options;
     }
+    /// As `shimmed`, with a screen that a dialog could be shown on.
+    static Options onADesktop() {
+        Options options = shimmed();
+        options.environment["DISPLAY"] = ":none";
+        return options;
+    }
     /// The calls noted.
     Lines calls() {
         ProgramResult result;
@@ -188,8 +194,7 @@ TEST_F(Uninstaller, InATerminalAsksForRightsThroughSudoAndKeepsTheUsersHome) {
     Install(product());
     shim("id", "echo 501");
     shim("sudo", "exec \"$@\"");
-    const ProgramResult result =
-        root().runInTerminal({inside(product(), "MacOS/UninstallLauncher")}, {}, shimmed());
+    const ProgramResult result = root().runInTerminal({launcher()}, {}, shimmed());
     ExpectSuccess(result);
     EXPECT_EQ(calls(), (Lines{"id -u", "sudo " + launcherWithRights()}));
     ExpectTree({emptyStatusFolder});
@@ -199,9 +204,7 @@ TEST_F(Uninstaller, OnADesktopAsksForRightsInADialogAndKeepsTheUsersHome) {
     Install(product());
     shim("id", "echo 501");
     shim("pkexec", "exec \"$@\"");
-    Options options = shimmed();
-    options.environment["DISPLAY"] = ":none";
-    ExpectSuccess(OpenUninstaller(product(), {}, options));
+    ExpectSuccess(OpenUninstaller(product(), {}, onADesktop()));
     EXPECT_EQ(calls(), (Lines{"id -u", "pkexec " + launcherWithRights()}));
 }
 
@@ -209,8 +212,7 @@ TEST_F(Uninstaller, NothingThatTheUserCouldExchangeRunsWithRights) {
     Install(product());
     shim("id", "echo 501");
     shim("pkexec", "ls -A /tmp /Users/anna >>/tools/calls; exec \"$@\" -v");
-    Options options = shimmed();
-    options.environment["DISPLAY"] = ":none";
+    Options options = onADesktop();
     options.environment["TMPDIR"] = "/Users/anna"; // as on macOS: a folder of the user's
     root().write(inside(product(), "MacOS/InstallUtility"), "#!/bin/sh\necho \"$0 $TMPDIR $*\"\n", 0755);
     const ProgramResult result = OpenUninstaller(product(), {}, options);
