@@ -163,7 +163,6 @@ bool FileLibrary::writeFile(const VLString& content, const VLString& path, bool 
 }
 
 VLString FileLibrary::readFile(const VLString& path) {
-    std::size_t size = 0;
-    const std::unique_ptr<char[]> content = FileSystemAccess::current().readFile(path, size);
-    return content == nullptr ? VLString() : VLString(content.get(), size);
+    const FileContent content = FileSystemAccess::current().readFile(path);
+    return VLString(content.bytes.get(), content.size);
 }

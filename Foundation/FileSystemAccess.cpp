@@ -1,6 +1,7 @@
 #include "Foundation/FileSystemAccess.h"
 
 #include "Foundation/PathLibrary.h"
+#include "Platform/AtomicFile.h"
 #include "Platform/PlatformServices.h"
 
 #include <array>
@@ -8,9 +9,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
-#include <new>
-#include <string_view>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 #include <utility>
 
@@ -33,21 +34,6 @@ VLString searchPath() {
     std::array<char, 512> standard{};
     confstr(_CS_PATH, standard.data(), standard.size());
     return VLString(standard.data());
-}
-
-bool readAll(int file, char* to, std::size_t size) {
-    while (size > 0) {
-        const ssize_t count = read(file, to, size);
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
-        if (count <= 0) {
-            return false;
-        }
-        to += count;
-        size -= static_cast<std::size_t>(count);
-    }
-    return true;
 }
 
 } // namespace
@@ -95,25 +81,64 @@ bool FileSystemAccess::hasProgram(const VLString& name) {
     return false;
 }
 
-std::unique_ptr<char[]> FileSystemAccess::readFile(const VLString& path, std::size_t& size) {
-    // Not to wait for someone to write into a named pipe.
-    const int file = open(path.ConstData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (file < 0) {
-        return nullptr;
+FileContent FileSystemAccess::readFile(const VLString& path) {
+    return WholeFile::Read(path.ConstData());
+}
+
+FileSystemAccess::Saved FileSystemAccess::saveFile(const VLString& path,
+                                                   const std::function<void(FILE*)>& print,
+                                                   const FileState* expected, int& error) {
+    AtomicFile file(path.ConstData());
+    bool bWhole = file.Open();
+    if (bWhole) {
+        print(file.Stream());
+        bWhole = file.Sync();
     }
-    std::unique_ptr<char[]> text;
-    struct stat status = {};
-    if (fstat(file, &status) == 0 && status.st_size > 0) {
-        size = static_cast<std::size_t>(status.st_size);
-        text.reset(new (std::nothrow) char[size + 1]);
-        if (text != nullptr && readAll(file, text.get(), size)) {
-            text[size] = '\0';
-        } else {
-            text.reset();
-        }
+    if (bWhole && expected != nullptr && WholeFile::StateOf(path.ConstData()) != *expected) {
+        return Saved::ChangedMeanwhile;
     }
-    close(file);
-    return text;
+    if (bWhole && file.Commit()) {
+        return Saved::Yes;
+    }
+    error = file.Error();
+    return Saved::No;
+}
+
+bool FileSystemAccess::createFile(const VLString& path, const char* bytes, std::size_t size, int& error) {
+    return WholeFile::Create(path.ConstData(), bytes, size, error);
+}
+
+FileSystemAccess::Lock FileSystemAccess::tryToLock() {
+    if (lockedFolder >= 0) {
+        return Lock::Held;
+    }
+    const int folder = open("/", O_RDONLY | O_CLOEXEC);
+    if (folder < 0) {
+        return Lock::CannotBeHad;
+    }
+    int result = flock(folder, LOCK_EX | LOCK_NB);
+    while (result != 0 && errno == EINTR) {
+        result = flock(folder, LOCK_EX | LOCK_NB);
+    }
+    if (result == 0) {
+        lockedFolder = folder;
+        return Lock::Held;
+    }
+    const bool bOfAnother = errno == EWOULDBLOCK;
+    close(folder);
+    return bOfAnother ? Lock::HeldByAnother : Lock::CannotBeHad;
+}
+
+void FileSystemAccess::unlock() {
+    if (lockedFolder >= 0) {
+        close(std::exchange(lockedFolder, -1)); // gives the lock back, too
+    }
+}
+
+std::chrono::milliseconds FileSystemAccess::pause(std::chrono::milliseconds duration) {
+    const auto before = std::chrono::steady_clock::now();
+    std::this_thread::sleep_for(duration);
+    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - before);
 }
 
 VLString FileSystemAccess::mainBundlePath() {

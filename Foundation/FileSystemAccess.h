@@ -1,9 +1,12 @@
 #pragma once
 
 #include "Foundation/VLString.h"
+#include "Platform/WholeFile.h"
 
+#include <chrono>
 #include <cstddef>
-#include <memory>
+#include <cstdio>
+#include <functional>
 #include <sys/types.h>
 
 /// All that the system asks of the machine to run a command, to learn what a path is or what a file holds,
@@ -11,8 +14,7 @@
 /// be done, rather than do it, derives from it, overrides what it answers otherwise, and puts its object in
 /// place with setCurrent.
 ///
-/// Not asked here: preference files are read, and FileLibrary::writeFile writes, directly. The record is
-/// saved by InstallUtility::saveStatusFile.
+/// Not asked here: preference files are read, and FileLibrary::writeFile writes, directly.
 class FileSystemAccess {
 public:
     virtual ~FileSystemAccess() = default;
@@ -31,9 +33,25 @@ public:
     /// Whether the shell would find an executable file of this name, which holds no slash, in its search
     /// path.
     virtual bool hasProgram(const VLString& name);
-    /// All bytes of the file, `size` of them, and a zero byte behind them; null when there are none to be
-    /// had.
-    virtual std::unique_ptr<char[]> readFile(const VLString& path, std::size_t& size);
+    /// See WholeFile::Read.
+    virtual FileContent readFile(const VLString& path);
+    enum class Saved { Yes, No, ChangedMeanwhile };
+    /// Replaces the file at `path` as a whole by what `print` prints, see AtomicFile. ChangedMeanwhile, and nothing
+    /// done: right before the new file would take its place, the state of the old one is no more `*expected`; null
+    /// expects nothing. No: `error` says why, an errno value.
+    virtual Saved saveFile(const VLString& path, const std::function<void(FILE*)>& print,
+                           const FileState* expected, int& error);
+    /// See WholeFile::Create.
+    virtual bool createFile(const VLString& path, const char* bytes, std::size_t size, int& error);
+
+    enum class Lock { Held, HeldByAnother, CannotBeHad };
+    /// Tries to take the lock that a run holds while it changes this machine, and does not wait. It is an advisory
+    /// lock (flock) on the folder "/", which is always there, may be opened by everyone and is never replaced. The
+    /// system takes it away from a process that dies; commands that the process runs do not hold it.
+    virtual Lock tryToLock();
+    virtual void unlock();
+    /// Waits for that long; how long it was by the monotonic clock.
+    virtual std::chrono::milliseconds pause(std::chrono::milliseconds duration);
 
     // See PlatformServices.
 
@@ -49,4 +67,7 @@ public:
     /// Puts `access`, which stays the caller's, in use until the next call; null stands for the machine
     /// itself. Returns what it takes the place of.
     static FileSystemAccess* setCurrent(FileSystemAccess* access);
+
+private:
+    int lockedFolder = -1; ///< a descriptor, while the lock is held
 };

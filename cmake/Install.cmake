@@ -40,7 +40,7 @@ set(libraries VorlaneFoundation InstallEngine)
 foreach(part Foundation Utility/InstallUtility)
   install(DIRECTORY ${part}/ DESTINATION ${headers}/${part} COMPONENT Development FILES_MATCHING PATTERN "*.h")
 endforeach()
-install(FILES Platform/PlatformServices.h DESTINATION ${headers}/Platform COMPONENT Development)
+install(FILES Platform/PlatformServices.h Platform/WholeFile.h DESTINATION ${headers}/Platform COMPONENT Development)
 if(NOT APPLE)
   foreach(framework CoreFoundation CoreServices)
     install(FILES Platform/Linux/${framework}/${framework}.h DESTINATION ${headers}/Platform/Linux/${framework}

@@ -339,6 +339,8 @@ class RetryLoop : public EngineTest {
 protected:
     static constexpr const char* failedCopy =
         "Error: Failed to copy '$T/product/files/VorlaneFX/a' to '$T/target/a'";
+    static constexpr const char* failedSave =
+        "Error: The record '$T/target/InstallationStatusFile.xml' cannot be saved (Not a directory).";
 
     /// A product whose shared file cannot be copied, since its target folder is a file, and whose content
     /// can.
@@ -371,7 +373,7 @@ TEST_F(RetryLoop, GoesOnForAsLongAsTheUserRetries) {
 
 TEST_F(RetryLoop, CancelCopiesOnceMoreAndGoesOn) {
     answerAlerts("exit 1");
-    EXPECT_EQ(install(blockedProduct()), (Lines{failedCopy, failedCopy}));
+    EXPECT_EQ(install(blockedProduct()), (Lines{failedCopy, failedCopy, failedSave}));
     EXPECT_EQ(alerts().size(), 1U);
     EXPECT_EQ(read("content/c"), "C");
 }
@@ -384,7 +386,7 @@ TEST_F(RetryLoop, CopyAfterCancelMaySucceed) {
 
 TEST_F(RetryLoop, CancelAfterRetryCopiesOnceMore) {
     answerAlerts("test $(wc -l <helpers/alerts) -lt 2");
-    EXPECT_EQ(install(blockedProduct()), (Lines{failedCopy, failedCopy, failedCopy}));
+    EXPECT_EQ(install(blockedProduct()), (Lines{failedCopy, failedCopy, failedCopy, failedSave}));
     EXPECT_EQ(alerts().size(), 2U);
 }
 
@@ -408,11 +410,12 @@ TEST_F(RetryLoop, CopyAfterCancelIsTheLastAttemptForAllBelowIt) {
 
 TEST_F(RetryLoop, NobodyToAskIsCancel) {
     const Lines log = install(blockedProduct());
-    ASSERT_EQ(log.size(), 3U);
+    ASSERT_EQ(log.size(), 4U);
     EXPECT_EQ(log[0], failedCopy);
     EXPECT_EQ(
         log[1].rfind("Warning: Installation warning: Something is blocking installation of 'Alpha'.", 0), 0U);
     EXPECT_EQ(log[2], failedCopy);
+    EXPECT_EQ(log[3], failedSave);
 }
 
 TEST_F(RetryLoop, EachBranchIsAskedForUnderItsOwnName) {
@@ -536,7 +539,7 @@ TEST_F(RecordOfARun, SavingWritesTheFile) {
 )");
 }
 
-TEST_F(RecordOfARun, SavingIntoAMissingFolderIsPassedOver) {
+TEST_F(RecordOfARun, WithoutProductsAndFolderThereIsNothingToSave) {
     EXPECT_EQ(logOf([&] { engine.saveStatusFile(at("missing").c_str()); }), Lines());
     expectTree({"status/"});
 }

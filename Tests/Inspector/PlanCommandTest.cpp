@@ -484,11 +484,20 @@ TEST_F(PlanCommand, AChainWithoutItsDefinitionFails) {
 TEST_F(PlanCommand, WarnsOfTheUninstallOfAProductThatIsNotRecorded) {
     ExpectSuccess(Install(product("BETA", "Beta").file("VorlaneFX/shared", "S").file("VorlaneFX/beta", "B")));
     const Json json = uninstallOf(product().file("VorlaneFX/shared", "S"));
-    EXPECT_EQ(dangersOf(json), (Lines{"not-recorded", "leaves-record"}));
-    EXPECT_EQ(
-        messageOf(json, "not-recorded"),
-        "the record does not list the product ALPHA: its uninstall lowers the counts of 3 paths that other "
-        "products have counted: VorlaneFX, VorlaneFX/beta, VorlaneFX/shared");
+    EXPECT_EQ(dangersOf(json), Lines{"not-recorded"});
+    EXPECT_EQ(messageOf(json, "not-recorded"),
+              "the record does not list the product ALPHA: its uninstall lowers no count, and what it has "
+              "installed stays");
+}
+
+TEST_F(PlanCommand, WarnsOfPathsInUseThatLeaveTheRecordWithTheirFolder) {
+    root().write(shared("InstallationStatusFile.xml"),
+                 "<install><products><sku ID='ALPHA' name='Alpha' build='1'/><sku ID='BETA' name='Beta' "
+                 "build='1'/></products><installFiles><directory fileName='VorlaneFX' ref='1'>"
+                 "<file fileName='a' ref='1' build='1'/><file fileName='beta' ref='1' build='1'/></directory>"
+                 "</installFiles></install>");
+    const Json json = uninstallOf(product().file("VorlaneFX/a", "A"));
+    EXPECT_EQ(dangersOf(json), Lines{"leaves-record"});
     EXPECT_EQ(messageOf(json, "leaves-record"),
               "a folder above them comes to a count of zero, so that 1 path that is "
               "still in use will leave the record: VorlaneFX/beta");
@@ -508,12 +517,22 @@ TEST_F(PlanCommand, WarnsOfARecordThatIsRemovedThoughItCounts) {
               "no product is left in the record, so it is removed, though it still counts 1 path");
 }
 
-TEST_F(PlanCommand, WarnsOfARecordThatCannotBeRead) {
+TEST_F(PlanCommand, WarnsOfADamagedRecordAndForetellsThatItIsKept) {
     const ProductBuilder alpha = product().file("VorlaneFX/a", "A");
     root().write(shared("InstallationStatusFile.xml"), "<install><products>");
     const Json json = jsonOf(alpha);
     EXPECT_EQ(dangersOf(json), Lines{"record-unreadable"});
-    EXPECT_NE(messageOf(json, "record-unreadable").find("cannot be read"), std::string::npos);
+    EXPECT_NE(messageOf(json, "record-unreadable").find("keeps it under another name"), std::string::npos);
+    EXPECT_EQ(json["runs"][0]["record"]["saved"], true);
+}
+
+TEST_F(PlanCommand, WarnsOfARecordThatIsNoFileAndForetellsThatItStays) {
+    const ProductBuilder alpha = product().file("VorlaneFX/a", "A");
+    root().makeFolder(shared("InstallationStatusFile.xml"));
+    const Json json = jsonOf(alpha);
+    EXPECT_EQ(dangersOf(json), Lines{"record-unreadable"});
+    EXPECT_NE(messageOf(json, "record-unreadable").find("leaves it as it is"), std::string::npos);
+    EXPECT_EQ(json["runs"][0]["record"]["saved"], false);
 }
 
 TEST_F(PlanCommand, WarnsOfARecordThatCannotBeSaved) {

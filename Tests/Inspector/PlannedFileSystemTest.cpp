@@ -61,9 +61,9 @@ protected:
         const VLString there = toVLString(path.string());
         std::string kind =
             std::to_string(access.linkTypeOf(there)) + " " + std::to_string(access.typeOf(there));
-        std::size_t size = 0;
-        if (const auto content = access.readFile(there, size)) {
-            kind += " " + std::string(content.get(), size);
+        const FileContent content = access.readFile(there);
+        if (content.bytes != nullptr) {
+            kind += " " + std::string(content.bytes.get(), content.size);
         }
         return kind;
     }
@@ -391,26 +391,59 @@ TEST_F(PlannedFileSystemTest, DoesNotNoteWhatTheRunDoesNotAsk) {
 
 // The record, and the uninstaller
 
+namespace {
+
+/// The error of saving "text" at `path`; 0 for none.
+int saveAt(PlannedFileSystem& planned, const VLString& path) {
+    int error = 0;
+    const auto print = [](FILE* stream) { std::fputs("text", stream); };
+    const bool bSaved =
+        planned.saveFile(path, print, nullptr, error) == FileSystemAccess::Saved::Yes;
+    EXPECT_EQ(bSaved, error == 0);
+    return error;
+}
+
+std::string contentAt(PlannedFileSystem& planned, const VLString& path) {
+    const FileContent content = planned.readFile(path);
+    return content.bytes == nullptr ? "error " + std::to_string(content.error)
+                                    : std::string(content.bytes.get(), content.size);
+}
+
+const std::string missing = "error " + std::to_string(ENOENT);
+
+} // namespace
+
 TEST_F(PlannedFileSystemTest, HoldsASavedFile) {
     PlannedFileSystem planned;
     const VLString path = text(filledIn("$T/full/record"));
-    EXPECT_TRUE(planned.holdFile(path, "text"));
-    std::size_t size = 0;
-    EXPECT_STREQ(planned.readFile(path, size).get(), "text");
-    EXPECT_EQ(size, 4U);
+    EXPECT_EQ(saveAt(planned, path), 0);
+    EXPECT_EQ(contentAt(planned, path), "text");
+    EXPECT_EQ(planned.readFile(path).state.type, static_cast<mode_t>(S_IFREG));
     EXPECT_TRUE(planned.runCommand(text(filledIn("rm -f \"$T/full/record\""))));
-    EXPECT_EQ(planned.readFile(path, size), nullptr);
+    EXPECT_EQ(contentAt(planned, path), missing);
     EXPECT_FALSE(fs::exists(folder.path() / "full/record"));
 }
 
 TEST_F(PlannedFileSystemTest, HoldsNoFileWithoutItsFolder) {
     PlannedFileSystem planned;
-    EXPECT_FALSE(planned.holdFile(text(filledIn("$T/none/record")), "text"));
-    EXPECT_FALSE(planned.holdFile(text(filledIn("$T/full")), "text"));
-    EXPECT_TRUE(planned.holdFile(text(filledIn("$T/link-to-file")), "text"));
+    EXPECT_EQ(saveAt(planned, text(filledIn("$T/none/record"))), ENOENT);
+    EXPECT_EQ(saveAt(planned, text(filledIn("$T/full"))), EISDIR);
+    EXPECT_EQ(saveAt(planned, text(filledIn("$T/link-to-file"))), 0);
     EXPECT_EQ(planned.linkTypeOf(text(filledIn("$T/link-to-file"))), static_cast<mode_t>(S_IFLNK));
-    std::size_t size = 0;
-    EXPECT_STREQ(planned.readFile(text(filledIn("$T/file")), size).get(), "text");
+    EXPECT_EQ(contentAt(planned, text(filledIn("$T/file"))), "text");
+}
+
+TEST_F(PlannedFileSystemTest, HoldsAFileThatIsMadeUnlessTheNameIsTaken) {
+    PlannedFileSystem planned;
+    int error = 0;
+    EXPECT_TRUE(planned.createFile(text(filledIn("$T/full/kept")), "a\0b", 3, error));
+    EXPECT_EQ(contentAt(planned, text(filledIn("$T/full/kept"))), std::string("a\0b", 3));
+    for (const auto& [name, expected] : {std::pair{"$T/full/kept", EEXIST}, std::pair{"$T/link-to-file", EEXIST},
+                                         std::pair{"$T/none/kept", ENOENT}}) {
+        EXPECT_FALSE(planned.createFile(text(filledIn(name)), "x", 1, error));
+        EXPECT_EQ(error, expected) << name;
+    }
+    EXPECT_FALSE(fs::exists(folder.path() / "full/kept"));
 }
 
 TEST_F(PlannedFileSystemTest, PlacesAndRemovesItemsAsThePlatformDoes) {

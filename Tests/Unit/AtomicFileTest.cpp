@@ -1,9 +1,8 @@
-#include "Utility/InstallUtility/AtomicFile.h"
+#include "Platform/AtomicFile.h"
 
 #include "Tests/Support/FileTree.h"
 #include "Tests/Support/RunProgram.h"
 #include "Tests/Support/TemporaryDirectory.h"
-#include "Tests/Support/VLStringPrinter.h"
 
 #include <gtest/gtest.h>
 
@@ -30,14 +29,14 @@ bool print(AtomicFile& file, const std::string& text) {
     return std::fwrite(text.data(), 1, text.size(), file.Stream()) == text.size();
 }
 
-bool replace(const VLString& path, const std::string& text) {
+bool replace(const std::string& path, const std::string& text) {
     AtomicFile file(path);
     return file.Open() && print(file, text) && file.Sync() && file.Commit();
 }
 
-struct stat statusOf(const VLString& path) {
+struct stat statusOf(const std::string& path) {
     struct stat status = {};
-    EXPECT_EQ(lstat(path.ConstData(), &status), 0) << path.ConstData();
+    EXPECT_EQ(lstat(path.c_str(), &status), 0) << path;
     return status;
 }
 
@@ -49,7 +48,7 @@ protected:
     Lines tree() const { return FileTree::describe(folder.path()); }
 
     TemporaryDirectory folder;
-    const VLString path = folder / "f";
+    const std::string path = folder.path() / "f";
     const Lines untouched = {"f: old"};
     const Lines replaced = {"f: new"};
 };
@@ -117,13 +116,13 @@ TEST_F(AtomicFileTest, ReplacesAFile) {
 }
 
 TEST_F(AtomicFileTest, CreatesAFile) {
-    EXPECT_TRUE(replace(folder / "g", "new"));
+    EXPECT_TRUE(replace(folder.path() / "g", "new"));
     EXPECT_EQ(tree(), (Lines{"f: old", "g: new"}));
 }
 
 TEST_F(AtomicFileTest, MayBeEmpty) {
     EXPECT_TRUE(replace(path, ""));
-    EXPECT_EQ(fs::file_size(path.ConstData()), 0U);
+    EXPECT_EQ(fs::file_size(path), 0U);
 }
 
 TEST_F(AtomicFileTest, WorksInTheWorkingFolder) {
@@ -137,16 +136,16 @@ TEST_F(AtomicFileTest, WorksInTheWorkingFolder) {
 TEST_F(AtomicFileTest, TheOldFileStandsUntilTheCommit) {
     AtomicFile file(path);
     ASSERT_TRUE(file.Open());
-    EXPECT_EQ(FileTree::read(path.ConstData()), "old");
+    EXPECT_EQ(FileTree::read(path), "old");
     ASSERT_TRUE(print(file, "new"));
     ASSERT_TRUE(file.Sync());
-    EXPECT_EQ(FileTree::read(path.ConstData()), "old");
+    EXPECT_EQ(FileTree::read(path), "old");
     ASSERT_TRUE(file.Commit());
     EXPECT_EQ(tree(), replaced);
 }
 
 TEST_F(AtomicFileTest, ReadersOfTheOldFileKeepIt) {
-    std::FILE* reader = std::fopen(path.ConstData(), "r");
+    std::FILE* reader = std::fopen(path.c_str(), "r");
     ASSERT_NE(reader, nullptr);
     ASSERT_TRUE(replace(path, "new"));
     char text[4] = {};
@@ -157,7 +156,7 @@ TEST_F(AtomicFileTest, ReadersOfTheOldFileKeepIt) {
 
 TEST_F(AtomicFileTest, KeepsTheMode) {
     for (const mode_t mode : std::initializer_list<mode_t>{0600, 0640, 0664, 0755, 0777, 02755, 0200}) {
-        ASSERT_EQ(chmod(path.ConstData(), mode), 0);
+        ASSERT_EQ(chmod(path.c_str(), mode), 0);
         const mode_t oldMask = umask(027);
         EXPECT_TRUE(replace(path, "new"));
         umask(oldMask);
@@ -168,7 +167,7 @@ TEST_F(AtomicFileTest, KeepsTheMode) {
 TEST_F(AtomicFileTest, ANewFileGetsTheModeThatFopenGives) {
     for (const mode_t mask : std::initializer_list<mode_t>{022, 077, 0}) {
         const mode_t oldMask = umask(mask);
-        const VLString name = folder / ("new" + std::to_string(mask));
+        const std::string name = folder.path() / ("new" + std::to_string(mask));
         EXPECT_TRUE(replace(name, "new"));
         umask(oldMask);
         EXPECT_EQ(statusOf(name).st_mode & 07777, 0666U & ~mask);
@@ -176,18 +175,18 @@ TEST_F(AtomicFileTest, ANewFileGetsTheModeThatFopenGives) {
 }
 
 TEST_F(AtomicFileTest, TheNewFileHasTheOldModeFromTheStart) {
-    ASSERT_EQ(chmod(path.ConstData(), 0600), 0);
+    ASSERT_EQ(chmod(path.c_str(), 0600), 0);
     AtomicFile file(path);
     ASSERT_TRUE(file.Open());
-    EXPECT_EQ(statusOf(folder / "f.new").st_mode & 07777, 0600U);
+    EXPECT_EQ(statusOf(folder.path() / "f.new").st_mode & 07777, 0600U);
 }
 
 TEST_F(AtomicFileTest, KeepsTheOwner) {
     if (getuid() != 0) {
         GTEST_SKIP() << "only root can give a file away";
     }
-    ASSERT_EQ(chown(path.ConstData(), 1234, 5678), 0);
-    ASSERT_EQ(chmod(path.ConstData(), 06755), 0);
+    ASSERT_EQ(chown(path.c_str(), 1234, 5678), 0);
+    ASSERT_EQ(chmod(path.c_str(), 06755), 0);
     EXPECT_TRUE(replace(path, "new"));
     EXPECT_EQ(statusOf(path).st_uid, 1234U);
     EXPECT_EQ(statusOf(path).st_gid, 5678U);
@@ -200,7 +199,7 @@ TEST_F(AtomicFileTest, FollowsLinks) {
     fs::create_directory(folder.path() / "d");
     fs::create_symlink("../f", folder.path() / "d/relative");
     fs::create_symlink(folder.path() / "d/relative", folder.path() / "absolute");
-    EXPECT_TRUE(replace(folder / "absolute", "new"));
+    EXPECT_TRUE(replace(folder.path() / "absolute", "new"));
     EXPECT_EQ(tree(), (Lines{"absolute -> " + (folder.path() / "d/relative").string(), "d/relative -> ../f",
                              "f: new"}));
 }
@@ -208,13 +207,13 @@ TEST_F(AtomicFileTest, FollowsLinks) {
 TEST_F(AtomicFileTest, FollowsALinkedFolder) {
     fs::create_directory(folder.path() / "d");
     fs::create_symlink("d", folder.path() / "link");
-    EXPECT_TRUE(replace(folder / "link/g", "new"));
+    EXPECT_TRUE(replace(folder.path() / "link/g", "new"));
     EXPECT_EQ(tree(), (Lines{"d/g: new", "f: old", "link -> d"}));
 }
 
 TEST_F(AtomicFileTest, ALinkToNothingMakesItsTarget) {
     fs::create_symlink("g", folder.path() / "link");
-    EXPECT_TRUE(replace(folder / "link", "new"));
+    EXPECT_TRUE(replace(folder.path() / "link", "new"));
     EXPECT_EQ(tree(), (Lines{"f: old", "g: new", "link -> g"}));
 }
 
@@ -222,7 +221,7 @@ TEST_F(AtomicFileTest, ALoopOfLinksCannotBeOpened) {
     fs::create_symlink("b", folder.path() / "a");
     fs::create_symlink("a", folder.path() / "b");
     const Lines before = tree();
-    EXPECT_FALSE(AtomicFile(folder / "a").Open());
+    EXPECT_FALSE(AtomicFile(folder.path() / "a").Open());
     EXPECT_EQ(tree(), before);
 }
 
@@ -254,9 +253,9 @@ TEST_F(AtomicFileTest, DeathAtAnyStepLeavesTheOldFileAndTheNextSaveTidiesUp) {
             }
             die();
         });
-        EXPECT_EQ(FileTree::read(path.ConstData()), "old") << count;
+        EXPECT_EQ(FileTree::read(path), "old") << count;
     }
-    EXPECT_TRUE(fs::exists((folder / "f.new").ConstData())) << "the test is of no use";
+    EXPECT_TRUE(fs::exists(folder.path() / "f.new")) << "the test is of no use";
     EXPECT_TRUE(replace(path, "new"));
     EXPECT_EQ(tree(), replaced);
 }
@@ -290,7 +289,7 @@ TEST_F(AtomicFileTest, OfTwoSavesAtOnceOneSucceeds) {
     ASSERT_TRUE(print(first, "first") && first.Sync());
     ASSERT_TRUE(print(second, "sec"));
     EXPECT_FALSE(first.Commit()) << "would put half of the second file in place";
-    EXPECT_EQ(FileTree::read(path.ConstData()), "old");
+    EXPECT_EQ(FileTree::read(path), "old");
     ASSERT_TRUE(print(second, "ond") && second.Sync());
     EXPECT_TRUE(second.Commit());
     EXPECT_EQ(tree(), Lines{"f: second"});
@@ -311,21 +310,21 @@ TEST_F(AtomicFileTest, AFailedSaveLeavesTheFileOfAnotherAlone) {
 // Failures, one step each
 
 TEST_F(AtomicFileTest, OpenFailsWithoutAFolder) {
-    EXPECT_FALSE(AtomicFile(folder / "missing/f").Open());
-    EXPECT_FALSE(AtomicFile(folder / "f/below a file").Open());
+    EXPECT_FALSE(AtomicFile(folder.path() / "missing/f").Open());
+    EXPECT_FALSE(AtomicFile(folder.path() / "f/below a file").Open());
     EXPECT_FALSE(replace("", "new"));
     EXPECT_EQ(tree(), untouched);
 }
 
 TEST_F(AtomicFileTest, OpenFailsForAFolder) {
     fs::create_directory(folder.path() / "d");
-    EXPECT_FALSE(AtomicFile(folder / "d").Open());
+    EXPECT_FALSE(AtomicFile(folder.path() / "d").Open());
     EXPECT_EQ(tree(), (Lines{"d/", "f: old"}));
 }
 
 TEST_F(AtomicFileTest, OpenFailsForAFileThatMayNotBeWritten) {
-    chmod(folder.text().ConstData(), 0777);
-    chmod(path.ConstData(), 0444);
+    chmod(folder.path().c_str(), 0777);
+    chmod(path.c_str(), 0444);
     {
         const AsNobody nobodyElse;
         EXPECT_NE(geteuid(), 0U);
@@ -339,14 +338,14 @@ TEST_F(AtomicFileTest, OpenFailsForAProgramThatRuns) {
     const Lines before = tree();
     const pid_t child = fork();
     if (child == 0) {
-        execl((folder / "sleep").ConstData(), "sleep", "60", nullptr);
+        execl((folder.path() / "sleep").c_str(), "sleep", "60", nullptr);
         _exit(1);
     }
     // It runs once the copy's image is its own: until then this would succeed.
     bool opened = true;
     for (int i = 0; i < 500 && opened; ++i) {
         usleep(10'000);
-        opened = AtomicFile(folder / "sleep").Open();
+        opened = AtomicFile(folder.path() / "sleep").Open();
     }
     kill(child, SIGKILL);
     waitpid(child, nullptr, 0);
@@ -355,13 +354,13 @@ TEST_F(AtomicFileTest, OpenFailsForAProgramThatRuns) {
 }
 
 TEST_F(AtomicFileTest, OpenFailsWhereTheFolderTakesNoNewFile) {
-    chmod(folder.text().ConstData(), 0555);
-    chmod(path.ConstData(), 0666);
+    chmod(folder.path().c_str(), 0555);
+    chmod(path.c_str(), 0666);
     {
         const AsNobody nobodyElse;
         EXPECT_FALSE(AtomicFile(path).Open());
     }
-    chmod(folder.text().ConstData(), 0755);
+    chmod(folder.path().c_str(), 0755);
     EXPECT_EQ(tree(), Lines{"f 0666: old"});
 }
 
@@ -369,8 +368,8 @@ TEST_F(AtomicFileTest, OpenFailsWhereTheOwnerCannotBeKept) {
     if (getuid() != 0) {
         GTEST_SKIP() << "needs two users";
     }
-    chmod(folder.text().ConstData(), 0777);
-    chmod(path.ConstData(), 0666);
+    chmod(folder.path().c_str(), 0777);
+    chmod(path.c_str(), 0666);
     {
         const AsNobody nobodyElse;
         EXPECT_FALSE(AtomicFile(path).Open());
@@ -383,8 +382,8 @@ TEST_F(AtomicFileTest, OpenFailsWhereAnotherUsersFileHasTheNewName) {
         GTEST_SKIP() << "needs two users";
     }
     // In such a folder nobody can remove what is not his.
-    chmod(folder.text().ConstData(), 01777);
-    ASSERT_EQ(chown(path.ConstData(), nobody, nobody), 0);
+    chmod(folder.path().c_str(), 01777);
+    ASSERT_EQ(chown(path.c_str(), nobody, nobody), 0);
     FileTree::write(folder.path() / "f.new", "planted", 0666);
     {
         const AsNobody nobodyElse;
@@ -419,22 +418,22 @@ TEST_F(AtomicFileTest, SyncFailsForEarlierErrors) {
 }
 
 TEST_F(AtomicFileTest, SyncFailsOnAFullDisk) {
-    const VLString mountPoint = folder / "disk";
-    fs::create_directory(mountPoint.ConstData());
+    const std::string mountPoint = folder.path() / "disk";
+    fs::create_directory(mountPoint);
     const ProgramResult mounted =
-        runProgram({"mount", "-t", "tmpfs", "-o", "size=64k", "none", mountPoint.ConstData()});
+        runProgram({"mount", "-t", "tmpfs", "-o", "size=64k", "none", mountPoint});
     if (mounted.exitStatus != 0) {
         GTEST_SKIP() << "cannot mount a small disk: " << mounted.standardError;
     }
-    EXPECT_TRUE(replace(folder / "disk/f", "old"));
+    EXPECT_TRUE(replace(folder.path() / "disk/f", "old"));
     {
-        AtomicFile file(folder / "disk/f");
+        AtomicFile file(folder.path() / "disk/f");
         EXPECT_TRUE(file.Open());
         print(file, std::string(100'000, 'x'));
         EXPECT_FALSE(file.Sync());
     }
-    EXPECT_EQ(FileTree::describe(mountPoint.ConstData()), untouched);
-    EXPECT_EQ(runProgram({"umount", mountPoint.ConstData()}).exitStatus, 0);
+    EXPECT_EQ(FileTree::describe(mountPoint), untouched);
+    EXPECT_EQ(runProgram({"umount", mountPoint}).exitStatus, 0);
 }
 
 TEST_F(AtomicFileTest, SyncFailsWhereTheDiskCannotBeReached) {
@@ -485,9 +484,9 @@ TEST_F(AtomicFileTest, CommitFailsWhenTheNameCannotBeTaken) {
 // What is no regular file. Never one of the machine's own devices: a fault here would replace it.
 
 TEST_F(AtomicFileTest, APipeIsWrittenDirectly) {
-    const VLString pipePath = folder / "pipe";
-    ASSERT_EQ(mkfifo(pipePath.ConstData(), 0600), 0);
-    const int reader = open(pipePath.ConstData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    const std::string pipePath = folder.path() / "pipe";
+    ASSERT_EQ(mkfifo(pipePath.c_str(), 0600), 0);
+    const int reader = open(pipePath.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     // cppcheck-suppress resourceLeak ; where this fails there is nothing to close
     ASSERT_GE(reader, 0);
     EXPECT_TRUE(replace(pipePath, "new"));
@@ -496,22 +495,22 @@ TEST_F(AtomicFileTest, APipeIsWrittenDirectly) {
     EXPECT_STREQ(text, "new");
     close(reader);
     EXPECT_TRUE(S_ISFIFO(statusOf(pipePath).st_mode));
-    EXPECT_FALSE(fs::exists((folder / "pipe.new").ConstData()));
+    EXPECT_FALSE(fs::exists(folder.path() / "pipe.new"));
 }
 
 TEST_F(AtomicFileTest, AFullDeviceFails) {
     struct stat full = {};
-    const VLString device = folder / "full";
+    const std::string device = folder.path() / "full";
     if (stat("/dev/full", &full) != 0 || !S_ISCHR(full.st_mode) ||
-        mknod(device.ConstData(), S_IFCHR | 0600, full.st_rdev) != 0) {
+        mknod(device.c_str(), S_IFCHR | 0600, full.st_rdev) != 0) {
         GTEST_SKIP() << "cannot make a device that is full";
     }
-    const int usable = open(device.ConstData(), O_WRONLY | O_CLOEXEC);
+    const int usable = open(device.c_str(), O_WRONLY | O_CLOEXEC);
     if (usable < 0) {
-        GTEST_SKIP() << "devices do not work in " << folder.text().ConstData();
+        GTEST_SKIP() << "devices do not work in " << folder.path().c_str();
     }
     close(usable);
     EXPECT_FALSE(replace(device, "new"));
     EXPECT_TRUE(S_ISCHR(statusOf(device).st_mode));
-    EXPECT_FALSE(fs::exists((folder / "full.new").ConstData()));
+    EXPECT_FALSE(fs::exists(folder.path() / "full.new"));
 }

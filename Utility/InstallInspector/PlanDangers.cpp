@@ -59,34 +59,21 @@ private:
                            [&](const auto& product) { return product.ID == id; });
     }
 
-    /// The paths that a product uses whose count the run lowers.
-    static std::vector<std::string> lowered(const Plan::Run& run) {
-        std::vector<std::string> paths;
-        for (const auto& [path, recorded] : run.before.paths) {
-            const auto after = run.after.paths.find(path);
-            if (recorded.count > 0 &&
-                (after == run.after.paths.end() || after->second.count < recorded.count)) {
-                paths.push_back(path);
-            }
-        }
-        return paths;
-    }
-
     void lookAtRecord(const Plan::Run& run) {
         if (run.recordPath.empty()) {
             return;
         }
-        if (run.bRecordUnreadable) {
+        if (run.bRecordDamaged) {
             add(recordUnreadableRule,
-                run.recordPath + " is there but cannot be read: the run takes it for an empty record, counts "
-                                 "from nothing and writes over it");
+                run.recordPath + " is there but cannot be read: the run keeps it under another name, takes it "
+                                 "for an empty record and counts from nothing");
         }
-        const std::vector<std::string> paths = lowered(run);
-        if (run.bUninstall && !lists(run.before, run.product.ID) && !paths.empty()) {
+        if (run.bRecordLeftAlone) {
+            add(recordUnreadableRule, run.recordPath + " is there but cannot be read: the run takes it for an "
+                                                       "empty record and leaves it as it is");
+        } else if (run.bUninstall && !lists(run.before, run.product.ID)) {
             add(notRecordedRule, "the record does not list the product " + toString(run.product.ID) +
-                                     ": its uninstall lowers the counts of " +
-                                     counted(paths.size(), "path", "paths") +
-                                     " that other products have counted: " + listed(paths));
+                                     ": its uninstall lowers no count, and what it has installed stays");
         }
         if (!run.lost.empty()) {
             add(leavesRecordRule, "a folder above them comes to a count of zero, so that " +
@@ -98,7 +85,7 @@ private:
                 "no product is left in the record, so it is removed, though it still counts " +
                     counted(run.after.paths.size(), "path", "paths"));
         }
-        if (!run.bUninstall && !run.bRecordSaved && !run.branches.empty()) {
+        if (!run.bUninstall && !run.bRecordSaved && !run.bRecordLeftAlone && !run.branches.empty()) {
             add(recordNotSavedRule, run.recordPath +
                                         " cannot be saved, since its folder is not there or it is "
                                         "no file: what the run does is not recorded");

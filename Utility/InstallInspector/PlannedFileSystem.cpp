@@ -3,6 +3,8 @@
 #include "Utility/InstallInspector/Finding.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <deque>
@@ -80,6 +82,23 @@ std::string linkText(const std::string& path) {
 
 std::string inside(const std::string& folder, const std::string& name) {
     return endsWithSlash(folder) ? folder + name : folder + "/" + name;
+}
+
+std::string printed(const std::function<void(FILE*)>& print) {
+    char* text = nullptr;
+    std::size_t size = 0;
+    FILE* stream = open_memstream(&text, &size);
+    if (stream == nullptr) {
+        throw CannotForesee("there is no memory for the record");
+    }
+    print(stream);
+    const bool bComplete = std::fclose(stream) == 0;
+    std::string result(text, size);
+    std::free(text);
+    if (!bComplete) {
+        throw CannotForesee("there is no memory for the record");
+    }
+    return result;
 }
 
 // Commands
@@ -275,22 +294,24 @@ mode_t PlannedFileSystem::linkTypeOf(const VLString& path) {
     return place.node == nullptr ? 0 : place.node->type;
 }
 
-std::unique_ptr<char[]> PlannedFileSystem::readFile(const VLString& path, std::size_t& size) {
+FileContent PlannedFileSystem::readFile(const VLString& path) {
     const Place place = find(toString(path), true);
-    if (place.node == nullptr || place.node->type == 0 || place.node->type == S_IFDIR) {
-        return nullptr;
+    FileContent content;
+    if (place.node == nullptr || place.node->type == 0) {
+        content.error = ENOENT;
+        return content;
     }
     if (!place.node->origin.empty()) {
-        return FileSystemAccess::readFile(toVLString(place.node->origin), size);
+        return FileSystemAccess::readFile(toVLString(place.node->origin));
     }
+    content.state.type = place.node->type;
     const std::string& text = place.node->text;
-    if (text.empty()) {
-        return nullptr;
+    if (place.node->type == S_IFREG && !text.empty()) {
+        content.size = text.size();
+        content.bytes = std::make_unique<char[]>(content.size + 1);
+        std::memcpy(content.bytes.get(), text.c_str(), content.size + 1);
     }
-    size = text.size();
-    std::unique_ptr<char[]> copy(new char[size + 1]);
-    std::memcpy(copy.get(), text.c_str(), size + 1);
-    return copy;
+    return content;
 }
 
 VLString PlannedFileSystem::mainBundlePath() {
@@ -306,14 +327,27 @@ std::size_t PlannedFileSystem::countOfEntries(const VLString& folder) {
     return place.node == nullptr || place.node->type != S_IFDIR ? 0 : namesIn(*place.node).size();
 }
 
-bool PlannedFileSystem::holdFile(const VLString& path, const std::string& text) {
+FileSystemAccess::Saved PlannedFileSystem::saveFile(const VLString& path,
+                                                    const std::function<void(FILE*)>& print,
+                                                    const FileState* /*expected*/, int& error) {
     const Place place = find(toString(path), true);
     if (place.node == nullptr || place.node->type == S_IFDIR) {
-        return false;
+        error = place.node == nullptr ? ENOENT : EISDIR;
+        return Saved::No;
     }
     if (place.node->type == 0 || place.node->type == S_IFREG) {
-        *place.node = Node{S_IFREG, "", text, {}};
+        *place.node = Node{S_IFREG, "", printed(print), {}};
     }
+    return Saved::Yes;
+}
+
+bool PlannedFileSystem::createFile(const VLString& path, const char* bytes, std::size_t size, int& error) {
+    const Place place = find(toString(path), false);
+    if (place.node == nullptr || place.node->type != 0) {
+        error = place.node == nullptr ? ENOENT : EEXIST;
+        return false;
+    }
+    *place.node = Node{S_IFREG, "", std::string(bytes, size), {}};
     return true;
 }
 

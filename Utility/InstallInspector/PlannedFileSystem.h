@@ -70,8 +70,6 @@ public:
         PlannedFileSystem& fileSystem;
     };
 
-    /// Saves a text as AtomicFile does. False when no file can be made there.
-    bool holdFile(const VLString& path, const std::string& text);
     /// How many entries the folder has; 0 when it is none.
     std::size_t countOfEntries(const VLString& folder);
 
@@ -79,7 +77,13 @@ public:
     bool captureCommand(const VLString& command, VLString& output) override;
     mode_t typeOf(const VLString& path) override;
     mode_t linkTypeOf(const VLString& path) override;
-    std::unique_ptr<char[]> readFile(const VLString& path, std::size_t& size) override;
+    FileContent readFile(const VLString& path) override;
+    Saved saveFile(const VLString& path, const std::function<void(FILE*)>& print, const FileState* expected,
+                   int& error) override;
+    bool createFile(const VLString& path, const char* bytes, std::size_t size, int& error) override;
+    /// No other run is waited for: nothing is changed.
+    Lock tryToLock() override { return Lock::Held; }
+    void unlock() override {}
     VLString mainBundlePath() override;
     bool removeItem(const VLString& path) override;
     bool createFolder(const VLString& path) override;

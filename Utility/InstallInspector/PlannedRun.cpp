@@ -99,11 +99,6 @@ Plan::Record recordAt(const VLString& path) {
     return record;
 }
 
-bool isRecord(const VLString& path) {
-    TiXmlDocument document;
-    return XMLDocument::Load(path, document) && document.FirstChild("install") != nullptr;
-}
-
 /// The paths in use below a folder that no product uses.
 void appendLost(const StatusFile::FileNodeRef& folder, const std::string& path, bool bLost,
                 std::vector<std::string>& lost) {
@@ -114,23 +109,6 @@ void appendLost(const StatusFile::FileNodeRef& folder, const std::string& path, 
         }
         appendLost(node, below + "/", bLost || node.ref < 1, lost);
     }
-}
-
-std::string textOf(const StatusFile& record) {
-    char* text = nullptr;
-    std::size_t size = 0;
-    FILE* stream = open_memstream(&text, &size);
-    if (stream == nullptr) {
-        throw CannotForesee("there is no memory for the record");
-    }
-    record.print(stream);
-    const bool bComplete = std::fclose(stream) == 0;
-    std::string result(text, size);
-    std::free(text);
-    if (!bComplete) {
-        throw CannotForesee("there is no memory for the record");
-    }
-    return result;
 }
 
 } // namespace
@@ -225,15 +203,16 @@ void PlannedRun::loadStatusFile(const VLString& directory, bool remove) {
     thisRun().recordPath = toString(path);
     thisRun().before = recordAt(path);
     thisRun().after = thisRun().before;
-    thisRun().bRecordUnreadable = fileSystem.linkTypeOf(path) != 0 && !isRecord(path);
     InstallUtility::loadStatusFile(directory, remove);
+    thisRun().bRecordLeftAlone = !recordFile.isOurs();
+    thisRun().bRecordDamaged = recordFile.isDamaged();
 }
 
 void PlannedRun::saveStatusFile(const VLString& directory) {
-    const VLString path = statusFilePath(directory);
     appendLost(statusFile.root, "", false, thisRun().lost);
-    thisRun().bRecordSaved = fileSystem.holdFile(path, textOf(statusFile));
-    thisRun().after = recordAt(path);
+    InstallUtility::saveStatusFile(directory);
+    thisRun().bRecordSaved = recordFile.isSaved();
+    thisRun().after = recordAt(statusFilePath(directory));
 }
 
 // Target folders

@@ -15,9 +15,11 @@ namespace {
 using Entry = LocatedDocument::Entry;
 
 constexpr const char* countsFromNothing =
-    "The engine takes it for an empty record: the next install counts every file from nothing and forgets "
-    "the "
-    "other products, and an uninstall leaves its files in place and removes this file.";
+    "The engine takes it for an empty record, and keeps it beside its own under another name: the next install "
+    "counts every file from nothing and forgets the other products, and an uninstall leaves its files in place.";
+constexpr const char* countsNothing =
+    "The engine takes it for an empty record and leaves it as it is: no install is recorded, and an uninstall "
+    "leaves its files in place.";
 constexpr const char* mendRecord = "Put back a copy of the record, or mend it there by hand.";
 
 bool isPath(const Entry& entry) {
@@ -59,7 +61,7 @@ void recordUnreadable(Status& status, const StatusReport& report) {
         return;
     }
     if (record.file.path().empty()) {
-        report(record.start(), "the record is no file", countsFromNothing,
+        report(record.start(), "the record is no file", countsNothing,
                "Move away what is there, and put back a copy of the record.");
     } else if (const auto& fault = record.file.fault()) {
         report(record.file.at(fault->where), "the record cannot be read: " + fault->text, countsFromNothing,

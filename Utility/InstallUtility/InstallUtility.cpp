@@ -170,9 +170,23 @@ void InstallUtility::forEachHostFamily(const HostFamilyHandler& handle) {
 }
 
 void InstallUtility::loadStatusFile(const VLString& directory, bool remove) {
-    statusFile.parse(statusFilePath(directory));
+    recordFile = RecordFile(statusFilePath(directory));
+    recordFile.load(statusFile);
+    if (remove && recordFile.isOurs() && !statusFile.hasProduct(skuDefinition.skuInfo)) {
+        SimpleLog::printLog(SimpleLog::Warning, __FILE__, __FUNCTION__, __LINE__,
+                            "The record does not list the product '%s'. No count is lowered.",
+                            skuDefinition.skuInfo.ID.ConstData());
+    }
+    bRemoves = remove;
+    enterProduct(remove);
+}
+
+void InstallUtility::enterProduct(bool remove) {
+    const bool bCounts = !remove || statusFile.hasProduct(skuDefinition.skuInfo);
     statusFile.startProcessProduct(skuDefinition.skuInfo, remove);
-    updateStatusFile(VLString(), skuDefinition.installFiles, remove);
+    if (bCounts) {
+        updateStatusFile(VLString(), skuDefinition.installFiles, remove);
+    }
     statusFile.endProcessProduct();
 }
 
@@ -192,7 +206,10 @@ void InstallUtility::updateStatusFile(const VLString& directory, const FileNode&
 }
 
 void InstallUtility::saveStatusFile(const VLString& directory) {
-    statusFile.write(statusFilePath(directory));
+    if (!recordFile.isAt(statusFilePath(directory))) {
+        recordFile = RecordFile(statusFilePath(directory));
+    }
+    recordFile.save(statusFile, [this] { enterProduct(bRemoves); });
 }
 
 VLString InstallUtility::statusFilePath(const VLString& directory) {

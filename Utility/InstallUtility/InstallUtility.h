@@ -2,6 +2,7 @@
 
 #include "Foundation/VLString.h"
 #include "Utility/InstallUtility/FileNode.h"
+#include "Utility/InstallUtility/RecordFile.h"
 #include "Utility/InstallUtility/SKUDefinition.h"
 #include "Utility/InstallUtility/StatusFile.h"
 
@@ -68,6 +69,8 @@ public:
     VLString skuXmlPath;         ///< set by an uninstall only
     VLString targetPathsXmlPath; ///< set by an uninstall only
     VLString currentFamily;      ///< what %FAMILY% in a target path stands for
+    RecordFile recordFile;       ///< where `statusFile` comes from
+    bool bRemoves = false;       ///< the product was taken off the record, not entered
 
     // The install run (InstallUtility.cpp)
 
@@ -100,9 +103,13 @@ public:
     // The status file of the run's product (InstallUtility.cpp)
 
     /// Reads the record in the folder `directory` and enters the product's tree, or takes it off with
-    /// `remove`.
+    /// `remove`. A product that the record does not list is not taken off, since what the record counts is then used
+    /// by others; one warning line says so.
     virtual void loadStatusFile(const VLString& directory, bool remove);
+    /// Enters the product's tree into the record in memory, or takes it off if the record lists the product.
+    void enterProduct(bool remove);
     void updateStatusFile(const VLString& directory, const FileNode& node, bool remove);
+    /// Saves the record in the folder `directory`, see RecordFile::save.
     virtual void saveStatusFile(const VLString& directory);
     static VLString statusFilePath(const VLString& directory);
 

@@ -1,7 +1,7 @@
 #include "Utility/InstallUtility/StatusFile.h"
 
+#include "Foundation/FileSystemAccess.h"
 #include "Foundation/VLVersion.h"
-#include "Utility/InstallUtility/AtomicFile.h"
 #include "Utility/InstallUtility/XMLDocument.h"
 
 #include <tinyxml.h>
@@ -231,9 +231,22 @@ bool StatusFile::parse(const VLString& path) {
     clear();
     TiXmlDocument document;
     XMLDocument::Load(path, document);
+    readDocument(document);
+    return true;
+}
+
+bool StatusFile::parseBytes(char* bytes) {
+    clear();
+    TiXmlDocument document;
+    XMLDocument::ParseBytes(bytes, document);
+    return readDocument(document);
+}
+
+/// False when the document is that of no record.
+bool StatusFile::readDocument(TiXmlDocument& document) {
     TiXmlNode* install = document.FirstChild("install");
     if (install == nullptr) {
-        return true;
+        return false;
     }
     readProducts(install->FirstChild("products"), products);
     if (TiXmlNode* installFiles = install->FirstChild("installFiles")) {
@@ -272,12 +285,9 @@ void StatusFile::readChildren(TiXmlNode& element, FileNodeRef& parent) {
 }
 
 bool StatusFile::write(const VLString& path) {
-    AtomicFile file(path);
-    if (!file.Open()) {
-        return false;
-    }
-    print(file.Stream());
-    return file.Sync() && file.Commit();
+    int error = 0;
+    return FileSystemAccess::current().saveFile(
+               path, [this](FILE* stream) { print(stream); }, nullptr, error) == FileSystemAccess::Saved::Yes;
 }
 
 void StatusFile::print(FILE* stream) const {

@@ -33,6 +33,9 @@ public:
     /// Replaces the record by that of the file at `path`, by an empty one if that cannot be read. Always
     /// true.
     bool parse(const VLString& path);
+    /// Replaces the record by that of a file's bytes, which end with a zero byte and are changed. False, and the
+    /// record is empty, when they are no record: malformed, or a document of another kind.
+    bool parseBytes(char* bytes);
     /// Saves the record, without the paths that no product uses. At every moment the file is the old one or
     /// the new one, whole; a link is followed, mode and owner of an existing file are kept, no other file
     /// stays behind (see AtomicFile). False when the file cannot be opened for writing or saving fails; it is
@@ -82,6 +85,7 @@ private:
         std::int32_t number = 0;
     };
 
+    bool readDocument(TiXmlDocument& document);
     void readFile(TiXmlElement& element, FileNodeRef& parent);
     void readChildren(TiXmlNode& element, FileNodeRef& parent);
     void recordNew(FileNodeRef& recorded, const VLString& name, const FileNode& node);

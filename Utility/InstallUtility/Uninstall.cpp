@@ -101,7 +101,7 @@ bool InstallUtility::removeProduct() {
 
     if (statusFolder.IsSet()) {
         saveStatusFile(statusFolder);
-        if (statusFile.getProductList().empty()) {
+        if (recordFile.isOurs() && statusFile.getProductList().empty()) {
             FileLibrary::RemoveFile(statusFilePath(statusFolder));
         }
     }

@@ -371,14 +371,17 @@ void normaliseLineEnds(char* text) {
 namespace XMLDocument {
 
 bool Load(const VLString& path, TiXmlDocument& document) {
-    std::size_t size = 0;
-    const std::unique_ptr<char[]> text = FileSystemAccess::current().readFile(path, size);
-    if (text == nullptr) {
+    const FileContent content = FileSystemAccess::current().readFile(path);
+    if (content.bytes == nullptr) {
         document.Clear();
         return false;
     }
-    normaliseLineEnds(text.get());
-    return parseText(text.get(), document);
+    return ParseBytes(content.bytes.get(), document);
+}
+
+bool ParseBytes(char* bytes, TiXmlDocument& document) {
+    normaliseLineEnds(bytes);
+    return parseText(bytes, document);
 }
 
 bool Parse(const VLString& text, TiXmlDocument& document) {

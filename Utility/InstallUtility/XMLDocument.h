@@ -25,6 +25,8 @@ constexpr unsigned long maxStepsPerByte = 16;
 /// Reads the file at `path` into `document`, which is emptied first. Line ends of other systems (CR LF, CR)
 /// are read as line feeds. False when the file cannot be read, is empty or is malformed.
 bool Load(const VLString& path, TiXmlDocument& document);
+/// The same for the bytes of a file that has been read already; they end with a zero byte, and are changed.
+bool ParseBytes(char* bytes, TiXmlDocument& document);
 
 /// Parses `text` as it stands into `document`, which is emptied first. False when it is empty or malformed.
 bool Parse(const VLString& text, TiXmlDocument& document);

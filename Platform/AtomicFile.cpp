@@ -1,11 +1,9 @@
-#include "Utility/InstallUtility/AtomicFile.h"
+#include "Platform/AtomicFile.h"
 
-#include "Foundation/PathLibrary.h"
-
-#include <climits>
-
+#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <climits>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -18,26 +16,31 @@ constexpr int maxLinks = 40;
 constexpr mode_t permissionBits = 07777;
 
 /// What the link at `path` says; empty when there is no link.
-VLString readLink(const VLString& path) {
+std::string readLink(const std::string& path) {
     std::array<char, PATH_MAX> text = {};
-    const ssize_t length = readlink(path.ConstData(), text.data(), text.size());
-    return length <= 0 ? VLString() : VLString(text.data(), static_cast<unsigned long>(length));
+    const ssize_t length = readlink(path.c_str(), text.data(), text.size());
+    return {text.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0))};
+}
+
+/// The folder that holds `path`, with a slash behind it; empty for a bare name.
+std::string folderOf(const std::string& path) {
+    return path.substr(0, path.rfind('/') + 1);
 }
 
 /// Where the links that begin at `path` end, whether or not something is there. Of a loop, any of its links.
-VLString followLinks(VLString path) {
+std::string followLinks(std::string path) {
     for (int links = 0; links < maxLinks; ++links) {
-        const VLString link = readLink(path);
-        if (link.IsEmpty()) {
+        const std::string link = readLink(path);
+        if (link.empty()) {
             break;
         }
-        path = link[0] == '/' ? link : PathLibrary::GetDirectoryWithoutFile(path) + link;
+        path = link.front() == '/' ? link : folderOf(path) + link;
     }
     return path;
 }
 
-FILE* openStream(const VLString& path, int flags, mode_t mode) {
-    const int file = open(path.ConstData(), O_WRONLY | O_CLOEXEC | flags, mode);
+FILE* openStream(const std::string& path, int flags, mode_t mode) {
+    const int file = open(path.c_str(), O_WRONLY | O_CLOEXEC | flags, mode);
     FILE* stream = file < 0 ? nullptr : fdopen(file, "w");
     if (file >= 0 && stream == nullptr) {
         close(file);
@@ -45,8 +48,8 @@ FILE* openStream(const VLString& path, int flags, mode_t mode) {
     return stream;
 }
 
-bool mayBeWritten(const VLString& path) {
-    const int file = open(path.ConstData(), O_WRONLY | O_CLOEXEC);
+bool mayBeWritten(const std::string& path) {
+    const int file = open(path.c_str(), O_WRONLY | O_CLOEXEC);
     return file >= 0 && close(file) == 0;
 }
 
@@ -62,20 +65,40 @@ bool syncToDisk(int file) {
 
 } // namespace
 
-AtomicFile::AtomicFile(const VLString& path) : target(followLinks(path)) {}
+AtomicFile::AtomicFile(const std::string& path) : target(followLinks(path)) {}
 
 AtomicFile::~AtomicFile() {
     if (stream != nullptr) {
         (void)std::fclose(stream);
     }
     if (isOurs()) {
-        unlink(newPath.ConstData());
+        unlink(newPath.c_str());
     }
 }
 
 bool AtomicFile::Open() {
+    return noted(begin());
+}
+
+bool AtomicFile::Sync() {
+    return noted(bringToDisk());
+}
+
+bool AtomicFile::Commit() {
+    return noted(putInPlace());
+}
+
+/// Remembers the reason of the first failure, which stands in errno.
+bool AtomicFile::noted(bool bSucceeded) {
+    if (!bSucceeded && error == 0) {
+        error = errno != 0 ? errno : EIO;
+    }
+    return bSucceeded;
+}
+
+bool AtomicFile::begin() {
     struct stat old = {};
-    if (stat(target.ConstData(), &old) != 0) {
+    if (stat(target.c_str(), &old) != 0) {
         constexpr mode_t everyoneLessMask = 0666;
         return errno == ENOENT && create(everyoneLessMask);
     }
@@ -90,8 +113,8 @@ bool AtomicFile::Open() {
 /// A file that has the name already is removed, never opened: it might be a link, planted to have something
 /// else overwritten.
 bool AtomicFile::create(mode_t mode) {
-    const VLString path = target + ".new";
-    unlink(path.ConstData());
+    const std::string path = target + ".new";
+    unlink(path.c_str());
     stream = openStream(path, O_CREAT | O_EXCL | O_NOFOLLOW, mode);
     if (stream == nullptr) {
         return false;
@@ -114,22 +137,26 @@ bool AtomicFile::keepSpecialBits() {
     return (oldMode & specialBits) == 0 || fchmod(fileno(stream), oldMode) == 0;
 }
 
-bool AtomicFile::Sync() {
+bool AtomicFile::bringToDisk() {
     // A stream remembers an error of any earlier print; a full disk may show only when the last bytes go.
     const bool bWritten = std::ferror(stream) == 0 && std::fflush(stream) == 0 && keepSpecialBits();
-    bSynced = bWritten && (newPath.IsEmpty() || syncToDisk(fileno(stream)));
+    bSynced = bWritten && (newPath.empty() || syncToDisk(fileno(stream)));
     return bSynced;
 }
 
-bool AtomicFile::Commit() {
+bool AtomicFile::putInPlace() {
     const bool bWhole = std::fclose(std::exchange(stream, nullptr)) == 0 && bSynced;
-    if (newPath.IsEmpty() || !bWhole) {
+    if (newPath.empty() || !bWhole) {
         return bWhole;
     }
-    if (!isOurs() || std::rename(newPath.ConstData(), target.ConstData()) != 0) {
+    if (!isOurs()) {
+        errno = EBUSY;
         return false;
     }
-    newPath.Clear();
+    if (std::rename(newPath.c_str(), target.c_str()) != 0) {
+        return false;
+    }
+    newPath.clear();
     syncFolder();
     return true;
 }
@@ -137,14 +164,14 @@ bool AtomicFile::Commit() {
 /// Another process that saves the same file removes our new one and makes its own.
 bool AtomicFile::isOurs() const {
     struct stat status = {};
-    return newPath.IsSet() && lstat(newPath.ConstData(), &status) == 0 && status.st_dev == created.st_dev &&
+    return !newPath.empty() && lstat(newPath.c_str(), &status) == 0 && status.st_dev == created.st_dev &&
            status.st_ino == created.st_ino;
 }
 
 /// Makes the new name survive a power failure. Not every file system can; the file is in place all the same.
 void AtomicFile::syncFolder() const {
-    const VLString parent = PathLibrary::GetDirectoryWithoutFile(target);
-    const int folder = open(parent.IsEmpty() ? "." : parent.ConstData(), O_RDONLY | O_CLOEXEC);
+    const std::string parent = folderOf(target);
+    const int folder = open(parent.empty() ? "." : parent.c_str(), O_RDONLY | O_CLOEXEC);
     if (folder >= 0) {
         fsync(folder);
         close(folder);

@@ -1,8 +1,7 @@
 #pragma once
 
-#include "Foundation/VLString.h"
-
 #include <cstdio>
+#include <string>
 #include <sys/stat.h>
 
 /// Replaces a text file so that whoever reads it, at any moment and also after the process was killed or the
@@ -17,7 +16,7 @@
 /// no file yet. What is no regular file (a device) is written directly.
 class AtomicFile {
 public:
-    explicit AtomicFile(const VLString& path);
+    explicit AtomicFile(const std::string& path);
     ~AtomicFile();
     AtomicFile(const AtomicFile&) = delete;
     AtomicFile& operator=(const AtomicFile&) = delete;
@@ -32,18 +31,26 @@ public:
     /// Closes the stream and puts the new file in the old one's place. False when that fails, when Sync has
     /// not succeeded before, or when another process has begun a new file of the same name since.
     bool Commit();
+    /// Why the first of the above that failed did so, an errno value: EBUSY when another process has begun a new
+    /// file of the same name; 0 when none failed.
+    int Error() const { return error; }
 
 private:
+    bool begin();
+    bool bringToDisk();
+    bool putInPlace();
+    bool noted(bool bSucceeded);
     bool create(mode_t mode);
     bool keepModeAndOwner(const struct stat& old);
     bool keepSpecialBits();
     bool isOurs() const;
     void syncFolder() const;
 
-    VLString target;  ///< no link
-    VLString newPath; ///< empty as long as there is no new file
+    std::string target;  ///< no link
+    std::string newPath; ///< empty as long as there is no new file
     FILE* stream = nullptr;
     struct stat created = {}; ///< the new file, to know it again
     mode_t oldMode = 0;       ///< of the old file; 0 when there was none
     bool bSynced = false;
+    int error = 0;
 };

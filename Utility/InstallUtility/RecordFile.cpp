@@ -1,0 +1,113 @@
+#include "Utility/InstallUtility/RecordFile.h"
+
+#include "Foundation/FileLibrary.h"
+#include "Foundation/FileSystemAccess.h"
+#include "Foundation/PathLibrary.h"
+#include "Foundation/SimpleLog.h"
+
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <string>
+#include <sys/stat.h>
+
+namespace {
+
+using Saved = FileSystemAccess::Saved;
+
+/// How often a save begins anew because another run has saved meanwhile. That happens only to runs that go on
+/// without the lock.
+constexpr int mostTries = 100;
+constexpr std::chrono::milliseconds pauseBetweenTries{20};
+
+bool isMissing(const FileContent& content) {
+    return content.error == ENOENT || content.error == ENOTDIR;
+}
+
+bool hasNothingToSave(const StatusFile& record, const VLString& path) {
+    return record.products.empty() &&
+           !FileLibrary::IsDirectoryExists(PathLibrary::GetDirectoryWithoutFile(path));
+}
+
+void logError(long line, const char* format, const VLString& path, const char* other) {
+    SimpleLog::printLog(SimpleLog::Error, __FILE__, "RecordFile", line, format, path.ConstData(), other);
+}
+
+} // namespace
+
+void RecordFile::load(StatusFile& record) {
+    record.clear();
+    const FileContent content = FileSystemAccess::current().readFile(path);
+    found = content.state;
+    bLoaded = true;
+    bDamaged = false;
+    if (isMissing(content)) {
+        return;
+    }
+    if (content.error != 0) {
+        leaveAlone("read", std::strerror(content.error)); // NOLINT(concurrency-mt-unsafe): one thread
+    } else if (found.type != S_IFREG) {
+        leaveAlone("read", "it is no regular file");
+    } else if (content.size > 0) {
+        bDamaged = !record.parseBytes(content.bytes.get());
+    }
+}
+
+void RecordFile::leaveAlone(const char* what, const char* why) {
+    bOurs = false;
+    SimpleLog::printLog(SimpleLog::Error, __FILE__, "RecordFile", __LINE__,
+                        "The record '%s' cannot be %s (%s). It stays as it is, and this run is not recorded.",
+                        path.ConstData(), what, why);
+}
+
+void RecordFile::save(StatusFile& record, const std::function<void()>& enterAgain) {
+    FileSystemAccess& machine = FileSystemAccess::current();
+    int error = 0;
+    for (int i = 0; i < mostTries && bOurs; ++i) {
+        if (hasNothingToSave(record, path) || !keepDamaged()) {
+            return;
+        }
+        const auto print = [&record](FILE* stream) { record.print(stream); };
+        const Saved saved = machine.saveFile(path, print, bLoaded ? &found : nullptr, error);
+        if (saved == Saved::Yes) {
+            bSaved = true;
+            return;
+        }
+        if (saved == Saved::ChangedMeanwhile) {
+            load(record);
+            enterAgain();
+            error = EBUSY;
+        } else if (error == EBUSY) {
+            machine.pause(pauseBetweenTries); // another run is saving
+        } else {
+            break;
+        }
+    }
+    if (bOurs) {
+        logError(__LINE__, "The record '%s' cannot be saved (%s).", path,
+                 std::strerror(error)); // NOLINT(concurrency-mt-unsafe): one thread
+    }
+}
+
+/// Copies a damaged file to a name beside it. False when that is not possible; the file is then left alone.
+bool RecordFile::keepDamaged() {
+    if (!bDamaged) {
+        return true;
+    }
+    FileSystemAccess& machine = FileSystemAccess::current();
+    const FileContent content = machine.readFile(path);
+    if (content.state != found) {
+        return true; // another file now, as the save will find
+    }
+    int error = content.error;
+    for (int number = 1; error == 0 || error == EEXIST; ++number) {
+        const VLString name = path + ".damaged" + (number == 1 ? "" : std::to_string(number).c_str());
+        if (machine.createFile(name, content.bytes.get(), content.size, error)) {
+            bDamaged = false;
+            logError(__LINE__, "The record '%s' is damaged. It is kept as '%s'.", path, name.ConstData());
+            return true;
+        }
+    }
+    leaveAlone("kept", std::strerror(error)); // NOLINT(concurrency-mt-unsafe): one thread
+    return false;
+}
