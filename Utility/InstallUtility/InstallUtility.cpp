@@ -6,6 +6,7 @@
 #include "Utility/InstallUtility/Mac/LettrixResources.h"
 #include "Utility/InstallUtility/Mac/Postflight.h"
 #include "Utility/InstallUtility/MapLookup.h"
+#include "Utility/InstallUtility/RunLock.h"
 
 #include <algorithm>
 #include <utility>
@@ -56,6 +57,7 @@ bool InstallUtility::run(const VLString& sourcePath, const VLString& definitionP
         SimpleLog::printText("Error! File checking is failed\n");
         return false;
     }
+    const RunLock lock;
     if (!copyFilesToTargets()) {
         SimpleLog::printText("Error! Failed to copy files\n");
         return false;

@@ -4,6 +4,7 @@
 #include "Utility/InstallUtility/InstallUtility.h"
 #include "Utility/InstallUtility/Mac/Postflight.h"
 #include "Utility/InstallUtility/MapLookup.h"
+#include "Utility/InstallUtility/RunLock.h"
 
 #include <algorithm>
 #include <utility>
@@ -64,6 +65,7 @@ void removeEmptyFamilyFolders(VLString folder) {
 bool InstallUtility::runUninstall(VLString definitionPath, VLString targetsPath) {
     skuXmlPath = std::move(definitionPath);
     targetPathsXmlPath = std::move(targetsPath);
+    const RunLock lock;
     postflight(skuXmlPath, targetPathsXmlPath, false);
     if (!parseXMLDefinitionFile(skuXmlPath) || !parseTargetsPathXMLFile(targetPathsXmlPath)) {
         return false;
