@@ -97,3 +97,41 @@ TEST_F(Preferences, UserIsTheOneOfTheHomeFolder) {
     EXPECT_TRUE(root().exists("/Library/Bert's/a"));
     EXPECT_TRUE(root().exists("/Users/bert/Movies/a"));
 }
+
+TEST_F(Preferences, ValuesAndHomesRunNoCode) {
+    root().write("/tmp/$(touch /tmp/ran)", ""); // what a home with "*" would find
+    const ProductBuilder alpha = product()
+                                     .target("Content", "%REGKEY:Host::Folder%/Plug-ins")
+                                     .target("Content", "/Users/%USER%/Movies")
+                                     .target("Content", "/Library/Set", valueExists("Host", "Folder"))
+                                     .target("Content", "/Library/Plain");
+    const std::string told = " holds a character that a shell would act on. It counts as empty.";
+    for (const std::string value : {"/tmp/$(touch /tmp/ran)", "/tmp/`touch /tmp/ran`",
+                                    "/tmp/&quot;;touch /tmp/ran;&quot;", "/tmp/\\", "a\nb"}) {
+        writeList("com.vorlane.host.plist", "<key>Folder</key><string>" + value + "</string>");
+        const ProgramResult result = Install(alpha);
+        ExpectSuccess(result);
+        ExpectLog(result, {"Checking file consistency in source folder",
+                           "Error: The preference 'Host::Folder'" + told});
+        EXPECT_FALSE(root().exists("/tmp/ran")) << value;
+        EXPECT_TRUE(root().exists("/Plug-ins/a")) << value;
+        EXPECT_TRUE(root().exists("/Users/anna/Movies/a"));
+        EXPECT_FALSE(root().exists("/Library/Set"));
+        EXPECT_TRUE(hasLine(Uninstall(alpha), "Error: The preference 'Host::Folder'" + told));
+        EXPECT_FALSE(root().exists("/tmp/ran")) << value;
+    }
+    root().remove(std::string(PrivateRoot::userPreferences) + "/com.vorlane.host.plist");
+    for (const std::string home : {"/Users/anna;touch /tmp/ran", "$(touch /tmp/ran)", "`touch /tmp/ran`",
+                                   "/tmp/*", "/Users/anna\ntouch /tmp/ran", "/tmp/?(touch ?tmp?ran)"}) {
+        Options options;
+        options.environment["HOME"] = home;
+        const ProgramResult result = Install(alpha, {}, options);
+        ExpectSuccess(result);
+        EXPECT_TRUE(hasLine(result, "Error: The environment variable HOME" + told)) << home;
+        EXPECT_FALSE(root().exists("/tmp/ran")) << home;
+        EXPECT_TRUE(root().exists("/Library/Plain/a"));
+        EXPECT_TRUE(root().exists("/Users/Movies/a")) << "the user has no name";
+        ExpectSuccess(Uninstall(alpha, {}, options));
+        EXPECT_FALSE(root().exists("/tmp/ran")) << home;
+    }
+}

@@ -1,3 +1,4 @@
+#include "Foundation/RegistryHelper.h"
 #include "Tests/Support/CapturedStdout.h"
 #include "Tests/Support/Machine.h"
 #include "Tests/Support/PreferenceFile.h"
@@ -5,6 +6,7 @@
 #include "Tests/Support/TemporaryDirectory.h"
 #include "Tests/Support/VLStringPrinter.h"
 #include "Utility/InstallUtility/InstallUtility.h"
+#include "Utility/InstallUtility/OncePerRun.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -214,6 +216,86 @@ TEST_F(FillPattern, ARegistryPlaceholderIsReadOnceForAllItsPlaces) {
     const PreferenceFile preferences(file("key"), "{'Name': 'v'}");
     EXPECT_EQ(Filling("%REGKEY:Key::Name%/%REGKEY:Key::Name%").result, "v/v");
     EXPECT_THAT(machine.commands, ElementsAre("eval echo $HOME", "eval echo '~anna'"));
+}
+
+// What a shell would act on
+
+TEST_F(FillPattern, AValueThatAShellWouldActOnCountsAsEmptyAndIsTold) {
+    for (const char* character : {"\"", "$", "`", "\\", "\t", "\n", "\x01", "\x7f"}) {
+        ASSERT_TRUE(RegistryHelper::SetRegistryKeyAtPath("Host", "Folder", VLString("/a") + character + "b",
+                                                         home / "Library/Preferences"));
+        const Filling filled("[%REGKEY:Host::Folder%]");
+        EXPECT_EQ(filled.result, VLString("[]")) << character;
+        EXPECT_EQ(filled.output,
+                  "Error: The preference 'Host::Folder' holds a character that a shell would act "
+                  "on. It counts as empty.\n");
+        CapturedStdout unheard;
+        Condition exists;
+        exists.type = Condition::RegKeyExist;
+        exists.value = "%REGKEY:Host::Folder%";
+        EXPECT_FALSE(InstallUtility::isConditionTrue(exists));
+        exists.type = Condition::RegKeyNotExist;
+        EXPECT_TRUE(InstallUtility::isConditionTrue(exists));
+    }
+}
+
+TEST_F(FillPattern, AValueThatIsPlainTextBetweenDoubleQuotesIsFilledIn) {
+    const char* value = "/My 'old' Plug-ins; a&b|c<d>e(f)*?[g]~#!{h}%";
+    ASSERT_TRUE(RegistryHelper::SetRegistryKeyAtPath("Host", "Folder", value, home / "Library/Preferences"));
+    const Filling filled("%REGKEY:Host::Folder%");
+    EXPECT_EQ(filled.result, VLString(value));
+    EXPECT_EQ(filled.output, "");
+}
+
+TEST_F(FillPattern, AHomeThatAShellWouldActOnIsNotGivenToItAndGivesNoUser) {
+    for (const char character : std::string(";&|<>()$`\\\"'*?[\t\n\x01\x7f")) {
+        const ScopedEnvironment hostile("HOME", std::string("/Users/anna") + character + "x");
+        machine.commands.clear();
+        CapturedStdout captured;
+        EXPECT_EQ(InstallUtility::getUserName(), VLString()) << character;
+        EXPECT_THAT(machine.commands, IsEmpty()) << character;
+        EXPECT_EQ(captured.text(),
+                  "Error: The environment variable HOME holds a character that a shell would act "
+                  "on. It counts as empty.\n");
+    }
+}
+
+TEST_F(FillPattern, AHomeThatIsPlainTextToAShellIsGivenToIt) {
+    for (const char* path : {"/Users/anna", "/Users/Anna Müller", "/Users/a-b.c,d+e@f~#{g}!%", ""}) {
+        const ScopedEnvironment plain("HOME", std::string(path));
+        CapturedStdout captured;
+        EXPECT_EQ(InstallUtility::getUserName(), VLString("anna")) << path;
+        EXPECT_EQ(captured.text(), "");
+    }
+    const ScopedEnvironment none("HOME", std::nullopt);
+    EXPECT_EQ(InstallUtility::getUserName(), VLString("anna"));
+}
+
+TEST_F(FillPattern, WithoutAUserPatternsAreFilledInAllTheSame) {
+    const ScopedEnvironment hostile("HOME", "/Users/$(id)");
+    machine.answers["eval echo '~'"] = "/Users/anna\n";
+    const Filling filled("/%USER%/%REGKEY:Host::Folder%/x");
+    EXPECT_EQ(filled.result, VLString("///x"));
+}
+
+TEST_F(FillPattern, ARunTellsOnceWhatItDoesNotUse) {
+    ASSERT_TRUE(
+        RegistryHelper::SetRegistryKeyAtPath("Host", "Folder", "$(id)", home / "Library/Preferences"));
+    ASSERT_TRUE(RegistryHelper::SetRegistryKeyAtPath("Host", "Other", "$(id)", home / "Library/Preferences"));
+    const auto linesOf = [](const char* pattern) { return Filling(pattern).output.empty() ? 0 : 1; };
+    for (int run = 0; run < 2; ++run) {
+        const OncePerRun outer;
+        EXPECT_EQ(linesOf("%REGKEY:Host::Folder%"), 1);
+        EXPECT_EQ(linesOf("%REGKEY:Host::Folder%"), 0);
+        {
+            const OncePerRun inner;
+            EXPECT_EQ(linesOf("%REGKEY:Host::Folder%"), 0);
+        }
+        EXPECT_EQ(linesOf("%REGKEY:Host::Folder%"), 0);
+        EXPECT_EQ(linesOf("%REGKEY:Host::Other%"), 1);
+    }
+    EXPECT_EQ(linesOf("%REGKEY:Host::Folder%"), 1);
+    EXPECT_EQ(linesOf("%REGKEY:Host::Folder%"), 1);
 }
 
 TEST_F(FillPattern, OnlyTheUsersPreferencesCount) {

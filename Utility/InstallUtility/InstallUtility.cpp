@@ -6,6 +6,7 @@
 #include "Utility/InstallUtility/Mac/LettrixResources.h"
 #include "Utility/InstallUtility/Mac/Postflight.h"
 #include "Utility/InstallUtility/MapLookup.h"
+#include "Utility/InstallUtility/OncePerRun.h"
 #include "Utility/InstallUtility/RunLock.h"
 
 #include <algorithm>
@@ -40,6 +41,7 @@ void copyWithRetry(InstallUtility& engine, const VLString& sourceFolder, const F
 
 bool InstallUtility::run(const VLString& sourcePath, const VLString& definitionPath,
                          const VLString& targetsPath) {
+    const OncePerRun scope;
     SKUDefinition definition;
     definition.fromFile(definitionPath);
     const auto& families = definition.pluginsByFamily;

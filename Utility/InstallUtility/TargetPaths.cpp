@@ -2,11 +2,14 @@
 #include "Foundation/RegistryHelper.h"
 #include "Foundation/SimpleLog.h"
 #include "Utility/InstallUtility/InstallUtility.h"
+#include "Utility/InstallUtility/OncePerRun.h"
 #include "Utility/InstallUtility/XMLDocument.h"
 
 #include <tinyxml.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <cstring>
 #include <set>
 #include <utility>
 
@@ -72,13 +75,52 @@ PlaceholderKind kindOf(const VLString& placeholder) {
                                                        : PlaceholderKind::MalformedRegistry;
 }
 
+// What comes from a user's preferences or environment ends up in commands that the superuser runs. Inside
+// double quotes a shell acts on some characters; outside, on more.
+
+bool isControl(char c) {
+    return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
+}
+
+bool hasControlOrAnyOf(const VLString& text, const char* characters) {
+    const char* begin = text.ConstData();
+    return std::any_of(begin, begin + text.Size(),
+                       [&](char c) { return isControl(c) || std::strchr(characters, c) != nullptr; });
+}
+
+/// Tells that a value is not used. In a run that looks it up again and again it is told once.
+void tellRefused(const VLString& what) {
+    if (OncePerRun::isFirst(what)) {
+        SimpleLog::printLog(SimpleLog::Error, __FILE__, __FUNCTION__, __LINE__,
+                            "%s holds a character that a shell would act on. It counts as empty.",
+                            what.ConstData());
+    }
+}
+
 VLString registryValue(const VLString& placeholder) {
     const VLString separator("::");
     const VLString reference = withoutLastCharacter(registryReference(placeholder));
     const unsigned long keyLength = reference.IndexOf(separator, 0);
-    return RegistryHelper::GetRegistryKeyAtPath(
-        reference.Substr(0, keyLength), reference.Substr(keyLength + separator.Size(), VLString::maxLen),
-        InstallUtility::getUserPreferencesPath());
+    const VLString key = reference.Substr(0, keyLength);
+    const VLString name = reference.Substr(keyLength + separator.Size(), VLString::maxLen);
+    VLString value =
+        RegistryHelper::GetRegistryKeyAtPath(key, name, InstallUtility::getUserPreferencesPath());
+    if (hasControlOrAnyOf(value, "\"$`\\")) {
+        tellRefused(VLString("The preference '") + key + "::" + name + "'");
+        value.Clear();
+    }
+    return value;
+}
+
+/// Whether HOME can be given to "eval echo $HOME", which splits it, looks for files that match it, and runs
+/// the result as a command once more.
+bool isHomeSafe() {
+    const char* home = std::getenv("HOME"); // NOLINT(concurrency-mt-unsafe): one thread
+    if (home == nullptr || !hasControlOrAnyOf(home, ";&|<>()$`\\\"'*?[")) {
+        return true;
+    }
+    tellRefused("The environment variable HOME");
+    return false;
 }
 
 unsigned long countOf(const VLString& needle, const VLString& text) {
@@ -273,6 +315,9 @@ VLString InstallUtility::fillPattern(const VLString& pattern) {
 VLString InstallUtility::getUserName() {
     const VLString usersFolder("/Users/");
     VLString output;
+    if (!isHomeSafe()) {
+        return output;
+    }
     exec("eval echo $HOME", output);
     if (output.Size() > usersFolder.Size() + 1) {
         output = output.Replace(usersFolder, VLString());

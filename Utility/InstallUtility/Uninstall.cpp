@@ -4,6 +4,7 @@
 #include "Utility/InstallUtility/InstallUtility.h"
 #include "Utility/InstallUtility/Mac/Postflight.h"
 #include "Utility/InstallUtility/MapLookup.h"
+#include "Utility/InstallUtility/OncePerRun.h"
 #include "Utility/InstallUtility/RunLock.h"
 
 #include <algorithm>
@@ -63,6 +64,7 @@ void removeEmptyFamilyFolders(VLString folder) {
 } // namespace
 
 bool InstallUtility::runUninstall(VLString definitionPath, VLString targetsPath) {
+    const OncePerRun scope;
     skuXmlPath = std::move(definitionPath);
     targetPathsXmlPath = std::move(targetsPath);
     const RunLock lock;
