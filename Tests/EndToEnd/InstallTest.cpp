@@ -279,7 +279,8 @@ TEST_F(Install, FolderOfTheTreeThatIsMissingOnDiskFailsAndNothingIsCopied) {
 TEST_F(Install, MalformedDefinitionInstallsNothingAndSucceeds) {
     const ProgramResult result = EndToEndTest::Install(product().definitionText("<product><sku ID='ALPHA'"));
     ExpectSuccess(result);
-    ExpectLog(result, {checking, "Error: Wrong/corrupted SKU XML"});
+    ExpectLog(result,
+              {checking, recordNotSaved("No such file or directory"), "Error: Wrong/corrupted SKU XML"});
     ExpectTree({});
 }
 
@@ -413,7 +414,8 @@ TEST_F(Install, FailuresThatMayBeIgnoredAreWarningsAndAskNobody) {
     ExpectSuccess(result);
     ExpectLog(result,
               {checking,
-               "Warning: Failed to copy '/Volumes/Installer/ALPHA/files/Content/a' to '/Library/Blocked/a'"});
+               "Warning: Failed to copy '/Volumes/Installer/ALPHA/files/Content/a' to '/Library/Blocked/a'",
+               recordNotSaved("No such file or directory")});
     ExpectTree({"/Library/Blocked: in the way", uninstaller(alpha)});
 }
 

@@ -3,8 +3,24 @@
 #include "Utility/InstallUtility/InstallUtility.h"
 #include "Utility/InstallUtility/Mac/StandardStreams.h"
 
-int main(int argc, char* argv[]) {
+#include <csignal>
+#include <sys/stat.h>
+
+namespace {
+
+/// Keeps what the caller's process has been given from doing harm: with a umask of 077 nobody but the
+/// superuser could load what is installed, and SIGXFSZ would end a run at a limit of the size of files, which
+/// a failed write tells.
+void prepareProcess() {
     makeStandardStreamsSafe();
+    umask(022);
+    static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
+}
+
+} // namespace
+
+int main(int argc, char* argv[]) {
+    prepareProcess();
     if (argc <= 3) {
         SimpleLog::printLog(SimpleLog::Error, __FILE__, __FUNCTION__, __LINE__, "Not enough arguments.");
         SimpleLog::printLog(
