@@ -36,18 +36,19 @@ public:
     /// See WholeFile::Read.
     virtual FileContent readFile(const VLString& path);
     enum class Saved { Yes, No, ChangedMeanwhile };
-    /// Replaces the file at `path` as a whole by what `print` prints, see AtomicFile. ChangedMeanwhile, and nothing
-    /// done: right before the new file would take its place, the state of the old one is no more `*expected`; null
-    /// expects nothing. No: `error` says why, an errno value.
+    /// Replaces the file at `path` as a whole by what `print` prints, see AtomicFile. ChangedMeanwhile, and
+    /// nothing done: right before the new file would take its place, the state of the old one is no more
+    /// `*expected`; null expects nothing. No: `error` says why, an errno value.
     virtual Saved saveFile(const VLString& path, const std::function<void(FILE*)>& print,
                            const FileState* expected, int& error);
     /// See WholeFile::Create.
     virtual bool createFile(const VLString& path, const char* bytes, std::size_t size, int& error);
 
     enum class Lock { Held, HeldByAnother, CannotBeHad };
-    /// Tries to take the lock that a run holds while it changes this machine, and does not wait. It is an advisory
-    /// lock (flock) on the folder "/", which is always there, may be opened by everyone and is never replaced. The
-    /// system takes it away from a process that dies; commands that the process runs do not hold it.
+    /// Tries to take the lock that a run holds while it changes this machine, and does not wait. It is an
+    /// advisory lock (flock) on the folder "/", which is always there, may be opened by everyone and is never
+    /// replaced. The system takes it away from a process that dies; commands that the process runs do not
+    /// hold it.
     virtual Lock tryToLock();
     virtual void unlock();
     /// Waits for that long; how long it was by the monotonic clock.

@@ -1,9 +1,10 @@
 #include "Platform/AtomicFile.h"
 
+#include <climits>
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <climits>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>

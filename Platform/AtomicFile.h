@@ -31,8 +31,8 @@ public:
     /// Closes the stream and puts the new file in the old one's place. False when that fails, when Sync has
     /// not succeeded before, or when another process has begun a new file of the same name since.
     bool Commit();
-    /// Why the first of the above that failed did so, an errno value: EBUSY when another process has begun a new
-    /// file of the same name; 0 when none failed.
+    /// Why the first of the above that failed did so, an errno value: EBUSY when another process has begun a
+    /// new file of the same name; 0 when none failed.
     int Error() const { return error; }
 
 private:

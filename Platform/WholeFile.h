@@ -6,7 +6,8 @@
 #include <string>
 #include <sys/types.h>
 
-/// What tells one version of a file from another. Two that are equal are the same file, not written in between.
+/// What tells one version of a file from another. Two that are equal are the same file, not written in
+/// between.
 struct FileState {
     mode_t type = 0; ///< the file-type bits of what a path leads to; 0 for nothing, and then all is 0
     std::uint64_t device = 0;
@@ -30,16 +31,16 @@ struct FileContent {
 /// Files that are read or made as a whole. To replace one, see AtomicFile.
 namespace WholeFile {
 
-/// Reads all bytes of a file, through links. Never waits, as reading from a pipe would: what is no regular file
-/// has a state and no bytes.
+/// Reads all bytes of a file, through links. Never waits, as reading from a pipe would: what is no regular
+/// file has a state and no bytes.
 FileContent Read(const std::string& path);
 
 /// The state of what `path` leads to, through links.
 FileState StateOf(const std::string& path);
 
-/// Makes a file of these bytes, with mode 0666 less the umask, and brings it to the disk. False, and `error` says
-/// why, an errno value, when anything of that name is there (EEXIST) or the file cannot be made; then nothing
-/// stays of it.
+/// Makes a file of these bytes, with mode 0666 less the umask, and brings it to the disk. False, and `error`
+/// says why, an errno value, when anything of that name is there (EEXIST) or the file cannot be made; then
+/// nothing stays of it.
 bool Create(const std::string& path, const char* bytes, std::size_t size, int& error);
 
 } // namespace WholeFile

@@ -55,8 +55,10 @@ protected:
     static constexpr const char* recordName = "target/InstallationStatusFile.xml";
 
     ProductBuilder product(const std::string& id = "ALPHA") const {
-        return ProductBuilder(id, id).target("VorlaneFX", at("target")).file("VorlaneFX/shared", "S").file(
-            "VorlaneFX/" + id, id);
+        return ProductBuilder(id, id)
+            .target("VorlaneFX", at("target"))
+            .file("VorlaneFX/shared", "S")
+            .file("VorlaneFX/" + id, id);
     }
     std::string record() const { return exists(recordName) ? read(recordName) : "none"; }
     static std::string left(const std::string& what, const std::string& why) {
@@ -123,7 +125,8 @@ TEST_F(RecordFileTest, ThatCannotBeReadIsNeitherSavedNorRemovedAndToldOnce) {
         EXPECT_EQ(record(), before) << std::strerror(error);
         commands();
         EXPECT_EQ(uninstall(product()), Lines{left("read", std::strerror(error))});
-        EXPECT_THAT(commands(), testing::Not(testing::Contains(testing::HasSubstr("InstallationStatusFile"))));
+        EXPECT_THAT(commands(),
+                    testing::Not(testing::Contains(testing::HasSubstr("InstallationStatusFile"))));
         EXPECT_EQ(record(), before) << std::strerror(error);
         EXPECT_TRUE(exists("target/ALPHA")) << "nobody knows who uses it";
     }

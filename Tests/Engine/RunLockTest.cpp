@@ -144,8 +144,8 @@ protected:
             note(path, "InstallationStatusFile.xml", "read record");
             return RecordingMachine::readFile(path);
         }
-        Saved saveFile(const VLString& path, const std::function<void(FILE*)>& print, const FileState* expected,
-                       int& error) override {
+        Saved saveFile(const VLString& path, const std::function<void(FILE*)>& print,
+                       const FileState* expected, int& error) override {
             events.emplace_back("save record");
             return RecordingMachine::saveFile(path, print, expected, error);
         }

@@ -397,8 +397,7 @@ namespace {
 int saveAt(PlannedFileSystem& planned, const VLString& path) {
     int error = 0;
     const auto print = [](FILE* stream) { std::fputs("text", stream); };
-    const bool bSaved =
-        planned.saveFile(path, print, nullptr, error) == FileSystemAccess::Saved::Yes;
+    const bool bSaved = planned.saveFile(path, print, nullptr, error) == FileSystemAccess::Saved::Yes;
     EXPECT_EQ(bSaved, error == 0);
     return error;
 }
@@ -438,8 +437,9 @@ TEST_F(PlannedFileSystemTest, HoldsAFileThatIsMadeUnlessTheNameIsTaken) {
     int error = 0;
     EXPECT_TRUE(planned.createFile(text(filledIn("$T/full/kept")), "a\0b", 3, error));
     EXPECT_EQ(contentAt(planned, text(filledIn("$T/full/kept"))), std::string("a\0b", 3));
-    for (const auto& [name, expected] : {std::pair{"$T/full/kept", EEXIST}, std::pair{"$T/link-to-file", EEXIST},
-                                         std::pair{"$T/none/kept", ENOENT}}) {
+    for (const auto& [name, expected] :
+         {std::pair{"$T/full/kept", EEXIST}, std::pair{"$T/link-to-file", EEXIST},
+          std::pair{"$T/none/kept", ENOENT}}) {
         EXPECT_FALSE(planned.createFile(text(filledIn(name)), "x", 1, error));
         EXPECT_EQ(error, expected) << name;
     }

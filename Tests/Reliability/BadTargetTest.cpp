@@ -59,18 +59,20 @@ TEST_F(BadTarget, UninstallRemovesFolderInPlaceOfFileWithAllItHolds) {
     EXPECT_FALSE(root().exists(shared("Tools")));
 }
 
-TEST_F(BadTarget, FolderInPlaceOfRecordLeavesRunWithoutRecordAndWithoutWord) {
+TEST_F(BadTarget, FolderInPlaceOfRecordLeavesRunWithoutRecordAndIsTold) {
     root().write(recordPath() + "/sentinel", "anna's");
     const ProgramResult result = Install(fileProduct());
     ExpectSuccess(result);
-    ExpectLog(result, {"Checking file consistency in source folder"});
+    ExpectLog(result,
+              {"Checking file consistency in source folder", recordLeftAlone("it is no regular file")});
     EXPECT_EQ(root().read(recordPath() + "/sentinel"), "anna's");
     EXPECT_EQ(root().read(shared("Tools/tool")), "new");
 }
 
-TEST_F(BadTarget, DamagedRecordReadsAsEmptyAndIsReplaced) {
+TEST_F(BadTarget, DamagedRecordReadsAsEmptyAndIsKeptBesideTheNewOne) {
     root().write(recordPath(), "<install><products><sku ID=\"BETA\" name=");
     ExpectSuccess(Install(fileProduct()));
+    EXPECT_EQ(root().read(recordPath() + ".damaged"), "<install><products><sku ID=\"BETA\" name=");
     ExpectCounts({"product ALPHA, Alpha, 1.0.0.100", "VorlaneFX 1", "VorlaneFX/Tools 1",
                   "VorlaneFX/Tools/tool 1, 1.0.0.100"});
 }

@@ -157,7 +157,7 @@ TEST_F(FullDisk, OfATargetIsToldAndRepeatingRepairs) {
     ExpectRepair();
 }
 
-TEST_F(FullDisk, OfTheRecordLeavesTheOldOneAndInstallsTheFiles) {
+TEST_F(FullDisk, OfTheRecordIsToldLeavesTheOldOneAndInstallsTheFiles) {
     // Without room for the bytes of the new record, and without room for its name.
     for (const char* limits : {"size=12k", "nr_inodes=2"}) {
         SCOPED_TRACE(limits);
@@ -165,7 +165,7 @@ TEST_F(FullDisk, OfTheRecordLeavesTheOldOneAndInstallsTheFiles) {
         place(product());
         const ProgramResult result = runWithDisk(installCommand(product()), statusFolder, smallDisk(limits));
         ExpectSuccess(result);
-        ExpectLog(result, {checking});
+        ExpectLog(result, {checking, recordNotSaved("No space left on device")});
         EXPECT_TRUE(root().read("/var/after/InstallationStatusFile.xml") == longRecord());
         EXPECT_FALSE(root().exists("/var/after/InstallationStatusFile.xml.new"));
         EXPECT_TRUE(isWholeAt(plugIns));
@@ -210,12 +210,12 @@ TEST_F(ReadOnlyDisk, OfATargetIsToldAndLeft) {
     ExpectRepair();
 }
 
-TEST_F(ReadOnlyDisk, OfTheRecordLeavesTheOldOneAndInstallsTheFiles) {
+TEST_F(ReadOnlyDisk, OfTheRecordIsToldLeavesTheOldOneAndInstallsTheFiles) {
     root().write(recordPath, longRecord());
     place(product());
     const ProgramResult result = runWithDisk(installCommand(product()), statusFolder, readOnlyDisk());
     ExpectSuccess(result);
-    ExpectLog(result, {checking});
+    ExpectLog(result, {checking, recordNotSaved("Read-only file system")});
     EXPECT_TRUE(record() == longRecord());
     EXPECT_TRUE(isWholeAt(plugIns));
     ExpectRepair();

@@ -118,12 +118,13 @@ TEST_F(SaveFault, LeavesTheOldRecordOrTheNewOneAndNoOtherFile) {
                  " disturbed runs");
 }
 
-TEST_F(SaveFault, FailureIsNotTold) {
+TEST_F(SaveFault, FailureIsTold) {
     start->restore();
     const ProgramResult result = install(1, "ENOSPC");
     EXPECT_EQ(result.exitStatus, 0);
     EXPECT_EQ(result.standardError, "");
-    ExpectLog(result, {"Checking file consistency in source folder"});
+    ExpectLog(result,
+              {"Checking file consistency in source folder", recordNotSaved("No space left on device")});
     EXPECT_EQ(record(), oldRecord);
 }
 

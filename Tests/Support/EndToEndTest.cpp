@@ -259,6 +259,16 @@ bool EndToEndTest::hasLine(const ProgramResult& result, const std::string& line)
     return std::find(lines.begin(), lines.end(), line) != lines.end();
 }
 
+std::string EndToEndTest::recordLeftAlone(const std::string& reason) {
+    return "Error: The record '" + shared("InstallationStatusFile.xml") + "' cannot be read (" + reason +
+           "). It stays as it is, and this run is not recorded.";
+}
+
+std::string EndToEndTest::recordNotSaved(const std::string& reason) {
+    return "Error: The record '" + shared("InstallationStatusFile.xml") + "' cannot be saved (" + reason +
+           ").";
+}
+
 std::string EndToEndTest::failedCopy(const std::string& path, const std::string& target) {
     return "Error: Failed to copy '" + std::string(PrivateRoot::installerFolder) + "/ALPHA/files/" + path +
            "' to '" + target + "'";

@@ -66,6 +66,9 @@ protected:
     static bool hasLine(const ProgramResult& result, const std::string& line);
     /// The line about a file that the product ALPHA, in whose `files` it has this path, could not place.
     static std::string failedCopy(const std::string& path, const std::string& target);
+    /// The line about a record that cannot be read, or cannot be saved, for this reason.
+    static std::string recordLeftAlone(const std::string& reason);
+    static std::string recordNotSaved(const std::string& reason);
     /// A path in the status folder.
     static std::string shared(const std::string& path) { return std::string(statusFolder) + "/" + path; }
 

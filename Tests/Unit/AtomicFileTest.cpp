@@ -420,8 +420,7 @@ TEST_F(AtomicFileTest, SyncFailsForEarlierErrors) {
 TEST_F(AtomicFileTest, SyncFailsOnAFullDisk) {
     const std::string mountPoint = folder.path() / "disk";
     fs::create_directory(mountPoint);
-    const ProgramResult mounted =
-        runProgram({"mount", "-t", "tmpfs", "-o", "size=64k", "none", mountPoint});
+    const ProgramResult mounted = runProgram({"mount", "-t", "tmpfs", "-o", "size=64k", "none", mountPoint});
     if (mounted.exitStatus != 0) {
         GTEST_SKIP() << "cannot mount a small disk: " << mounted.standardError;
     }

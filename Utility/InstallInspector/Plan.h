@@ -82,9 +82,9 @@ struct Plan {
         std::string recordPath;           ///< empty when no record is kept
         Record before;
         Record after;
-        std::vector<std::string> lost;  ///< paths in use that leave the record with a folder above them
+        std::vector<std::string> lost; ///< paths in use that leave the record with a folder above them
         bool bRecordLeftAlone = false; ///< it is there and cannot be read, so it is neither saved nor removed
-        bool bRecordDamaged = false;   ///< it is there and taken for an empty one; its bytes are kept beside it
+        bool bRecordDamaged = false; ///< it is there and taken for an empty one; its bytes are kept beside it
         bool bRecordSaved = false;
         bool bRecordRemoved = false;
         std::size_t firstStep = 0;

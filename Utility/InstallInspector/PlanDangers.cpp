@@ -65,12 +65,14 @@ private:
         }
         if (run.bRecordDamaged) {
             add(recordUnreadableRule,
-                run.recordPath + " is there but cannot be read: the run keeps it under another name, takes it "
-                                 "for an empty record and counts from nothing");
+                run.recordPath +
+                    " is there but cannot be read: the run keeps it under another name, takes it "
+                    "for an empty record and counts from nothing");
         }
         if (run.bRecordLeftAlone) {
-            add(recordUnreadableRule, run.recordPath + " is there but cannot be read: the run takes it for an "
-                                                       "empty record and leaves it as it is");
+            add(recordUnreadableRule, run.recordPath +
+                                          " is there but cannot be read: the run takes it for an "
+                                          "empty record and leaves it as it is");
         } else if (run.bUninstall && !lists(run.before, run.product.ID)) {
             add(notRecordedRule, "the record does not list the product " + toString(run.product.ID) +
                                      ": its uninstall lowers no count, and what it has installed stays");

@@ -14,12 +14,13 @@ namespace {
 
 using Entry = LocatedDocument::Entry;
 
-constexpr const char* countsFromNothing =
-    "The engine takes it for an empty record, and keeps it beside its own under another name: the next install "
-    "counts every file from nothing and forgets the other products, and an uninstall leaves its files in place.";
-constexpr const char* countsNothing =
-    "The engine takes it for an empty record and leaves it as it is: no install is recorded, and an uninstall "
-    "leaves its files in place.";
+constexpr const char* countsFromNothing = "The engine takes it for an empty record, and keeps it beside its "
+                                          "own under another name: the next install "
+                                          "counts every file from nothing and forgets the other products, "
+                                          "and an uninstall leaves its files in place.";
+constexpr const char* countsNothing = "The engine takes it for an empty record and leaves it as it is: no "
+                                      "install is recorded, and an uninstall "
+                                      "leaves its files in place.";
 constexpr const char* mendRecord = "Put back a copy of the record, or mend it there by hand.";
 
 bool isPath(const Entry& entry) {

@@ -103,8 +103,8 @@ public:
     // The status file of the run's product (InstallUtility.cpp)
 
     /// Reads the record in the folder `directory` and enters the product's tree, or takes it off with
-    /// `remove`. A product that the record does not list is not taken off, since what the record counts is then used
-    /// by others; one warning line says so.
+    /// `remove`. A product that the record does not list is not taken off, since what the record counts is
+    /// then used by others; one warning line says so.
     virtual void loadStatusFile(const VLString& directory, bool remove);
     /// Enters the product's tree into the record in memory, or takes it off if the record lists the product.
     void enterProduct(bool remove);

@@ -9,9 +9,9 @@
 
 /// The file that holds the record, over one run: how it was found, and so what may be done with it.
 ///
-/// What cannot be known is never written over. A file that is there and cannot be read stays: the run goes on with
-/// an empty record and saves none. A damaged one is kept beside the new one, under its name with ".damaged" appended,
-/// and a number when that name is taken. Each of these is told by one error line.
+/// What cannot be known is never written over. A file that is there and cannot be read stays: the run goes on
+/// with an empty record and saves none. A damaged one is kept beside the new one, under its name with
+/// ".damaged" appended, and a number when that name is taken. Each of these is told by one error line.
 class RecordFile {
 public:
     RecordFile() = default;
@@ -20,9 +20,9 @@ public:
     /// Reads the file into `record`, which is empty when there is none or it cannot be read.
     void load(StatusFile& record);
 
-    /// Saves `record`, see StatusFile::write. When the file is no more the one that was loaded, it is read again,
-    /// and `enterAgain` has to enter into `record` what this run has changed. An empty record for which there is no
-    /// folder is not saved. A failure is told by one error line.
+    /// Saves `record`, see StatusFile::write. When the file is no more the one that was loaded, it is read
+    /// again, and `enterAgain` has to enter into `record` what this run has changed. An empty record for
+    /// which there is no folder is not saved. A failure is told by one error line.
     void save(StatusFile& record, const std::function<void()>& enterAgain);
 
     bool isAt(const VLString& other) const { return path == other; }

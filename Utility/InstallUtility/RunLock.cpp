@@ -21,8 +21,9 @@ void waitForLock() {
                                 "Another install or uninstall is running. Waiting for its end.");
         }
         if (waited >= patience) {
-            SimpleLog::printLog(SimpleLog::Warning, __FILE__, __FUNCTION__, __LINE__,
-                                "The other install or uninstall has not ended for ten minutes. This one goes on.");
+            SimpleLog::printLog(
+                SimpleLog::Warning, __FILE__, __FUNCTION__, __LINE__,
+                "The other install or uninstall has not ended for ten minutes. This one goes on.");
             return;
         }
         waited += machine.pause(pauseBetweenTries);

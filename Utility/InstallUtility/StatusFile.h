@@ -33,8 +33,8 @@ public:
     /// Replaces the record by that of the file at `path`, by an empty one if that cannot be read. Always
     /// true.
     bool parse(const VLString& path);
-    /// Replaces the record by that of a file's bytes, which end with a zero byte and are changed. False, and the
-    /// record is empty, when they are no record: malformed, or a document of another kind.
+    /// Replaces the record by that of a file's bytes, which end with a zero byte and are changed. False, and
+    /// the record is empty, when they are no record: malformed, or a document of another kind.
     bool parseBytes(char* bytes);
     /// Saves the record, without the paths that no product uses. At every moment the file is the old one or
     /// the new one, whole; a link is followed, mode and owner of an existing file are kept, no other file
