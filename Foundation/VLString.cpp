@@ -35,13 +35,6 @@ unsigned long lengthOf(const char* text) {
 unsigned long lengthOf(const wchar_t* text) {
     return std::wcslen(text);
 }
-/// As lengthOf, of a text that ends after `limit` characters at the latest; it may then be null.
-unsigned long lengthWithin(const char* text, unsigned long limit) {
-    return limit == 0 ? 0 : strnlen(text, limit);
-}
-unsigned long lengthWithin(const wchar_t* text, unsigned long limit) {
-    return limit == 0 ? 0 : wcsnlen(text, limit);
-}
 
 char lowerCase(char c) {
     return static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
@@ -273,39 +266,62 @@ String mapCharacters(String string, Mapping mapping) {
     return string;
 }
 
-// Conversions. One byte is one wide character and back: that is what the "C" locale does with ASCII
-// everywhere and with all bytes on macOS, while glibc refuses the bytes above 127.
+// Conversions follow the locale, which the program that links the library sets, and never the library. Where
+// a character is one byte, each byte is one wide character and back: that is what the "C" locale does with
+// ASCII everywhere and with all bytes on macOS, while glibc refuses the bytes above 127.
 
-/// The text up to its first zero character, each character converted by `convert`, which gives a negative
-/// number for one that it cannot convert; the whole is empty then.
-template <class Target, class TargetChar, class SourceChar, class Converter>
-Target convertText(const SourceChar* text, unsigned long length, Converter convert) {
-    length = lengthWithin(text, length);
+/// What a conversion returns for text that it cannot convert.
+constexpr std::size_t refused = static_cast<std::size_t>(-1);
+
+bool isLocaleMultibyte() {
+    return MB_CUR_MAX > 1;
+}
+
+/// As mbstowcs, for `length` bytes of which none is zero.
+std::size_t widenEachByte(wchar_t* converted, const char* text, std::size_t length) {
+    std::transform(text, text + length, converted,
+                   [](char c) { return static_cast<wchar_t>(static_cast<unsigned char>(c)); });
+    return length;
+}
+
+/// As wcstombs: writes at most `limit` bytes, and gives their number.
+std::size_t narrowToOneByteEach(char* converted, const wchar_t* text, std::size_t limit) {
+    std::size_t length = 0;
+    for (; length < limit && text[length] != L'\0'; ++length) {
+        if (static_cast<unsigned long>(text[length]) > UCHAR_MAX) {
+            return refused; // a negative character too
+        }
+        converted[length] = static_cast<char>(text[length]);
+    }
+    return length;
+}
+
+/// What `convert` makes of `text`, in a block of `limit` characters.
+template <class Target, class TargetChar, class SourceChar>
+Target convertText(const SourceChar* text, std::size_t limit,
+                   std::size_t (*convert)(TargetChar*, const SourceChar*, std::size_t)) {
     Target result;
-    const auto converted = tryAllocate<TargetChar>(length);
+    const auto converted = tryAllocate<TargetChar>(limit);
     if (!converted) {
         return result;
     }
-    for (unsigned long i = 0; i < length; ++i) {
-        const long character = convert(text[i]);
-        if (character < 0) {
-            return result;
-        }
-        converted[i] = static_cast<TargetChar>(character);
+    const std::size_t length = convert(converted.get(), text, limit);
+    if (length != refused) {
+        result.init(converted.get(), length);
     }
-    result.init(converted.get(), length);
     return result;
 }
 
-VLUnicodeString widen(const char* text, unsigned long length) {
-    return convertText<VLUnicodeString, wchar_t>(
-        text, length, [](char c) { return static_cast<long>(static_cast<unsigned char>(c)); });
+/// At most `limit` characters, each of one byte or more.
+VLUnicodeString widen(const char* text, unsigned long limit) {
+    // Text that ends earlier, counted in bytes, has fewer characters: no room is made for more.
+    return convertText<VLUnicodeString>(text, strnlen(text, limit),
+                                        isLocaleMultibyte() ? std::mbstowcs : widenEachByte);
 }
 
-VLString narrow(const wchar_t* text, unsigned long length) {
-    return convertText<VLString, char>(text, length, [](wchar_t c) {
-        return c > UCHAR_MAX ? -1L : static_cast<long>(c); // a negative character cannot be converted either
-    });
+/// At most `limit` bytes; a character that does not fit in whole is left out.
+VLString narrow(const wchar_t* text, unsigned long limit) {
+    return convertText<VLString>(text, limit, isLocaleMultibyte() ? std::wcstombs : narrowToOneByteEach);
 }
 
 } // namespace
@@ -411,7 +427,7 @@ VLString VLString::ToLower() const {
 }
 
 VLUnicodeString VLString::GetUnicode() const {
-    return widen(data, size);
+    return widen(ConstData(), size);
 }
 
 CFStringRef VLString::CreateCFString() const {
@@ -599,20 +615,23 @@ VLUnicodeString VLUnicodeString::ToLower() const {
 }
 
 VLString VLUnicodeString::ToUTF8() const {
-    return narrow(data, size);
+    constexpr unsigned long longestCharacter = 4; // in UTF-8
+    return narrow(ConstData(), longestCharacter * size);
 }
 
 VLString VLUnicodeString::GetMultibyteString() const {
-    // One character gives one byte, so the limit is never met.
-    return ToUTF8();
+    return narrow(ConstData(), size);
 }
 
 VLUnicodeString& VLUnicodeString::FromUTF8(const char* text, unsigned long length) {
     if (length == maxLen && text != nullptr) {
         length = lengthOf(text);
     }
-    const bool bUsable = text != nullptr && static_cast<std::int32_t>(length) > 0;
-    *this = bUsable ? widen(text, length) : VLUnicodeString();
+    const auto isPositive = [](unsigned long number) { return static_cast<std::int32_t>(number) > 0; };
+    *this = text != nullptr && isPositive(length) ? widen(text, length) : VLUnicodeString();
+    if (!isPositive(size)) {
+        Clear();
+    }
     return *this;
 }
 

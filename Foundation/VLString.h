@@ -97,8 +97,10 @@ public:
 
     /// A plain copy: the text is UTF-8 already.
     VLString ToUTF8() const { return *this; }
-    /// One wide character for each byte, up to the first zero byte. No locale takes part, so that any text
-    /// comes back unchanged from VLUnicodeString::ToUTF8 on every platform.
+    /// The wide form of the text up to its first zero byte, in the locale that the program has set. Empty
+    /// when that locale cannot convert all of the text. In a locale of one byte a character, as in a program
+    /// that has set none, each byte is one wide character: any text then comes back unchanged from
+    /// VLUnicodeString::ToUTF8, on every platform.
     VLUnicodeString GetUnicode() const;
 
     /// A new platform string with this text, up to its first zero byte. The caller releases it. Null when the
@@ -183,13 +185,18 @@ public:
     VLUnicodeString ToUpper() const;
     VLUnicodeString ToLower() const;
 
-    /// One byte for each character, up to the first zero character. A character above 255 cannot be
-    /// converted; the result is then empty.
+    /// The narrow form of the text up to its first zero character, in the locale that the program has set.
+    /// Empty when that locale cannot convert all of the text. At most four bytes for each character. In a
+    /// locale of one byte a character, as in a program that has set none, a character up to 255 is the byte
+    /// of that value, and no other can be converted.
     VLString ToUTF8() const;
-    /// As ToUTF8, but of at most Size() bytes.
+    /// As ToUTF8, but of at most Size() bytes, whole characters only. Intended: text with characters of
+    /// several bytes comes out cut.
     VLString GetMultibyteString() const;
-    /// Replaces the text by the wide form of at most `length` bytes (`maxLen`: up to the terminator). A null
-    /// `text`, or a length that is not positive as a 32-bit signed number, gives "".
+    /// Replaces the text by the wide form (see VLString::GetUnicode) of the first `length` characters of
+    /// `text` (`maxLen`: up to the terminator). They may be more bytes than `length`: `text` holds that many
+    /// characters, or a terminator. A null `text` gives "", and so does a length, or a number of characters
+    /// converted, that is not positive as a 32-bit signed number.
     VLUnicodeString& FromUTF8(const char* text, unsigned long length);
     /// Text of 16-bit units is not supported on these platforms: does nothing, and gives nothing.
     void FromUTF16(void* text, bool bigEndian, unsigned long length);

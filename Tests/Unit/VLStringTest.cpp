@@ -1,10 +1,12 @@
 #include "Foundation/VLString.h"
 
+#include "Tests/Support/UTF8Locale.h"
 #include "Tests/Support/VLStringPrinter.h"
 
 #include <climits>
 #include <gtest/gtest.h>
 
+#include <clocale>
 #include <map>
 #include <string>
 #include <string_view>
@@ -23,6 +25,8 @@ constexpr unsigned long maxLen = VLString::maxLen;
 std::string bytes(const VLString& string) {
     return {string.ConstData(), string.Size()};
 }
+
+using VLStringInUTF8Locale = UTF8Locale;
 
 } // namespace
 
@@ -572,6 +576,46 @@ TEST(VLString, WidensUpToAZeroByte) {
     EXPECT_EQ(VLString("ab\0c", 4).GetUnicode(), VLUnicodeString(L"ab"));
     EXPECT_TRUE(VLString("\0c", 2).GetUnicode().IsEmpty());
     EXPECT_TRUE(VLString().GetUnicode().IsEmpty());
+}
+
+TEST_F(VLStringInUTF8Locale, WidensCharacterByCharacterAndComesBack) {
+    const std::pair<const char*, const wchar_t*> texts[] = {
+        {"a", L"a"},
+        {"\xc3\xa9", L"\u00e9"},
+        {"\xe4\xb8\xad", L"\u4e2d"},
+        {"\xf0\x9f\x98\x80", L"\U0001f600"},
+        {"a\xc3\xa9\xe4\xb8\xad\xf0\x9f\x98\x80z", L"a\u00e9\u4e2d\U0001f600z"},
+    };
+    for (const auto& [narrow, wide] : texts) {
+        EXPECT_EQ(VLString(narrow).GetUnicode(), VLUnicodeString(wide));
+        EXPECT_EQ(VLUnicodeString(narrow), VLUnicodeString(wide));
+        EXPECT_EQ(VLUnicodeString(wide).ToUTF8(), VLString(narrow));
+        EXPECT_EQ(VLString(wide, maxLen), VLString(narrow));
+    }
+}
+
+TEST_F(VLStringInUTF8Locale, WidensUpToAZeroByte) {
+    EXPECT_EQ(VLString("\xc3\xa9\0\xc3\xa9", 5).GetUnicode(), VLUnicodeString(L"\u00e9"));
+    EXPECT_EQ(VLString("\xc3\xa9\0\xff", 4).GetUnicode(), VLUnicodeString(L"\u00e9"));
+    EXPECT_TRUE(VLString("\0\xc3\xa9", 3).GetUnicode().IsEmpty());
+    EXPECT_TRUE(VLString().GetUnicode().IsEmpty());
+}
+
+TEST_F(VLStringInUTF8Locale, IsEmptyWhenTheLocaleRefusesAByte) {
+    for (const char* text : {"\xff", "a\xff", "\xc3", "\xc3\xa9\xc3", "\xed\xa0\x80"}) {
+        const VLUnicodeString wide = VLString(text).GetUnicode();
+        EXPECT_EQ(wide, VLUnicodeString()) << testing::PrintToString(text);
+        EXPECT_EQ(wide.Data(), nullptr);
+    }
+}
+
+TEST_F(VLStringInUTF8Locale, FollowsTheLocaleOfTheMoment) {
+    const VLString e("\xc3\xa9");
+    EXPECT_EQ(e.GetUnicode(), VLUnicodeString(L"\u00e9"));
+    EXPECT_EQ(VLUnicodeString(L"\u00e9").ToUTF8(), e);
+    ASSERT_NE(std::setlocale(LC_CTYPE, "C"), nullptr);
+    EXPECT_EQ(e.GetUnicode(), VLUnicodeString(L"\u00c3\u00a9"));
+    EXPECT_EQ(VLUnicodeString(L"\u00e9").ToUTF8(), VLString("\xe9"));
 }
 
 TEST(VLString, Formats) {

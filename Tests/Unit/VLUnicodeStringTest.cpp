@@ -1,10 +1,13 @@
 // What differs from VLString; what both have in common is in VLStringTest.cpp.
 #include "Foundation/VLString.h"
+#include "Tests/Support/UTF8Locale.h"
 #include "Tests/Support/VLStringPrinter.h"
 
 #include <gtest/gtest.h>
 
+#include <ios>
 #include <string>
+#include <vector>
 
 using namespace std::string_literals;
 
@@ -19,6 +22,8 @@ std::wstring characters(const VLUnicodeString& string) {
 std::string bytes(const VLString& string) {
     return {string.ConstData(), string.Size()};
 }
+
+using VLUnicodeStringInUTF8Locale = UTF8Locale;
 
 } // namespace
 
@@ -100,6 +105,76 @@ TEST(VLUnicodeString, TakesTheLengthOfUTF8AsASigned32BitNumber) {
     EXPECT_TRUE(string.FromUTF8("abc", 0x80000000UL).IsEmpty());
     EXPECT_TRUE(string.FromUTF8("abc", 0xffffffffUL).IsEmpty());
     EXPECT_TRUE(string.FromUTF8("abc", 1UL << 62U).IsEmpty());
+}
+
+TEST_F(VLUnicodeStringInUTF8Locale, HasRoomForFourBytesACharacter) {
+    const std::wstring wide(100, L'\U0001f600');
+    std::string narrow;
+    for (int i = 0; i < 100; ++i) {
+        narrow += "\xf0\x9f\x98\x80";
+    }
+    EXPECT_EQ(bytes(VLUnicodeString(wide.c_str()).ToUTF8()), narrow);
+    EXPECT_EQ(characters(VLUnicodeString().FromUTF8(narrow.c_str(), maxLen)), wide);
+}
+
+TEST_F(VLUnicodeStringInUTF8Locale, NarrowsUpToAZeroCharacter) {
+    EXPECT_EQ(bytes(VLUnicodeString(L"\u00e9\0\u00e9", 3).ToUTF8()), "\xc3\xa9");
+    EXPECT_TRUE(VLUnicodeString(L"\0\u00e9", 2).ToUTF8().IsEmpty());
+    EXPECT_TRUE(VLUnicodeString().ToUTF8().IsEmpty());
+    EXPECT_TRUE(VLUnicodeString().GetMultibyteString().IsEmpty());
+}
+
+TEST_F(VLUnicodeStringInUTF8Locale, CutsMultibyteTextAtItsNumberOfCharacters) {
+    const auto multibyte = [](const VLUnicodeString& text) { return bytes(text.GetMultibyteString()); };
+    EXPECT_EQ(multibyte(L"abc"), "abc");
+    EXPECT_EQ(multibyte(L"\u00e9\u00e9"), "\xc3\xa9");
+    EXPECT_EQ(multibyte(L"a\u00e9\u00e9"), "a\xc3\xa9");
+    EXPECT_EQ(multibyte(L"\u00e9"), "");
+    EXPECT_EQ(multibyte(L"\u00e9\u4e2d\u4e2d"), "\xc3\xa9");
+    EXPECT_EQ(multibyte(L"a\U0001f600bc"), "a");
+    // What lies behind a zero character counts too.
+    EXPECT_EQ(multibyte(VLUnicodeString(L"\u00e9\0a", 3)), "\xc3\xa9");
+}
+
+TEST_F(VLUnicodeStringInUTF8Locale, IsEmptyWhenTheLocaleRefusesACharacter) {
+    for (const unsigned int refused : {0xd800U, 0xdfffU, 0x80000000U, 0xffffffffU}) {
+        const wchar_t text[] = {L'a', static_cast<wchar_t>(refused), L'b', 0};
+        EXPECT_EQ(bytes(VLUnicodeString(text).ToUTF8()), "") << std::hex << refused;
+        EXPECT_EQ(VLUnicodeString(text).ToUTF8().Data(), nullptr);
+        EXPECT_EQ(bytes(VLUnicodeString(text).GetMultibyteString()), "") << std::hex << refused;
+    }
+}
+
+TEST_F(VLUnicodeStringInUTF8Locale, ReadsAsManyCharactersOfUTF8AsAskedFor) {
+    const char* text = "\xc3\xa9\xe4\xb8\xad\xf0\x9f\x98\x80";
+    VLUnicodeString string(L"old");
+    EXPECT_EQ(&string.FromUTF8(text, maxLen), &string);
+    EXPECT_EQ(string, VLUnicodeString(L"\u00e9\u4e2d\U0001f600"));
+    EXPECT_EQ(string.FromUTF8(text, 1), VLUnicodeString(L"\u00e9"));
+    EXPECT_EQ(string.FromUTF8(text, 2), VLUnicodeString(L"\u00e9\u4e2d"));
+    EXPECT_EQ(string.FromUTF8(text, 3), VLUnicodeString(L"\u00e9\u4e2d\U0001f600"));
+    EXPECT_EQ(string.FromUTF8(text, 4), VLUnicodeString(L"\u00e9\u4e2d\U0001f600"));
+    EXPECT_EQ(string.FromUTF8(text, 0x7fffffff), VLUnicodeString(L"\u00e9\u4e2d\U0001f600"));
+    EXPECT_EQ(string.FromUTF8("\xc3\xa9\0\xff", 4), VLUnicodeString(L"\u00e9"));
+    EXPECT_TRUE(string.FromUTF8(text, 0).IsEmpty());
+    EXPECT_TRUE(string.FromUTF8(text, 0x80000000UL).IsEmpty());
+    EXPECT_TRUE(string.FromUTF8("", maxLen).IsEmpty());
+    EXPECT_TRUE(string.FromUTF8(nullptr, 2).IsEmpty());
+}
+
+TEST_F(VLUnicodeStringInUTF8Locale, LooksNoFurtherThanTheCharactersAskedFor) {
+    EXPECT_EQ(VLUnicodeString().FromUTF8("ab\xff", 2), VLUnicodeString(L"ab"));
+    EXPECT_EQ(VLUnicodeString().FromUTF8("\xc3\xa9\xc3\xa9\xff", 2), VLUnicodeString(L"\u00e9\u00e9"));
+    const std::vector<char> unterminated{'a', '\xc3', '\xa9'};
+    EXPECT_EQ(VLUnicodeString().FromUTF8(unterminated.data(), 2), VLUnicodeString(L"a\u00e9"));
+}
+
+TEST_F(VLUnicodeStringInUTF8Locale, IsEmptyAfterUTF8ThatTheLocaleRefuses) {
+    for (const char* text : {"\xff", "a\xff", "\xc3", "\xed\xa0\x80"}) {
+        VLUnicodeString string(L"old");
+        EXPECT_EQ(string.FromUTF8(text, maxLen), VLUnicodeString()) << testing::PrintToString(text);
+        EXPECT_EQ(string.Data(), nullptr);
+    }
 }
 
 TEST(VLUnicodeString, KnowsNoUTF16) {
