@@ -44,7 +44,9 @@ void renewApplicationManagerLink(bool install) {
 
 } // namespace
 
-void postflight(const VLString& skuXmlPath, const VLString& targetPathsXmlPath, bool install) {
+// By value because programs that link this function without the header declare it so.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
+void postflight(VLString skuXmlPath, VLString targetPathsXmlPath, bool install) {
     if (!FileLibrary::IsFileExists(skuXmlPath, false)) {
         logError(__FUNCTION__, __LINE__, "Postflight failed: sku xml not found");
         return;
@@ -79,7 +81,9 @@ void postflight(const VLString& skuXmlPath, const VLString& targetPathsXmlPath, 
     }
 }
 
-bool showRetryCancelAlert(const VLString& title, const VLString& text) {
+// By value for the same reason.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
+bool showRetryCancelAlert(VLString title, VLString text) {
     // The text is a format without arguments, in which nothing but "%%" stands for something else.
     return FileSystemAccess::current().showRetryCancelAlert(title, text.Replace("%%", "%"));
 }
