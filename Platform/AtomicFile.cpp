@@ -6,6 +6,7 @@
 #include <array>
 #include <cerrno>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -15,6 +16,8 @@ namespace {
 /// As many links as systems follow before they take them for a loop.
 constexpr int maxLinks = 40;
 constexpr mode_t permissionBits = 07777;
+/// How often another process may come between before a save gives up.
+constexpr int mostTries = 100;
 
 /// What the link at `path` says; empty when there is no link.
 std::string readLink(const std::string& path) {
@@ -54,6 +57,48 @@ bool mayBeWritten(const std::string& path) {
     return file >= 0 && close(file) == 0;
 }
 
+/// Tries to lock the open file; a file system without locks has none of another process either.
+bool isLockedByAnother(int file) {
+    return flock(file, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+}
+
+bool isAt(const std::string& path, int file) {
+    struct stat there = {};
+    struct stat here = {};
+    return lstat(path.c_str(), &there) == 0 && fstat(file, &here) == 0 && there.st_dev == here.st_dev &&
+           there.st_ino == here.st_ino;
+}
+
+/// True when nothing of that name is there any more.
+bool removeName(const std::string& path) {
+    return unlink(path.c_str()) == 0 || errno == ENOENT;
+}
+
+/// Removes what has the name of a new file: one that a killed process has left, or something planted there,
+/// which is never opened for writing. False when that cannot be removed, and with EBUSY when it is the new
+/// file of a process that lives: each locks its own.
+bool removeLeftOver(const std::string& path) {
+    for (int i = 0; i < mostTries; ++i) {
+        const int file = open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+        if (file < 0) {
+            // A link, or another user's file. Where there is nothing, another process may have just made its
+            // own.
+            return errno == ENOENT || removeName(path);
+        }
+        const bool bInUse = isLockedByAnother(file);
+        const bool bSame = isAt(path, file);
+        const bool bRemoved = !bInUse && bSame && removeName(path);
+        const int error = bInUse ? EBUSY : errno;
+        close(file);
+        if (bSame) {
+            errno = error;
+            return bRemoved;
+        }
+    }
+    errno = EBUSY;
+    return false;
+}
+
 bool syncToDisk(int file) {
 #ifdef F_FULLFSYNC
     // Where this exists, fsync leaves the data in the drive's own memory. Not every file system has it.
@@ -75,6 +120,7 @@ AtomicFile::~AtomicFile() {
     if (isOurs()) {
         unlink(newPath.c_str());
     }
+    release();
 }
 
 bool AtomicFile::Open() {
@@ -111,17 +157,42 @@ bool AtomicFile::begin() {
     return mayBeWritten(target) && create(ownerAlone) && keepModeAndOwner(old);
 }
 
-/// A file that has the name already is removed, never opened: it might be a link, planted to have something
-/// else overwritten.
 bool AtomicFile::create(mode_t mode) {
     const std::string path = target + ".new";
-    unlink(path.c_str());
-    stream = openStream(path, O_CREAT | O_EXCL | O_NOFOLLOW, mode);
-    if (stream == nullptr) {
-        return false;
+    for (int i = 0; i < mostTries; ++i) {
+        if (!removeLeftOver(path)) {
+            return false;
+        }
+        stream = openStream(path, O_CREAT | O_EXCL | O_NOFOLLOW, mode);
+        if (stream == nullptr && errno != EEXIST) {
+            return false;
+        }
+        if (stream != nullptr && claim(path)) {
+            return true;
+        }
     }
+    errno = EBUSY;
+    return false;
+}
+
+/// Makes the file that has just been made the one that this object writes. False when another process has
+/// taken it for a left-over meanwhile.
+bool AtomicFile::claim(const std::string& path) {
+    claimed = fcntl(fileno(stream), F_DUPFD_CLOEXEC, 0);
     newPath = path;
-    return fstat(fileno(stream), &created) == 0;
+    if (!isLockedByAnother(claimed) && fstat(claimed, &created) == 0 && isOurs()) {
+        return true;
+    }
+    (void)std::fclose(std::exchange(stream, nullptr));
+    release();
+    newPath.clear();
+    return false;
+}
+
+void AtomicFile::release() {
+    if (claimed >= 0) {
+        close(std::exchange(claimed, -1));
+    }
 }
 
 bool AtomicFile::keepModeAndOwner(const struct stat& old) {
@@ -158,11 +229,13 @@ bool AtomicFile::putInPlace() {
         return false;
     }
     newPath.clear();
+    release();
     syncFolder();
     return true;
 }
 
-/// Another process that saves the same file removes our new one and makes its own.
+/// Where files cannot be locked, another process that saves the same file removes our new one and makes its
+/// own.
 bool AtomicFile::isOurs() const {
     struct stat status = {};
     return !newPath.empty() && lstat(newPath.c_str(), &status) == 0 && status.st_dev == created.st_dev &&

@@ -12,8 +12,10 @@
 ///
 /// Until Commit the new text stands in a file of its own beside the old one, under its name with ".new"
 /// appended. Without a Commit that succeeds the old file is as it was and the new one is removed; what a
-/// killed process left is removed by the next Open. A link is followed, as fopen does, also one that leads to
-/// no file yet. What is no regular file (a device) is written directly.
+/// killed process left is removed by the next Open. Of two objects for one file, also in two processes, the
+/// second cannot be opened while the first is there, so that what is checked before Commit still holds then.
+/// A link is followed, as fopen does, also one that leads to no file yet. What is no regular file (a device)
+/// is written directly.
 class AtomicFile {
 public:
     explicit AtomicFile(const std::string& path);
@@ -22,7 +24,8 @@ public:
     AtomicFile& operator=(const AtomicFile&) = delete;
 
     /// Begins the new file, with mode and owner of the old one. False when the old file may not be written,
-    /// when no file can be made in its folder, or when mode or owner cannot be kept.
+    /// when no file can be made in its folder, when mode or owner cannot be kept, or (EBUSY) when another
+    /// object has the file open.
     bool Open();
     /// Where to print the text after Open; owned by this object.
     FILE* Stream() { return stream; }
@@ -41,6 +44,8 @@ private:
     bool putInPlace();
     bool noted(bool bSucceeded);
     bool create(mode_t mode);
+    bool claim(const std::string& path);
+    void release();
     bool keepModeAndOwner(const struct stat& old);
     bool keepSpecialBits();
     bool isOurs() const;
@@ -49,6 +54,7 @@ private:
     std::string target;  ///< no link
     std::string newPath; ///< empty as long as there is no new file
     FILE* stream = nullptr;
+    int claimed = -1;         ///< holds the lock of the new file also when the stream is closed
     struct stat created = {}; ///< the new file, to know it again
     mode_t oldMode = 0;       ///< of the old file; 0 when there was none
     bool bSynced = false;

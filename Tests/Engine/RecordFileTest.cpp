@@ -216,7 +216,7 @@ TEST_F(RecordFileTest, SaveThatFailsIsToldOnceAndTheOldRecordStays) {
     const std::string before = record();
     write(std::string(recordName) + ".new/in the way", "");
     EXPECT_EQ(install(product("BETA")), Lines{"Error: The record '$T/" + std::string(recordName) +
-                                              "' cannot be saved (" + std::strerror(EEXIST) + ")."});
+                                              "' cannot be saved (" + std::strerror(EISDIR) + ")."});
     EXPECT_EQ(record(), before);
 }
 

@@ -281,30 +281,86 @@ TEST_F(AtomicFileTest, WithoutACommitNothingStays) {
     EXPECT_EQ(tree(), untouched);
 }
 
-TEST_F(AtomicFileTest, OfTwoSavesAtOnceOneSucceeds) {
-    AtomicFile first(path);
-    AtomicFile second(path);
-    ASSERT_TRUE(first.Open());
-    ASSERT_TRUE(second.Open());
-    ASSERT_TRUE(print(first, "first") && first.Sync());
-    ASSERT_TRUE(print(second, "sec"));
-    EXPECT_FALSE(first.Commit()) << "would put half of the second file in place";
-    EXPECT_EQ(FileTree::read(path), "old");
-    ASSERT_TRUE(print(second, "ond") && second.Sync());
-    EXPECT_TRUE(second.Commit());
-    EXPECT_EQ(tree(), Lines{"f: second"});
-}
-
-TEST_F(AtomicFileTest, AFailedSaveLeavesTheFileOfAnotherAlone) {
+TEST_F(AtomicFileTest, OfTwoSavesAtOnceTheSecondHasToWait) {
     AtomicFile second(path);
     {
         AtomicFile first(path);
         ASSERT_TRUE(first.Open());
-        ASSERT_TRUE(second.Open());
+        ASSERT_TRUE(print(first, "first") && first.Sync());
+        EXPECT_FALSE(second.Open());
+        EXPECT_EQ(second.Error(), EBUSY);
+        EXPECT_TRUE(first.Commit()) << "the second has left its new file alone";
+        EXPECT_EQ(tree(), Lines{"f: first"});
     }
-    ASSERT_TRUE(print(second, "new") && second.Sync());
-    EXPECT_TRUE(second.Commit());
-    EXPECT_EQ(tree(), replaced);
+    EXPECT_TRUE(replace(path, "second"));
+    EXPECT_EQ(tree(), Lines{"f: second"});
+}
+
+TEST_F(AtomicFileTest, AnotherProcessHasToWaitToo) {
+    AtomicFile ours(path);
+    ASSERT_TRUE(ours.Open());
+    ASSERT_TRUE(print(ours, "ours"));
+    inAnotherProcess([&] {
+        AtomicFile theirs(path);
+        if (!theirs.Open() && theirs.Error() == EBUSY) {
+            die();
+        }
+    });
+    EXPECT_TRUE(ours.Sync() && ours.Commit());
+    EXPECT_EQ(tree(), Lines{"f: ours"});
+}
+
+TEST_F(AtomicFileTest, ANewFileThatAnotherHasTakenAwayIsNotCommitted) {
+    AtomicFile ours(path);
+    ASSERT_TRUE(ours.Open());
+    ASSERT_TRUE(print(ours, "ours") && ours.Sync());
+    fs::remove(folder.path() / "f.new"); // as where files cannot be locked
+    FileTree::write(folder.path() / "f.new", "half");
+    EXPECT_FALSE(ours.Commit()) << "would put half of another file in place";
+    EXPECT_EQ(ours.Error(), EBUSY);
+    EXPECT_EQ(FileTree::read(path), "old");
+}
+
+TEST_F(AtomicFileTest, AFailedSaveLeavesTheFileOfAnotherAlone) {
+    {
+        AtomicFile ours(path);
+        ASSERT_TRUE(ours.Open());
+        fs::remove(folder.path() / "f.new");
+        FileTree::write(folder.path() / "f.new", "theirs");
+    }
+    EXPECT_EQ(tree(), (Lines{"f.new: theirs", "f: old"}));
+}
+
+TEST_F(AtomicFileTest, SavesOfManyProcessesLoseNone) {
+    // Each adds a line to what it finds, as long as it takes; without the lock of the new file some lines are
+    // lost.
+    constexpr int processes = 8;
+    constexpr int rounds = 25;
+    FileTree::write(path, "");
+    const auto addLines = [&] {
+        for (int round = 0; round < rounds; ++round) {
+            for (bool bSaved = false; !bSaved;) {
+                AtomicFile file(path);
+                bSaved =
+                    file.Open() && print(file, FileTree::read(path) + "x") && file.Sync() && file.Commit();
+            }
+        }
+    };
+    std::vector<pid_t> children;
+    for (int i = 0; i < processes; ++i) {
+        const pid_t child = fork();
+        if (child == 0) {
+            addLines();
+            _exit(0);
+        }
+        children.push_back(child);
+    }
+    for (const pid_t child : children) {
+        int status = 0;
+        EXPECT_EQ(waitpid(child, &status, 0), child);
+        EXPECT_EQ(status, 0);
+    }
+    EXPECT_EQ(FileTree::read(path).size(), static_cast<std::size_t>(processes * rounds));
 }
 
 // Failures, one step each

@@ -15,9 +15,9 @@ namespace {
 
 using Saved = FileSystemAccess::Saved;
 
-/// How often a save begins anew because another run has saved meanwhile. That happens only to runs that go on
-/// without the lock.
-constexpr int mostTries = 100;
+/// How often a save begins anew because another run has saved meanwhile, or is saving: for a minute. That
+/// happens only to runs that go on without the lock.
+constexpr int mostTries = 3000;
 constexpr std::chrono::milliseconds pauseBetweenTries{20};
 
 bool isMissing(const FileContent& content) {

@@ -2,7 +2,7 @@
 //
 //   RECORD_FAULT   the name of an error, with which the record cannot be opened or read
 //   RECORD_STEP    which of the two fails: open or read
-//   LOCK_FAULT     the name of an error, with which no lock can be had
+//   LOCK_FAULT     the name of an error, with which the lock of runs cannot be had, which is on a folder
 //   FAST_CLOCK     how many times faster the monotonic clock goes
 
 #include <cerrno>
@@ -13,6 +13,7 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -80,7 +81,9 @@ ssize_t read(int file, void* to, size_t size) {
 }
 
 int flock(int file, int operation) {
-    const int error = errorIn("LOCK_FAULT");
+    struct stat status = {};
+    const bool bOfRuns = fstat(file, &status) == 0 && S_ISDIR(status.st_mode);
+    const int error = bOfRuns ? errorIn("LOCK_FAULT") : 0;
     return error != 0 ? failed(error) : next<int(int, int)>("flock")(file, operation);
 }
 

@@ -111,7 +111,7 @@ int open(const char* path, int flags, ...) {
     va_start(arguments, flags);
     const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
     va_end(arguments);
-    const bool bNew = endsWith(path, "/InstallationStatusFile.xml.new");
+    const bool bNew = (flags & O_CREAT) != 0 && endsWith(path, "/InstallationStatusFile.xml.new");
     const bool bFolder = bRenamed && endsWith(path, "/Vorlane/");
     const int error = bNew ? begin("open") : bFolder ? begin("open folder") : 0;
     if (error != 0) {
