@@ -61,8 +61,12 @@ protected:
             .file("VorlaneFX/" + id, id);
     }
     std::string record() const { return exists(recordName) ? read(recordName) : "none"; }
-    static std::string left(const std::string& what, const std::string& why) {
-        return "Error: The record '$T/" + std::string(recordName) + "' cannot be " + what + " (" + why +
+    static std::string unreadable(const std::string& why) {
+        return "Error: The record '$T/" + std::string(recordName) + "' cannot be read (" + why +
+               "). It stays as it is, and this run is not recorded.";
+    }
+    static std::string cannotKeep(const std::string& why) {
+        return "Error: The damaged record '$T/" + std::string(recordName) + "' cannot be kept (" + why +
                "). It stays as it is, and this run is not recorded.";
     }
     static std::string kept(const std::string& name) {
@@ -121,10 +125,10 @@ TEST_F(RecordFileTest, ThatCannotBeReadIsNeitherSavedNorRemovedAndToldOnce) {
     const std::string before = record();
     for (const int error : {EIO, EACCES, EMFILE, EINTR, ELOOP}) {
         disturbed.readError = error;
-        EXPECT_EQ(install(product("GAMMA")), Lines{left("read", std::strerror(error))});
+        EXPECT_EQ(install(product("GAMMA")), Lines{unreadable(std::strerror(error))});
         EXPECT_EQ(record(), before) << std::strerror(error);
         commands();
-        EXPECT_EQ(uninstall(product()), Lines{left("read", std::strerror(error))});
+        EXPECT_EQ(uninstall(product()), Lines{unreadable(std::strerror(error))});
         EXPECT_THAT(commands(),
                     testing::Not(testing::Contains(testing::HasSubstr("InstallationStatusFile"))));
         EXPECT_EQ(record(), before) << std::strerror(error);
@@ -144,7 +148,7 @@ TEST_F(RecordFileTest, ThatIsMissingIsAnEmptyOne) {
 
 TEST_F(RecordFileTest, ThatIsAFolderStays) {
     write(std::string(recordName) + "/inside", "theirs");
-    const std::string line = left("read", "it is no regular file");
+    const std::string line = unreadable("it is no regular file");
     EXPECT_EQ(install(product()), Lines{line});
     EXPECT_EQ(uninstall(product()), Lines{line});
     EXPECT_EQ(read(std::string(recordName) + "/inside"), "theirs");
@@ -153,7 +157,7 @@ TEST_F(RecordFileTest, ThatIsAFolderStays) {
 TEST_F(RecordFileTest, ThatIsAPipeStaysAndNobodyWaits) {
     write("target/other", "");
     ASSERT_EQ(mkfifo(at(recordName).c_str(), 0644), 0);
-    const std::string line = left("read", "it is no regular file");
+    const std::string line = unreadable("it is no regular file");
     EXPECT_EQ(install(product()), Lines{line});
     EXPECT_EQ(uninstall(product()), Lines{line});
     struct stat status {};
@@ -204,8 +208,8 @@ TEST_F(RecordFileTest, ThatIsEmptyIsNotKept) {
 TEST_F(RecordFileTest, ThatIsDamagedAndCannotBeKeptStays) {
     write(recordName, "<install>");
     disturbed.createError = ENOSPC;
-    EXPECT_EQ(install(product()), Lines{left("kept", std::strerror(ENOSPC))});
-    EXPECT_EQ(uninstall(product()), (Lines{notListed(), left("kept", std::strerror(ENOSPC))}));
+    EXPECT_EQ(install(product()), Lines{cannotKeep(std::strerror(ENOSPC))});
+    EXPECT_EQ(uninstall(product()), (Lines{notListed(), cannotKeep(std::strerror(ENOSPC))}));
     EXPECT_EQ(record(), "<install>");
 }
 

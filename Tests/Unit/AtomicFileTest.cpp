@@ -334,8 +334,8 @@ TEST_F(AtomicFileTest, AFailedSaveLeavesTheFileOfAnotherAlone) {
 TEST_F(AtomicFileTest, SavesOfManyProcessesLoseNone) {
     // Each adds a line to what it finds, as long as it takes; without the lock of the new file some lines are
     // lost.
-    constexpr int processes = 8;
-    constexpr int rounds = 25;
+    constexpr int processes = 4;
+    constexpr int rounds = 15;
     FileTree::write(path, "");
     const auto addLines = [&] {
         for (int round = 0; round < rounds; ++round) {

@@ -29,8 +29,21 @@ bool hasNothingToSave(const StatusFile& record, const VLString& path) {
            !FileLibrary::IsDirectoryExists(PathLibrary::GetDirectoryWithoutFile(path));
 }
 
+/// `format` takes the path of the record and the other text.
 void logError(long line, const char* format, const VLString& path, const char* other) {
-    SimpleLog::printLog(SimpleLog::Error, __FILE__, "RecordFile", line, format, path.ConstData(), other);
+    SimpleLog::printLog(SimpleLog::Error, __FILE__, __FUNCTION__, line, format, path.ConstData(), other);
+}
+
+const char* textOf(int error) {
+    return std::strerror(error); // NOLINT(concurrency-mt-unsafe): one thread
+}
+
+/// Null when it was read.
+const char* whyUnreadable(const FileContent& content) {
+    if (content.error != 0) {
+        return textOf(content.error);
+    }
+    return content.state.type == S_IFREG ? nullptr : "it is no regular file";
 }
 
 } // namespace
@@ -44,20 +57,14 @@ void RecordFile::load(StatusFile& record) {
     if (isMissing(content)) {
         return;
     }
-    if (content.error != 0) {
-        leaveAlone("read", std::strerror(content.error)); // NOLINT(concurrency-mt-unsafe): one thread
-    } else if (found.type != S_IFREG) {
-        leaveAlone("read", "it is no regular file");
+    if (const char* why = whyUnreadable(content)) {
+        bOurs = false;
+        logError(__LINE__,
+                 "The record '%s' cannot be read (%s). It stays as it is, and this run is not recorded.",
+                 path, why);
     } else if (content.size > 0) {
         bDamaged = !record.parseBytes(content.bytes.get());
     }
-}
-
-void RecordFile::leaveAlone(const char* what, const char* why) {
-    bOurs = false;
-    SimpleLog::printLog(SimpleLog::Error, __FILE__, "RecordFile", __LINE__,
-                        "The record '%s' cannot be %s (%s). It stays as it is, and this run is not recorded.",
-                        path.ConstData(), what, why);
 }
 
 void RecordFile::save(StatusFile& record, const std::function<void()>& enterAgain) {
@@ -84,8 +91,7 @@ void RecordFile::save(StatusFile& record, const std::function<void()>& enterAgai
         }
     }
     if (bOurs) {
-        logError(__LINE__, "The record '%s' cannot be saved (%s).", path,
-                 std::strerror(error)); // NOLINT(concurrency-mt-unsafe): one thread
+        logError(__LINE__, "The record '%s' cannot be saved (%s).", path, textOf(error));
     }
 }
 
@@ -108,6 +114,9 @@ bool RecordFile::keepDamaged() {
             return true;
         }
     }
-    leaveAlone("kept", std::strerror(error)); // NOLINT(concurrency-mt-unsafe): one thread
+    bOurs = false;
+    logError(__LINE__,
+             "The damaged record '%s' cannot be kept (%s). It stays as it is, and this run is not recorded.",
+             path, textOf(error));
     return false;
 }

@@ -34,7 +34,6 @@ public:
 
 private:
     bool keepDamaged();
-    void leaveAlone(const char* what, const char* why);
 
     VLString path;
     FileState found; ///< as it was loaded
