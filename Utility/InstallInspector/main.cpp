@@ -1,7 +1,7 @@
-#include "Utility/InstallInspector/CheckCommand.h"
-#include "Utility/InstallInspector/Output.h"
-#include "Utility/InstallInspector/PlanCommand.h"
-#include "Utility/InstallInspector/StatusCommand.h"
+#include "Utility/InstallInspector/Check/CheckCommand.h"
+#include "Utility/InstallInspector/Report/Output.h"
+#include "Utility/InstallInspector/Plan/PlanCommand.h"
+#include "Utility/InstallInspector/Status/StatusCommand.h"
 
 #include <CLI/CLI.hpp>
 

@@ -1,0 +1,496 @@
+// Each command is first planned and then run: success, and what there is afterwards, must be the same.
+#include "Utility/InstallInspector/Plan/PlannedFileSystem.h"
+
+#include "Tests/Support/FileTree.h"
+#include "Tests/Support/ScopedEnvironment.h"
+#include "Tests/Support/TemporaryDirectory.h"
+#include "Utility/InstallInspector/Report/Finding.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <set>
+#include <sys/stat.h>
+#include <vector>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using Verb = PlannedFileSystem::Verb;
+
+class PlannedFileSystemTest : public testing::Test {
+protected:
+    TemporaryDirectory folder;
+    /// The same at the beginning; here commands are run.
+    TemporaryDirectory copy;
+
+    PlannedFileSystemTest() {
+        FileTree::write(folder.path() / "file", "file");
+        FileTree::write(folder.path() / "other", "other");
+        FileTree::write(folder.path() / "full/inside", "inside");
+        FileTree::write(folder.path() / "full/deep/deeper", "deeper");
+        fs::create_directory(folder.path() / "empty");
+        fs::create_directory_symlink("full", folder.path() / "link-to-full");
+        fs::create_symlink("file", folder.path() / "link-to-file");
+        fs::create_symlink("nowhere", folder.path() / "link-to-nothing");
+        fs::create_symlink("loop", folder.path() / "loop");
+    }
+
+    /// "$T" stands for the test's folder.
+    std::string filledIn(const std::string& text) const { return filledIn(text, folder.path()); }
+    static std::string filledIn(std::string text, const fs::path& path) {
+        for (std::size_t at = 0; (at = text.find("$T")) != std::string::npos;) {
+            text.replace(at, 2, path.string());
+        }
+        return text;
+    }
+    /// Makes the copy what the test's folder is.
+    void renewCopy() const {
+        for (const fs::directory_entry& entry : fs::directory_iterator(copy.path())) {
+            fs::remove_all(entry.path());
+        }
+        fs::copy(folder.path(), copy.path(), fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+    }
+    static VLString text(const std::string& bytes) { return toVLString(bytes); }
+
+    /// The types of the path itself and of what it leads to, and the content.
+    static std::string kindIn(FileSystemAccess& access, const fs::path& path) {
+        const VLString there = toVLString(path.string());
+        std::string kind =
+            std::to_string(access.linkTypeOf(there)) + " " + std::to_string(access.typeOf(there));
+        const FileContent content = access.readFile(there);
+        if (content.bytes != nullptr) {
+            kind += " " + std::string(content.bytes.get(), content.size);
+        }
+        return kind;
+    }
+    static std::string realKind(const fs::path& path) {
+        FileSystemAccess machine;
+        return kindIn(machine, path);
+    }
+
+    static void addPathsBelow(const fs::path& top, std::set<std::string>& paths) {
+        for (const fs::directory_entry& entry : fs::recursive_directory_iterator(top)) {
+            paths.insert(entry.path().lexically_relative(top));
+        }
+    }
+
+    /// Whether the plan, which has left the test's folder as it was, tells what has become of the copy.
+    void expectCopyIsAs(PlannedFileSystem& planned, const std::string& after) const {
+        std::set<std::string> paths;
+        addPathsBelow(folder.path(), paths);
+        addPathsBelow(copy.path(), paths);
+        for (const std::string& path : paths) {
+            EXPECT_EQ(realKind(copy.path() / path), kindIn(planned, folder.path() / path))
+                << path << " after " << after;
+        }
+    }
+
+    /// Plans the commands, one after the other, and runs them on the copy. Gives how each of them ended.
+    std::vector<bool> expectSame(const std::vector<std::string>& commands) {
+        renewCopy();
+        PlannedFileSystem planned;
+        std::vector<bool> expected;
+        std::vector<bool> actual;
+        const auto before = FileTree::describe(folder.path());
+        for (const std::string& command : commands) {
+            actual.push_back(planned.runCommand(text(filledIn(command))));
+            expected.push_back(FileSystemAccess().runCommand(
+                text("{ " + filledIn(command, copy.path()) + "; } 2>/dev/null")));
+        }
+        EXPECT_EQ(FileTree::difference(before, FileTree::describe(folder.path())), "") << "the plan wrote";
+        EXPECT_EQ(expected, actual) << commands.front();
+        expectCopyIsAs(planned, commands.back());
+        return actual;
+    }
+
+    void expectSuccess(const std::vector<std::string>& commands) {
+        EXPECT_EQ(expectSame(commands), std::vector<bool>(commands.size(), true));
+    }
+    void expectFailure(const std::string& command) {
+        EXPECT_EQ(expectSame({command}), std::vector<bool>{false});
+    }
+
+    void expectUnforeseen(const std::string& command) {
+        PlannedFileSystem planned;
+        EXPECT_THROW(planned.runCommand(text(filledIn(command))), CannotForesee) << command;
+    }
+};
+
+const char* const copyFull = "mkdir -p \"$T/to\" && cp -a --remove-destination \"$T/full/.\" \"$T/to\"";
+
+} // namespace
+
+// rm -f
+
+TEST_F(PlannedFileSystemTest, RemovesFilesAndLinks) {
+    expectSuccess({"rm -f \"$T/file\"", "rm -f \"$T/link-to-full\"", "rm -f \"$T/link-to-nothing\"",
+                   "rm -f \"$T/full/deep/deeper\"", "rm -f \"$T/loop\""});
+}
+
+TEST_F(PlannedFileSystemTest, RemovesWhatIsNotThereWithSuccess) {
+    expectSuccess({"rm -f \"$T/none\"", "rm -f \"$T/none/none\"", "rm -f \"$T/file/none\""});
+}
+
+TEST_F(PlannedFileSystemTest, DoesNotRemoveAFolderAsAFile) {
+    expectFailure("rm -f \"$T/empty\"");
+}
+
+TEST_F(PlannedFileSystemTest, RemovesAFileThroughALinkedFolder) {
+    expectSuccess({"rm -f \"$T/link-to-full/inside\""});
+}
+
+// rm -rf and rmdir
+
+TEST_F(PlannedFileSystemTest, RemovesAFolderWithAllThatIsInIt) {
+    expectSuccess({"rm -rf \"$T/full\"", "rm -rf \"$T/none\""});
+}
+
+TEST_F(PlannedFileSystemTest, RemovesALinkInPlaceOfTheFolderThatItLeadsTo) {
+    expectSuccess({"rm -rf \"$T/link-to-full\""});
+}
+
+TEST_F(PlannedFileSystemTest, RemovesAFolderWhoseNameEndsWithASlash) {
+    expectSuccess({"rm -rf \"$T/full/\""});
+}
+
+TEST_F(PlannedFileSystemTest, CountsWhatIsInARemovedFolder) {
+    PlannedFileSystem planned;
+    planned.runCommand(text(filledIn("rm -rf \"$T/full\"")));
+    EXPECT_EQ(planned.steps().back().removed, 3U);
+}
+
+TEST_F(PlannedFileSystemTest, DoesNotRemoveTheFolderItself) {
+    expectFailure("rm -rf \"$T/full/.\"");
+    expectFailure("rm -rf \"$T/full/..\"");
+    expectFailure("rmdir \"$T/empty/.\"");
+}
+
+TEST_F(PlannedFileSystemTest, RemovesAnEmptyFolderOnly) {
+    expectSuccess({"rmdir \"$T/empty\""});
+    for (const char* name : {"full", "file", "none", "link-to-full", "link-to-nothing"}) {
+        expectFailure(std::string("rmdir \"$T/") + name + "\"");
+    }
+}
+
+TEST_F(PlannedFileSystemTest, AFolderIsEmptyWhenAllInItHasBeenRemoved) {
+    expectSuccess({"rm -f \"$T/full/inside\"", "rm -rf \"$T/full/deep\"", "rmdir \"$T/full\""});
+}
+
+TEST_F(PlannedFileSystemTest, AFolderIsNotEmptyWhenSomethingWasMadeInIt) {
+    EXPECT_EQ(expectSame({"mkdir -p \"$T/empty/new\"", "rmdir \"$T/empty\""}),
+              (std::vector<bool>{true, false}));
+}
+
+// mkdir -p
+
+TEST_F(PlannedFileSystemTest, MakesAFolderAndThoseAboveIt) {
+    expectSuccess({"mkdir -p \"$T/a/b/c\"", "mkdir -p \"$T/a/b/c\"", "mkdir -p \"$T/full/x/\"",
+                   "mkdir -p \"$T/link-to-full/y\"", "mkdir -p \"$T/d/../e\""});
+}
+
+TEST_F(PlannedFileSystemTest, TellsWhichFoldersItMakes) {
+    PlannedFileSystem planned;
+    planned.runCommand(text(filledIn("mkdir -p \"$T/full/a/b/\"")));
+    EXPECT_EQ(planned.steps().back().made,
+              (std::vector<std::string>{filledIn("$T/full/a"), filledIn("$T/full/a/b")}));
+}
+
+TEST_F(PlannedFileSystemTest, MakesNoFolderWhereSomethingElseIs) {
+    for (const char* name : {"file", "file/below", "link-to-nothing", "link-to-file", "loop/below"}) {
+        expectFailure(std::string("mkdir -p \"$T/") + name + "\"");
+    }
+    expectFailure("mkdir -p \"\"");
+}
+
+TEST_F(PlannedFileSystemTest, MakesNoFolderWithANameThatIsTooLong) {
+    expectFailure("mkdir -p \"$T/" + std::string(256, 'x') + "\"");
+    expectFailure("mkdir -p \"$T/" + std::string(256, 'x') + "/below\"");
+    expectSuccess({"mkdir -p \"$T/" + std::string(255, 'x') + "\""});
+}
+
+// cp -f
+
+TEST_F(PlannedFileSystemTest, CopiesAFile) {
+    expectSuccess({"cp -f \"$T/file\" \"$T/new\"", "cp -f \"$T/file\" \"$T/other\"",
+                   "cp -f \"$T/link-to-file\" \"$T/full/inside\""});
+}
+
+TEST_F(PlannedFileSystemTest, CopiesAFileIntoAFolder) {
+    expectSuccess({"cp -f \"$T/file\" \"$T/empty\"", "cp -f \"$T/file\" \"$T/link-to-full\"",
+                   "cp -f \"$T/other\" \"$T/full/\""});
+}
+
+TEST_F(PlannedFileSystemTest, CopiesAFileThroughALink) {
+    expectSuccess({"cp -f \"$T/other\" \"$T/link-to-file\""});
+}
+
+TEST_F(PlannedFileSystemTest, CopiesNoFileWhereItCannot) {
+    for (const char* name : {"none/new", "file/new", "link-to-nothing", "new/"}) {
+        expectFailure(std::string("cp -f \"$T/file\" \"$T/") + name + "\"");
+    }
+    expectFailure("cp -f \"$T/file\" \"$T/file\"");
+    expectFailure("cp -f \"$T/none\" \"$T/new\"");
+    FileTree::write(folder.path() / "deep", "a file with the name of a folder");
+    expectFailure("cp -f \"$T/deep\" \"$T/full\"");
+}
+
+TEST_F(PlannedFileSystemTest, ACopyIsThereForTheNextStep) {
+    expectSuccess({"cp -f \"$T/file\" \"$T/one\"", "rm -f \"$T/file\"", "cp -f \"$T/one\" \"$T/two\"",
+                   "rm -f \"$T/one\""});
+}
+
+// The copy of a folder
+
+TEST_F(PlannedFileSystemTest, CopiesAFolderToANewOne) {
+    expectSuccess({copyFull});
+}
+
+TEST_F(PlannedFileSystemTest, AddsAFolderToOneThatIsThere) {
+    FileTree::write(folder.path() / "to/inside", "old");
+    FileTree::write(folder.path() / "to/deep/own", "own");
+    fs::create_symlink("own", folder.path() / "to/deep/deeper");
+    expectSuccess({copyFull});
+    EXPECT_EQ(FileTree::read(folder.path() / "to/deep/own"), "own");
+}
+
+TEST_F(PlannedFileSystemTest, AFolderNeverTakesThePlaceOfAFile) {
+    FileTree::write(folder.path() / "to/deep", "in the way");
+    expectFailure(copyFull);
+}
+
+TEST_F(PlannedFileSystemTest, AFileNeverTakesThePlaceOfAFolder) {
+    FileTree::write(folder.path() / "to/inside/own", "in the way");
+    expectFailure(copyFull);
+}
+
+TEST_F(PlannedFileSystemTest, CopiesAFolderWithTheLinksInIt) {
+    fs::create_symlink("../file", folder.path() / "full/link");
+    fs::create_directory_symlink("deep", folder.path() / "full/folder-link");
+    expectSuccess({copyFull});
+}
+
+TEST_F(PlannedFileSystemTest, CopiesWhatEarlierStepsHaveLeftInAFolder) {
+    expectSuccess({"rm -f \"$T/full/inside\"", "cp -f \"$T/file\" \"$T/full/new\"", copyFull,
+                   "rm -f \"$T/full/new\"", "rm -f \"$T/to/deep/deeper\""});
+}
+
+TEST_F(PlannedFileSystemTest, DittoIsTheSameCopy) {
+    PlannedFileSystem planned;
+    EXPECT_TRUE(planned.runCommand(text(filledIn("ditto \"$T/full\" \"$T/to\""))));
+    EXPECT_EQ(planned.typeOf(text(filledIn("$T/to/deep/deeper"))), static_cast<mode_t>(S_IFREG));
+    EXPECT_FALSE(planned.runCommand(text(filledIn("ditto \"$T/full\" \"$T/file\""))));
+    EXPECT_FALSE(planned.runCommand(text(filledIn("ditto \"$T/none\" \"$T/more\""))));
+}
+
+TEST_F(PlannedFileSystemTest, CopiesNoFolderWhereAFileIs) {
+    expectFailure("mkdir -p \"$T/file\" && cp -a --remove-destination \"$T/full/.\" \"$T/file\"");
+    expectFailure("mkdir -p \"$T/to\" && cp -a --remove-destination \"$T/none/.\" \"$T/to\"");
+}
+
+// ln and touch
+
+TEST_F(PlannedFileSystemTest, MakesALinkAndReplacesWhatIsThere) {
+    expectSuccess({"ln -sf \"$T/file\" \"$T/new\"", "ln -sf \"$T/full\" \"$T/other\"",
+                   "ln -sf \"$T/file\" \"$T/link-to-nothing\"", "ln -sf \"$T/full\" \"$T/link-to-file\""});
+}
+
+TEST_F(PlannedFileSystemTest, MakesALinkInsideAFolderOfItsName) {
+    expectSuccess({"ln -sf \"$T/file\" \"$T/empty\"", "ln -sf \"$T/file\" \"$T/link-to-full\""});
+}
+
+TEST_F(PlannedFileSystemTest, MakesNoLinkWhereItCannot) {
+    expectFailure("ln -sf \"$T/file\" \"$T/none/new\"");
+    expectFailure("ln -sf \"$T/file\" \"$T/file\"");
+    FileTree::write(folder.path() / "deep", "a file with the name of a folder");
+    expectFailure("ln -sf \"$T/deep\" \"$T/full\"");
+}
+
+TEST_F(PlannedFileSystemTest, TouchesAFolderAndMakesAFile) {
+    expectSuccess({"touch \"$T/full\"", "touch \"$T/new\"", "touch \"$T/link-to-nothing\""});
+    expectFailure("touch \"$T/none/new\"");
+}
+
+// Names
+
+TEST_F(PlannedFileSystemTest, TakesBlanksApostrophesAndTheLikeForPartsOfAName) {
+    expectSuccess({"mkdir -p \"$T/it's a & b; c | d > e (f) * ? #\"",
+                   "cp -f \"$T/file\" \"$T/it's a & b; c | d > e (f) * ? #/100%\"",
+                   "rm -f \"$T/it's a & b; c | d > e (f) * ? #/100%\""});
+}
+
+TEST_F(PlannedFileSystemTest, RelativePathsAreThoseOfTheWorkingFolder) {
+    PlannedFileSystem planned;
+    const fs::path before = fs::current_path();
+    fs::current_path(folder.path());
+    EXPECT_EQ(planned.typeOf("file"), static_cast<mode_t>(S_IFREG));
+    planned.runCommand("rm -f \"file\"");
+    fs::current_path(before);
+    EXPECT_EQ(planned.typeOf(text(filledIn("$T/file"))), static_cast<mode_t>(0));
+}
+
+TEST_F(PlannedFileSystemTest, WhatTheShellWouldInterpretIsNotGuessed) {
+    expectUnforeseen("rm -f \"$T/$HOME\"");
+    expectUnforeseen("rm -f \"$T/`id`\"");
+    expectUnforeseen("rm -f \"$T/a\\b\"");
+    expectUnforeseen("rm -f \"$T/a\"b\"");
+    expectUnforeseen("rm -f \"$T/a\" \"b\"");
+    expectUnforeseen("rm -f \"-rf\"");
+}
+
+TEST_F(PlannedFileSystemTest, UnknownCommandsAreNotGuessed) {
+    for (const char* command :
+         {"mv \"$T/file\" \"$T/new\"", "rm \"$T/file\"", "rm -f $T/file", "",
+          "mkdir -p \"$T/a\" && cp -a --remove-destination \"$T/full/.\" \"$T/b\"",
+          "mkdir -p \"$T/a\" && cp -a --remove-destination \"$T/full\" \"$T/a\"",
+          "mkdir -p \"$T/full/a\" && cp -a --remove-destination \"$T/full/.\" \"$T/full/a\"",
+          "rm -rf \"$T/link-to-full/\"", "rm -rf \"/\""}) {
+        expectUnforeseen(command);
+    }
+}
+
+// Questions
+
+TEST_F(PlannedFileSystemTest, AsksForTheHomeFolderAndNotesIt) {
+    const ScopedEnvironment home("HOME", "/Users/anna");
+    PlannedFileSystem planned;
+    VLString output;
+    EXPECT_TRUE(planned.captureCommand("eval echo $HOME", output));
+    EXPECT_EQ(output, VLString("/Users/anna\n"));
+    EXPECT_TRUE(planned.captureCommand("eval echo '~root'", output));
+    ASSERT_EQ(planned.steps().size(), 2U);
+    EXPECT_EQ(planned.steps()[1].command, "eval echo '~root'");
+    EXPECT_EQ(planned.steps()[1].verb, Verb::Ask);
+}
+
+TEST_F(PlannedFileSystemTest, AsksNothingThatWouldHaveAnEffect) {
+    const ScopedEnvironment home("HOME", filledIn("$(touch $T/made)"));
+    PlannedFileSystem planned;
+    VLString output;
+    EXPECT_THROW(planned.captureCommand("eval echo $HOME", output), CannotForesee);
+    EXPECT_THROW(planned.captureCommand("eval echo '~;touch made'", output), CannotForesee);
+    EXPECT_THROW(planned.captureCommand("eval echo '~a' 'b'", output), CannotForesee);
+    EXPECT_THROW(planned.captureCommand("date", output), CannotForesee);
+    EXPECT_FALSE(fs::exists(folder.path() / "made"));
+}
+
+TEST_F(PlannedFileSystemTest, DoesNotNoteWhatTheRunDoesNotAsk) {
+    PlannedFileSystem planned;
+    VLString output;
+    {
+        const PlannedFileSystem::Unnoted unnoted(planned);
+        planned.captureCommand("eval echo $HOME", output);
+    }
+    EXPECT_TRUE(planned.steps().empty());
+    planned.captureCommand("eval echo $HOME", output);
+    EXPECT_EQ(planned.steps().size(), 1U);
+}
+
+// The record, and the uninstaller
+
+namespace {
+
+/// The error of saving "text" at `path`; 0 for none.
+int saveAt(PlannedFileSystem& planned, const VLString& path) {
+    int error = 0;
+    const auto print = [](FILE* stream) { std::fputs("text", stream); };
+    const bool bSaved = planned.saveFile(path, print, nullptr, error) == FileSystemAccess::Saved::Yes;
+    EXPECT_EQ(bSaved, error == 0);
+    return error;
+}
+
+std::string contentAt(PlannedFileSystem& planned, const VLString& path) {
+    const FileContent content = planned.readFile(path);
+    return content.bytes == nullptr ? "error " + std::to_string(content.error)
+                                    : std::string(content.bytes.get(), content.size);
+}
+
+const std::string missing = "error " + std::to_string(ENOENT);
+
+} // namespace
+
+TEST_F(PlannedFileSystemTest, HoldsASavedFile) {
+    PlannedFileSystem planned;
+    const VLString path = text(filledIn("$T/full/record"));
+    EXPECT_EQ(saveAt(planned, path), 0);
+    EXPECT_EQ(contentAt(planned, path), "text");
+    EXPECT_EQ(planned.readFile(path).state.type, static_cast<mode_t>(S_IFREG));
+    EXPECT_TRUE(planned.runCommand(text(filledIn("rm -f \"$T/full/record\""))));
+    EXPECT_EQ(contentAt(planned, path), missing);
+    EXPECT_FALSE(fs::exists(folder.path() / "full/record"));
+}
+
+TEST_F(PlannedFileSystemTest, HoldsNoFileWithoutItsFolder) {
+    PlannedFileSystem planned;
+    EXPECT_EQ(saveAt(planned, text(filledIn("$T/none/record"))), ENOENT);
+    EXPECT_EQ(saveAt(planned, text(filledIn("$T/full"))), EISDIR);
+    EXPECT_EQ(saveAt(planned, text(filledIn("$T/link-to-file"))), 0);
+    EXPECT_EQ(planned.linkTypeOf(text(filledIn("$T/link-to-file"))), static_cast<mode_t>(S_IFLNK));
+    EXPECT_EQ(contentAt(planned, text(filledIn("$T/file"))), "text");
+}
+
+TEST_F(PlannedFileSystemTest, HoldsAFileThatIsMadeUnlessTheNameIsTaken) {
+    PlannedFileSystem planned;
+    int error = 0;
+    EXPECT_TRUE(planned.createFile(text(filledIn("$T/full/kept")), "a\0b", 3, error));
+    EXPECT_EQ(contentAt(planned, text(filledIn("$T/full/kept"))), std::string("a\0b", 3));
+    for (const auto& [name, expected] :
+         {std::pair{"$T/full/kept", EEXIST}, std::pair{"$T/link-to-file", EEXIST},
+          std::pair{"$T/none/kept", ENOENT}}) {
+        EXPECT_FALSE(planned.createFile(text(filledIn(name)), "x", 1, error));
+        EXPECT_EQ(error, expected) << name;
+    }
+    EXPECT_FALSE(fs::exists(folder.path() / "full/kept"));
+}
+
+TEST_F(PlannedFileSystemTest, PlacesAndRemovesItemsAsThePlatformDoes) {
+    struct Operation {
+        std::function<bool(FileSystemAccess&)> take;
+        const char* what;
+    };
+    renewCopy();
+    PlannedFileSystem planned;
+    FileSystemAccess machine;
+    fs::path top;
+    const auto at = [&top](const char* name) { return text((top / name).string()); };
+    const std::vector<Operation> operations = {
+        {[&](auto& access) { return access.removeItem(at("none")); }, "remove nothing"},
+        {[&](auto& access) { return access.removeItem(at("link-to-full")); }, "remove a link"},
+        {[&](auto& access) { return access.removeItem(""); }, "remove an empty path"},
+        {[&](auto& access) { return access.createFolder(at("a/b/")); }, "make folders"},
+        {[&](auto& access) { return access.createFolder(at("full")); }, "make a folder that is there"},
+        {[&](auto& access) { return access.createFolder(at("file")); }, "make a folder over a file"},
+        {[&](auto& access) { return access.createFolder(at("\xff")); }, "make a folder without a name"},
+        {[&](auto& access) { return access.copyItem(at("full"), at("a/b/copy")); }, "copy a folder"},
+        {[&](auto& access) { return access.copyItem(at("file"), at("other")); }, "copy over a file"},
+        {[&](auto& access) { return access.copyItem(at("file"), at("none/file")); }, "copy to nowhere"},
+        {[&](auto& access) { return access.copyItem(at("none"), at("new")); }, "copy nothing"},
+        {[&](auto& access) { return access.copyItem(at("full"), at("full/deep/copy")); }, "copy into itself"},
+        {[&](auto& access) { return access.copyItem(at("link-to-nothing"), at("a/link")); }, "copy a link"},
+        {[&](auto& access) { return access.createSymbolicLink(at("a/new"), "/nowhere"); }, "make a link"},
+        {[&](auto& access) { return access.createSymbolicLink(at("file"), "/nowhere"); }, "link over a file"},
+        {[&](auto& access) { return access.createSymbolicLink(at("none/new"), "x"); }, "link in nowhere"},
+        {[&](auto& access) { return access.removeItem(at("full/")); }, "remove a folder"},
+    };
+    for (const Operation& operation : operations) {
+        top = folder.path();
+        const bool bForeseen = operation.take(planned);
+        top = copy.path();
+        EXPECT_EQ(operation.take(machine), bForeseen) << operation.what;
+    }
+    expectCopyIsAs(planned, "all of them");
+}
+
+TEST_F(PlannedFileSystemTest, TheBundleIsOneThatXmlFilesCanBeCopiedInto) {
+    PlannedFileSystem planned;
+    EXPECT_TRUE(planned.copyItem(planned.mainBundlePath(), text(filledIn("$T/App.app"))));
+    EXPECT_TRUE(planned.copyItem(text(filledIn("$T/file")), text(filledIn("$T/App.app/Contents/sku.xml"))));
+    EXPECT_FALSE(planned.copyItem(text(filledIn("$T/file")), text(filledIn("$T/App.app/Contents/sku.xml"))));
+}
+
+TEST_F(PlannedFileSystemTest, NobodyAnswersAlerts) {
+    EXPECT_FALSE(PlannedFileSystem().showRetryCancelAlert("title", "text"));
+}

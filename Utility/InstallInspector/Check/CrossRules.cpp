@@ -1,0 +1,330 @@
+// Mistakes that only the product definition and the target-paths file together show.
+#include "Utility/InstallInspector/Check/NameRules.h"
+#include "Utility/InstallInspector/Report/NearestName.h"
+#include "Utility/InstallInspector/Check/Rules.h"
+
+#include <algorithm>
+#include <set>
+
+namespace {
+
+using TargetItem = Product::TargetItem;
+using TreeNode = Product::TreeNode;
+using TreeNodes = std::vector<const TreeNode*>;
+
+Location atNode(const Product& product, const TreeNode& node) {
+    return product.definitionFile.at(*node.element, "fileName");
+}
+
+Location atItem(const Product& product, const TargetItem& item) {
+    return product.targetsFile.at(*item.element, "name");
+}
+
+std::vector<std::string> namesOf(const std::vector<const TargetItem*>& items) {
+    std::vector<std::string> names;
+    names.reserve(items.size());
+    for (const TargetItem* item : items) {
+        names.push_back(toString(item->name));
+    }
+    return names;
+}
+
+std::vector<std::string> namesOf(const TreeNodes& nodes) {
+    std::vector<std::string> names;
+    names.reserve(nodes.size());
+    for (const TreeNode* node : nodes) {
+        names.push_back(toString(node->node->name));
+    }
+    return names;
+}
+
+bool isFamily(const Product& product, const TreeNode& node) {
+    return node.node->isDirectory && product.definition.pluginsByFamily.count(node.node->name) != 0;
+}
+
+/// Calls `visit` with each item that the copy walk hands a part of the tree to, and those parts: family
+/// folders for a host's item, folders of the item's name further down.
+template <class Visitor>
+void forEachWalkedItem(const TargetItem& item, const TreeNodes& nodes, Visitor& visit) {
+    visit(item, nodes);
+    for (const TargetItem* child : item.items) {
+        TreeNodes below;
+        for (const TreeNode* node : nodes) {
+            if (const TreeNode* found = node->child(child->name)) {
+                below.push_back(found);
+            }
+        }
+        forEachWalkedItem(*child, below, visit);
+    }
+}
+
+template <class Visitor>
+void forEachWalkedItem(const Product& product, Visitor visit) {
+    for (const char* name : {"VorlaneFX", "Content"}) {
+        const TargetItem* item = product.topItem(name);
+        const TreeNode* node = product.branch(name);
+        if (item != nullptr && node != nullptr) {
+            forEachWalkedItem(*item, {node}, visit);
+        }
+    }
+    const TargetItem* hostsItem = product.topItem("Hosts");
+    const TreeNode* hosts = product.branch("Hosts");
+    if (hostsItem == nullptr || hosts == nullptr) {
+        return;
+    }
+    for (const TargetItem* hostItem : hostsItem->items) {
+        if (const TreeNode* host = hosts->child(hostItem->name)) {
+            TreeNodes families;
+            for (const TreeNode* family : host->children) {
+                if (isFamily(product, *family)) {
+                    families.push_back(family);
+                }
+            }
+            forEachWalkedItem(*hostItem, families, visit);
+        }
+    }
+}
+
+// Hosts and Content
+
+/// The hosts of `names` that nothing knows, neither the engine nor `others`: each may be a slip for a known
+/// one, which is right however near another name is.
+std::vector<std::string> strangers(std::vector<std::string> names, const std::vector<std::string>& others) {
+    const std::set<std::string> known(others.begin(), others.end());
+    names.erase(std::remove_if(names.begin(), names.end(),
+                               [&](const std::string& name) {
+                                   return isKnownHost(toVLString(name)) || known.count(name) != 0;
+                               }),
+                names.end());
+    return names;
+}
+
+std::string adviseItemOf(const VLString& knownHost, const std::vector<std::string>& slips) {
+    const auto slip = nearestName(toString(knownHost), slips);
+    return "Write <item name=" + shown(knownHost) + "> " +
+           (slip.has_value() ? "in place of " + shown(toVLString(*slip)) : "inside <item name=\"Hosts\">") +
+           ".";
+}
+
+std::string adviseTreeOf(const VLString& knownHost, const std::vector<std::string>& slips) {
+    const auto slip = nearestName(toString(knownHost), slips);
+    return slip.has_value()
+               ? "Write " + shown(knownHost) + " in the tree, in place of " + shown(toVLString(*slip)) + "."
+               : "Remove the item, or list the host in the tree.";
+}
+
+void hostWithoutTarget(const Product& product, const Report& report) {
+    const TreeNode* hosts = product.branch("Hosts");
+    if (hosts == nullptr) {
+        return;
+    }
+    const TargetItem* item = product.topItem("Hosts");
+    const std::vector<std::string> items =
+        item == nullptr ? std::vector<std::string>() : namesOf(item->items);
+    const std::vector<std::string> strangeItems = strangers(items, namesOf(hosts->children));
+    for (const TreeNode* host : hosts->children) {
+        const VLString& name = host->node->name;
+        if (host->node->isDirectory && (item == nullptr || item->child(name) == nullptr)) {
+            report(atNode(product, *host),
+                   "the host " + shown(name) + " has no item inside Hosts of the targets",
+                   "Nothing of the host is installed; the log has a warning.",
+                   isKnownHost(name) ? adviseItemOf(name, strangeItems)
+                                     : adviseNearest(name, items,
+                                                     "Write <item name=\"...\"> with the host's name inside "
+                                                     "<item name=\"Hosts\">."));
+        }
+    }
+}
+
+void targetWithoutHost(const Product& product, const Report& report) {
+    const TargetItem* item = product.topItem("Hosts");
+    const TreeNode* hosts = product.branch("Hosts");
+    if (item == nullptr) {
+        return;
+    }
+    const std::vector<std::string> inTree =
+        hosts == nullptr ? std::vector<std::string>() : namesOf(hosts->children);
+    const std::vector<std::string> strangeHosts = strangers(inTree, namesOf(item->items));
+    for (const TargetItem* host : item->items) {
+        if (hosts == nullptr || hosts->child(host->name) == nullptr) {
+            report(atItem(product, *host), "the tree has no host " + shown(host->name),
+                   "The product installs nothing there.",
+                   isKnownHost(host->name)
+                       ? adviseTreeOf(host->name, strangeHosts)
+                       : adviseNearest(host->name, inTree, "Remove the item, or list the host in the tree."));
+        }
+    }
+}
+
+void contentWithoutTarget(const Product& product, const Report& report) {
+    const TreeNode* content = product.branch("Content");
+    if (content != nullptr && product.topItem("Content") == nullptr) {
+        report(atNode(product, *content), "the targets have no item Content",
+               "The Content branch is not installed; the log has an error, and the install reports success.",
+               "Write <item name=\"Content\"> with its paths.");
+    }
+}
+
+void targetWithoutContent(const Product& product, const Report& report) {
+    const TargetItem* item = product.topItem("Content");
+    if (item != nullptr && product.branch("Content") == nullptr) {
+        report(atItem(product, *item), "the tree has no Content", "The product installs nothing there.",
+               "Remove the item, or list the directory Content in the tree.");
+    }
+}
+
+// Items inside items
+
+void itemWithoutFolder(const Product& product, const Report& report) {
+    forEachWalkedItem(product, [&](const TargetItem& item, const TreeNodes& nodes) {
+        std::set<std::string> names;
+        for (const TreeNode* node : nodes) {
+            const auto below = namesOf(node->children);
+            names.insert(below.begin(), below.end());
+        }
+        for (const TargetItem* child : item.items) {
+            if (!nodes.empty() && names.count(toString(child->name)) == 0) {
+                report(
+                    atItem(product, *child),
+                    "the tree has no directory " + shown(child->name) + " where this item belongs",
+                    "Nothing is installed there: an item inside another takes the directory of its own name "
+                    "away from the outer one.",
+                    adviseNearest(child->name, {names.begin(), names.end()},
+                                  "Write the name of a directory of the tree."));
+            }
+        }
+    });
+}
+
+void itemForFile(const Product& product, const Report& report) {
+    forEachWalkedItem(product, [&](const TargetItem& item, const TreeNodes& nodes) {
+        for (const TreeNode* node : nodes) {
+            if (!node->node->isDirectory) {
+                report(
+                    atItem(product, item), shown(item.name) + " is a file of the tree",
+                    "An item takes directories only: the file is installed nowhere, and the customer may be "
+                    "told that something blocks the installation.",
+                    "Put the file into a directory, and name the item for that.");
+                return;
+            }
+        }
+    });
+}
+
+void itemWithoutPath(const Product& product, const Report& report) {
+    forEachWalkedItem(product, [&](const TargetItem& item, const TreeNodes& nodes) {
+        if (!item.item->paths.empty() || item.name == "VorlaneFX") {
+            return; // no-record speaks of VorlaneFX
+        }
+        for (const TreeNode* node : nodes) {
+            // What has an item of its own needs no path here.
+            const bool bCovered =
+                !node->children.empty() &&
+                std::all_of(node->children.begin(), node->children.end(),
+                            [&](const TreeNode* child) { return item.child(child->node->name) != nullptr; });
+            if (!bCovered) {
+                report(atItem(product, item), "the item " + shown(item.name) + " has no path",
+                       shown(node->path) + " is installed nowhere, and the install reports success.",
+                       "Write a <path> inside the item.");
+                return;
+            }
+        }
+    });
+}
+
+/// Whether the folder is one that only this family of products, or this part of the tree, uses.
+bool isOwnFolder(const VLString& path, const VLString& name) {
+    return path.HasOf(path.IndexOfIgnoreCase("vorlane", 0)) || path.HasOf(path.IndexOf("%FAMILY%", 0)) ||
+           path.EndsWith(VLString("/") + name) || path.EndsWith(VLString("/") + name + "/");
+}
+
+void sharedFolderRemoved(const Product& product, const Report& report) {
+    forEachWalkedItem(product, [&](const TargetItem& item, const TreeNodes& nodes) {
+        for (const TreeNode* node : nodes) {
+            if (!node->node->isDirectory || !node->children.empty() || node->node->dontDelete) {
+                continue;
+            }
+            for (const auto& path : item.item->paths) {
+                if (!isOwnFolder(path.path, node->node->name)) {
+                    report(
+                        atNode(product, *node),
+                        shown(node->path) + " lists nothing, and its target is " + shown(path.path),
+                        "A directory without children is one piece with its target folder: the uninstall "
+                        "removes that folder with everything in it, whoever put it there.",
+                        "List the files, or give the item a path of its own below that folder, such as one "
+                        "that ends in /%FAMILY%.");
+                    break;
+                }
+            }
+        }
+    });
+}
+
+// Families in paths
+
+Location atPath(const Product& product, const TargetItem& item, const VLString& value) {
+    for (const TiXmlElement* path = item.element->FirstChildElement("path"); path != nullptr;
+         path = path->NextSiblingElement("path")) {
+        if (attributeOf(*path, "value") == value) {
+            return product.targetsFile.at(*path, "value");
+        }
+    }
+    return atItem(product, item);
+}
+
+void familyInSharedPath(const Product& product, const Report& report) {
+    const auto& families = product.definition.pluginsByFamily;
+    for (const char* name : {"VorlaneFX", "Content"}) {
+        const TargetItem* item = product.topItem(name);
+        if (item == nullptr || families.size() == 1) {
+            continue;
+        }
+        for (const auto& path : item->item->paths) {
+            if (!path.path.HasOf(path.path.IndexOf("%FAMILY%", 0))) {
+                continue;
+            }
+            const std::string message = std::string("%FAMILY% in a path of ") + name;
+            const char* const advice = "Leave %FAMILY% to the paths of hosts.";
+            if (families.empty()) {
+                report(atPath(product, *item, path.path), message + ", while the product has no family",
+                       "It is replaced by nothing.", advice);
+            } else if (name == std::string("VorlaneFX")) {
+                report(
+                    atPath(product, *item, path.path), message + " of a product with several families",
+                    "An install copies to the folder of the family that it copied last, while the uninstall "
+                    "looks in that of the first: files stay behind.",
+                    advice);
+            } else {
+                report(atPath(product, *item, path.path), message + " of a product with several families",
+                       "It stands for the one family that happens to be copied last on that machine.",
+                       advice);
+            }
+        }
+    }
+}
+
+} // namespace
+
+const std::vector<Rule>& crossRules() {
+    using Needs = Rule::Needs;
+    static const std::vector<Rule> rules = {
+        {"host-without-target", Severity::Error, Needs::Both, "a host in the tree without target item",
+         hostWithoutTarget},
+        {"target-without-host", Severity::Warning, Needs::Both,
+         "a target item for a host that is not in the tree", targetWithoutHost},
+        {"content-without-target", Severity::Error, Needs::Both, "a Content branch without target item",
+         contentWithoutTarget},
+        {"target-without-content", Severity::Warning, Needs::Both, "a target item Content without the branch",
+         targetWithoutContent},
+        {"item-without-folder", Severity::Warning, Needs::Both,
+         "an item inside another that matches no directory of the tree", itemWithoutFolder},
+        {"item-for-file", Severity::Error, Needs::Both, "an item that has the name of a file", itemForFile},
+        {"item-without-path", Severity::Error, Needs::Both, "an item without a path for what it takes",
+         itemWithoutPath},
+        {"shared-folder-removed", Severity::Error, Needs::Both,
+         "a folder of others that the uninstall would remove whole", sharedFolderRemoved},
+        {"family-in-shared-path", Severity::Error, Needs::Both, "%FAMILY% in a path of VorlaneFX or Content",
+         familyInSharedPath},
+    };
+    return rules;
+}

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "Utility/InstallInspector/Check/Rules.h"
+
+#include <optional>
+#include <string>
+
+/// What is wrong with text that becomes part of a shell command.
+struct TextFault {
+    std::string message;
+    std::string consequence;
+    std::string advice;
+};
+
+/// A character that the shell interprets between double quotes.
+std::optional<TextFault> shellCharacterIn(const VLString& text);
+/// A line break or another control character.
+std::optional<TextFault> controlCharacterIn(const VLString& text);
+
+/// The value an author who wrote `text` most likely meant by it, "0" or "1"; empty when that is not clear.
+std::string flagMeantBy(const VLString& text);
+
+/// `text` in the form attribute="text", with control characters made visible.
+std::string shownAttribute(const char* name, const VLString& text);
+
+bool hasBlankAtEnd(const VLString& text);
+
+/// "Write X." for the nearest of `candidates`, otherwise `fallback`.
+std::string adviseNearest(const VLString& text, const std::vector<std::string>& candidates,
+                          const std::string& fallback);

@@ -1,0 +1,156 @@
+// Differences between the definition's tree and the source folder.
+#include "Utility/InstallInspector/Report/NearestName.h"
+#include "Utility/InstallInspector/Check/Rules.h"
+
+#include <filesystem>
+#include <map>
+#include <set>
+#include <system_error>
+
+namespace {
+
+namespace fs = std::filesystem;
+using TreeNode = Product::TreeNode;
+
+/// The names in a folder; empty when it cannot be read.
+std::set<std::string> namesIn(const fs::path& folder) {
+    std::set<std::string> names;
+    std::error_code error;
+    for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
+        names.insert(entry->path().filename().string());
+    }
+    return names;
+}
+
+std::string shownPath(const fs::path& path) {
+    return shown(toVLString(path.string()));
+}
+
+/// Calls `visit` with each folder of the tree that is a folder in the source, too, and its path there.
+template <class Visitor>
+void forEachFolder(const TreeNode& node, const fs::path& folder, Visitor& visit) {
+    std::error_code error;
+    if (!fs::is_directory(folder, error)) {
+        return;
+    }
+    visit(node, folder);
+    for (const TreeNode* child : node.children) {
+        if (child->node->isDirectory) {
+            forEachFolder(*child, folder / toString(child->node->name), visit);
+        }
+    }
+}
+
+template <class Visitor>
+void forEachFolder(const Product& product, Visitor visit) {
+    if (!product.tree.empty()) {
+        forEachFolder(product.tree.front(), product.source, visit);
+    }
+}
+
+/// The names of a folder by their lower case.
+std::map<VLString, std::string> byLowerCase(const std::set<std::string>& names) {
+    std::map<VLString, std::string> lower;
+    for (const std::string& name : names) {
+        lower.emplace(toVLString(name).ToLower(), name);
+    }
+    return lower;
+}
+
+bool isThere(const fs::path& path, bool bDirectory) {
+    std::error_code error;
+    return fs::is_directory(path, error) || (!bDirectory && fs::is_regular_file(path, error));
+}
+
+/// The names of a folder that the tree does not list: what a missing one may be a slip for.
+std::vector<std::string> unlisted(const TreeNode& node, const std::set<std::string>& names) {
+    constexpr std::size_t mostComparisons = 10'000; // where so much differs nothing is a slip
+    std::vector<std::string> others;
+    for (const std::string& name : names) {
+        if (node.child(toVLString(name)) == nullptr) {
+            others.push_back(name);
+        }
+    }
+    return others.size() * node.children.size() > mostComparisons ? std::vector<std::string>() : others;
+}
+
+std::string adviseMissing(const TreeNode& node, const fs::path& folder,
+                          const std::vector<std::string>& others) {
+    const auto nearest = nearestName(toString(node.node->name), others);
+    return nearest.has_value() && isThere(folder / *nearest, node.node->isDirectory)
+               ? "Write " + shown(toVLString(*nearest)) + ", which the source has, or put it there."
+               : "Put it there, or take it out of the tree.";
+}
+
+void missingInSource(const Product& product, const Report& report) {
+    forEachFolder(product, [&](const TreeNode& node, const fs::path& folder) {
+        const std::set<std::string> names = namesIn(folder);
+        const auto lower = byLowerCase(names);
+        const std::vector<std::string> others = unlisted(node, names);
+        for (const TreeNode* child : node.children) {
+            const std::string name = toString(child->node->name);
+            const fs::path path = folder / name;
+            const auto other = names.count(name) != 0 ? lower.end() : lower.find(child->node->name.ToLower());
+            // On a disk that does not tell case apart the name is found, but not on every disk.
+            const bool bOtherCase = other != lower.end();
+            if (isThere(path, child->node->isDirectory) && !bOtherCase) {
+                continue;
+            }
+            std::error_code error;
+            const bool bWrongKind = !bOtherCase && fs::exists(path, error);
+            report(product.definitionFile.at(*child->element, "fileName"),
+                   bWrongKind ? shownPath(path) + " is no " + (child->node->isDirectory ? "folder" : "file")
+                              : "the source has no " + shownPath(path),
+                   "The install stops at the first such name, before it has copied anything.",
+                   bWrongKind   ? "List it as what it is, or put the right thing there."
+                   : bOtherCase ? "Write " + shown(toVLString(other->second)) + ", as the source spells it."
+                                : adviseMissing(*child, folder, others));
+        }
+    });
+}
+
+void notListed(const Product& product, const Report& report) {
+    forEachFolder(product, [&](const TreeNode& node, const fs::path& folder) {
+        const bool bWhole = node.parent != nullptr && node.children.empty();
+        if (bWhole) {
+            return;
+        }
+        for (const std::string& name : namesIn(folder)) {
+            // What the Finder leaves in every folder is nobody's mistake.
+            if (name == ".DS_Store" || node.child(toVLString(name)) != nullptr) {
+                continue;
+            }
+            report({Location::Document::Source, (folder / name).string(), 0, 0},
+                   "no entry of the tree covers it", "It is not installed.",
+                   "List it in the tree, or take it out of the source.");
+        }
+    });
+}
+
+void noSharedSource(const Product& product, const Report& report) {
+    std::error_code error;
+    if (product.tree.empty() || product.branch("VorlaneFX") != nullptr ||
+        fs::is_directory(fs::path(product.source) / "VorlaneFX", error)) {
+        return;
+    }
+    report({Location::Document::Source, product.source, 0, 0}, "the source has no folder VorlaneFX",
+           "Every install opens it, whether the tree lists it or not: the customer is told that something "
+           "blocks "
+           "the installation, as often as Retry is chosen.",
+           "Put a folder VorlaneFX there, and list it in the tree.");
+}
+
+} // namespace
+
+const std::vector<Rule>& sourceRules() {
+    using Needs = Rule::Needs;
+    static const std::vector<Rule> rules = {
+        {"missing-in-source", Severity::Error, Needs::Source,
+         "a name of the tree that the source does not have", missingInSource},
+        {"not-listed", Severity::Warning, Needs::Source, "something in the source that no entry covers",
+         notListed},
+        {"no-shared-source", Severity::Error, Needs::Source, "neither tree nor source has VorlaneFX",
+         noSharedSource},
+    };
+    return rules;
+}

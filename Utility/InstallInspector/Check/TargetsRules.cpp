@@ -1,0 +1,526 @@
+// Mistakes of the target-paths file alone.
+#include "Utility/InstallInspector/Check/NameRules.h"
+#include "Utility/InstallInspector/Documents/Placeholders.h"
+#include "Utility/InstallInspector/Check/Rules.h"
+
+#include <algorithm>
+#include <set>
+
+namespace {
+
+using Entry = LocatedDocument::Entry;
+using TargetItem = Product::TargetItem;
+using Condition = InstallUtility::InstallItem::ItemPath::Condition;
+
+constexpr const char* withoutRecord = "No record is kept: installs never replace a file that is there, not "
+                                      "even by a newer one, and an uninstall "
+                                      "removes no file.";
+
+template <class Visitor>
+void forEachEntry(const Product& product, std::initializer_list<Kind> kinds, Visitor visit) {
+    for (const Entry& entry : product.targetsFile.entries()) {
+        if (std::find(kinds.begin(), kinds.end(), entry.kind) != kinds.end()) {
+            visit(entry);
+        }
+    }
+}
+
+template <class Visitor>
+void forEachCondition(const Product& product, Visitor visit) {
+    forEachEntry(product, {Kind::Condition, Kind::Operand}, [&](const Entry& entry) {
+        visit(entry, Condition::fromString(attributeOf(*entry.element, "type")));
+    });
+}
+
+Location at(const Product& product, const TiXmlElement& element, const char* attribute) {
+    return product.targetsFile.at(element, attribute);
+}
+
+bool combines(Condition::ConditionType type) {
+    return type == Condition::And || type == Condition::Or;
+}
+
+bool readsRegistry(Condition::ConditionType type) {
+    return type == Condition::RegKeyExist || type == Condition::RegKeyNotExist;
+}
+
+bool looksForFile(Condition::ConditionType type) {
+    return type == Condition::FileExist || type == Condition::FileNotExist;
+}
+
+/// Whether a test of this kind holds when it looks for something that is not there.
+bool holdsForNothing(Condition::ConditionType type) {
+    return type == Condition::PathNotExist || type == Condition::FileNotExist ||
+           type == Condition::RegKeyNotExist;
+}
+
+std::string always(bool bHolds) {
+    return bHolds ? "always holds" : "never holds";
+}
+
+std::string shownType(const Entry& entry) {
+    return shown(attributeOf(*entry.element, "type"));
+}
+
+bool hasOperands(const Product& product, const Entry& entry) {
+    // Operands follow their condition directly.
+    const Entry* next = &entry + 1;
+    const auto& entries = product.targetsFile.entries();
+    return next != entries.data() + entries.size() && next->parent == &entry;
+}
+
+// Elements without what they need
+
+void itemWithoutName(const Product& product, const Report& report) {
+    forEachEntry(product, {Kind::Item}, [&](const Entry& entry) {
+        if (attributeOf(*entry.element, "name").IsEmpty()) {
+            report(at(product, *entry.element, "name"), "an <item> without name",
+                   "The engine passes it over with all its paths and items.",
+                   "Write name=\"VorlaneFX\", \"Hosts\", \"Content\", the name of a host, or that of a "
+                   "directory "
+                   "of the tree.");
+        }
+    });
+}
+
+void pathWithoutValue(const Product& product, const Report& report) {
+    forEachEntry(product, {Kind::Path}, [&](const Entry& entry) {
+        if (attributeOf(*entry.element, "value").IsEmpty()) {
+            report(at(product, *entry.element, "value"), "a <path> without value",
+                   "The engine passes it over with its condition: nothing is installed there.",
+                   "Write value=\"/...\" with the folder.");
+        }
+    });
+}
+
+void conditionWithoutValue(const Product& product, const Report& report) {
+    forEachCondition(product, [&](const Entry& entry, Condition::ConditionType type) {
+        if (type != Condition::None && !combines(type) && attributeOf(*entry.element, "value").IsEmpty()) {
+            report(at(product, *entry.element, "value"), "a condition " + shownType(entry) + " without value",
+                   "It tests nothing and " + always(holdsForNothing(type)) + ".",
+                   readsRegistry(type) ? "Write value=\"%REGKEY:key::value name%\"."
+                                       : "Write value=\"/...\" with what to look for.");
+        }
+    });
+}
+
+// Conditions
+
+void unknownConditionType(const Product& product, const Report& report) {
+    forEachCondition(product, [&](const Entry& entry, Condition::ConditionType type) {
+        if (type != Condition::None) {
+            return;
+        }
+        const VLString text = attributeOf(*entry.element, "type");
+        std::string known;
+        for (const std::string& name : knownConditionTypes()) {
+            known += (known.empty() ? "" : ", ") + name;
+        }
+        report(at(product, *entry.element, "type"),
+               text.IsEmpty() ? "a condition without type" : "unknown condition type " + shown(text),
+               "A condition of no known type always holds.",
+               adviseNearest(text, knownConditionTypes(), "Write one of: " + known + "."));
+    });
+}
+
+void noOperands(const Product& product, const Report& report) {
+    forEachCondition(product, [&](const Entry& entry, Condition::ConditionType type) {
+        if (combines(type) && !hasOperands(product, entry)) {
+            report(at(product, *entry.element, "type"), shownType(entry) + " without conditions inside it",
+                   std::string("It ") + always(type == Condition::And) + ".",
+                   "Write its conditions as <condition> elements inside it.");
+        }
+    });
+}
+
+void operandsIgnored(const Product& product, const Report& report) {
+    forEachCondition(product, [&](const Entry& entry, Condition::ConditionType type) {
+        if (!combines(type) && type != Condition::None && hasOperands(product, entry)) {
+            report(at(product, *entry.element, "type"), "conditions inside one of type " + shownType(entry),
+                   "Only And and Or look at the conditions inside them: these have no effect.",
+                   "Put this condition and those inside it side by side into a <condition type=\"And\"> or "
+                   "\"Or\".");
+        }
+    });
+}
+
+void valueIgnored(const Product& product, const Report& report) {
+    forEachCondition(product, [&](const Entry& entry, Condition::ConditionType type) {
+        if (combines(type) && findAttribute(*entry.element, "value") != nullptr) {
+            report(at(product, *entry.element, "value"), "a value for " + shownType(entry),
+                   "And and Or do not look at their own value: it is not tested.",
+                   "Put a <condition> with that value inside it.");
+        }
+    });
+}
+
+void operandName(const Product& product, const Report& report) {
+    forEachEntry(product, {Kind::Operand}, [&](const Entry& entry) {
+        if (entry.element->ValueStr() != "condition") {
+            const std::string name = shown(VLString(entry.element->Value()));
+            report(product.targetsFile.at(*entry.element), name + " inside a condition is no <condition>",
+                   "Behind the first <condition> the engine takes every element for one, whatever its name.",
+                   "Write <condition>, or remove the element.");
+        }
+    });
+}
+
+void familyInCondition(const Product& product, const Report& report) {
+    forEachCondition(product, [&](const Entry& entry, Condition::ConditionType type) {
+        const VLString value = attributeOf(*entry.element, "value");
+        if (!combines(type) && value.HasOf(value.IndexOf("%FAMILY%", 0))) {
+            report(at(product, *entry.element, "value"), "%FAMILY% in a condition",
+                   readsRegistry(type) || type == Condition::None
+                       ? "It is replaced in paths only and stays in the value as it stands."
+                       : "It is replaced in paths only: the engine looks for a name that has the text "
+                         "%FAMILY% in "
+                         "it, so the condition " +
+                             always(holdsForNothing(type)) + ".",
+                   "Write the family's name, or test a folder above it.");
+        }
+    });
+}
+
+void registryTestWithoutPlaceholder(const Product& product, const Report& report) {
+    forEachCondition(product, [&](const Entry& entry, Condition::ConditionType type) {
+        const VLString value = attributeOf(*entry.element, "value");
+        if (!readsRegistry(type) || value.IsEmpty()) {
+            return;
+        }
+        // What stands around a placeholder is there whatever the registry holds.
+        const std::string rest = withoutPlaceholders(toString(value));
+        if (!rest.empty()) {
+            report(
+                at(product, *entry.element, "value"),
+                shownType(entry) + " of " + shown(value) + ", which is not a registry placeholder alone",
+                "The test is only whether the filled-in value is empty, which text outside the placeholder "
+                "never is: the condition " +
+                    always(!holdsForNothing(type)) + ".",
+                "Write value=\"%REGKEY:key::value name%\" and nothing else.");
+        }
+    });
+}
+
+void bundleAsFile(const Product& product, const Report& report) {
+    forEachCondition(product, [&](const Entry& entry, Condition::ConditionType type) {
+        const VLString value = attributeOf(*entry.element, "value");
+        if (!looksForFile(type)) {
+            return;
+        }
+        for (const char* ending : {".app", ".app/", ".bundle", ".plugin", ".framework", "/"}) {
+            if (value.EndsWith(ending)) {
+                report(at(product, *entry.element, "type"),
+                       shownType(entry) + " of " + shown(value) + ", which is a folder",
+                       "Only regular files count: the condition " + always(holdsForNothing(type)) + ".",
+                       type == Condition::FileExist ? "Write type=\"PathExist\"."
+                                                    : "Write type=\"PathNotExist\".");
+                return;
+            }
+        }
+    });
+}
+
+// Patterns
+
+/// Path values, and the values of conditions that look for a path.
+template <class Visitor>
+void forEachPattern(const Product& product, Visitor visit) {
+    forEachEntry(product, {Kind::Path, Kind::Condition, Kind::Operand}, [&](const Entry& entry) {
+        const bool bPath = entry.kind == Kind::Path;
+        if (bPath || !combines(Condition::fromString(attributeOf(*entry.element, "type")))) {
+            visit(entry, attributeOf(*entry.element, "value"), bPath);
+        }
+    });
+}
+
+template <class Visitor>
+void forEachPlaceholder(const Product& product, Placeholder::Kind kind, Visitor visit) {
+    forEachPattern(product, [&](const Entry& entry, const VLString& value, bool bPath) {
+        for (const Placeholder& placeholder : placeholdersIn(toString(value), bPath)) {
+            if (placeholder.kind == kind) {
+                visit(at(product, *entry.element, "value"), shown(toVLString(placeholder.text)), placeholder);
+            }
+        }
+    });
+}
+
+void unknownPlaceholder(const Product& product, const Report& report) {
+    forEachPlaceholder(product, Placeholder::Kind::Unknown,
+                       [&](const Location& where, const std::string& text, const Placeholder& placeholder) {
+                           if (placeholder.text == "%FAMILY%") {
+                               return; // family-in-condition
+                           }
+                           const std::string fallback =
+                               "Write %FAMILY%, %USER% or %REGKEY:key::value name%, in this case of letters.";
+                           const VLString name = toVLString(placeholder.text);
+                           const bool bRegistry = name.HasOf(name.IndexOfIgnoreCase("REGKEY", 0));
+                           report(
+                               where, "unknown placeholder " + text,
+                               "It stays as it stands: the engine goes on with a name that has percent signs "
+                               "in it.",
+                               bRegistry ? "Write %REGKEY:key::value name%, with REGKEY in capitals."
+                                         : adviseNearest(name, {"%FAMILY%", "%USER%"}, fallback));
+                       });
+}
+
+/// With the key and the value that a single colon parts, where that is what was meant.
+std::string adviseSeparator(const std::string& placeholder) {
+    static const std::string opening = "%REGKEY:";
+    const std::size_t colon = placeholder.find(':', opening.size());
+    const bool bParted = placeholder.compare(0, opening.size(), opening) == 0 && colon > opening.size() &&
+                         colon == placeholder.rfind(':') && colon + 2 < placeholder.size();
+    return bParted
+               ? "Write " +
+                     shown(toVLString(placeholder.substr(0, colon) + ":" + placeholder.substr(colon))) + "."
+               : "Write %REGKEY:key::value name%.";
+}
+
+void registryPlaceholder(const Product& product, const Report& report) {
+    forEachPlaceholder(
+        product, Placeholder::Kind::MalformedRegistry,
+        [&](const Location& where, const std::string& text, const Placeholder& placeholder) {
+            report(where, "the registry placeholder " + text + " has no \"::\" between key and value",
+                   "The engine cannot fill it in: it stays as it stands, with an error in the log.",
+                   adviseSeparator(placeholder.text));
+        });
+    forEachPlaceholder(product, Placeholder::Kind::Registry,
+                       [&](const Location& where, const std::string& text, const Placeholder& placeholder) {
+                           if (placeholder.key.empty() || placeholder.value.empty()) {
+                               report(where,
+                                      "the registry placeholder " + text + " names no " +
+                                          (placeholder.key.empty() ? "key" : "value"),
+                                      "Nothing is found under an empty name: it is filled in with nothing.",
+                                      "Write %REGKEY:key::value name%.");
+                           }
+                       });
+}
+
+void lonePercent(const Product& product, const Report& report) {
+    forEachPlaceholder(
+        product, Placeholder::Kind::Lone, [&](const Location& where, const std::string&, const Placeholder&) {
+            report(where, "a percent sign that no second one closes", "It stays in the name as it stands.",
+                   "Close the placeholder with \"%\", or leave the sign out of the path.");
+        });
+}
+
+void relativePath(const Product& product, const Report& report) {
+    forEachPattern(product, [&](const Entry& entry, const VLString& value, bool bPath) {
+        const auto type = Condition::fromString(attributeOf(*entry.element, "type"));
+        if (value.IsEmpty() || (!bPath && (readsRegistry(type) || type == Condition::None))) {
+            return;
+        }
+        const std::string text = toString(value);
+        const auto placeholders = placeholdersIn(text, bPath);
+        const bool bRegistry =
+            !placeholders.empty() &&
+            text.compare(0, placeholders.front().text.size(), placeholders.front().text) == 0 &&
+            (placeholders.front().kind == Placeholder::Kind::Registry ||
+             placeholders.front().kind == Placeholder::Kind::MalformedRegistry);
+        if (text[0] == '/' || bRegistry) {
+            return;
+        }
+        report(
+            at(product, *entry.element, "value"), "the path " + shown(value) + " does not begin with \"/\"",
+            text[0] == '~' ? "Nothing expands \"~\": it is the name of a folder below whatever folder the "
+                             "installer happens to run in."
+                           : "It is looked for below whatever folder the installer happens to run in.",
+            text[0] == '~' ? "Write /Users/%USER% for the user's home." : "Write the whole path from \"/\".");
+    });
+}
+
+/// What stands between the placeholders, in which alone the author's own characters are.
+void shellCharacterInPath(const Product& product, const Report& report) {
+    forEachEntry(product, {Kind::Path}, [&](const Entry& entry) {
+        const VLString value = attributeOf(*entry.element, "value");
+        if (const auto fault = shellCharacterIn(toVLString(withoutPlaceholders(toString(value))))) {
+            report(at(product, *entry.element, "value"), fault->message, fault->consequence,
+                   "Choose a folder whose path does not have the character.");
+        }
+    });
+}
+
+void controlCharacterInPath(const Product& product, const Report& report) {
+    forEachPattern(product, [&](const Entry& entry, const VLString& value, bool) {
+        if (const auto fault = controlCharacterIn(value)) {
+            report(at(product, *entry.element, "value"), fault->message, fault->consequence,
+                   "Write the path on one line, without it.");
+        }
+    });
+}
+
+// Items
+
+void duplicateItem(const Product& product, const Report& report) {
+    std::map<std::pair<const Entry*, VLString>, std::vector<const Entry*>> groups;
+    forEachEntry(product, {Kind::Item}, [&](const Entry& entry) {
+        const VLString name = attributeOf(*entry.element, "name");
+        if (name.IsSet()) {
+            groups[{entry.parent, name}].push_back(&entry);
+        }
+    });
+    for (const auto& [key, siblings] : groups) {
+        for (const Entry* entry : siblings) {
+            if (entry != siblings.back()) {
+                report(at(product, *entry->element, "name"),
+                       "the item " + shown(key.second) + " stands in line " +
+                           std::to_string(siblings.back()->element->Row()) + " too",
+                       "The later one replaces this one whole: none of its paths and items counts.",
+                       "Put all paths and items of the name into one <item>.");
+            }
+        }
+    }
+}
+
+void itemCaseConflict(const Product& product, const Report& report) {
+    for (const TargetItem& parent : product.targetItems) {
+        std::map<VLString, const TargetItem*> seen;
+        for (const TargetItem* child : parent.items) {
+            const auto [found, bNew] = seen.emplace(child->name.ToLower(), child);
+            if (bNew) {
+                continue;
+            }
+            const bool bLater = comesBefore(*found->second->element, *child->element);
+            const TargetItem* first = bLater ? found->second : child;
+            const TargetItem* second = bLater ? child : found->second;
+            report(at(product, *second->element, "name"),
+                   "the items " + shown(second->name) + " and " + shown(first->name) + " of line " +
+                       std::to_string(first->element->Row()) + " differ only in case",
+                   "Items are found by their exact name: only one of them can match the tree.",
+                   "Merge them under the name that the tree has.");
+        }
+    }
+}
+
+void duplicatePath(const Product& product, const Report& report) {
+    std::map<std::pair<const Entry*, VLString>, const Entry*> unconditional;
+    forEachEntry(product, {Kind::Path}, [&](const Entry& entry) {
+        const VLString value = attributeOf(*entry.element, "value");
+        if (value.IsEmpty()) {
+            return;
+        }
+        const std::pair<const Entry*, VLString> key = {entry.parent, value.ToLower()};
+        const auto first = unconditional.find(key);
+        if (first != unconditional.end()) {
+            report(at(product, *entry.element, "value"),
+                   "the path " + shown(value) + " stands in line " +
+                       std::to_string(first->second->element->Row()) + " without a condition",
+                   "The folder counts once, in the earlier place, whatever this one's condition says.",
+                   "Remove one of the two.");
+        } else if (entry.element->FirstChild("condition") == nullptr) {
+            unconditional.emplace(key, &entry);
+        }
+    });
+}
+
+void unknownItem(const Product& product, const Report& report) {
+    for (const TargetItem* item : product.targetItems.front().items) {
+        const auto& known = branchNames();
+        if (std::find(known.begin(), known.end(), toString(item->name)) == known.end()) {
+            report(
+                at(product, *item->element, "name"),
+                "nothing looks for an item " + shown(item->name) + " here",
+                "The engine passes it over with all its paths.",
+                adviseNearest(item->name, known,
+                              "Write VorlaneFX, Hosts or Content; items of hosts belong inside Hosts, items "
+                              "of the tree's directories inside the item of their branch."));
+        }
+    }
+}
+
+void hostsPath(const Product& product, const Report& report) {
+    const TargetItem* hosts = product.topItem("Hosts");
+    if (hosts == nullptr || hosts->item->paths.empty()) {
+        return;
+    }
+    const TiXmlElement* path = hosts->element->FirstChildElement("path");
+    report(product.targetsFile.at(*path), "a <path> directly inside the item Hosts",
+           "Nothing is copied there: the engine looks only at the items inside Hosts, one for each host.",
+           "Move it into an <item> with the host's name.");
+}
+
+void noRecord(const Product& product, const Report& report) {
+    const TargetItem* shared = product.topItem("VorlaneFX");
+    if (shared == nullptr) {
+        report(product.targetsFile.at(*product.targetItems.front().element), "no item VorlaneFX",
+               withoutRecord, "Write <item name=\"VorlaneFX\"> with the folder that all products share.");
+    } else if (shared->item->paths.empty()) {
+        report(at(product, *shared->element, "name"), "the item VorlaneFX has no path", withoutRecord,
+               "Write a <path> with the folder that all products share.");
+    }
+}
+
+void recordMoves(const Product& product, const Report& report) {
+    const TargetItem* shared = product.topItem("VorlaneFX");
+    if (shared == nullptr || shared->item->paths.empty()) {
+        return;
+    }
+    const auto& first = shared->item->paths.front();
+    const TiXmlElement* element = shared->element->FirstChildElement("path");
+    while (attributeOf(*element, "value").IsEmpty()) {
+        element = element->NextSiblingElement("path");
+    }
+    std::string reason;
+    if (element->FirstChildElement("condition") != nullptr) {
+        reason = "depends on a condition";
+    }
+    for (const Placeholder& placeholder : placeholdersIn(toString(first.path), false)) {
+        if (placeholder.kind != Placeholder::Kind::Lone) {
+            reason = "depends on " + shown(toVLString(placeholder.text));
+        }
+    }
+    if (!reason.empty()) {
+        report(
+            product.targetsFile.at(*element), "the first path of VorlaneFX " + reason,
+            "The record is kept in the first folder that applies. When that is another one in a later run, "
+            "the engine starts a new record there, and files that products share are counted from nothing.",
+            "Begin the item with a fixed path without condition, the same one in every product.");
+    }
+}
+
+} // namespace
+
+const std::vector<Rule>& targetsRules() {
+    using Needs = Rule::Needs;
+    static const std::vector<Rule> rules = {
+        {"item-without-name", Severity::Error, Needs::Targets, "an item without name", itemWithoutName},
+        {"path-without-value", Severity::Error, Needs::Targets, "a path without value", pathWithoutValue},
+        {"condition-without-value", Severity::Error, Needs::Targets, "a condition that tests nothing",
+         conditionWithoutValue},
+        {"unknown-condition-type", Severity::Error, Needs::Targets, "a condition of no known type",
+         unknownConditionType},
+        {"no-operands", Severity::Error, Needs::Targets, "And or Or without conditions inside", noOperands},
+        {"operands-ignored", Severity::Error, Needs::Targets, "conditions inside one that is not And or Or",
+         operandsIgnored},
+        {"value-ignored", Severity::Warning, Needs::Targets, "And or Or with a value", valueIgnored},
+        {"operand-name", Severity::Warning, Needs::Targets,
+         "an element of another name taken for a condition", operandName},
+        {"family-in-condition", Severity::Error, Needs::Targets, "%FAMILY% in a condition",
+         familyInCondition},
+        {"registry-test-without-placeholder", Severity::Error, Needs::Targets,
+         "a registry test of text that is never empty", registryTestWithoutPlaceholder},
+        {"bundle-as-file", Severity::Error, Needs::Targets, "a file test of a folder", bundleAsFile},
+        {"unknown-placeholder", Severity::Error, Needs::Targets, "a placeholder that nothing fills in",
+         unknownPlaceholder},
+        {"registry-placeholder", Severity::Error, Needs::Targets,
+         "a registry placeholder without \"::\", key or value", registryPlaceholder},
+        {"lone-percent", Severity::Warning, Needs::Targets, "a percent sign that opens no placeholder",
+         lonePercent},
+        {"relative-path", Severity::Error, Needs::Targets, "a path that does not begin with \"/\"",
+         relativePath},
+        {"shell-character-in-path", Severity::Error, Needs::Targets,
+         "a target folder with a character that the shell interprets", shellCharacterInPath},
+        {"control-character-in-path", Severity::Error, Needs::Targets,
+         "a path with a line break or another control character", controlCharacterInPath},
+        {"duplicate-item", Severity::Error, Needs::Targets, "items that replace each other", duplicateItem},
+        {"item-case-conflict", Severity::Warning, Needs::Targets, "items that differ only in case",
+         itemCaseConflict},
+        {"duplicate-path", Severity::Warning, Needs::Targets, "a folder that is named twice", duplicatePath},
+        {"unknown-item", Severity::Warning, Needs::Targets, "a top item that nothing looks for", unknownItem},
+        {"hosts-path", Severity::Error, Needs::Targets, "a path of Hosts itself", hostsPath},
+        {"no-record", Severity::Error, Needs::Targets, "no VorlaneFX target, so that no record is kept",
+         noRecord},
+        {"record-moves", Severity::Warning, Needs::Targets, "a record that may be looked for elsewhere",
+         recordMoves},
+    };
+    return rules;
+}

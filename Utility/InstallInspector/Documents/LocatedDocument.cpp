@@ -1,0 +1,218 @@
+#include "Utility/InstallInspector/Documents/LocatedDocument.h"
+
+#include "Foundation/FileLibrary.h"
+#include "Utility/InstallInspector/Report/NearestName.h"
+#include "Utility/InstallUtility/XMLDocument.h"
+
+#include <cerrno>
+#include <cstring>
+#include <unistd.h>
+
+namespace {
+
+/// As the engine's reader does: CR LF, and CR alone, become LF.
+std::string withLineFeeds(const std::string& bytes) {
+    std::string text;
+    text.reserve(bytes.size());
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        if (bytes[i] != '\r') {
+            text += bytes[i];
+        } else if (i + 1 == bytes.size() || bytes[i + 1] != '\n') {
+            text += '\n';
+        }
+    }
+    return text;
+}
+
+bool isUtf16(const std::string& text) {
+    return text.compare(0, 2, "\xFF\xFE") == 0 || text.compare(0, 2, "\xFE\xFF") == 0;
+}
+
+std::string describe(const TextScan::Mismatch& mismatch) {
+    const std::string line = std::to_string(mismatch.opened.line);
+    if (mismatch.open.empty()) {
+        return "</" + mismatch.closed + "> closes an element that is not open";
+    }
+    const std::string open = "<" + mismatch.open + "> of line " + line + " is not closed";
+    return mismatch.closed.empty() ? open + " when the file ends"
+                                   : open + " when </" + mismatch.closed + "> comes";
+}
+
+/// An end tag that is nearly the right one is a slip; any other may close an element further out.
+std::string adviseEndTag(const TextScan::Mismatch& mismatch) {
+    const bool bSlip = nearestName(mismatch.closed, {mismatch.open}).has_value();
+    return "Write </" + mismatch.open + (bSlip ? "> in its place." : "> before it.");
+}
+
+} // namespace
+
+const TiXmlAttribute* findAttribute(const TiXmlElement& element, const char* name) {
+    for (const TiXmlAttribute* attribute = element.FirstAttribute(); attribute != nullptr;
+         attribute = attribute->Next()) {
+        if (std::strcmp(attribute->Name(), name) == 0) {
+            return attribute;
+        }
+    }
+    return nullptr;
+}
+
+bool comesBefore(const TiXmlBase& a, const TiXmlBase& b) {
+    return a.Row() != b.Row() ? a.Row() < b.Row() : a.Column() < b.Column();
+}
+
+bool LocatedDocument::read(const std::string& filePath, Location::Document document, Kind root,
+                           std::string& error) {
+    file = filePath;
+    documentKind = document;
+    rootElementKind = root;
+    const VLString name = toVLString(filePath);
+    if (!FileLibrary::IsFileExists(name, false)) {
+        error = FileLibrary::IsDirectoryExists(name) ? "is a folder" : "is not an existing file";
+        return false;
+    }
+    if (access(name.ConstData(), R_OK) != 0) {
+        error = std::strerror(errno);
+        return false;
+    }
+    std::string bytes = toString(FileLibrary::readFile(name));
+    const std::size_t zero = bytes.find('\0');
+    bCutByZeroByte = zero != std::string::npos && !isUtf16(bytes);
+    text = withLineFeeds(bytes.substr(0, zero));
+    textScan = scanText(text);
+    parse();
+    return true;
+}
+
+void LocatedDocument::parse() {
+    TiXmlDocument checked;
+    const bool bParsed = XMLDocument::Parse(toVLString(text), checked);
+    // That reader keeps no places. What it has passed can be parsed again with them; the line feeds keep
+    // TinyXML 2.6.2 as released from looking for the rest of a cut-off character behind the end of the text.
+    const bool bRefused = !bParsed && !checked.Error();
+    const std::string padded = text + "\n\n";
+    const char* end = nullptr;
+    if (!bRefused) {
+        parsed.SetTabSize(1);
+        end = parsed.Parse(padded.c_str(), nullptr, TIXML_ENCODING_UNKNOWN);
+    }
+    if (!bParsed) {
+        findFault(bRefused);
+        parsed.Clear();
+        return;
+    }
+    if (end != nullptr && *end != '\0') {
+        rest = positionOf(padded, static_cast<std::size_t>(end - padded.c_str()));
+    }
+    // Pointers to entries stay valid: there are at most as many as the text has "<".
+    std::size_t most = 0;
+    for (const char c : text) {
+        most += c == '<' ? 1 : 0;
+    }
+    entryList.reserve(most);
+    collect(parsed, nullptr, {rootElementKind});
+}
+
+void LocatedDocument::findFault(bool bRefused) {
+    parserFault.emplace();
+    parserFault->advice = "Mend the XML there.";
+    if (text.empty()) {
+        parserFault->text = "the file is empty";
+        parserFault->advice = "Write the document <" + nameOf(rootElementKind) + ">.";
+    } else if (isUtf16(text)) {
+        parserFault->text = "the file is UTF-16, which the parser cannot read";
+        parserFault->advice = "Save the file as UTF-8.";
+    } else if (bRefused) {
+        parserFault->text = "the document is too deep or too large for the parser, or breaks off";
+        parserFault->advice = "Nest no more than " + std::to_string(XMLDocument::maxDepth) +
+                              " elements, give none more than " + std::to_string(XMLDocument::maxAttributes) +
+                              " attributes, and end every declaration with \"?>\".";
+    } else if (!isUtf8(text)) {
+        parserFault->text = "a character that is not UTF-8";
+        parserFault->where = positionOf(text, lengthOfUtf8(text));
+        parserFault->advice = "Save the file as UTF-8.";
+    } else if (textScan.mismatch.has_value()) {
+        parserFault->text = describe(*textScan.mismatch);
+        parserFault->where = textScan.mismatch->where;
+        parserFault->advice = textScan.mismatch->open.empty()
+                                  ? "Remove the end tag, or open the element before it."
+                                  : adviseEndTag(*textScan.mismatch);
+    } else {
+        parserFault->text = std::string("the parser says: ") + parsed.ErrorDesc();
+        while (!parserFault->text.empty() && parserFault->text.back() == '.') {
+            parserFault->text.pop_back();
+        }
+        parserFault->where =
+            parsed.ErrorRow() > 0 ? TextPosition{parsed.ErrorRow(), parsed.ErrorCol()} : textScan.end;
+        parserFault->advice = "Write each attribute once and its value between quotes, and close every tag "
+                              "with \">\".";
+    }
+}
+
+/// What is known while the children of one node are gone through.
+struct LocatedDocument::Level {
+    const Entry* place;
+    const TiXmlElement* parent;
+    const std::vector<Kind>& kinds;
+    /// By index in `kinds`: the first node, of whatever type, that has the kind's name for its value.
+    std::vector<const TiXmlNode*> first;
+};
+
+void LocatedDocument::collect(TiXmlNode& parent, const Entry* place, const std::vector<Kind>& kinds) {
+    Level level = {place, parent.ToElement(), kinds, std::vector<const TiXmlNode*>(kinds.size())};
+    for (TiXmlNode* child = parent.FirstChild(); child != nullptr; child = child->NextSibling()) {
+        for (std::size_t i = 0; i < kinds.size(); ++i) {
+            if (level.first[i] == nullptr && child->ValueStr() == formatOf(kinds[i]).name) {
+                level.first[i] = child;
+            }
+        }
+        if (TiXmlElement* element = child->ToElement()) {
+            sortInto(*element, level);
+        } else if (const TiXmlText* words = child->ToText()) {
+            textNodes.push_back(words);
+        }
+    }
+}
+
+void LocatedDocument::sortInto(TiXmlElement& element, Level& level) {
+    for (std::size_t i = 0; i < level.kinds.size(); ++i) {
+        const Kind kind = level.kinds[i];
+        // Behind the first operand of a condition every element is one, whatever its name.
+        const bool bOperand = kind == Kind::Operand && level.first[i] != nullptr;
+        if (!bOperand && element.ValueStr() != formatOf(kind).name) {
+            continue;
+        }
+        const TiXmlNode* first = level.first[i];
+        if (formatOf(kind).bFirstOnly && first != &element) {
+            auto& list = first->ToElement() != nullptr ? repeated : hidden;
+            list.push_back({&element, level.parent, level.place, first});
+            return;
+        }
+        entryList.push_back({&element, kind, level.place});
+        const Entry* entry = &entryList.back();
+        collect(element, entry, formatOf(kind).children);
+        return;
+    }
+    unknown.push_back({&element, level.parent, level.place, nullptr});
+}
+
+const LocatedDocument::Entry* LocatedDocument::find(Kind kind) const {
+    for (const Entry& entry : entryList) {
+        if (entry.kind == kind) {
+            return &entry;
+        }
+    }
+    return nullptr;
+}
+
+Location LocatedDocument::at(const TextPosition& position) const {
+    return {documentKind, file, position.line, position.column};
+}
+
+Location LocatedDocument::at(const TiXmlBase& node) const {
+    return {documentKind, file, node.Row(), node.Column()};
+}
+
+Location LocatedDocument::at(const TiXmlElement& element, const char* attribute) const {
+    const TiXmlAttribute* found = findAttribute(element, attribute);
+    return found == nullptr ? at(static_cast<const TiXmlBase&>(element)) : at(*found);
+}

@@ -1,0 +1,103 @@
+#include "Utility/InstallInspector/Documents/Product.h"
+
+#include "Foundation/PathLibrary.h"
+#include "Utility/InstallUtility/XMLDocument.h"
+
+#include <algorithm>
+
+namespace {
+
+std::size_t countNodes(const FileNode& node) {
+    std::size_t count = 1;
+    for (const auto& [name, child] : node.children) {
+        count += countNodes(child);
+    }
+    return count;
+}
+
+std::size_t countItems(const std::map<VLString, InstallUtility::InstallItem>& items) {
+    std::size_t count = items.size();
+    for (const auto& [name, item] : items) {
+        count += countItems(item.items);
+    }
+    return count;
+}
+
+/// The children in the engine's order are sorted by name.
+template <class Node, class NameOf>
+const Node* findByName(const std::vector<const Node*>& nodes, const VLString& name, NameOf nameOfNode) {
+    const auto found =
+        std::lower_bound(nodes.begin(), nodes.end(), name, [&](const Node* node, const VLString& wanted) {
+            return nameOfNode(*node) < wanted;
+        });
+    return found != nodes.end() && nameOfNode(**found) == name ? *found : nullptr;
+}
+
+} // namespace
+
+VLString attributeOf(const TiXmlElement& element, const char* name) {
+    return XMLDocument::Attribute(element, name);
+}
+
+const Product::TreeNode* Product::TreeNode::child(const VLString& name) const {
+    return findByName(children, name,
+                      [](const TreeNode& candidate) -> const VLString& { return candidate.node->name; });
+}
+
+const Product::TargetItem* Product::TargetItem::child(const VLString& wanted) const {
+    return findByName(items, wanted, [](const TargetItem& node) -> const VLString& { return node.name; });
+}
+
+void Product::interpret() {
+    TiXmlDocument taken = definitionFile.xml(); // reading takes it down, and the rules look at the elements
+    definition.parseInner(taken);
+    if (const auto* files = definitionFile.find(Kind::InstallFiles)) {
+        // Pointers into the lists stay valid: their room is there from the start.
+        tree.reserve(countNodes(definition.installFiles));
+        tree.push_back({&definition.installFiles, files->element, VLString(), nullptr, {}});
+        addTree(0, *files->element);
+    }
+    if (const auto* root = targetsFile.find(Kind::Root)) {
+        InstallUtility::parseXMLwithTargetPathsRecursively(root->element, items);
+        static const InstallUtility::InstallItem none;
+        targetItems.reserve(countItems(items) + 1);
+        targetItems.push_back({&none, root->element, VLString(), {}});
+        addItems(0, *root->element);
+    }
+}
+
+void Product::addTree(std::size_t index, TiXmlElement& element) {
+    std::map<VLString, TiXmlElement*> elements;
+    for (const char* kind : {"directory", "file"}) {
+        XMLDocument::ForEachChild(&element, kind, [&elements](TiXmlElement& child) {
+            elements[attributeOf(child, "fileName")] = &child;
+        });
+    }
+    for (const auto& [name, child] : tree[index].node->children) {
+        const VLString path = index == 0 ? name : PathLibrary::GetDirectoryWithFile(tree[index].path, name);
+        tree.push_back({&child, elements.at(name), path, &tree[index], {}});
+        tree[index].children.push_back(&tree.back());
+        addTree(tree.size() - 1, *elements.at(name));
+    }
+}
+
+void Product::addItems(std::size_t index, TiXmlElement& element) {
+    std::map<VLString, TiXmlElement*> elements;
+    XMLDocument::ForEachChild(&element, "item", [&elements](TiXmlElement& child) {
+        elements[attributeOf(child, "name")] = &child;
+    });
+    const auto& children = index == 0 ? items : targetItems[index].item->items;
+    for (const auto& [name, child] : children) {
+        targetItems.push_back({&child, elements.at(name), name, {}});
+        targetItems[index].items.push_back(&targetItems.back());
+        addItems(targetItems.size() - 1, *elements.at(name));
+    }
+}
+
+const Product::TreeNode* Product::branch(const char* name) const {
+    return tree.empty() ? nullptr : tree.front().child(name);
+}
+
+const Product::TargetItem* Product::topItem(const char* name) const {
+    return targetItems.empty() ? nullptr : targetItems.front().child(name);
+}

@@ -1,0 +1,97 @@
+#include "Utility/InstallInspector/Documents/Vocabulary.h"
+
+const std::vector<ElementFormat>& elementFormats() {
+    static const std::vector<const char*> name = {"name"};
+    static const std::vector<ElementFormat> formats = {
+        {Kind::Product,
+         "product",
+         {},
+         {Kind::Sku, Kind::Families, Kind::Hosts, Kind::HostsForBuild, Kind::InstallFiles},
+         true},
+        {Kind::Sku, "sku", {"ID", "name", "build", "prefix"}, {}, true},
+        {Kind::Families, "families", {}, {Kind::Family}, true},
+        {Kind::Family,
+         "family",
+         name,
+         {Kind::Plugins, Kind::Contents, Kind::FeaturesMask, Kind::ContentMask},
+         false},
+        {Kind::Plugins, "plugins", {}, {Kind::Plugin}, true},
+        {Kind::Plugin, "plugin", name, {}, false},
+        {Kind::Contents, "contents", {}, {Kind::Content}, true},
+        {Kind::Content, "content", name, {}, false},
+        {Kind::FeaturesMask, "featuresmask", name, {}, true},
+        {Kind::ContentMask, "contentmask", name, {}, true},
+        {Kind::Hosts, "hosts", {}, {Kind::Host}, true},
+        {Kind::HostsForBuild, "hostsForBuild", {}, {Kind::Host}, true},
+        {Kind::Host, "host", {"name", "families", "arch", "compilerOptions"}, {}, false},
+        {Kind::InstallFiles, "installFiles", {}, {Kind::Directory, Kind::File}, true},
+        {Kind::Directory,
+         "directory",
+         {"fileName", "arch", "dontdelete", "ignoreinstallerrors", "allowdowngrade"},
+         {Kind::Directory, Kind::File},
+         false},
+        {Kind::File,
+         "file",
+         {"fileName", "arch", "configuration", "dontdelete", "ignoreinstallerrors", "allowdowngrade"},
+         {Kind::ShortCut},
+         false},
+        {Kind::ShortCut, "shortCut", {"name", "dir"}, {}, true},
+        {Kind::Root, "root", {}, {Kind::Item}, true},
+        {Kind::Item, "item", name, {Kind::Path, Kind::Item}, false},
+        {Kind::Path, "path", {"value"}, {Kind::Condition}, false},
+        {Kind::Condition, "condition", {"type", "value"}, {Kind::Operand}, true},
+        {Kind::Operand, "condition", {"type", "value"}, {Kind::Operand}, false},
+        {Kind::Install, "install", {}, {Kind::Products, Kind::RecordedFiles}, true},
+        {Kind::Products, "products", {}, {Kind::RecordedSku}, true},
+        {Kind::RecordedSku, "sku", {"ID", "name", "build"}, {}, false},
+        {Kind::RecordedFiles, "installFiles", {}, {Kind::RecordedDirectory, Kind::RecordedFile}, true},
+        {Kind::RecordedDirectory,
+         "directory",
+         {"fileName", "ref"},
+         {Kind::RecordedDirectory, Kind::RecordedFile},
+         false},
+        {Kind::RecordedFile, "file", {"fileName", "ref", "build"}, {Kind::RecordedShortCut}, false},
+        {Kind::RecordedShortCut, "shortCut", {"name", "dir"}, {}, true},
+    };
+    return formats;
+}
+
+const ElementFormat& formatOf(Kind kind) {
+    return elementFormats()[static_cast<std::size_t>(kind)];
+}
+
+std::string nameOf(Kind kind) {
+    return formatOf(kind).name;
+}
+
+Kind rootOf(Kind kind) {
+    return kind < Kind::Root ? Kind::Product : kind < Kind::Install ? Kind::Root : Kind::Install;
+}
+
+const std::vector<std::string>& knownHosts() {
+    static const std::vector<std::string> hosts = {"Premiere Pro", "Media Composer", "Edius",
+                                                   "OpenFX",       "Lettrix",        "Final Cut Pro X"};
+    return hosts;
+}
+
+bool isKnownHost(const VLString& name) {
+    for (const std::string& known : knownHosts()) {
+        // The 32-bit variant of a host has a folder and an item of its own.
+        if (name == VLString(known.c_str()) || name == VLString((known + "32").c_str())) {
+            return true;
+        }
+    }
+    return false;
+}
+
+const std::vector<std::string>& knownConditionTypes() {
+    static const std::vector<std::string> types = {
+        "PathExist",   "PathNotExist",   "FileExist", "FileNotExist",
+        "RegKeyExist", "RegKeyNotExist", "And",       "Or"};
+    return types;
+}
+
+const std::vector<std::string>& branchNames() {
+    static const std::vector<std::string> names = {"Hosts", "VorlaneFX", "Content"};
+    return names;
+}

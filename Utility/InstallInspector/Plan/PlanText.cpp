@@ -1,0 +1,481 @@
+#include "Utility/InstallInspector/Report/Finding.h"
+#include "Utility/InstallInspector/Plan/Plan.h"
+
+#include <algorithm>
+#include <map>
+#include <set>
+#include <sys/stat.h>
+
+namespace {
+
+using Action = Plan::Action;
+using Verb = PlannedFileSystem::Verb;
+
+/// A verb of two lines that differ, and its colour.
+struct Word {
+    const char* text;
+    Colour colour;
+};
+
+Word wordOf(Action action) {
+    switch (action) {
+    case Action::Copy:
+        return {"copy", Colour::Green};
+    case Action::Replace:
+        return {"replace", Colour::Yellow};
+    case Action::Remove:
+        return {"remove", Colour::Yellow};
+    case Action::Fail:
+        return {"FAIL", Colour::Red};
+    case Action::Missing:
+        return {"missing", Colour::Dim};
+    case Action::Keep:
+        break;
+    }
+    return {"keep", Colour::Dim};
+}
+
+/// What decided, in words.
+std::string reasonOf(const Plan::Condition& condition) {
+    const bool bAnd = condition.type == "And";
+    if (!bAnd && condition.type != "Or") {
+        return condition.found;
+    }
+    if (condition.operands.empty()) {
+        return bAnd ? "an And of nothing always holds" : "an Or of nothing never holds";
+    }
+    std::vector<std::string> reasons;
+    for (const Plan::Condition& operand : condition.operands) {
+        if (bAnd != condition.bHolds && operand.bHolds != bAnd) {
+            return reasonOf(operand); // this one is enough
+        }
+        reasons.push_back(reasonOf(operand));
+    }
+    return joined(reasons, " and ");
+}
+
+std::string described(const SKUDefinition::SKUInfo& product) {
+    const std::string name = toString(product.name);
+    const std::string build = toString(product.build);
+    return visible((name.empty() ? "a product without name" : name) + (build.empty() ? "" : " " + build) +
+                   " (" + toString(product.ID) + ")");
+}
+
+/// `path` inside `folder`, or nothing when it is somewhere else. The folder itself gives ".".
+std::string relativeTo(const std::string& folder, const std::string& path) {
+    std::string above = folder;
+    while (above.size() > 1 && above.back() == '/') {
+        above.pop_back();
+    }
+    if (path == folder || path == above) {
+        return ".";
+    }
+    const std::string beginning = above == "/" ? above : above + "/";
+    return path.rfind(beginning, 0) == 0 ? path.substr(beginning.size()) : "";
+}
+
+class Report {
+public:
+    Report(const Plan& told, const Painter& colours) : plan(told), painter(colours) {}
+
+    std::string text() {
+        for (const Plan::Run& run : plan.runs) {
+            tell(run);
+        }
+        tellDangers();
+        tellOutcome();
+        return out;
+    }
+
+private:
+    struct Line {
+        const Plan::Entry* entry;
+        std::string name;
+    };
+
+    void line(const std::string& text) { out += text + "\n"; }
+    void heading(const std::string& text) { line("\n" + painter.paint(Colour::Bold, text)); }
+
+    void tell(const Plan::Run& run) {
+        if (&run != &plan.runs.front()) {
+            line("");
+            line("With the last product goes the shared package:");
+        }
+        line(painter.paint(Colour::Bold,
+                           std::string(run.bUninstall ? "Uninstall " : "Install ") + described(run.product)));
+        if (run.bUninstall) {
+            tellUninstaller(run); // in the order of the run
+        }
+        for (const Plan::Branch& branch : run.branches) {
+            tell(branch);
+        }
+        if (!run.leftOut.empty()) {
+            heading("Left out");
+            for (const std::string& what : run.leftOut) {
+                line("  " + visible(what));
+            }
+        }
+        tellFolders(run);
+        tellRecord(run);
+        if (!run.bUninstall) {
+            tellUninstaller(run);
+        }
+    }
+
+    // Branches
+
+    void tell(const Plan::Branch& branch) {
+        heading(branch.host.empty() ? visible(branch.name)
+                                    : visible(branch.host) + ", family " + visible(branch.family));
+        if (branch.bSecondAttempt) {
+            line(painter.paint(Colour::Yellow,
+                               "  the second attempt, after the first has failed and nobody was "
+                               "there to be asked"));
+        }
+        if (branch.targets.empty()) {
+            line("  has no target path");
+        }
+        std::vector<const Plan::Entry*> rest;
+        for (const Plan::Entry& entry : branch.entries) {
+            rest.push_back(&entry);
+        }
+        for (const Plan::Target& target : branch.targets) {
+            tell(target);
+            tellEntries(takeThose(rest, target.path));
+        }
+        tellBareNames(rest);
+    }
+
+    /// An uninstall that finds no folder of a branch looks for the bare names.
+    void tellBareNames(const std::vector<const Plan::Entry*>& entries) {
+        std::vector<Line> lines;
+        for (const Plan::Entry* entry : entries) {
+            if (entry->action != Action::Missing) {
+                lines.push_back({entry, entry->path});
+            }
+        }
+        if (!lines.empty()) {
+            line("  " + painter.paint(Colour::Yellow, "in the folder in which the run is started"));
+        } else if (!entries.empty()) {
+            line("      " + painter.paint(Colour::Dim, "nothing of it is here"));
+        }
+        tellEntries(lines);
+    }
+
+    void tell(const Plan::Target& target) {
+        const bool bApplies = !target.path.empty();
+        const std::string reason = target.condition ? reasonOf(*target.condition) : "";
+        if (bApplies) {
+            line("  " + painter.paint(Colour::Bold, visible(target.path)));
+            if (!reason.empty()) {
+                line("      " + painter.paint(Colour::Dim, visible("since " + reason)));
+            }
+            return;
+        }
+        const bool bCondition = target.condition && !target.condition->bHolds;
+        line("  " + painter.paint(Colour::Dim, "not " + visible(target.pattern)));
+        line("      " +
+             painter.paint(Colour::Dim, visible("since " + (bCondition ? reason : target.whyNot))));
+    }
+
+    /// Takes the entries of a target folder out of `rest`.
+    static std::vector<Line> takeThose(std::vector<const Plan::Entry*>& rest, const std::string& folder) {
+        std::vector<Line> lines;
+        std::vector<const Plan::Entry*> others;
+        for (const Plan::Entry* entry : rest) {
+            const std::string name = folder.empty() ? "" : relativeTo(folder, entry->path);
+            if (name.empty()) {
+                others.push_back(entry);
+            } else {
+                lines.push_back({entry, name});
+            }
+        }
+        rest = others;
+        return lines;
+    }
+
+    void tellEntries(const std::vector<Line>& lines) {
+        constexpr std::size_t widest = 44;
+        std::size_t width = 0;
+        for (const Line& entry : lines) {
+            width = std::max(width, std::min(widest, shownName(entry).size()));
+        }
+        for (const Line& entry : lines) {
+            const Word word = wordOf(entry.entry->action);
+            line("      " + painter.paint(word.colour, padded(word.text, 7)) + "  " +
+                 padded(shownName(entry), width) + "  " +
+                 painter.paint(Colour::Dim, visible(entry.entry->why)));
+            if (!entry.entry->shortCut.empty()) {
+                line("               shortcut " + visible(entry.entry->shortCut));
+            }
+        }
+    }
+
+    static std::string shownName(const Line& line) {
+        return line.name == "." ? "the whole folder" : visible(line.name) + (line.entry->bFolder ? "/" : "");
+    }
+
+    // Folders, record and uninstaller
+
+    void tellFolders(const Plan::Run& run) {
+        std::vector<std::string> made;
+        std::vector<std::string> removed;
+        for (std::size_t i = run.firstStep; i < run.endStep; ++i) {
+            const Plan::Step& step = plan.steps[i];
+            made.insert(made.end(), step.made.begin(), step.made.end());
+            if (step.bSucceeded && step.before == S_IFDIR &&
+                (step.verb == Verb::RemoveEmptyFolder || step.verb == Verb::RemoveFolder)) {
+                removed.push_back(step.path);
+            }
+        }
+        if (made.empty() && removed.empty()) {
+            return;
+        }
+        heading("Folders");
+        for (const std::string& folder : made) {
+            line("  " + painter.paint(Colour::Green, "make   ") + "  " + visible(folder));
+        }
+        for (const std::string& folder : removed) {
+            line("  " + painter.paint(Colour::Yellow, "remove ") + "  " + visible(folder));
+        }
+    }
+
+    void tellUninstaller(const Plan::Run& run) {
+        bool bHeading = false;
+        for (std::size_t i = run.firstStep; i < run.endStep; ++i) {
+            const Plan::Step& step = plan.steps[i];
+            const std::string what = toldWithoutShell(step);
+            if (!what.empty()) {
+                if (!bHeading) {
+                    heading(toString(run.product.ID) == "COMMON" ? "Application Manager" : "Uninstaller");
+                }
+                bHeading = true;
+                line("  " + what);
+            }
+        }
+    }
+
+    std::string toldWithoutShell(const Plan::Step& step) const {
+        const std::string path = visible(step.path);
+        if (step.verb == Verb::RemoveItem) {
+            return step.bSucceeded ? painter.paint(Colour::Yellow, "remove ") + "  " + path : "";
+        }
+        if (step.verb == Verb::CreateFolder && step.bSucceeded) {
+            return "";
+        }
+        if (step.verb != Verb::CopyItem && step.verb != Verb::CreateLink && step.verb != Verb::CreateFolder) {
+            return "";
+        }
+        if (!step.bSucceeded) {
+            return painter.paint(Colour::Red, "FAIL   ") + "  " + path + "  " +
+                   painter.paint(Colour::Dim, visible(step.why));
+        }
+        if (step.verb == Verb::CreateLink) {
+            return painter.paint(Colour::Green, "link   ") + "  " + path + " to " + visible(step.source);
+        }
+        return painter.paint(Colour::Green, "copy   ") + "  " + path + "  " +
+               painter.paint(Colour::Dim, step.source == PlannedFileSystem::bundle
+                                              ? "the bundle of InstallUtility"
+                                              : visible("from " + step.source));
+    }
+
+    void tellRecord(const Plan::Run& run) {
+        if (run.recordPath.empty()) {
+            if (!run.branches.empty()) {
+                heading("Record");
+                line("  none is kept, since the item VorlaneFX has no target folder here: files that are "
+                     "there "
+                     "stay as they are, and an uninstall removes nothing");
+            }
+            return;
+        }
+        heading("Record " + visible(run.recordPath));
+        tellProducts(run);
+        tellCounts(run);
+        if (run.bRecordRemoved) {
+            line("  the file is removed, since no product is left in it");
+        }
+    }
+
+    static const SKUDefinition::SKUInfo* find(const Plan::Record& record, const VLString& id) {
+        const auto found = std::find_if(record.products.begin(), record.products.end(),
+                                        [&](const auto& product) { return product.ID == id; });
+        return found == record.products.end() ? nullptr : &*found;
+    }
+
+    void tellProducts(const Plan::Run& run) {
+        for (const SKUDefinition::SKUInfo& product : run.before.products) {
+            const SKUDefinition::SKUInfo* after = find(run.after, product.ID);
+            if (after == nullptr) {
+                line("  " + painter.paint(Colour::Yellow, "leaves ") + "  " + described(product));
+            } else if (after->build != product.build || after->name != product.name) {
+                line("  " + painter.paint(Colour::Yellow, "changes") + "  " + described(product) + " to " +
+                     described(*after));
+            } else {
+                line("  stays    " + described(product));
+            }
+        }
+        for (const SKUDefinition::SKUInfo& product : run.after.products) {
+            if (find(run.before, product.ID) == nullptr) {
+                line("  " + painter.paint(Colour::Green, "enters ") + "  " + described(product));
+            }
+        }
+    }
+
+    /// A path of the record; the count "-" stands for one that is not in it.
+    struct Change {
+        std::string before = "-";
+        std::string after = "-";
+        std::string oldBuild;
+        std::string newBuild;
+        bool bFolder = false;
+
+        bool isNone() const { return before == after && oldBuild == newBuild; }
+    };
+    using Changes = std::map<std::string, Change, Plan::TreeOrder>;
+
+    static Changes changesOf(const Plan::Run& run) {
+        Changes changes;
+        for (const auto& [path, recorded] : run.before.paths) {
+            Change& change = changes[path];
+            change.before = std::to_string(recorded.count);
+            change.oldBuild = recorded.build;
+            change.bFolder = recorded.bFolder;
+        }
+        for (const auto& [path, recorded] : run.after.paths) {
+            Change& change = changes[path];
+            change.after = std::to_string(recorded.count);
+            change.newBuild = recorded.build;
+            change.bFolder = recorded.bFolder;
+        }
+        return changes;
+    }
+
+    /// What changes, and the folders above it.
+    void tellCounts(const Plan::Run& run) {
+        const Changes changes = changesOf(run);
+        std::set<std::string> toTell;
+        for (const auto& [path, change] : changes) {
+            for (std::size_t end = path.size(); !change.isNone() && end != std::string::npos && end != 0;
+                 end = path.rfind('/', end - 1)) {
+                toTell.insert(path.substr(0, end));
+            }
+        }
+        if (!toTell.empty()) {
+            line("  before  after");
+        }
+        for (const auto& [path, change] : changes) {
+            if (toTell.count(path) != 0) {
+                tell(path, change);
+            }
+        }
+        const std::size_t others = changes.size() - toTell.size();
+        if (others != 0) {
+            line("  " + painter.paint(Colour::Dim, counted(others, "other path keeps its count and build",
+                                                           "other paths keep their counts and builds")));
+        }
+    }
+
+    void tell(const std::string& path, const Change& change) {
+        const auto depth = static_cast<std::size_t>(std::count(path.begin(), path.end(), '/'));
+        std::string text = aligned(change.before, 8) + aligned(change.after, 7) +
+                           std::string(2 + 2 * depth, ' ') + visible(path.substr(path.rfind('/') + 1)) +
+                           (change.bFolder ? "/" : "");
+        if (change.isNone()) {
+            line(painter.paint(Colour::Dim, text));
+            return;
+        }
+        const bool bChanged =
+            !change.oldBuild.empty() && !change.newBuild.empty() && change.oldBuild != change.newBuild;
+        const std::string build = bChanged ? change.oldBuild + " to " + change.newBuild : change.newBuild;
+        line(text + (build.empty() ? "" : "  " + painter.paint(Colour::Dim, visible(build))));
+    }
+
+    static std::string aligned(const std::string& number, std::size_t width) {
+        return std::string(number.size() < width ? width - number.size() : 0, ' ') + number;
+    }
+
+    // The end
+
+    void tellDangers() {
+        if (plan.dangers.empty()) {
+            return;
+        }
+        heading("Dangerous");
+        for (const Plan::Danger& danger : plan.dangers) {
+            line("  " + painter.paint(Colour::Red, "!") + " " + visible(danger.message) + " " +
+                 painter.paint(Colour::Dim, "[" + danger.rule + "]"));
+        }
+    }
+
+    std::size_t countOf(Action action) const {
+        std::size_t count = 0;
+        for (const Plan::Run& run : plan.runs) {
+            for (const Plan::Branch& branch : run.branches) {
+                count += static_cast<std::size_t>(
+                    std::count_if(branch.entries.begin(), branch.entries.end(),
+                                  [action](const Plan::Entry& entry) { return entry.action == action; }));
+            }
+        }
+        return count;
+    }
+
+    void tellOutcome() {
+        std::vector<std::string> counts;
+        const auto add = [&](Action action, const char* words) {
+            const std::size_t count = countOf(action);
+            if (count != 0) {
+                counts.push_back(std::to_string(count) + " " + words);
+            }
+        };
+        add(Action::Copy, "to copy");
+        add(Action::Replace, "to replace");
+        add(Action::Remove, "to remove");
+        add(Action::Keep, "to keep");
+        add(Action::Fail, "that fail");
+        line("");
+        if (!plan.bSucceeds) {
+            line(painter.paint(Colour::Red, "The run would fail.") + " It would print:");
+            out += visibleLines(plan.log);
+            return;
+        }
+        const std::string summary =
+            counts.empty() ? "Nothing to do here." : "Files and whole folders: " + joined(counts, ", ") + ".";
+        line(
+            summary + " " +
+            (plan.dangers.empty()
+                 ? painter.paint(Colour::Green, "The run would succeed.")
+                 : painter.paint(Colour::Red, "The run would succeed, but see what is dangerous about it.")));
+    }
+
+    static std::string visibleLines(const std::string& log) {
+        std::string text;
+        std::size_t begin = 0;
+        while (begin < log.size()) {
+            const std::size_t end = std::min(log.find('\n', begin), log.size());
+            if (end > begin) {
+                text += "  " + visible(log.substr(begin, end - begin)) + "\n";
+            }
+            begin = end + 1;
+        }
+        return text;
+    }
+
+    const Plan& plan;
+    const Painter& painter;
+    std::string out;
+};
+
+} // namespace
+
+std::string asText(const Plan& plan, const Painter& painter) {
+    return Report(plan, painter).text();
+}
+
+std::string asCommands(const Plan& plan) {
+    std::string text;
+    for (const Plan::Step& step : plan.steps) {
+        text += step.command.empty() ? "" : step.command + "\n";
+    }
+    return text;
+}

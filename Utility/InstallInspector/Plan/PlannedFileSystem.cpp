@@ -1,0 +1,669 @@
+#include "Utility/InstallInspector/Plan/PlannedFileSystem.h"
+
+#include "Utility/InstallInspector/Report/Finding.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <deque>
+#include <filesystem>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+#include <utility>
+
+namespace {
+
+using Step = PlannedFileSystem::Step;
+using Verb = PlannedFileSystem::Verb;
+
+constexpr int mostLinks = 40;
+constexpr std::size_t longestName = 255;
+constexpr std::size_t longestPath = 4095;
+
+bool fails(Step& step, const std::string& why) {
+    step.why = why;
+    return false;
+}
+
+bool endsWithSlash(const std::string& path) {
+    return !path.empty() && path.back() == '/';
+}
+
+/// "/" keeps its own.
+std::string withoutLastSlashes(std::string path) {
+    while (path.size() > 1 && path.back() == '/') {
+        path.pop_back();
+    }
+    return path;
+}
+
+std::string lastName(const std::string& path) {
+    const std::string trimmed = withoutLastSlashes(path);
+    return trimmed.substr(trimmed.rfind('/') + 1);
+}
+
+std::string folderOf(const std::string& path) {
+    const std::string trimmed = withoutLastSlashes(path);
+    const std::size_t slash = trimmed.rfind('/');
+    return slash == std::string::npos ? "." : slash == 0 ? "/" : withoutLastSlashes(trimmed.substr(0, slash));
+}
+
+/// In order. A slash at the end stands for ".", which only a folder has.
+std::deque<std::string> componentsOf(const std::string& path) {
+    std::deque<std::string> components;
+    std::size_t begin = 0;
+    while (begin < path.size()) {
+        const std::size_t end = std::min(path.find('/', begin), path.size());
+        if (end > begin) {
+            components.push_back(path.substr(begin, end - begin));
+        }
+        begin = end + 1;
+    }
+    if (endsWithSlash(path)) {
+        components.emplace_back(".");
+    }
+    return components;
+}
+
+std::string workingFolder() {
+    std::string folder(longestPath + 1, '\0');
+    return getcwd(folder.data(), folder.size()) == nullptr ? "/" : folder.c_str();
+}
+
+std::string linkText(const std::string& path) {
+    std::string text(longestPath + 1, '\0');
+    const ssize_t length = readlink(path.c_str(), text.data(), text.size());
+    text.resize(length < 0 ? 0 : static_cast<std::size_t>(length));
+    return text;
+}
+
+std::string inside(const std::string& folder, const std::string& name) {
+    return endsWithSlash(folder) ? folder + name : folder + "/" + name;
+}
+
+std::string printed(const std::function<void(FILE*)>& print) {
+    char* text = nullptr;
+    std::size_t size = 0;
+    FILE* stream = open_memstream(&text, &size);
+    if (stream == nullptr) {
+        throw CannotForesee("there is no memory for the record");
+    }
+    print(stream);
+    const bool bComplete = std::fclose(stream) == 0;
+    std::string result(text, size);
+    std::free(text);
+    if (!bComplete) {
+        throw CannotForesee("there is no memory for the record");
+    }
+    return result;
+}
+
+// Commands
+
+/// A command in which each text between double quotes is replaced by "*", and these texts.
+struct Shape {
+    std::string words;
+    std::vector<std::string> paths;
+};
+
+[[noreturn]] void cannotForesee(const std::string& command, const std::string& reason) {
+    throw CannotForesee(reason + ": " + visible(command));
+}
+
+Shape shapeOf(const std::string& command) {
+    Shape shape;
+    std::size_t begin = 0;
+    for (bool bQuoted = false;; bQuoted = !bQuoted) {
+        const std::size_t end = std::min(command.find('"', begin), command.size());
+        const std::string part = command.substr(begin, end - begin);
+        if (bQuoted) {
+            shape.words += "*";
+            shape.paths.push_back(part);
+        } else {
+            shape.words += part;
+        }
+        if (end == command.size()) {
+            if (bQuoted) {
+                cannotForesee(command, "a double quote is not closed");
+            }
+            return shape;
+        }
+        begin = end + 1;
+    }
+}
+
+void mustBePlain(const std::string& command, const Shape& shape) {
+    for (const std::string& path : shape.paths) {
+        if (path.find_first_of("$`\\") != std::string::npos) {
+            cannotForesee(command, "the shell would interpret a character of the path");
+        }
+        if (!path.empty() && path.front() == '-') {
+            cannotForesee(command, "a path that begins with a hyphen is an option to the tool");
+        }
+    }
+}
+
+/// Whether the shell, looking at the text twice, finds nothing in it but text.
+bool isHarmless(const std::string& text) {
+    return std::all_of(text.begin(), text.end(), [](const char c) {
+        const auto byte = static_cast<unsigned char>(c);
+        return byte >= 0x80 || std::isalnum(byte) != 0 || std::strchr(" /._-@+,:", c) != nullptr;
+    });
+}
+
+/// Whether the command only asks, and its answer holds nothing that the shell would act on.
+bool onlyAsks(const std::string& command) {
+    const std::string home = "eval echo '~";
+    if (command == "eval echo $HOME") {
+        const char* value = std::getenv("HOME");
+        return value == nullptr || isHarmless(value);
+    }
+    return command.size() > home.size() && command.compare(0, home.size(), home) == 0 &&
+           command.back() == '\'' &&
+           isHarmless(command.substr(home.size(), command.size() - home.size() - 1));
+}
+
+} // namespace
+
+PlannedFileSystem::PlannedFileSystem() : root(nodeAt("/")) {}
+
+// The machine in memory
+
+PlannedFileSystem::Node PlannedFileSystem::nodeAt(const std::string& path) {
+    Node node;
+    struct stat status {};
+    if (lstat(path.c_str(), &status) == 0) {
+        node.type = status.st_mode & S_IFMT;
+        node.origin = path;
+        node.text = node.type == S_IFLNK ? linkText(path) : "";
+    }
+    return node;
+}
+
+PlannedFileSystem::Node& PlannedFileSystem::childOf(Node& folder, const std::string& name) {
+    const auto [child, bNew] = folder.children.try_emplace(name);
+    if (bNew && !folder.origin.empty()) {
+        child->second = nodeAt(inside(folder.origin, name));
+    }
+    return child->second;
+}
+
+std::vector<std::string> PlannedFileSystem::namesIn(Node& folder) {
+    if (!folder.origin.empty()) {
+        std::error_code error;
+        for (std::filesystem::directory_iterator entry(folder.origin, error), end; !error && entry != end;
+             entry.increment(error)) {
+            childOf(folder, entry->path().filename());
+        }
+    }
+    std::vector<std::string> names;
+    for (const auto& [name, child] : folder.children) {
+        if (child.type != 0) {
+            names.push_back(name);
+        }
+    }
+    return names;
+}
+
+std::size_t PlannedFileSystem::countBelow(Node& folder) {
+    std::size_t count = 0;
+    for (const std::string& name : namesIn(folder)) {
+        Node& child = childOf(folder, name);
+        count += 1 + (child.type == S_IFDIR ? countBelow(child) : 0);
+    }
+    return count;
+}
+
+PlannedFileSystem::Place PlannedFileSystem::find(const std::string& path, bool bFollow) {
+    if (path.empty() || path.size() > longestPath) {
+        return {};
+    }
+    std::deque<std::string> rest = componentsOf(path.front() == '/' ? path : inside(workingFolder(), path));
+    Place place;
+    place.node = &root;
+    int links = 0;
+    while (!rest.empty()) {
+        const std::string name = rest.front();
+        rest.pop_front();
+        if (place.node->type != S_IFDIR || name.size() > longestName) {
+            return {};
+        }
+        if (name == ".") {
+            continue;
+        }
+        if (name == "..") {
+            if (!place.folders.empty()) {
+                place.node = place.folders.back();
+                place.folders.pop_back();
+            }
+            continue;
+        }
+        Node& next = childOf(*place.node, name);
+        if (next.type != S_IFLNK || (rest.empty() && !bFollow)) {
+            place.folders.push_back(place.node);
+            place.node = &next;
+            continue;
+        }
+        if (++links > mostLinks || next.text.empty()) {
+            return {};
+        }
+        if (next.text.front() == '/') {
+            place.node = &root;
+            place.folders.clear();
+        }
+        const std::deque<std::string> target = componentsOf(next.text);
+        rest.insert(rest.begin(), target.begin(), target.end());
+    }
+    return place;
+}
+
+bool PlannedFileSystem::isFolder(const std::string& path) {
+    return typeOf(toVLString(path)) == S_IFDIR;
+}
+
+/// Copies what is in one folder into another; goes on where it cannot.
+bool PlannedFileSystem::merge(Node& source, Node& destination, std::string& why) {
+    bool bResult = true;
+    for (const std::string& name : namesIn(source)) {
+        Node& from = childOf(source, name);
+        Node& to = childOf(destination, name);
+        if (from.type == S_IFDIR && to.type == S_IFDIR) {
+            bResult = merge(from, to, why) && bResult;
+        } else if (to.type == 0 || (from.type != S_IFDIR && to.type != S_IFDIR)) {
+            to = Node(from);
+        } else {
+            why = "\"" + visible(name) + "\" is a folder in one of the two and not in the other";
+            bResult = false;
+        }
+    }
+    return bResult;
+}
+
+// Questions
+
+mode_t PlannedFileSystem::typeOf(const VLString& path) {
+    const Place place = find(toString(path), true);
+    return place.node == nullptr ? 0 : place.node->type;
+}
+
+mode_t PlannedFileSystem::linkTypeOf(const VLString& path) {
+    const Place place = find(toString(path), false);
+    return place.node == nullptr ? 0 : place.node->type;
+}
+
+FileContent PlannedFileSystem::readFile(const VLString& path) {
+    const Place place = find(toString(path), true);
+    FileContent content;
+    if (place.node == nullptr || place.node->type == 0) {
+        content.error = ENOENT;
+        return content;
+    }
+    if (!place.node->origin.empty()) {
+        return FileSystemAccess::readFile(toVLString(place.node->origin));
+    }
+    content.state.type = place.node->type;
+    const std::string& text = place.node->text;
+    if (place.node->type == S_IFREG && !text.empty()) {
+        content.size = text.size();
+        content.bytes = std::make_unique<char[]>(content.size + 1);
+        std::memcpy(content.bytes.get(), text.c_str(), content.size + 1);
+    }
+    return content;
+}
+
+VLString PlannedFileSystem::mainBundlePath() {
+    return bundle;
+}
+
+bool PlannedFileSystem::showRetryCancelAlert(const VLString& /*title*/, const VLString& /*text*/) {
+    return false;
+}
+
+std::size_t PlannedFileSystem::countOfEntries(const VLString& folder) {
+    const Place place = find(toString(folder), true);
+    return place.node == nullptr || place.node->type != S_IFDIR ? 0 : namesIn(*place.node).size();
+}
+
+FileSystemAccess::Saved PlannedFileSystem::saveFile(const VLString& path,
+                                                    const std::function<void(FILE*)>& print,
+                                                    const FileState* /*expected*/, int& error) {
+    const Place place = find(toString(path), true);
+    if (place.node == nullptr || place.node->type == S_IFDIR) {
+        error = place.node == nullptr ? ENOENT : EISDIR;
+        return Saved::No;
+    }
+    if (place.node->type == 0 || place.node->type == S_IFREG) {
+        *place.node = Node{S_IFREG, "", printed(print), {}};
+    }
+    return Saved::Yes;
+}
+
+bool PlannedFileSystem::createFile(const VLString& path, const char* bytes, std::size_t size, int& error) {
+    const Place place = find(toString(path), false);
+    if (place.node == nullptr || place.node->type != 0) {
+        error = place.node == nullptr ? ENOENT : EEXIST;
+        return false;
+    }
+    *place.node = Node{S_IFREG, "", std::string(bytes, size), {}};
+    return true;
+}
+
+// Commands
+
+bool PlannedFileSystem::captureCommand(const VLString& command, VLString& output) {
+    const std::string text = toString(command);
+    const auto known = answers.find(text);
+    if (known != answers.end()) {
+        output = toVLString(known->second);
+    } else if (!onlyAsks(text)) {
+        cannotForesee(text, "the shell might do more than answer");
+    } else if (!FileSystemAccess::captureCommand(command, output)) {
+        return false;
+    }
+    answers[text] = toString(output);
+    if (unnoted == 0) {
+        Step step;
+        step.command = text;
+        taken.push_back(step);
+    }
+    return true;
+}
+
+bool PlannedFileSystem::runCommand(const VLString& command) {
+    return note(stepOf(toString(command)));
+}
+
+Step PlannedFileSystem::stepOf(const std::string& command) const {
+    static const std::map<std::string, Verb> verbs = {
+        {"rm -f *", Verb::RemoveFile},
+        {"rm -rf *", Verb::RemoveFolder},
+        {"rmdir *", Verb::RemoveEmptyFolder},
+        {"mkdir -p *", Verb::MakeFolder},
+        {"touch *", Verb::Touch},
+        {"cp -f * *", Verb::CopyFile},
+        {"ln -sf * *", Verb::Link},
+        {"ditto * *", Verb::CopyFolder},
+        {"mkdir -p * && cp -a --remove-destination * *", Verb::CopyFolder},
+    };
+    const Shape shape = shapeOf(command);
+    const auto verb = verbs.find(shape.words);
+    if (verb == verbs.end()) {
+        cannotForesee(command, "the engine is not known to issue this command");
+    }
+    mustBePlain(command, shape);
+    Step step;
+    step.command = command;
+    step.verb = verb->second;
+    step.path = shape.paths.back();
+    step.source = shape.paths.size() > 1 ? shape.paths[shape.paths.size() - 2] : "";
+    if (shape.paths.size() == 3) {
+        if (shape.paths.front() != step.path || lastName(step.source) != ".") {
+            cannotForesee(command, "the engine is not known to issue this command");
+        }
+        step.source.resize(step.source.size() - 2);
+    }
+    return step;
+}
+
+/// Takes the step, and notes it.
+bool PlannedFileSystem::note(Step step) {
+    step.before = linkTypeOf(toVLString(step.path));
+    step.bSucceeded = take(step);
+    taken.push_back(step);
+    return step.bSucceeded;
+}
+
+bool PlannedFileSystem::take(Step& step) {
+    if (step.command.empty() && !(isUtf8(step.source) && isUtf8(step.path))) {
+        return fails(step, "the path is not UTF-8");
+    }
+    switch (step.verb) {
+    case Verb::MakeFolder:
+    case Verb::CreateFolder:
+        return makeFolder(step, step.path);
+    case Verb::CopyFile:
+        return copyFile(step, step.path);
+    case Verb::CopyFolder:
+        return copyFolder(step);
+    case Verb::Link:
+        return link(step);
+    case Verb::Touch:
+        return touch(step);
+    case Verb::RemoveFile:
+        return removeFile(step);
+    case Verb::RemoveFolder:
+        return removeFolder(step);
+    case Verb::RemoveEmptyFolder:
+        return removeEmptyFolder(step);
+    case Verb::RemoveItem:
+        return removeItem(step);
+    case Verb::CopyItem:
+        return copyItem(step);
+    case Verb::CreateLink:
+        return createLink(step);
+    case Verb::Ask:
+        break;
+    }
+    return true;
+}
+
+/// With the folders above it.
+bool PlannedFileSystem::makeFolder(Step& step, const std::string& path) {
+    const std::string folder = withoutLastSlashes(path);
+    if (folder.empty()) {
+        return fails(step, "the path is empty");
+    }
+    if (find(folder, false).node == nullptr) {
+        const std::string above = folderOf(folder);
+        if (above == folder || above == "." || !makeFolder(step, above)) {
+            return step.why.empty() ? fails(step, "the path is too long") : false;
+        }
+    }
+    const Place place = find(folder, false);
+    if (place.node == nullptr) {
+        return fails(step, "a name in it is too long");
+    }
+    if (place.node->type != 0) {
+        return isFolder(folder) || fails(step, visible(folder) + " is in the way");
+    }
+    place.node->type = S_IFDIR;
+    step.made.push_back(folder);
+    return true;
+}
+
+bool PlannedFileSystem::copyFile(Step& step, const std::string& path) {
+    const Place source = find(step.source, true);
+    const Place destination = find(path, true);
+    if (source.node == nullptr || source.node->type != S_IFREG) {
+        return fails(step, "the source is not there");
+    }
+    if (destination.node == nullptr) {
+        return fails(step, visible(folderOf(path)) + " is not there");
+    }
+    if (destination.node->type == S_IFDIR) {
+        return path == step.path ? copyFile(step, inside(path, lastName(step.source)))
+                                 : fails(step, visible(path) + " is a folder");
+    }
+    if (destination.node == source.node) {
+        return fails(step, "source and destination are the same file");
+    }
+    if (destination.node->type == 0 && linkTypeOf(toVLString(path)) == S_IFLNK) {
+        return fails(step, visible(path) + " is a link that leads nowhere");
+    }
+    if (destination.node->type != 0 && destination.node->type != S_IFREG) {
+        cannotForesee(step.command, "the destination is no file");
+    }
+    *destination.node = Node(*source.node);
+    return true;
+}
+
+bool PlannedFileSystem::copyFolder(Step& step) {
+    const Place source = find(step.source, true);
+    const bool bSource = source.node != nullptr && source.node->type == S_IFDIR;
+    // What stands in for ditto makes the folder first.
+    const bool bMakesFolder = bSource || step.command.rfind("mkdir", 0) == 0;
+    if (bMakesFolder && !makeFolder(step, step.path)) {
+        return false;
+    }
+    if (!bSource) {
+        return fails(step, "the source is not there");
+    }
+    const Place destination = find(step.path, true);
+    if (destination.node == source.node ||
+        std::count(destination.folders.begin(), destination.folders.end(), source.node) != 0) {
+        cannotForesee(step.command, "a folder would be copied into itself");
+    }
+    Node copy = *source.node;
+    return merge(copy, *destination.node, step.why);
+}
+
+bool PlannedFileSystem::link(Step& step) {
+    const std::string path = isFolder(step.path) ? inside(step.path, lastName(step.source)) : step.path;
+    const Place place = find(path, false);
+    if (place.node == nullptr) {
+        return fails(step, visible(folderOf(path)) + " is not there");
+    }
+    if (place.node->type == S_IFDIR) {
+        return fails(step, visible(path) + " is a folder");
+    }
+    if (place.node == find(step.source, false).node) {
+        return fails(step, "the link would lead to itself");
+    }
+    *place.node = Node{S_IFLNK, "", step.source, {}};
+    return true;
+}
+
+bool PlannedFileSystem::touch(Step& step) {
+    const Place place = find(step.path, true);
+    if (place.node == nullptr) {
+        return fails(step, visible(folderOf(step.path)) + " is not there");
+    }
+    if (place.node->type == 0) {
+        place.node->type = S_IFREG;
+    }
+    return true;
+}
+
+bool PlannedFileSystem::removeFile(Step& step) {
+    const Place place = find(step.path, false);
+    if (place.node == nullptr || place.node->type == 0) {
+        return true;
+    }
+    if (place.node->type == S_IFDIR) {
+        return fails(step, "it is a folder");
+    }
+    *place.node = Node();
+    return true;
+}
+
+bool PlannedFileSystem::removeFolder(Step& step) {
+    const std::string path = withoutLastSlashes(step.path);
+    const Place place = find(path, false);
+    if (place.node == nullptr || place.node->type == 0) {
+        return true;
+    }
+    const std::string name = lastName(path);
+    if (name == "." || name == "..") {
+        return fails(step, "rm refuses to remove \".\" and \"..\"");
+    }
+    if (place.folders.empty() || (place.node->type == S_IFLNK && path != step.path)) {
+        cannotForesee(step.command, "tools differ in what they do here");
+    }
+    step.removed = place.node->type == S_IFDIR ? countBelow(*place.node) : 0;
+    *place.node = Node();
+    return true;
+}
+
+bool PlannedFileSystem::removeEmptyFolder(Step& step) {
+    const std::string path = withoutLastSlashes(step.path);
+    const Place place = find(path, false);
+    const std::string name = lastName(path);
+    if (place.node == nullptr || place.node->type != S_IFDIR) {
+        return fails(step, "it is no folder itself");
+    }
+    if (place.folders.empty() || name == "." || name == ".." || !namesIn(*place.node).empty()) {
+        return fails(step, "it is not empty");
+    }
+    *place.node = Node();
+    return true;
+}
+
+// What the program does without a shell
+
+bool PlannedFileSystem::removeItem(const VLString& path) {
+    Step step;
+    step.verb = Verb::RemoveItem;
+    step.path = withoutLastSlashes(toString(path));
+    return note(step);
+}
+
+bool PlannedFileSystem::createFolder(const VLString& path) {
+    Step step;
+    step.verb = Verb::CreateFolder;
+    step.path = withoutLastSlashes(toString(path));
+    return note(step);
+}
+
+bool PlannedFileSystem::copyItem(const VLString& source, const VLString& destination) {
+    Step step;
+    step.verb = Verb::CopyItem;
+    step.source = withoutLastSlashes(toString(source));
+    step.path = withoutLastSlashes(toString(destination));
+    return note(step);
+}
+
+bool PlannedFileSystem::createSymbolicLink(const VLString& link, const VLString& target) {
+    Step step;
+    step.verb = Verb::CreateLink;
+    step.source = toString(target);
+    step.path = withoutLastSlashes(toString(link));
+    return note(step);
+}
+
+bool PlannedFileSystem::removeItem(Step& step) {
+    const Place place = find(step.path, false);
+    if (place.node == nullptr || place.node->type == 0 || place.folders.empty()) {
+        return fails(step, "it is not there");
+    }
+    *place.node = Node();
+    return true;
+}
+
+bool PlannedFileSystem::copyItem(Step& step) {
+    const Place destination = find(step.path, false);
+    if (destination.node == nullptr) {
+        return fails(step, visible(folderOf(step.path)) + " is not there");
+    }
+    if (destination.node->type != 0) {
+        return fails(step, "it is there already");
+    }
+    if (step.source == bundle) {
+        *destination.node = Node{S_IFDIR, "", "", {{"Contents", Node{S_IFDIR, "", "", {}}}}};
+        return true;
+    }
+    const Place source = find(step.source, false);
+    if (source.node == nullptr ||
+        (source.node->type != S_IFREG && source.node->type != S_IFDIR && source.node->type != S_IFLNK)) {
+        return fails(step, visible(step.source) + " cannot be copied");
+    }
+    if (std::count(destination.folders.begin(), destination.folders.end(), source.node) != 0) {
+        return fails(step, "a folder cannot be copied into itself");
+    }
+    *destination.node = Node(*source.node);
+    return true;
+}
+
+bool PlannedFileSystem::createLink(Step& step) {
+    const Place place = find(step.path, false);
+    if (place.node == nullptr) {
+        return fails(step, visible(folderOf(step.path)) + " is not there");
+    }
+    if (place.node->type != 0) {
+        return fails(step, "it is there already");
+    }
+    *place.node = Node{S_IFLNK, "", step.source, {}};
+    return true;
+}

@@ -1,0 +1,110 @@
+#include "Utility/InstallInspector/Report/Finding.h"
+
+#include <algorithm>
+#include <tuple>
+
+namespace {
+
+constexpr std::size_t longestShown = 200;
+
+auto sortKey(const Finding& finding) {
+    const Location& where = finding.where;
+    return std::tie(where.document, where.file, where.line, where.column);
+}
+
+std::string escaped(unsigned char byte) {
+    static const char* const digits = "0123456789abcdef";
+    switch (byte) {
+    case '\n':
+        return "\\n";
+    case '\r':
+        return "\\r";
+    case '\t':
+        return "\\t";
+    default:
+        return std::string("\\x") + digits[byte >> 4U] + digits[byte & 0xFU];
+    }
+}
+
+bool isContinuation(char byte) {
+    return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
+}
+
+} // namespace
+
+void sortFindings(std::vector<Finding>& findings) {
+    std::stable_sort(findings.begin(), findings.end(),
+                     [](const Finding& a, const Finding& b) { return sortKey(a) < sortKey(b); });
+}
+
+std::string shown(const VLString& text) {
+    const std::string bytes = toString(text);
+    // Not to part a character, the one that begins before the limit is shown whole.
+    std::size_t end = 0;
+    while (end < bytes.size() && end < longestShown) {
+        end += std::max<std::size_t>(utf8Length(bytes, end), 1);
+    }
+    return "\"" + visible(bytes.substr(0, end)) + (end < bytes.size() ? "...\"" : "\"");
+}
+
+std::string visible(const std::string& bytes) {
+    std::string result;
+    std::size_t index = 0;
+    while (index < bytes.size()) {
+        const std::size_t length = utf8Length(bytes, index);
+        const auto byte = static_cast<unsigned char>(bytes[index]);
+        // U+0080 to U+009F are control characters too.
+        const bool bHighControl =
+            length == 2 && byte == 0xC2 && static_cast<unsigned char>(bytes[index + 1]) < 0xA0;
+        if (length == 0 || byte < 0x20 || byte == 0x7F || bHighControl) {
+            result += escaped(byte);
+            ++index;
+        } else {
+            result += bytes.substr(index, length);
+            index += length;
+        }
+    }
+    return result;
+}
+
+std::string toString(const VLString& text) {
+    return {text.ConstData(), text.Size()};
+}
+
+VLString toVLString(const std::string& text) {
+    return {text.data(), text.size()};
+}
+
+std::size_t utf8Length(const std::string& text, std::size_t index) {
+    const auto first = static_cast<unsigned char>(text[index]);
+    if (first < 0x80) {
+        return 1;
+    }
+    const std::size_t length = first < 0xC2 ? 0 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : first < 0xF5 ? 4 : 0;
+    if (length == 0 || index + length > text.size()) {
+        return 0;
+    }
+    const auto second = static_cast<unsigned char>(text[index + 1]);
+    const bool bOverlong = (first == 0xE0 && second < 0xA0) || (first == 0xF0 && second < 0x90);
+    const bool bOutside = (first == 0xED && second > 0x9F) || (first == 0xF4 && second > 0x8F);
+    const auto begin = text.begin() + static_cast<std::ptrdiff_t>(index);
+    const bool bContinued =
+        std::all_of(begin + 1, begin + static_cast<std::ptrdiff_t>(length), isContinuation);
+    return bContinued && !bOverlong && !bOutside ? length : 0;
+}
+
+std::size_t lengthOfUtf8(const std::string& text) {
+    std::size_t index = 0;
+    while (index < text.size()) {
+        const std::size_t length = utf8Length(text, index);
+        if (length == 0) {
+            break;
+        }
+        index += length;
+    }
+    return index;
+}
+
+bool isUtf8(const std::string& text) {
+    return lengthOfUtf8(text) == text.size();
+}

@@ -1,0 +1,77 @@
+#include "Utility/InstallInspector/Report/Output.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <unistd.h>
+
+Painter Painter::forFile(FILE* file) {
+    const char* noColour = std::getenv("NO_COLOR");
+    const bool bRefused = noColour != nullptr && *noColour != '\0';
+    return Painter(!bRefused && isatty(fileno(file)) != 0);
+}
+
+std::string Painter::paint(Colour colour, const std::string& text) const {
+    if (!bColours) {
+        return text;
+    }
+    const char* code = "";
+    switch (colour) {
+    case Colour::Bold:
+        code = "1";
+        break;
+    case Colour::Red:
+        code = "1;31";
+        break;
+    case Colour::Yellow:
+        code = "1;33";
+        break;
+    case Colour::Green:
+        code = "32";
+        break;
+    case Colour::Dim:
+        code = "2";
+        break;
+    }
+    return std::string("\x1b[") + code + "m" + text + "\x1b[0m";
+}
+
+std::string printed(const nlohmann::ordered_json& document) {
+    return document.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+}
+
+std::string counted(std::size_t count, const char* one, const char* more) {
+    return std::to_string(count) + " " + (count == 1 ? one : more);
+}
+
+std::string joined(const std::vector<std::string>& texts, const char* between) {
+    std::string text;
+    for (const std::string& part : texts) {
+        text += (text.empty() ? "" : between) + part;
+    }
+    return text;
+}
+
+std::size_t widthOf(const std::string& text) {
+    return static_cast<std::size_t>(std::count_if(
+        text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U; }));
+}
+
+std::string padded(const std::string& text, std::size_t width) {
+    return text + std::string(width - std::min(width, widthOf(text)), ' ');
+}
+
+bool writeOutput(const std::string& text) {
+    const bool bWritten =
+        std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
+    if (!bWritten) {
+        cannotRun(std::string("cannot write to standard output: ") + std::strerror(errno));
+    }
+    return bWritten;
+}
+
+int cannotRun(const std::string& message) {
+    static_cast<void>(std::fprintf(stderr, "InstallInspector: %s\n", message.c_str()));
+    return CannotRun;
+}

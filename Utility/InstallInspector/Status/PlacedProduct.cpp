@@ -1,0 +1,157 @@
+#include "Utility/InstallInspector/Status/PlacedProduct.h"
+
+#include "Foundation/PathLibrary.h"
+
+#include <algorithm>
+#include <set>
+#include <utility>
+
+namespace {
+
+using ItemPath = InstallUtility::InstallItem::ItemPath;
+using Place = PlacedProduct::Place;
+
+bool readDocument(LocatedDocument& document, const std::string& path, Location::Document kind, Kind root,
+                  std::string& error) {
+    if (!document.read(path, kind, root, error)) {
+        error = path + " " + error;
+        return false;
+    }
+    if (document.isReadable()) {
+        return true;
+    }
+    const auto& fault = document.fault();
+    const TextPosition where = fault.has_value() ? fault->where : TextPosition{};
+    error = path + ":" + std::to_string(where.line) + ":" + std::to_string(where.column) + ": " +
+            (fault.has_value() ? "not well-formed: " + fault->text
+                               : "no element <" + nameOf(root) + "> at the top of the document");
+    return false;
+}
+
+/// The folder that the candidate gives whether its condition holds or not; empty when it gives none.
+VLString folderOf(const ItemPath& candidate, const VLString& family) {
+    ItemPath always;
+    always.path = candidate.path;
+    const auto folders = InstallUtility::getTargetPaths({always}, family);
+    return folders.empty() ? VLString() : folders.front();
+}
+
+/// Appends the item's target folders of today to `places`, the others to `idle`.
+void addTargets(const Product::TargetItem& item, const VLString& family, std::vector<Place>& places,
+                std::vector<Place>& idle) {
+    std::set<VLString> seen;
+    const TiXmlElement* element = item.element->FirstChildElement("path");
+    for (const ItemPath& candidate : item.item->paths) {
+        while (attributeOf(*element, "value").IsEmpty()) {
+            element = element->NextSiblingElement("path");
+        }
+        const auto folders = InstallUtility::getTargetPaths({candidate}, family);
+        if (folders.empty()) {
+            if (const VLString folder = folderOf(candidate, family); folder.IsSet()) {
+                idle.push_back({folder, folder, element});
+            }
+        } else if (seen.insert(folders.front().ToLower()).second) {
+            places.push_back({folders.front(), folders.front(), element});
+        }
+        element = element->NextSiblingElement("path");
+    }
+    idle.erase(std::remove_if(idle.begin(), idle.end(),
+                              [&](const Place& place) { return seen.count(place.path.ToLower()) != 0; }),
+               idle.end());
+}
+
+std::vector<Place> inside(const std::vector<Place>& folders, const VLString& name) {
+    std::vector<Place> places;
+    places.reserve(folders.size());
+    for (const Place& folder : folders) {
+        places.push_back(
+            {PathLibrary::GetDirectoryWithFile(folder.path, name), folder.target, folder.element});
+    }
+    return places;
+}
+
+} // namespace
+
+bool PlacedProduct::read(const std::string& definition, const std::string& targets, std::string& error) {
+    if (!readDocument(files.definitionFile, definition, Location::Document::Definition, Kind::Product,
+                      error) ||
+        !readDocument(files.targetsFile, targets, Location::Document::Targets, Kind::Root, error)) {
+        return false;
+    }
+    files.bTargets = true;
+    files.interpret();
+    place();
+    return true;
+}
+
+const PlacedProduct::Spot* PlacedProduct::find(const VLString& treePath) const {
+    const auto found = byPath.find(treePath);
+    return found == byPath.end() ? nullptr : &spotList[found->second];
+}
+
+/// The engine's walk: hosts, then VorlaneFX and Content with the family that was the last then.
+void PlacedProduct::place() {
+    for (const Product::TreeNode& node : files.tree) {
+        if (node.parent != nullptr) {
+            byPath[node.path] = spotList.size();
+            spotList.push_back({&node, {}, {}, !node.node->isDirectory || node.children.empty()});
+        }
+    }
+    const auto& families = files.definition.pluginsByFamily;
+    VLString family = families.empty() ? VLString() : families.begin()->first;
+    const Product::TargetItem* shared = files.topItem("VorlaneFX");
+    if (shared != nullptr) {
+        const auto folders = InstallUtility::getTargetPaths(shared->item->paths, family);
+        recordFolder = folders.empty() ? VLString() : folders.front();
+    }
+    placeHosts(family);
+    for (const char* name : {"VorlaneFX", "Content"}) {
+        const Product::TreeNode* branch = files.branch(name);
+        const Product::TargetItem* item = files.topItem(name);
+        if (branch != nullptr && item != nullptr) {
+            placeNode(*branch, item, family, {}, {});
+        }
+    }
+}
+
+void PlacedProduct::placeHosts(VLString& family) {
+    const Product::TreeNode* hosts = files.branch("Hosts");
+    const Product::TargetItem* hostsItem = files.topItem("Hosts");
+    if (hosts == nullptr || hostsItem == nullptr) {
+        return;
+    }
+    for (const Product::TreeNode* host : hosts->children) {
+        const Product::TargetItem* item = hostsItem->child(host->node->name);
+        if (item == nullptr) {
+            continue;
+        }
+        for (const Product::TreeNode* folder : host->children) {
+            if (files.definition.pluginsByFamily.count(folder->node->name) != 0) {
+                family = folder->node->name;
+                placeNode(*folder, item, family, {}, {});
+            }
+        }
+    }
+}
+
+void PlacedProduct::placeNode(const Product::TreeNode& node, const Product::TargetItem* item,
+                              const VLString& family, Places places, Places idle) {
+    if (item != nullptr) {
+        if (!node.node->isDirectory) {
+            return; // an item takes folders only
+        }
+        addTargets(*item, family, places, idle);
+    }
+    for (const Product::TreeNode* child : node.children) {
+        const VLString& name = child->node->name;
+        const Product::TargetItem* childItem = item == nullptr ? nullptr : item->child(name);
+        if (childItem != nullptr) {
+            placeNode(*child, childItem, family, {}, {});
+        } else {
+            placeNode(*child, nullptr, family, inside(places, name), inside(idle, name));
+        }
+    }
+    Spot& spot = spotList[byPath.at(node.path)];
+    spot.places = std::move(places);
+    spot.idle = std::move(idle);
+}

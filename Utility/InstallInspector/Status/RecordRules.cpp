@@ -1,0 +1,227 @@
+// What is wrong with a record by itself. The engine alone writes it, so that all of this comes from other
+// hands or from a damaged disk.
+#include "Utility/InstallInspector/Documents/Product.h"
+#include "Utility/InstallInspector/Status/Status.h"
+
+#include <cctype>
+#include <cerrno>
+#include <cstdlib>
+#include <limits>
+#include <map>
+#include <set>
+
+namespace {
+
+using Entry = LocatedDocument::Entry;
+
+constexpr const char* countsFromNothing = "The engine takes it for an empty record, and keeps it beside its "
+                                          "own under another name: the next install "
+                                          "counts every file from nothing and forgets the other products, "
+                                          "and an uninstall leaves its files in place.";
+constexpr const char* countsNothing = "The engine takes it for an empty record and leaves it as it is: no "
+                                      "install is recorded, and an uninstall "
+                                      "leaves its files in place.";
+constexpr const char* mendRecord = "Put back a copy of the record, or mend it there by hand.";
+
+bool isPath(const Entry& entry) {
+    return entry.kind == Kind::RecordedDirectory || entry.kind == Kind::RecordedFile;
+}
+
+template <class Visitor>
+void forEachPath(const Status& status, Visitor visit) {
+    for (const Entry& entry : status.record.file.entries()) {
+        if (isPath(entry)) {
+            visit(entry);
+        }
+    }
+}
+
+/// The number that the whole text is; -1 for none.
+long countIn(const std::string& text) {
+    if (text.empty() || text.find_first_not_of("0123456789") != std::string::npos) {
+        return -1;
+    }
+    errno = 0;
+    const long count = std::strtol(text.c_str(), nullptr, 10);
+    return errno == 0 && count <= std::numeric_limits<std::int32_t>::max() ? count : -1;
+}
+
+long countOf(const Entry& entry) {
+    return countIn(toString(attributeOf(*entry.element, "ref")));
+}
+
+std::string products(long count) {
+    return std::to_string(count) + (count == 1 ? " product" : " products");
+}
+
+// The file
+
+void recordUnreadable(Status& status, const StatusReport& report) {
+    const Record& record = status.record;
+    if (record.state != Record::State::Unreadable) {
+        return;
+    }
+    if (record.file.path().empty()) {
+        report(record.start(), "the record is no file", countsNothing,
+               "Move away what is there, and put back a copy of the record.");
+    } else if (const auto& fault = record.file.fault()) {
+        report(record.file.at(fault->where), "the record cannot be read: " + fault->text, countsFromNothing,
+               mendRecord);
+    } else if (!record.file.hiddenElements().empty()) {
+        report(record.file.at(*record.file.hiddenElements().front().element),
+               "the record cannot be read: a comment or text that is exactly \"install\" hides this element",
+               countsFromNothing, "Remove the comment or text.");
+    } else {
+        const auto& unknown = record.file.unknownElements();
+        report(unknown.empty() ? record.file.start() : record.file.at(*unknown.front().element),
+               "the record cannot be read: no element <install> at the top", countsFromNothing, mendRecord);
+    }
+}
+
+void unfinishedSave(Status& status, const StatusReport& report) {
+    if (status.record.bUnfinishedSave) {
+        report(
+            {Location::Document::Record, status.record.path + ".new", 0, 0},
+            "a run was broken off while it saved the record",
+            "The record is the one before that run, which may have copied or removed files since. The next "
+            "run takes this file away.",
+            "Do the last install or uninstall again.");
+    }
+}
+
+// What the engine does not read
+
+void recordEntryIgnored(Status& status, const StatusReport& report) {
+    const LocatedDocument& file = status.record.file;
+    if (status.record.state != Record::State::Readable) {
+        return;
+    }
+    const auto tell = [&](const Location& where, const std::string& message) {
+        report(where, message, "The engine passes it over, and the next run that saves the record drops it.",
+               "Mend it as Docs/status-file-format.md says, or remove it.");
+    };
+    for (const auto* list : {&file.unknownElements(), &file.repeatedElements(), &file.hiddenElements()}) {
+        for (const auto& unread : *list) {
+            tell(file.at(*unread.element),
+                 "nothing reads the element " + shown(VLString(unread.element->Value())) +
+                     (unread.parent == nullptr ? std::string(" at the top")
+                                               : " inside " + shown(VLString(unread.parent->Value()))) +
+                     (list == &file.repeatedElements() ? " but the first" : ""));
+        }
+    }
+    forEachPath(status, [&](const Entry& entry) {
+        for (const char* attribute : {"fileName", "ref"}) {
+            if (attributeOf(*entry.element, attribute).IsEmpty()) {
+                tell(file.at(*entry.element, attribute),
+                     "<" + nameOf(entry.kind) + "> without " + attribute + ", with everything in it");
+                return;
+            }
+        }
+    });
+}
+
+void recordDuplicate(Status& status, const StatusReport& report) {
+    const LocatedDocument& file = status.record.file;
+    std::map<std::pair<const Entry*, VLString>, const Entry*> seen;
+    const auto check = [&](const Entry& entry, const char* attribute, const char* consequence) {
+        const VLString name = attributeOf(*entry.element, attribute);
+        const auto [first, bNew] = seen.emplace(std::make_pair(entry.parent, name), &entry);
+        if (!bNew) {
+            report(file.at(*entry.element, attribute),
+                   shown(name) + " stands in line " + std::to_string(first->second->element->Row()) + " too",
+                   consequence, "Keep one of the two.");
+        }
+    };
+    for (const Entry& entry : file.entries()) {
+        if (isPath(entry) && attributeOf(*entry.element, "fileName").IsSet()) {
+            check(entry, "fileName",
+                  "The later one replaces the earlier one with everything in it, and a file a directory.");
+        } else if (entry.kind == Kind::RecordedSku) {
+            check(entry, "ID", "The product counts as two: the record is not removed with the last product.");
+        }
+    }
+}
+
+void recordProductIncomplete(Status& status, const StatusReport& report) {
+    for (const Entry& entry : status.record.file.entries()) {
+        for (const char* attribute : {"ID", "name", "build"}) {
+            if (entry.kind == Kind::RecordedSku && findAttribute(*entry.element, attribute) == nullptr) {
+                report(status.record.file.at(*entry.element), std::string("a product without ") + attribute,
+                       "The engine gives it that of the product before it.",
+                       std::string("Write ") + attribute + "=\"...\".");
+            }
+        }
+    }
+}
+
+// Counts
+
+void countNotANumber(Status& status, const StatusReport& report) {
+    forEachPath(status, [&](const Entry& entry) {
+        const VLString text = attributeOf(*entry.element, "ref");
+        if (text.IsSet() && countOf(entry) < 1) {
+            report(
+                status.record.file.at(*entry.element, "ref"),
+                "ref=" + shown(text) + " is no number from 1 on",
+                "The engine reads what digits it begins with, else 0. With less than 1 the path leaves the "
+                "record at the next save, with everything below it.",
+                "Write how many of the products use the path.");
+        }
+    });
+}
+
+void countAboveProducts(Status& status, const StatusReport& report) {
+    const auto most = static_cast<long>(status.record.content.products.size());
+    std::set<const Entry*> told;
+    forEachPath(status, [&](const Entry& entry) {
+        if (countOf(entry) <= most) {
+            return;
+        }
+        told.insert(&entry);
+        if (told.count(entry.parent) == 0) {
+            report(
+                status.record.file.at(*entry.element, "ref"),
+                shown(attributeOf(*entry.element, "fileName")) + " is in use by " + products(countOf(entry)) +
+                    ", and the record lists " + std::to_string(most),
+                "The count never comes to 0: no uninstall removes the path, nor what is below it with such "
+                "a count.",
+                "Write how many of the products use the path.");
+        }
+    });
+}
+
+void countAboveFolder(Status& status, const StatusReport& report) {
+    forEachPath(status, [&](const Entry& entry) {
+        if (entry.parent->kind == Kind::RecordedDirectory && countOf(*entry.parent) >= 1 &&
+            countOf(entry) > countOf(*entry.parent)) {
+            report(status.record.file.at(*entry.element, "ref"),
+                   shown(attributeOf(*entry.element, "fileName")) + " is in use by " +
+                       products(countOf(entry)) + ", its folder by " + std::to_string(countOf(*entry.parent)),
+                   "The folder's count comes to 0 first. Everything below it then leaves the record while "
+                   "products use it, and is not removed when they go.",
+                   "Give the folder at least the count of everything in it.");
+        }
+    });
+}
+
+} // namespace
+
+const std::vector<StatusRuleEntry>& recordRules() {
+    static const std::vector<StatusRuleEntry> rules = {
+        {{"record-unreadable", Severity::Error, "a record that is there but cannot be read"},
+         recordUnreadable},
+        {{"unfinished-save", Severity::Warning, "what a run left that broke off while it saved"},
+         unfinishedSave},
+        {{"record-entry-ignored", Severity::Error, "something in the record that the engine passes over"},
+         recordEntryIgnored},
+        {{"record-duplicate", Severity::Error, "a product or path that stands in the record twice"},
+         recordDuplicate},
+        {{"record-product-incomplete", Severity::Error, "a product without ID, name or build"},
+         recordProductIncomplete},
+        {{"count-not-a-number", Severity::Error, "a count that is no number from 1 on"}, countNotANumber},
+        {{"count-above-products", Severity::Error, "a count above the number of products"},
+         countAboveProducts},
+        {{"count-above-folder", Severity::Error, "a count above that of the folder"}, countAboveFolder},
+    };
+    return rules;
+}
