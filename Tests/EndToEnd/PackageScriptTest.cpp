@@ -25,10 +25,7 @@ protected:
         if (!fs::exists("/bin/bash")) {
             GTEST_SKIP() << "there is no /bin/bash";
         }
-        ASSERT_EQ(
-            runProgram({PRIVATE_ROOT_SCRIPT, "add", root().outside("/").string(), "/bin/bash", "/bin/bash"})
-                .exitStatus,
-            0);
+        root().add("/bin/bash", "/bin/bash");
         product.target("VorlaneFX", statusFolder)
             .target("VorlaneFX/Presets", "/Users/%USER%/Documents")
             .file("VorlaneFX/file", "text")

@@ -1,10 +1,59 @@
 #include "Tests/Support/EndToEndTest.h"
+#include "Tests/Support/ScopedEnvironment.h"
 
+#include <filesystem>
+#include <sys/stat.h>
 #include <unistd.h>
+
+namespace fs = std::filesystem;
 
 namespace {
 
 using PrivateRootTest = EndToEndTest;
+
+/// A private root in which the tool `cat` shares its file with a tool of the machine, which this test plays
+/// with a file of its own.
+class SharedTool : public EndToEndTest {
+protected:
+    void SetUp() override {
+        EndToEndTest::SetUp();
+        FileTree::write(machines, "the machine's");
+        fs::create_directories(rootFolder / "bin");
+        fs::create_hard_link(machines, inRoot);
+    }
+    static void run(std::vector<std::string> command) {
+        command.insert(command.begin(), PRIVATE_ROOT_SCRIPT);
+        ExpectSuccess(runProgram(command));
+    }
+
+    TemporaryDirectory folder;
+    const fs::path machines = folder.path() / "machine/cat";
+    const fs::path rootFolder = folder.path() / "root";
+    const fs::path inRoot = rootFolder / "bin/cat";
+};
+
+/// A `cp` of which links fail, as they do between file systems and where a file has too many names, comes
+/// first in PATH until the end of the scope.
+class FailingLinks {
+public:
+    /// `body` is what it does when it is asked for links.
+    explicit FailingLinks(const std::string& body) {
+        FileTree::write(tools.path() / "cp",
+                        "#!/bin/sh\ncase \"$*\" in *' -l '* | '-al '*) " + body +
+                            "; exit 1 ;; esac\nexec /bin/cp \"$@\"\n",
+                        0755);
+    }
+
+private:
+    TemporaryDirectory tools;
+    ScopedEnvironment path{"PATH", tools.path().string() + ":/usr/sbin:/usr/bin:/sbin:/bin"};
+};
+
+ino_t fileNumber(const fs::path& path) {
+    struct stat status {};
+    EXPECT_EQ(stat(path.c_str(), &status), 0) << path;
+    return status.st_ino;
+}
 
 } // namespace
 
@@ -50,6 +99,34 @@ TEST_F(PrivateRootTest, WhatOneRootChangesNoOtherRootSees) {
     EXPECT_EQ(other.run({"sh", "-c", "echo a | wc -l"}).standardOutput, "1\n");
     EXPECT_EQ(other.run({PrivateRoot::program}).exitStatus, 1);
     EXPECT_NE(other.read("/etc/passwd"), "changed\n");
+}
+
+TEST_F(SharedTool, StaysTheMachinesWhenAnotherProgramIsAddedInItsPlace) {
+    const fs::path program = folder.path() / "program";
+    FileTree::write(program, "a program");
+    run({"add", rootFolder, program, "/bin/cat"});
+    EXPECT_EQ(FileTree::read(inRoot), "a program");
+    EXPECT_EQ(FileTree::read(machines), "the machine's");
+}
+
+TEST_F(SharedTool, StaysTheMachinesWhenARootIsMadeInThatFolder) {
+    run({"make", rootFolder});
+    EXPECT_NE(FileTree::read(inRoot), "the machine's");
+    EXPECT_EQ(FileTree::read(machines), "the machine's");
+}
+
+TEST_F(SharedTool, StaysTheMachinesWhenToolsAreCopiedSinceTheyCannotBeLinked) {
+    const FailingLinks failing(":");
+    run({"make", rootFolder});
+    EXPECT_NE(FileTree::read(inRoot), "the machine's");
+    EXPECT_EQ(FileTree::read(machines), "the machine's");
+}
+
+TEST_F(PrivateRootTest, ToolsAreCopiedWhenOnlySomeOfThemCouldBeLinked) {
+    const FailingLinks failing("/bin/cp \"$@\"");
+    const PrivateRoot other;
+    EXPECT_EQ(other.run({"cat", "/etc/passwd"}).standardOutput, root().read("/etc/passwd"));
+    EXPECT_NE(fileNumber(other.outside("/bin/cat")), fileNumber(root().outside("/bin/cat")));
 }
 
 TEST_F(PrivateRootTest, TreeTellsTypesContentsPermissionsAndLinks) {

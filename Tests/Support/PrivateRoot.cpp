@@ -94,7 +94,9 @@ void cloneTemplate(const fs::path& root) {
                  R"(cd "$1" || exit 1
                  for name in *; do
                      case $name in
-                     bin | lib*) cp -al "$name" "$2/" 2>/dev/null || cp -a "$name" "$2/" || exit 1 ;;
+                     bin | lib*)
+                         # When a link fails, some files are links already: they are not to be written to.
+                         cp -al "$name" "$2/" 2>/dev/null || cp -a --remove-destination "$name" "$2/" || exit 1 ;;
                      dev) cp -a dev "$2/" 2>/dev/null || : >"$2/dev/null" ;;
                      *) cp -a "$name" "$2/" || exit 1 ;;
                      esac
@@ -154,6 +156,11 @@ PrivateRoot::PrivateRoot() {
 void PrivateRoot::write(const std::string& path, const std::string& content, unsigned mode) const {
     fs::remove(outside(path)); // a tool's file is shared with other roots and must not be written to
     FileTree::write(outside(path), content, mode);
+}
+
+void PrivateRoot::add(const fs::path& file, const std::string& path) const {
+    remove(path); // as in `write`, even while somebody tries what happens when the script does not do so
+    mustSucceed({script, "add", folder.path(), file, path});
 }
 
 void PrivateRoot::makeFolder(const std::string& path) const {

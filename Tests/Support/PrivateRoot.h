@@ -53,6 +53,8 @@ public:
     /// Where the path lies on this machine.
     std::filesystem::path outside(const std::string& path) const { return folder.path() / path.substr(1); }
     void write(const std::string& path, const std::string& content, unsigned mode = 0644) const;
+    /// Copies a program of this machine, with the libraries that it needs, in the place of what is there.
+    void add(const std::filesystem::path& file, const std::string& path) const;
     std::string read(const std::string& path) const { return FileTree::read(outside(path)); }
     void makeFolder(const std::string& path) const;
     void remove(const std::string& path) const;
