@@ -129,6 +129,20 @@ TEST_F(PrivateRootTest, ToolsAreCopiedWhenOnlySomeOfThemCouldBeLinked) {
     EXPECT_NE(fileNumber(other.outside("/bin/cat")), fileNumber(root().outside("/bin/cat")));
 }
 
+TEST_F(PrivateRootTest, WhatProgramsMeasureIsAtItsPathOutsideAndInNoTree) {
+    root().write(PrivateRoot::buildFolder() + "/some.gcda", "measured");
+    ExpectTree({});
+    EXPECT_EQ(root().tree(fs::path(PrivateRoot::buildFolder()).parent_path()), Lines());
+
+    if (root().run({"test", "-e", "/proc/self/maps"}).exitStatus != 0) {
+        GTEST_SKIP() << "nothing can be mounted here";
+    }
+    const TemporaryDirectory measured;
+    const ScopedEnvironment coverage("PRIVATE_ROOT_COVERAGE", measured.path());
+    ExpectSuccess(root().run({"sh", "-c", "echo measured >\"$1/file\"", "sh", measured.path()}));
+    EXPECT_EQ(FileTree::read(measured.path() / "file"), "measured\n");
+}
+
 TEST_F(PrivateRootTest, TreeTellsTypesContentsPermissionsAndLinks) {
     ExpectSuccess(
         root().run({"sh", "-c",

@@ -111,8 +111,6 @@ std::map<std::string, std::string> usualEnvironment() {
             environment[name] = value;
         }
     }
-    // A program that is built to measure coverage writes what it measured at its end.
-    environment["GCOV_PREFIX"] = "/var/coverage";
     return environment;
 }
 
@@ -132,6 +130,10 @@ std::string probe() {
 }
 
 } // namespace
+
+std::string PrivateRoot::buildFolder() {
+    return bundleOutside().parent_path();
+}
 
 const std::string& PrivateRoot::whyNot() {
     static const std::string reason = probe();
@@ -220,7 +222,8 @@ FileTree::Lines PrivateRoot::tree() const {
     static const std::set<std::string> notShown{"Volumes", "bin",    "dev",  "etc", "lib", "lib32",
                                                 "lib64",   "libx32", "proc", "usr", "var"};
     return FileTree::describe(folder.path(), "/", [this](const fs::path& path) {
-        return path.parent_path() == folder.path() && notShown.count(path.filename()) != 0;
+        return (path.parent_path() == folder.path() && notShown.count(path.filename()) != 0) ||
+               path == outside(buildFolder());
     });
 }
 
@@ -229,5 +232,6 @@ FileTree::Lines PrivateRoot::freshTree() {
 }
 
 FileTree::Lines PrivateRoot::tree(const std::string& path) const {
-    return FileTree::describe(outside(path), path + "/");
+    return FileTree::describe(outside(path), path + "/",
+                              [this](const fs::path& entry) { return entry == outside(buildFolder()); });
 }

@@ -48,6 +48,9 @@ public:
     /// Whether there is an `inspector`: it is built only where its libraries are.
     static bool hasInspector();
 
+    /// Where a program that is built to measure coverage writes what it measured, at its end.
+    static std::string buildFolder();
+
     PrivateRoot();
 
     /// Where the path lies on this machine.
@@ -74,8 +77,8 @@ public:
     ProgramResult runInTerminal(const std::vector<std::string>& command, const std::vector<Answer>& answers,
                                 const Options& options) const;
 
-    /// Everything but the tools and the installer, as FileTree::describe tells it, in full paths. A fresh
-    /// root has the lines of freshTree().
+    /// Everything but the tools, the installer and the build folder, as FileTree::describe tells it, in full
+    /// paths. A fresh root has the lines of freshTree().
     FileTree::Lines tree() const;
     static FileTree::Lines freshTree();
     /// The same of one folder.
