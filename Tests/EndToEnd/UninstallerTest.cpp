@@ -1,4 +1,8 @@
 #include "Tests/Support/EndToEndTest.h"
+#include "Tests/Support/HostileCaller.h"
+
+#include <filesystem>
+#include <optional>
 
 namespace {
 
@@ -16,36 +20,6 @@ protected:
     static std::string inside(const ProductBuilder& product, const std::string& path) {
         return uninstallerOf(product) + "/Contents/" + path;
     }
-
-    /// Puts a program of that name before those of the machine; see `shimmed`. It notes its name and
-    /// arguments.
-    void shim(const std::string& name, const std::string& body) {
-        root().write("/tools/" + name, "#!/bin/sh\necho \"" + name + " $*\" >>/tools/calls\n" + body + "\n",
-                     0755);
-    }
-    static Options shimmed() {
-        Options options;
-        options.environment["PATH"] = "/tools:/usr/bin:/bin";
-        return options;
-    }
-    /// As `shimmed`, with a screen that a dialog could be shown on.
-    static Options onADesktop() {
-        Options options = shimmed();
-        options.environment["DISPLAY"] = ":none";
-        return options;
-    }
-    /// The calls noted.
-    Lines calls() {
-        ProgramResult result;
-        result.standardOutput = root().exists("/tools/calls") ? root().read("/tools/calls") : "";
-        root().remove("/tools");
-        return logLines(result);
-    }
-    /// How the launcher starts itself once it may.
-    static std::string launcherWithRights() {
-        return "env HOME=/Users/anna TMPDIR=/tmp UNINSTALLER_HAS_ASKED=1 " + launcher();
-    }
-    static std::string launcher() { return inside(product(), "MacOS/UninstallLauncher"); }
 
     const std::string emptyStatusFolder = std::string(statusFolder) + "/";
 };
@@ -149,14 +123,50 @@ TEST_F(Uninstaller, WorksWhenStartedFromItsOwnFolderThroughARelativePath) {
 
 // Rights
 
-TEST_F(Uninstaller, OnTheMacAsksForRightsThroughADialogAndKeepsTheUsersHome) {
+namespace {
+
+/// Programs of the test's stand in the place of the machine's. What starts the engine is tried, so that runs
+/// are not compared with their plans.
+class UninstallerRights : public Uninstaller {
+protected:
+    bool comparesPlans() const override { return false; }
+
+    /// Puts a program in the place of the machine's, whose file is shared with others and not written to. It
+    /// notes its name and arguments.
+    void shim(const std::string& name, const std::string& body, const std::string& shell = "/bin/sh") {
+        root().makeFolder("/tools");
+        root().write("/bin/" + name,
+                     "#!" + shell + "\necho \"" + name + " $*\" >>/tools/calls\n" + body + "\n", 0755);
+    }
+    /// A screen that a dialog could be shown on.
+    static Options onADesktop() {
+        Options options;
+        options.environment["DISPLAY"] = ":none";
+        return options;
+    }
+    /// The calls noted.
+    Lines calls() {
+        ProgramResult result;
+        result.standardOutput = root().exists("/tools/calls") ? root().read("/tools/calls") : "";
+        root().remove("/tools");
+        return logLines(result);
+    }
+    /// How the launcher starts itself once it may.
+    static std::string launcherWithRights() {
+        return "env HOME=/Users/anna UNINSTALLER_HAS_ASKED=1 " + launcher();
+    }
+    static std::string launcher() { return inside(product(), "MacOS/UninstallLauncher"); }
+};
+
+} // namespace
+
+TEST_F(UninstallerRights, OnTheMacAsksForRightsThroughADialogAndKeepsTheUsersHome) {
     Install(product());
     shim("id", "echo 501");
     shim("uname", "echo Darwin");
     // What the script that it is given on standard input tells the system to do.
-    shim("osascript",
-         "cat >/dev/null; HOME=$3 TMPDIR=/tmp UNINSTALLER_HAS_ASKED=1 \"$2\" \"$4\" 2>&1; echo $?");
-    const ProgramResult result = OpenUninstaller(product(), {"-v"}, shimmed());
+    shim("osascript", "cat >/dev/null; HOME=$3 UNINSTALLER_HAS_ASKED=1 \"$2\" \"$4\" 2>&1; echo $?");
+    const ProgramResult result = OpenUninstaller(product(), {"-v"});
     ExpectSuccess(result);
     ExpectLog(result, {"DEBUG: Delete '" + shared("shared") + "'", cannotRemove("shared"),
                        "DEBUG: Delete '" + shared("ALPHA") + "'", cannotRemove("ALPHA"),
@@ -165,42 +175,42 @@ TEST_F(Uninstaller, OnTheMacAsksForRightsThroughADialogAndKeepsTheUsersHome) {
     ExpectTree({emptyStatusFolder});
 }
 
-TEST_F(Uninstaller, OnTheMacARefusedDialogIsAFailureAndNothingIsTouched) {
+TEST_F(UninstallerRights, OnTheMacARefusedDialogIsAFailureAndNothingIsTouched) {
     Install(product());
     shim("id", "echo 501");
     shim("uname", "echo Darwin");
     shim("osascript", "exit 1");
     const Lines before = root().tree(statusFolder);
-    EXPECT_EQ(OpenUninstaller(product(), {}, shimmed()).exitStatus, 1);
+    EXPECT_EQ(OpenUninstaller(product()).exitStatus, 1);
     EXPECT_EQ(root().tree(statusFolder), before);
     EXPECT_TRUE(root().exists(uninstallerOf(product())));
     EXPECT_EQ(root().tree("/tmp"), Lines());
 }
 
-TEST_F(Uninstaller, OnTheMacPassesTheExitStatusOn) {
+TEST_F(UninstallerRights, OnTheMacPassesTheExitStatusOn) {
     Install(product());
     shim("id", "echo 501");
     shim("uname", "echo Darwin");
     for (const std::string log : {"said\n", "said\nmore: 7\n", ""}) {
         root().write("/tools/log", log);
         shim("osascript", "cat /tools/log; echo 7");
-        const ProgramResult result = OpenUninstaller(product(), {}, shimmed());
+        const ProgramResult result = OpenUninstaller(product());
         EXPECT_EQ(result.exitStatus, 7);
         EXPECT_EQ(result.standardOutput, log);
     }
 }
 
-TEST_F(Uninstaller, InATerminalAsksForRightsThroughSudoAndKeepsTheUsersHome) {
+TEST_F(UninstallerRights, InATerminalAsksForRightsThroughSudoAndKeepsTheUsersHome) {
     Install(product());
     shim("id", "echo 501");
     shim("sudo", "exec \"$@\"");
-    const ProgramResult result = root().runInTerminal({launcher()}, {}, shimmed());
+    const ProgramResult result = root().runInTerminal({launcher()}, {}, Options());
     ExpectSuccess(result);
     EXPECT_EQ(calls(), (Lines{"id -u", "sudo " + launcherWithRights()}));
     ExpectTree({emptyStatusFolder});
 }
 
-TEST_F(Uninstaller, OnADesktopAsksForRightsInADialogAndKeepsTheUsersHome) {
+TEST_F(UninstallerRights, OnADesktopAsksForRightsInADialogAndKeepsTheUsersHome) {
     Install(product());
     shim("id", "echo 501");
     shim("pkexec", "exec \"$@\"");
@@ -208,30 +218,192 @@ TEST_F(Uninstaller, OnADesktopAsksForRightsInADialogAndKeepsTheUsersHome) {
     EXPECT_EQ(calls(), (Lines{"id -u", "pkexec " + launcherWithRights()}));
 }
 
-TEST_F(Uninstaller, NothingThatTheUserCouldExchangeRunsWithRights) {
+TEST_F(UninstallerRights, NothingThatTheUserCouldExchangeRunsWithRights) {
     Install(product());
     shim("id", "echo 501");
-    shim("pkexec", "ls -A /tmp /Users/anna >>/tools/calls; exec \"$@\" -v");
+    const std::string before = root().run({"ls", "-A", "/tmp", "/Users/anna"}).standardOutput;
+    shim("pkexec", "ls -A /tmp /Users/anna >/tools/then; exec \"$@\" -v");
     Options options = onADesktop();
     options.environment["TMPDIR"] = "/Users/anna"; // as on macOS: a folder of the user's
-    root().write(inside(product(), "MacOS/InstallUtility"), "#!/bin/sh\necho \"$0 $TMPDIR $*\"\n", 0755);
+    root().write(inside(product(), "MacOS/InstallUtility"), "#!/bin/sh\necho \"$0 ${TMPDIR-unset} $*\"\n",
+                 0755);
     const ProgramResult result = OpenUninstaller(product(), {}, options);
-    EXPECT_EQ(calls(),
-              (Lines{"id -u", "pkexec " + launcherWithRights(), "/Users/anna:", "Library", "", "/tmp:"}));
+    EXPECT_EQ(root().read("/tools/then"), before);
+    EXPECT_EQ(calls(), (Lines{"id -u", "pkexec " + launcherWithRights()}));
     EXPECT_EQ(result.standardOutput.rfind("/tmp/InstallUtility.", 0), 0U) << result.standardOutput;
-    EXPECT_NE(result.standardOutput.find("/InstallUtility /tmp -uninstall /tmp/InstallUtility."),
+    EXPECT_NE(result.standardOutput.find("/InstallUtility unset -uninstall /tmp/InstallUtility."),
               std::string::npos)
         << result.standardOutput;
     EXPECT_EQ(root().tree("/tmp"), Lines());
 }
 
-TEST_F(Uninstaller, WithNobodyToAskTriesWithTheRightsThatThereAre) {
+TEST_F(UninstallerRights, WithNobodyToAskTriesWithTheRightsThatThereAre) {
     Install(product());
     shim("id", "echo 501");
     shim("sudo", "exit 1");
-    ExpectSuccess(OpenUninstaller(product(), {}, shimmed()));
+    ExpectSuccess(OpenUninstaller(product()));
     EXPECT_EQ(calls(), (Lines{"id -u"}));
     ExpectTree({emptyStatusFolder});
+}
+
+// The caller's environment
+
+namespace {
+
+class UninstallerOfHostileCaller : public UninstallerRights {
+protected:
+    void SetUp() override {
+        UninstallerRights::SetUp();
+        if (!IsSkipped()) {
+            caller.emplace(root());
+            Install(product());
+        }
+    }
+
+    /// Opens the uninstaller with these variables. It has to do what it does without them, and nothing of the
+    /// caller's may run.
+    void expectNoEffect(const HostileCaller::Variables& variables) {
+        Options options;
+        options.environment = variables;
+        const ProgramResult result = OpenUninstaller(product(), {}, options);
+        ExpectSuccess(result);
+        ExpectLog(result, {cannotRemove("shared"), cannotRemove("ALPHA")});
+        EXPECT_EQ(result.standardError,
+                  std::string("rmdir: failed to remove '") + statusFolder + "': Directory not empty\n");
+        EXPECT_FALSE(root().exists(uninstallerOf(product())));
+        EXPECT_FALSE(caller->hasRun());
+    }
+    void letEnginePrintItsEnvironment() {
+        root().write(inside(product(), "MacOS/InstallUtility"), "#!/bin/sh\nenv >/var/environment\n", 0755);
+    }
+    Lines printedEnvironment() { return HostileCaller::variablesIn(root().read("/var/environment")); }
+    /// All that is handed on, and more.
+    static HostileCaller::Variables manyVariables() {
+        return {{"BASH_ENV", "/b"},
+                {"BASH_FUNC_cp%%", "() { :; }"},
+                {"CDPATH", "/c"},
+                {"DISPLAY", ":7 of anna"},
+                {"DYLD_INSERT_LIBRARIES", "/d"},
+                {"ENV", "/e"},
+                {"HOME", "/Users/anna in a house"},
+                {"IFS", "S"},
+                {"LANG", "de_DE.UTF-8"},
+                {"LC_ALL", "fr_FR.UTF-8"},
+                {"PATH", "/tools:/usr/bin:/bin"},
+                {"TMPDIR", "/Users/anna"},
+                {"USER", "anna"},
+                {"WAYLAND_DISPLAY", "wayland-7"},
+                {"XAUTHORITY", "/Users/anna/.Xauthority"},
+                {"XDG_CONFIG_HOME", "/x"},
+                {"XDG_RUNTIME_DIR", "/run/user/501"}};
+    }
+    static Lines handedOn() {
+        return {"DISPLAY=:7 of anna",
+                "HOME=/Users/anna in a house",
+                "LANG=de_DE.UTF-8",
+                "PATH=/usr/bin:/bin:/usr/sbin:/sbin",
+                "WAYLAND_DISPLAY=wayland-7",
+                "XAUTHORITY=/Users/anna/.Xauthority",
+                "XDG_RUNTIME_DIR=/run/user/501"};
+    }
+
+    std::optional<HostileCaller> caller;
+};
+
+} // namespace
+
+TEST_F(UninstallerOfHostileCaller, ItsPrivateFolderIsBelowTmpWhateverTmpdirSays) {
+    root().write(inside(product(), "MacOS/InstallUtility"), "#!/bin/sh\necho \"$0\"\n", 0755);
+    Options options;
+    options.environment["TMPDIR"] = "/Users/anna";
+    const ProgramResult result = OpenUninstaller(product(), {}, options);
+    ExpectSuccess(result);
+    EXPECT_EQ(result.standardOutput.rfind("/tmp/InstallUtility.", 0), 0U) << result.standardOutput;
+}
+
+TEST_F(UninstallerOfHostileCaller, TakesTheSystemsTools) {
+    expectNoEffect(HostileCaller::tools());
+}
+
+TEST_F(UninstallerOfHostileCaller, AsksForRightsWithTheSystemsToolsAlone) {
+    shim("id", "echo 501");
+    HostileCaller::Variables variables = HostileCaller::tools();
+    variables["DISPLAY"] = ":none";
+    expectNoEffect(variables);
+    EXPECT_EQ(calls(), (Lines{"id -u"}));
+}
+
+TEST_F(UninstallerOfHostileCaller, FindsItsOwnFolderWhateverCdpathSays) {
+    root().makeFolder("/Users/anna/MacOS");
+    Options options;
+    options.environment["CDPATH"] = "/Users/anna";
+    options.workingFolder = inside(product(), "");
+    const ProgramResult result = root().run({"MacOS/UninstallLauncher"}, options);
+    ExpectSuccess(result);
+    EXPECT_FALSE(root().exists(uninstallerOf(product())));
+}
+
+TEST_F(UninstallerOfHostileCaller, ReadsNoFileOfTheCallersInAToolThatIsAScript) {
+    if (!std::filesystem::exists("/bin/bash")) {
+        GTEST_SKIP() << "there is no /bin/bash";
+    }
+    root().add("/bin/bash", "/bin/bash");
+    shim("id", "echo 0", "/bin/bash");
+    expectNoEffect(HostileCaller::startFile());
+}
+
+TEST_F(UninstallerOfHostileCaller, GivesToolsNoneOfTheVariablesThatChangeAShell) {
+    shim("id", "env >/var/environment; echo 0");
+    Options options;
+    options.environment = manyVariables();
+    ExpectSuccess(OpenUninstaller(product(), {}, options));
+    for (const std::string& line : printedEnvironment()) {
+        const std::string name = line.substr(0, line.find('='));
+        EXPECT_TRUE(name != "BASH_ENV" && name != "CDPATH" && name != "ENV" && name != "IFS") << line;
+        EXPECT_TRUE(name != "PATH" || line == "PATH=/usr/bin:/bin:/usr/sbin:/sbin") << line;
+    }
+}
+
+TEST_F(UninstallerOfHostileCaller, CallsNoFunctionOfTheCallersWhenTheShellIsBash) {
+    if (!std::filesystem::exists("/bin/bash")) {
+        GTEST_SKIP() << "there is no /bin/bash";
+    }
+    root().add("/bin/bash", "/bin/sh"); // as on macOS
+    expectNoEffect(HostileCaller::functions());
+}
+
+TEST_F(UninstallerOfHostileCaller, TracesNothingWhenTheShellIsBash) {
+    if (!std::filesystem::exists("/bin/bash")) {
+        GTEST_SKIP() << "there is no /bin/bash";
+    }
+    root().add("/bin/bash", "/bin/sh"); // as on macOS
+    expectNoEffect(HostileCaller::options());
+}
+
+TEST_F(UninstallerOfHostileCaller, GivesTheEngineAnEnvironmentMadeAnew) {
+    letEnginePrintItsEnvironment();
+    Options options;
+    options.environment = manyVariables();
+    ExpectSuccess(OpenUninstaller(product(), {}, options));
+    EXPECT_EQ(printedEnvironment(), handedOn());
+}
+
+TEST_F(UninstallerOfHostileCaller, GivesTheEngineNoVariableThatIsNotSet) {
+    letEnginePrintItsEnvironment();
+    ExpectSuccess(OpenUninstaller(product()));
+    EXPECT_EQ(printedEnvironment(), (Lines{"HOME=/Users/anna", "PATH=/usr/bin:/bin:/usr/sbin:/sbin"}));
+    ExpectSuccess(root().run({"env", "-u", "HOME", launcher()}));
+    EXPECT_EQ(printedEnvironment(), (Lines{"PATH=/usr/bin:/bin:/usr/sbin:/sbin"}));
+}
+
+TEST_F(UninstallerOfHostileCaller, GivesTheDialogAnEnvironmentMadeAnew) {
+    shim("id", "echo 501");
+    shim("uname", "echo Darwin");
+    shim("osascript", "env >/var/environment; echo 0");
+    Options options;
+    options.environment = manyVariables();
+    ExpectSuccess(OpenUninstaller(product(), {}, options));
+    EXPECT_EQ(printedEnvironment(), handedOn());
 }
 
 // Placing and removing it
