@@ -1,6 +1,7 @@
 // Examples/packaging/postinstall, run as an installer package runs it.
 
 #include "Tests/Support/EndToEndTest.h"
+#include "Tests/Support/HostileCaller.h"
 
 #include <gmock/gmock.h>
 
@@ -60,6 +61,17 @@ protected:
         return root().exists(std::string(statusFolder) + "/file") && root().exists(uninstallerOf(product));
     }
 
+    /// Runs it with these variables, with which anna installs: nothing of the caller's may run.
+    ProgramResult expectNoEffect(const HostileCaller::Variables& variables) {
+        const HostileCaller caller(root());
+        ProgramResult result = run(variables);
+        ExpectSuccess(result);
+        EXPECT_TRUE(isInstalled());
+        EXPECT_TRUE(root().exists("/Users/anna/Documents/preset"));
+        EXPECT_FALSE(caller.hasRun());
+        return result;
+    }
+
     ProductBuilder product{"ALPHA", "Alpha"};
 };
 
@@ -115,11 +127,58 @@ TEST_F(PackageScript, NobodyIsAskedInATerminal) {
 }
 
 TEST_F(PackageScript, TakesTheSystemsToolsOnly) {
-    for (const char* tool : {"cp", "mkdir", "dirname"}) {
-        root().write(std::string("/tools/") + tool, "#!/bin/sh\ntouch /tools/called\nexit 1\n", 0755);
-    }
-    root().write("/tools/start", "touch /tools/called\n");
-    ExpectSuccess(run({{"USER", "anna"}, {"PATH", "/tools:/usr/bin:/bin"}, {"BASH_ENV", "/tools/start"}}));
+    HostileCaller::Variables variables{{"USER", "anna"}};
+    variables.merge(HostileCaller::tools());
+    expectNoEffect(variables);
+}
+
+TEST_F(PackageScript, ReadsNoFileOfTheCallersAlsoInAToolThatIsAScript) {
+    root().write("/bin/stat", "#!/bin/bash\necho anna\n", 0755);
+    expectNoEffect(HostileCaller::startFile());
+}
+
+TEST_F(PackageScript, CallsNoFunctionOfTheCallers) {
+    root().add("/bin/bash", "/bin/sh"); // as on macOS
+    HostileCaller::Variables variables{{"USER", "anna"}};
+    variables.merge(HostileCaller::functions());
+    expectNoEffect(variables);
+}
+
+TEST_F(PackageScript, TracesNothing) {
+    root().add("/bin/bash", "/bin/sh"); // as on macOS
+    HostileCaller::Variables variables{{"USER", "anna"}};
+    variables.merge(HostileCaller::options());
+    EXPECT_EQ(expectNoEffect(variables).standardError, "");
+}
+
+TEST_F(PackageScript, FindsItsOwnFolderWhateverCdpathSays) {
+    root().makeFolder("/Users/anna/Scripts");
+    Options options;
+    options.environment = {{"CDPATH", "/Users/anna"}, {"USER", "anna"}};
+    options.workingFolder = "/tmp/Package of anna";
+    ExpectSuccess(root().run({"Scripts/postinstall"}, options));
     EXPECT_TRUE(isInstalled());
-    EXPECT_FALSE(root().exists("/tools/called"));
+}
+
+TEST_F(PackageScript, GivesToolsNoneOfTheVariablesThatChangeAShell) {
+    root().write("/bin/stat", "#!/bin/sh\nenv >/var/environment\necho root\n", 0755);
+    ExpectSuccess(run({{"BASH_ENV", "/b"}, {"CDPATH", "/c"}, {"ENV", "/e"}, {"IFS", "S"}}));
+    for (const std::string& line : HostileCaller::variablesIn(root().read("/var/environment"))) {
+        const std::string name = line.substr(0, line.find('='));
+        EXPECT_TRUE(name != "BASH_ENV" && name != "CDPATH" && name != "ENV" && name != "IFS") << line;
+    }
+}
+
+TEST_F(PackageScript, GivesTheEngineAnEnvironmentMadeAnew) {
+    root().write(inScripts("InstallUtility.app/Contents/MacOS/InstallUtility"),
+                 "#!/bin/sh\nenv >/var/environment\n", 0755);
+    const std::map<std::string, std::string> others{{"DISPLAY", ":7"},    {"LC_ALL", "fr_FR.UTF-8"},
+                                                    {"TMPDIR", "/Users"}, {"PATH", "/tools:/usr/bin:/bin"},
+                                                    {"USER", "anna"},     {"BASH_FUNC_cp%%", "() { :; }"}};
+    ExpectSuccess(run(others));
+    EXPECT_EQ(HostileCaller::variablesIn(root().read("/var/environment")),
+              (Lines{"HOME=/Users/anna", "PATH=/usr/bin:/bin:/usr/sbin:/sbin"}));
+    ExpectSuccess(run({{"LANG", "de_DE.UTF-8"}, {"HOME", "/var/root in a house"}}));
+    EXPECT_EQ(HostileCaller::variablesIn(root().read("/var/environment")),
+              (Lines{"HOME=/var/root in a house", "LANG=de_DE.UTF-8", "PATH=/usr/bin:/bin:/usr/sbin:/sbin"}));
 }
