@@ -1,6 +1,6 @@
 #include "Foundation/FileLibrary.h"
 
-#include "Foundation/FileSystemAccess.h"
+#include "Foundation/Machine.h"
 #include "Foundation/PathLibrary.h"
 
 #include <algorithm>
@@ -24,14 +24,14 @@ VLString command(const char* beginning, const VLString& first, const VLString& s
 }
 
 bool run(const VLString& command) {
-    return FileSystemAccess::current().runCommand(command);
+    return Machine::current().runCommand(command);
 }
 
 /// Whether CopyFolder has to take the destination away before it copies. The value is that of a symbolic
 /// link, but as a mask it also meets regular files, of which RemoveFolder takes no notice. Intended.
 bool isInTheWay(const VLString& destination) {
     constexpr mode_t linkTypeMask = 0xA000;
-    return (FileSystemAccess::current().linkTypeOf(destination) & linkTypeMask) != 0;
+    return (Machine::current().linkTypeOf(destination) & linkTypeMask) != 0;
 }
 
 /// The merging copy of one directory into another. ditto makes the destination and its parents, copies links
@@ -40,7 +40,7 @@ bool isInTheWay(const VLString& destination) {
 /// would have to replace a file or a link, or one of these a directory. It goes further in one thing:
 /// directories that are already in the destination take on permissions and times of those in the source.
 VLString copyFolderCommand(const VLString& source, const VLString& destination) {
-    if (FileSystemAccess::current().hasProgram("ditto")) {
+    if (Machine::current().hasProgram("ditto")) {
         return command("ditto \"", source, destination);
     }
     return command("mkdir -p \"", destination) +
@@ -91,12 +91,12 @@ void VLMemoryBuffer::init(const char* bytes, unsigned long newSize) {
 // Commands
 
 bool exec(VLString& command, VLString& output) {
-    return FileSystemAccess::current().captureCommand(command, output);
+    return Machine::current().captureCommand(command, output);
 }
 
 bool FileLibrary::IsFileExists(const VLString& path, bool wantDirectory) {
     const mode_t wanted = wantDirectory ? S_IFDIR : S_IFREG;
-    return path.IsSet() && FileSystemAccess::current().typeOf(path) == wanted;
+    return path.IsSet() && Machine::current().typeOf(path) == wanted;
 }
 
 bool FileLibrary::IsDirectoryExists(const VLString& path) {
@@ -163,6 +163,6 @@ bool FileLibrary::writeFile(const VLString& content, const VLString& path, bool 
 }
 
 VLString FileLibrary::readFile(const VLString& path) {
-    const FileContent content = FileSystemAccess::current().readFile(path);
+    const FileContent content = Machine::current().readFile(path);
     return VLString(content.bytes.get(), content.size);
 }

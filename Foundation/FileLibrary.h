@@ -34,7 +34,7 @@ struct VLMemoryBuffer {
 /// double quote, "$", a backquote or a backslash means to the shell what it means inside double quotes, and
 /// a relative path that begins with "-" is an option to the tool. Intended; callers know their paths.
 ///
-/// Commands run, and paths are looked at, through FileSystemAccess.
+/// Commands run, and paths are looked at, through Machine.
 namespace FileLibrary {
 
 /// Whether `path`, through links, is a directory (`wantDirectory`) or a regular file (otherwise).

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Foundation/FileSystemAccess.h"
+#include "Foundation/Machine.h"
 #include "Foundation/PathLibrary.h"
 #include "Fuzz/Support/FuzzTarget.h"
 #include "Fuzz/Support/ScratchFolder.h"
@@ -13,7 +13,7 @@ namespace Fuzz {
 
 /// In the machine's place for the whole program: starts no command. Every user has the same home folder with
 /// one preference file, "com.vorlane.fuzz", of which some values name each other for ever.
-class FakeUser : public FileSystemAccess {
+class FakeUser : public Machine {
 public:
     FakeUser() {
         std::filesystem::create_directories((scratch.path() + "/Library/Preferences").ConstData());

@@ -34,15 +34,15 @@ bool RecordingMachine::runCommand(const VLString& command) {
     if (bFails) {
         return false;
     }
-    return text.find("\"/Applications") != std::string::npos || FileSystemAccess::runCommand(command);
+    return text.find("\"/Applications") != std::string::npos || Machine::runCommand(command);
 }
 
 EngineTest::EngineTest() {
-    FileSystemAccess::setCurrent(&machine);
+    Machine::setCurrent(&machine);
 }
 
 EngineTest::~EngineTest() {
-    FileSystemAccess::setCurrent(nullptr);
+    Machine::setCurrent(nullptr);
     SimpleLog::bEnableDebugLogs = false;
 }
 

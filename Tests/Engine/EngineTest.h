@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Foundation/FileSystemAccess.h"
+#include "Foundation/Machine.h"
 #include "Tests/Support/FileTree.h"
 #include "Tests/Support/ProductBuilder.h"
 #include "Tests/Support/ScopedEnvironment.h"
@@ -16,7 +16,7 @@
 
 /// The machine itself, but for three things: it remembers the commands, fails those that it is told to, and
 /// runs none that would touch the machine's own /Applications.
-class RecordingMachine : public FileSystemAccess {
+class RecordingMachine : public Machine {
 public:
     bool runCommand(const VLString& command) override;
     /// The machine's own lock would make tests wait for each other.

@@ -50,7 +50,7 @@ public:
 
 class RecordFileTest : public EngineTest {
 protected:
-    RecordFileTest() { FileSystemAccess::setCurrent(&disturbed); }
+    RecordFileTest() { Machine::setCurrent(&disturbed); }
 
     static constexpr const char* recordName = "target/InstallationStatusFile.xml";
 
@@ -313,7 +313,7 @@ TEST_F(RecordFileTest, ThatChangesForEverIsToldInTheEnd) {
             return Saved::ChangedMeanwhile;
         }
     } everChanging;
-    FileSystemAccess::setCurrent(&everChanging);
+    Machine::setCurrent(&everChanging);
     EXPECT_EQ(install(product()), Lines{"Error: The record '$T/" + std::string(recordName) +
                                         "' cannot be saved (" + std::strerror(EBUSY) + ")."});
 }

@@ -10,7 +10,7 @@
 namespace {
 
 using namespace std::chrono_literals;
-using Lock = FileSystemAccess::Lock;
+using Lock = Machine::Lock;
 using Lines = FileTree::Lines;
 
 /// Another run holds the lock for as long as `heldFor`; each pause takes `pauseTakes` on its clock.
@@ -42,12 +42,12 @@ public:
 class RunLockTest : public testing::Test {
 protected:
     RunLockTest() {
-        FileSystemAccess::setCurrent(&machine);
+        Machine::setCurrent(&machine);
         SimpleLog::held = &log;
     }
     ~RunLockTest() override {
         SimpleLog::held = nullptr;
-        FileSystemAccess::setCurrent(nullptr);
+        Machine::setCurrent(nullptr);
     }
 
     static constexpr const char* waiting = "Another install or uninstall is running. Waiting for its end.\n";
@@ -176,7 +176,7 @@ protected:
         }
     };
 
-    HeldDuringARun() { FileSystemAccess::setCurrent(&noting); }
+    HeldDuringARun() { Machine::setCurrent(&noting); }
 
     ProductBuilder placed(ProductBuilder product) const {
         product.writeTo(at("product"));

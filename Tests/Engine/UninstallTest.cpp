@@ -407,7 +407,7 @@ public:
 
 TEST_F(Uninstall, WithoutStatusFolderTheSharedPackageIsDefinedInTheUsualFolder) {
     MachineWithoutLibrary bare;
-    FileSystemAccess::setCurrent(&bare);
+    Machine::setCurrent(&bare);
     prepare(ProductBuilder("ALPHA"));
     engine.statusFile.addProduct({"COMMON", "Shared", "1", ""});
     EXPECT_EQ(
@@ -415,7 +415,7 @@ TEST_F(Uninstall, WithoutStatusFolderTheSharedPackageIsDefinedInTheUsualFolder) 
         (Lines{"Error: Postflight failed: sku xml not found",
                "Error: Error! Source dir '/Library/Application Support/Vorlane/SKU/COMMON.xml' is empty",
                ""}));
-    FileSystemAccess::setCurrent(&machine);
+    Machine::setCurrent(&machine);
 }
 
 // Tidying up above the targets

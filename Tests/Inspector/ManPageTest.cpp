@@ -1,8 +1,8 @@
 // The man page against the program: whoever adds a rule, a subcommand or an option has to say so there.
 #include "Tests/Support/FileTree.h"
 #include "Tests/Support/RunProgram.h"
-#include "Utility/InstallInspector/Plan/Plan.h"
 #include "Utility/InstallInspector/Check/Rules.h"
+#include "Utility/InstallInspector/Plan/Plan.h"
 #include "Utility/InstallInspector/Status/Status.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
 #include "Foundation/FileLibrary.h"
-#include "Tests/Support/Machine.h"
+#include "Tests/Support/FakeMachine.h"
 #include "Tests/Support/PreferenceFile.h"
 #include "Tests/Support/TemporaryDirectory.h"
 #include "Tests/Support/VLStringPrinter.h"
@@ -63,7 +63,7 @@ protected:
     }
 
     TemporaryDirectory home;
-    Machine machine;
+    FakeMachine machine;
 };
 
 } // namespace
@@ -148,7 +148,7 @@ TEST(Condition, ReadingAgainReplacesKindAndValueAndAddsOperands) {
 // Truth
 
 TEST(Condition, NoneAndUnknownKindsAreTrue) {
-    const Machine machine;
+    const FakeMachine machine;
     EXPECT_TRUE(isTrue(Condition()));
     EXPECT_TRUE(isTrue(Condition::None, "/nothing"));
     EXPECT_TRUE(isTrue(static_cast<Condition::ConditionType>(9), "/nothing"));
@@ -195,16 +195,16 @@ TEST_F(FileConditions, FileNotExistIsTheOpposite) {
 }
 
 TEST_F(FileConditions, TheValueIsAPattern) {
-    const Machine folderUser("folder", "/home");
+    const FakeMachine folderUser("folder", "/home");
     EXPECT_TRUE(isTrue(Condition::PathExist, inside / "%USER%"));
     EXPECT_FALSE(isTrue(Condition::PathNotExist, inside / "%USER%"));
-    const Machine fileUser("file", "/home");
+    const FakeMachine fileUser("file", "/home");
     EXPECT_TRUE(isTrue(Condition::FileExist, inside / "%USER%"));
     EXPECT_FALSE(isTrue(Condition::FileNotExist, inside / "%USER%"));
 }
 
 TEST_F(FileConditions, AnEmptyExpansionIsNothing) {
-    Machine machine;
+    FakeMachine machine;
     machine.answers["eval echo $HOME"] = "\n";
     EXPECT_FALSE(isTrue(Condition::PathExist, "%USER%"));
     EXPECT_TRUE(isTrue(Condition::PathNotExist, "%USER%"));
@@ -221,7 +221,7 @@ TEST_F(FileConditions, TheFamilyPlaceholderIsPlainText) {
 }
 
 TEST(Condition, RegistryKindsLookAtTheTextOnly) {
-    const Machine machine;
+    const FakeMachine machine;
     EXPECT_TRUE(isTrue(Condition::RegKeyExist, "/nothing"));
     EXPECT_FALSE(isTrue(Condition::RegKeyNotExist, "/nothing"));
     EXPECT_FALSE(isTrue(Condition::RegKeyExist, ""));
@@ -294,7 +294,7 @@ TEST(Condition, OrIsTrueWhenAnyOperandIs) {
 }
 
 TEST(Condition, AndStopsAtTheFirstFalseOperand) {
-    const Machine machine;
+    const FakeMachine machine;
     EXPECT_FALSE(
         isTrue(condition(Condition::And, "",
                          {condition(Condition::PathExist, "/"), condition(Condition::PathExist, "/none"),
@@ -303,7 +303,7 @@ TEST(Condition, AndStopsAtTheFirstFalseOperand) {
 }
 
 TEST(Condition, OrStopsAtTheFirstTrueOperand) {
-    const Machine machine;
+    const FakeMachine machine;
     EXPECT_TRUE(
         isTrue(condition(Condition::Or, "",
                          {condition(Condition::PathExist, "/none"), condition(Condition::PathExist, "/"),
@@ -328,7 +328,7 @@ TEST(Condition, OtherKindsIgnoreTheirOperands) {
 }
 
 TEST(Condition, AndAndOrIgnoreTheirValue) {
-    const Machine machine;
+    const FakeMachine machine;
     EXPECT_TRUE(isTrue(Condition::And, "%USER%"));
     EXPECT_FALSE(isTrue(Condition::Or, "%USER%"));
     EXPECT_THAT(machine.commands, IsEmpty());

@@ -1,7 +1,7 @@
 #include "Foundation/FileFinder.h"
 
 #include "Tests/Support/CommandShim.h"
-#include "Tests/Support/RecordedCommands.h"
+#include "Tests/Support/FakeMachine.h"
 #include "Tests/Support/TemporaryDirectory.h"
 
 #include <gmock/gmock.h>
@@ -129,7 +129,7 @@ TEST(FileFinder, NameWithALineFeedIsTwoEntries) {
 }
 
 TEST(FileFinder, CommandsAreTheseTexts) {
-    RecordedCommands recorded;
+    FakeMachine recorded;
     recorded.types["/a/../b c"] = S_IFDIR;
     recorded.output = "x\n\ny\n";
     const VLString folder("/a/../b c");
@@ -143,7 +143,7 @@ TEST(FileFinder, CommandsAreTheseTexts) {
 }
 
 TEST(FileFinder, NothingIsFoundWhenTheCommandCannotBeStarted) {
-    RecordedCommands recorded;
+    FakeMachine recorded;
     recorded.types["/a"] = S_IFDIR;
     recorded.bResult = false;
     EXPECT_THAT(inSubDir("/a"), IsEmpty());

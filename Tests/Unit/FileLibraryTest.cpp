@@ -1,10 +1,10 @@
 #include "Foundation/FileLibrary.h"
 
-#include "Foundation/FileSystemAccess.h"
+#include "Foundation/Machine.h"
 #include "Foundation/SimpleLog.h"
 #include "Tests/Support/CapturedStdout.h"
 #include "Tests/Support/CommandShim.h"
-#include "Tests/Support/RecordedCommands.h"
+#include "Tests/Support/FakeMachine.h"
 #include "Tests/Support/ScopedEnvironment.h"
 #include "Tests/Support/TemporaryDirectory.h"
 #include "Tests/Support/WorkingFolder.h"
@@ -335,7 +335,7 @@ TEST(FileLibrary, WhatIsMissingOrOfAnotherKindIsNeither) {
 }
 
 TEST(FileLibrary, EmptyPathIsNothingWhateverTheMachineSays) {
-    RecordedCommands recorded;
+    FakeMachine recorded;
     for (const bool bDirectory : {false, true}) {
         recorded.types[""] = bDirectory ? S_IFDIR : S_IFREG;
         EXPECT_FALSE(FileLibrary::IsFileExists("", bDirectory));
@@ -348,7 +348,7 @@ TEST(FileLibrary, CommandsTakeEachPathBetweenDoubleQuotes) {
     const TemporaryDirectory folder;
     const std::string dir = folder.path().string();
     write(folder.path() / "f", "");
-    RecordedCommands recorded;
+    FakeMachine recorded;
     EXPECT_TRUE(FileLibrary::RemoveFile("/a b"));
     EXPECT_TRUE(FileLibrary::CreateDirectory("/a b", true));
     EXPECT_TRUE(FileLibrary::CreateDirectory("/a b", false));
@@ -368,7 +368,7 @@ TEST(FileLibrary, CommandsTakeEachPathBetweenDoubleQuotes) {
 TEST(FileLibrary, ResultIsThatOfTheCommand) {
     const TemporaryDirectory folder;
     write(folder.path() / "f", "");
-    RecordedCommands recorded;
+    FakeMachine recorded;
     recorded.bResult = false;
     EXPECT_FALSE(FileLibrary::RemoveFile(folder / "f"));
     EXPECT_FALSE(FileLibrary::CreateDirectory(folder / "d", true));
@@ -515,7 +515,7 @@ TEST(FileLibrary, RemoveFileOfAMissingFileSucceeds) {
 }
 
 TEST(FileLibrary, RemoveFileOfAnEmptyPathRunsNothing) {
-    const RecordedCommands recorded;
+    const FakeMachine recorded;
     EXPECT_FALSE(FileLibrary::RemoveFile(""));
     EXPECT_THAT(recorded.commands, IsEmpty());
 }
@@ -579,7 +579,7 @@ TEST(FileLibrary, CopyFileCopiesWhatALinkLeadsTo) {
 
 TEST(FileLibrary, CopyFileOfAnythingButAFileRunsNothing) {
     const TemporaryDirectory folder;
-    const RecordedCommands recorded;
+    const FakeMachine recorded;
     EXPECT_FALSE(FileLibrary::CopyFile(folder.text(), folder / "g"));
     EXPECT_FALSE(FileLibrary::CopyFile(folder / "missing", folder / "g"));
     EXPECT_FALSE(FileLibrary::CopyFile("", folder / "g"));
@@ -627,7 +627,7 @@ TEST(FileLibrary, ShortCutOverADirectoryGoesInside) {
 TEST(FileLibrary, ShortCutWithoutTargetOrLinkRunsNothing) {
     const TemporaryDirectory folder;
     fs::create_symlink("missing", folder.path() / "dangling");
-    const RecordedCommands recorded;
+    const FakeMachine recorded;
     EXPECT_FALSE(FileLibrary::CreateShortCut(folder / "missing", folder / "l"));
     EXPECT_FALSE(FileLibrary::CreateShortCut(folder / "dangling", folder / "l"));
     EXPECT_FALSE(FileLibrary::CreateShortCut("/dev/null", folder / "l"));
@@ -662,7 +662,7 @@ TEST(FileLibrary, RemoveFolderOfALinkRemovesTheLink) {
 TEST(FileLibrary, RemoveFolderOfWhatIsNoDirectoryHasNothingToDo) {
     const TemporaryDirectory folder;
     write(folder.path() / "f", "text");
-    const RecordedCommands recorded;
+    const FakeMachine recorded;
     EXPECT_TRUE(FileLibrary::RemoveFolder(folder / "missing"));
     EXPECT_TRUE(FileLibrary::RemoveFolder(folder / "f"));
     EXPECT_TRUE(FileLibrary::RemoveFolder(""));
@@ -671,14 +671,14 @@ TEST(FileLibrary, RemoveFolderOfWhatIsNoDirectoryHasNothingToDo) {
 }
 
 TEST(FileLibrary, RemoveFolderRemovesTheCollapsedPath) {
-    RecordedCommands recorded;
+    FakeMachine recorded;
     recorded.types["/a/b/../c"] = S_IFDIR;
     EXPECT_TRUE(FileLibrary::RemoveFolder("/a/b/../c"));
     EXPECT_THAT(recorded.commands, ElementsAre("rm -rf \"/a/c\""));
 }
 
 TEST(FileLibrary, RemoveFolderRefusesTheRootAndTheWorkingFolder) {
-    RecordedCommands recorded;
+    FakeMachine recorded;
     for (const char* path : {"/", "/a/../", "/a/b/../../", ".", "/*", "*", "/a/../*"}) {
         recorded.types[path] = S_IFDIR;
         EXPECT_FALSE(FileLibrary::RemoveFolder(path)) << path;
@@ -712,7 +712,7 @@ TEST(FileLibrary, RemoveEmptyDirectoryRemovesOnlyAnEmptyOne) {
 TEST(FileLibrary, RemoveEmptyDirectoryOfWhatIsNoDirectoryHasNothingToDo) {
     const TemporaryDirectory folder;
     write(folder.path() / "f", "");
-    const RecordedCommands recorded;
+    const FakeMachine recorded;
     EXPECT_TRUE(FileLibrary::RemoveEmptyDirectory(folder / "missing"));
     EXPECT_TRUE(FileLibrary::RemoveEmptyDirectory(folder / "f"));
     EXPECT_TRUE(FileLibrary::RemoveEmptyDirectory(""));
@@ -722,7 +722,7 @@ TEST(FileLibrary, RemoveEmptyDirectoryOfWhatIsNoDirectoryHasNothingToDo) {
 // CopyFolder: what it runs
 
 TEST(CopyFolder, RunsDittoWhereTheMachineHasIt) {
-    RecordedCommands recorded;
+    FakeMachine recorded;
     recorded.programs = {"ditto"};
     recorded.types["/from a"] = S_IFDIR;
     EXPECT_TRUE(FileLibrary::CopyFolder("/from a", "/to b", false));
@@ -732,7 +732,7 @@ TEST(CopyFolder, RunsDittoWhereTheMachineHasIt) {
 }
 
 TEST(CopyFolder, RunsOneCommandWithTheSameEffectElsewhere) {
-    RecordedCommands recorded;
+    FakeMachine recorded;
     recorded.types["/from a"] = S_IFDIR;
     EXPECT_TRUE(FileLibrary::CopyFolder("/from a", "/to b", false));
     EXPECT_THAT(recorded.commands,
@@ -772,7 +772,7 @@ TEST(CopyFolder, FailedTouchDoesNotMatter) {
 TEST(CopyFolder, OfAnythingButADirectoryRunsNothing) {
     const TemporaryDirectory folder;
     write(folder.path() / "f", "");
-    const RecordedCommands recorded;
+    const FakeMachine recorded;
     EXPECT_FALSE(FileLibrary::CopyFolder(folder / "missing", folder / "d", false));
     EXPECT_FALSE(FileLibrary::CopyFolder(folder / "f", folder / "d", false));
     EXPECT_FALSE(FileLibrary::CopyFolder("", folder / "d", false));
@@ -780,7 +780,7 @@ TEST(CopyFolder, OfAnythingButADirectoryRunsNothing) {
 }
 
 TEST(CopyFolder, RemovesALinkToADirectoryFirst) {
-    RecordedCommands recorded;
+    FakeMachine recorded;
     recorded.programs = {"ditto"};
     recorded.types = {{"/s", S_IFDIR}, {"/l", S_IFDIR}};
     recorded.linkTypes = {{"/l", S_IFLNK}};
@@ -805,7 +805,7 @@ TEST(CopyFolder, CopiesEvenWhereTheLinkCannotBeRemoved) {
 TEST(CopyFolder, MaskOfTheLinkTypeDecidesWhatIsRemovedFirst) {
     // The destination resolves to a directory throughout; only its own type differs.
     const auto removesFirst = [](mode_t type) {
-        RecordedCommands recorded;
+        FakeMachine recorded;
         recorded.types = {{"/s", S_IFDIR}, {"/d", S_IFDIR}};
         recorded.linkTypes = {{"/d", type}};
         EXPECT_TRUE(FileLibrary::CopyFolder("/s", "/d", false));
@@ -823,7 +823,7 @@ TEST(CopyFolder, MaskOfTheLinkTypeDecidesWhatIsRemovedFirst) {
 TEST(CopyFolder, RegularFileAsDestinationIsNotRemoved) {
     const TemporaryDirectory folder;
     write(folder.path() / "f", "text");
-    RecordedCommands recorded;
+    FakeMachine recorded;
     recorded.programs = {"ditto"};
     recorded.bResult = false;
     EXPECT_FALSE(FileLibrary::CopyFolder(folder.text(), folder / "f", false));
@@ -1075,7 +1075,7 @@ TEST(WriteFile, FailsWhereNotAllBytesCanBeWritten) {
 
 TEST(WriteFile, UsesNoCommandAndTakesNamesAsTheyAre) {
     const TemporaryDirectory folder;
-    const RecordedCommands recorded;
+    const FakeMachine recorded;
     const char* name = "a\"$HOME`\\b";
     EXPECT_TRUE(FileLibrary::writeFile("text", folder / name, false));
     EXPECT_EQ(text(FileLibrary::readFile(folder / name)), "text");
@@ -1115,12 +1115,12 @@ TEST(ReadFile, IsEmptyForAFileShorterThanItClaims) {
     EXPECT_TRUE(FileLibrary::readFile(path).IsEmpty());
 }
 
-// FileSystemAccess
+// Machine
 
-TEST(FileSystemAccess, TellsTheTypeThroughLinksOrNot) {
+TEST(Machine, TellsTheTypeThroughLinksOrNot) {
     const TemporaryDirectory folder;
     fs::create_directory_symlink(".", folder.path() / "link");
-    FileSystemAccess& machine = FileSystemAccess::current();
+    Machine& machine = Machine::current();
     EXPECT_EQ(machine.typeOf(folder / "link"), mode_t{S_IFDIR});
     EXPECT_EQ(machine.linkTypeOf(folder / "link"), mode_t{S_IFLNK});
     EXPECT_EQ(machine.typeOf("/dev/null"), mode_t{S_IFCHR});
@@ -1128,7 +1128,7 @@ TEST(FileSystemAccess, TellsTheTypeThroughLinksOrNot) {
     EXPECT_EQ(machine.linkTypeOf(folder / "missing"), mode_t{0});
 }
 
-TEST(FileSystemAccess, FindsProgramsInAllFoldersOfTheSearchPath) {
+TEST(Machine, FindsProgramsInAllFoldersOfTheSearchPath) {
     const TemporaryDirectory folder;
     fs::create_directories(folder.path() / "a");
     fs::create_directories(folder.path() / "b/folder");
@@ -1136,7 +1136,7 @@ TEST(FileSystemAccess, FindsProgramsInAllFoldersOfTheSearchPath) {
     fs::permissions(folder.path() / "b/program", fs::perms::owner_all);
     write(folder.path() / "b/document", "");
     fs::permissions(folder.path() / "b/document", fs::perms(0600));
-    FileSystemAccess& machine = FileSystemAccess::current();
+    Machine& machine = Machine::current();
     const std::string a = (folder.path() / "a").string();
     const std::string b = (folder.path() / "b").string();
     for (const char* pattern : {"$b", "$a:$b", "$b/:$a", "::$b:", "relative:$b"}) {
@@ -1152,12 +1152,12 @@ TEST(FileSystemAccess, FindsProgramsInAllFoldersOfTheSearchPath) {
     EXPECT_FALSE(machine.hasProgram("program"));
 }
 
-TEST(FileSystemAccess, EmptyFolderInTheSearchPathIsTheWorkingFolder) {
+TEST(Machine, EmptyFolderInTheSearchPathIsTheWorkingFolder) {
     const TemporaryDirectory folder;
     write(folder.path() / "program", "");
     fs::permissions(folder.path() / "program", fs::perms::owner_all);
     const WorkingFolder working(folder.path());
-    FileSystemAccess& machine = FileSystemAccess::current();
+    Machine& machine = Machine::current();
     for (const char* path : {"", ":", "/missing:", ":/missing", "/missing::/missing", "."}) {
         const ScopedEnvironment search("PATH", path);
         EXPECT_TRUE(machine.hasProgram("program")) << path;
@@ -1166,32 +1166,32 @@ TEST(FileSystemAccess, EmptyFolderInTheSearchPathIsTheWorkingFolder) {
     EXPECT_FALSE(machine.hasProgram("program"));
 }
 
-TEST(FileSystemAccess, FindsStandardToolsWithoutASearchPath) {
+TEST(Machine, FindsStandardToolsWithoutASearchPath) {
     const ScopedEnvironment search("PATH", std::nullopt);
-    EXPECT_TRUE(FileSystemAccess::current().hasProgram("rm"));
-    EXPECT_FALSE(FileSystemAccess::current().hasProgram("no such program"));
+    EXPECT_TRUE(Machine::current().hasProgram("rm"));
+    EXPECT_FALSE(Machine::current().hasProgram("no such program"));
 }
 
-TEST(FileSystemAccess, ReplacementAnswersUntilItIsTakenAway) {
-    FileSystemAccess& machine = FileSystemAccess::current();
+TEST(Machine, ReplacementAnswersUntilItIsTakenAway) {
+    Machine& machine = Machine::current();
     {
-        RecordedCommands outer;
-        EXPECT_EQ(&FileSystemAccess::current(), &outer);
+        FakeMachine outer;
+        EXPECT_EQ(&Machine::current(), &outer);
         {
-            const RecordedCommands inner;
+            const FakeMachine inner;
             EXPECT_TRUE(FileLibrary::RemoveFile("/inner"));
             EXPECT_THAT(inner.commands, ElementsAre("rm -f \"/inner\""));
         }
         EXPECT_TRUE(FileLibrary::RemoveFile("/outer"));
         EXPECT_THAT(outer.commands, ElementsAre("rm -f \"/outer\""));
-        EXPECT_EQ(FileSystemAccess::setCurrent(nullptr), &outer); // null is the machine again
-        EXPECT_EQ(&FileSystemAccess::current(), &machine);
+        EXPECT_EQ(Machine::setCurrent(nullptr), &outer); // null is the machine again
+        EXPECT_EQ(&Machine::current(), &machine);
     }
-    EXPECT_EQ(&FileSystemAccess::current(), &machine);
+    EXPECT_EQ(&Machine::current(), &machine);
 }
 
-TEST(FileSystemAccess, ExecAsksItToo) {
-    RecordedCommands recorded;
+TEST(Machine, ExecAsksItToo) {
+    FakeMachine recorded;
     recorded.output = "answer";
     EXPECT_EQ(outputOf("question"), "answer");
     EXPECT_THAT(recorded.commands, ElementsAre("question"));

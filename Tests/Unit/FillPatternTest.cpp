@@ -1,6 +1,6 @@
 #include "Foundation/RegistryHelper.h"
 #include "Tests/Support/CapturedStdout.h"
-#include "Tests/Support/Machine.h"
+#include "Tests/Support/FakeMachine.h"
 #include "Tests/Support/PreferenceFile.h"
 #include "Tests/Support/ScopedEnvironment.h"
 #include "Tests/Support/TemporaryDirectory.h"
@@ -63,7 +63,7 @@ protected:
     }
 
     TemporaryDirectory home;
-    Machine machine;
+    FakeMachine machine;
 };
 
 using TargetPaths = FillPattern;
@@ -411,18 +411,18 @@ TEST(User, IsWhoHisHomeFolderSays) {
 }
 
 TEST(User, LosesTheLastCharacterOfWhatTheShellSaysWhateverItIs) {
-    Machine machine;
+    FakeMachine machine;
     machine.answers["eval echo $HOME"] = "/Users/anna";
     EXPECT_EQ(InstallUtility::getUserName(), "ann");
     machine.answers["eval echo $HOME"] = "x";
     EXPECT_EQ(InstallUtility::getUserName(), "");
     machine.answers["eval echo $HOME"] = "";
     EXPECT_EQ(InstallUtility::getUserName(), "");
-    EXPECT_THAT(machine.commands, testing::Each(VLString("eval echo $HOME")));
+    EXPECT_THAT(machine.commands, testing::Each(std::string("eval echo $HOME")));
 }
 
 TEST(User, HasTheHomeFolderThatTheShellFinds) {
-    const Machine machine("anna", "/Volumes/Home s/anna");
+    const FakeMachine machine("anna", "/Volumes/Home s/anna");
     EXPECT_EQ(InstallUtility::getUserHomePath(), "/Volumes/Home s/anna");
     EXPECT_THAT(machine.commands, ElementsAre("eval echo $HOME", "eval echo '~anna'"));
     EXPECT_EQ(InstallUtility::getUserPreferencesPath(), "/Volumes/Home s/anna/Library/Preferences");
@@ -434,8 +434,8 @@ TEST(User, OfAnotherNameThanTheMachineKnowsHasNoFolder) {
 }
 
 TEST(User, IsNobodyWhenNoShellCanBeStarted) {
-    Machine machine;
-    machine.bStartsCommands = false;
+    FakeMachine machine;
+    machine.bResult = false;
     EXPECT_EQ(InstallUtility::getUserName(), "");
     EXPECT_EQ(InstallUtility::getUserHomePath(), "");
     EXPECT_EQ(InstallUtility::getUserPreferencesPath(), "/Library/Preferences");
@@ -487,8 +487,8 @@ TEST(Exec, GivesAllOutputWhateverTheStatus) {
 }
 
 TEST(Exec, FailsOnlyWhenTheCommandCannotBeStarted) {
-    Machine machine;
-    machine.bStartsCommands = false;
+    FakeMachine machine;
+    machine.bResult = false;
     VLString output = "old";
     EXPECT_FALSE(InstallUtility::exec("true", output));
     EXPECT_EQ(output, "");

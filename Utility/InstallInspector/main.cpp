@@ -1,6 +1,6 @@
 #include "Utility/InstallInspector/Check/CheckCommand.h"
-#include "Utility/InstallInspector/Report/Output.h"
 #include "Utility/InstallInspector/Plan/PlanCommand.h"
+#include "Utility/InstallInspector/Report/Output.h"
 #include "Utility/InstallInspector/Status/StatusCommand.h"
 
 #include <CLI/CLI.hpp>

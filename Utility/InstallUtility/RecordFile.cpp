@@ -1,7 +1,7 @@
 #include "Utility/InstallUtility/RecordFile.h"
 
 #include "Foundation/FileLibrary.h"
-#include "Foundation/FileSystemAccess.h"
+#include "Foundation/Machine.h"
 #include "Foundation/PathLibrary.h"
 #include "Foundation/SimpleLog.h"
 
@@ -13,7 +13,7 @@
 
 namespace {
 
-using Saved = FileSystemAccess::Saved;
+using Saved = Machine::Saved;
 
 /// How often a save begins anew because another run has saved meanwhile, or is saving: for a minute. That
 /// happens only to runs that go on without the lock.
@@ -50,7 +50,7 @@ const char* whyUnreadable(const FileContent& content) {
 
 void RecordFile::load(StatusFile& record) {
     record.clear();
-    const FileContent content = FileSystemAccess::current().readFile(path);
+    const FileContent content = Machine::current().readFile(path);
     found = content.state;
     bLoaded = true;
     bDamaged = false;
@@ -68,7 +68,7 @@ void RecordFile::load(StatusFile& record) {
 }
 
 void RecordFile::save(StatusFile& record, const std::function<void()>& enterAgain) {
-    FileSystemAccess& machine = FileSystemAccess::current();
+    Machine& machine = Machine::current();
     int error = 0;
     for (int i = 0; i < mostTries && bOurs; ++i) {
         if (hasNothingToSave(record, path) || !keepDamaged()) {
@@ -100,7 +100,7 @@ bool RecordFile::keepDamaged() {
     if (!bDamaged) {
         return true;
     }
-    FileSystemAccess& machine = FileSystemAccess::current();
+    Machine& machine = Machine::current();
     const FileContent content = machine.readFile(path);
     if (content.state != found) {
         return true; // another file now, as the save will find

@@ -1,6 +1,6 @@
 #include "Utility/InstallUtility/RunLock.h"
 
-#include "Foundation/FileSystemAccess.h"
+#include "Foundation/Machine.h"
 #include "Foundation/SimpleLog.h"
 
 #include <chrono>
@@ -13,9 +13,9 @@ constexpr std::chrono::milliseconds pauseBetweenTries = 50ms;
 constexpr std::chrono::milliseconds patience = 10min;
 
 void waitForLock() {
-    FileSystemAccess& machine = FileSystemAccess::current();
+    Machine& machine = Machine::current();
     std::chrono::milliseconds waited = 0ms;
-    while (machine.tryToLock() == FileSystemAccess::Lock::HeldByAnother) {
+    while (machine.tryToLock() == Machine::Lock::HeldByAnother) {
         if (waited == 0ms) {
             SimpleLog::printLog(SimpleLog::Info, __FILE__, __FUNCTION__, __LINE__,
                                 "Another install or uninstall is running. Waiting for its end.");
@@ -42,6 +42,6 @@ RunLock::RunLock() {
 
 RunLock::~RunLock() {
     if (--holders == 0) {
-        FileSystemAccess::current().unlock();
+        Machine::current().unlock();
     }
 }

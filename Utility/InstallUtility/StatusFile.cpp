@@ -1,6 +1,6 @@
 #include "Utility/InstallUtility/StatusFile.h"
 
-#include "Foundation/FileSystemAccess.h"
+#include "Foundation/Machine.h"
 #include "Foundation/VLVersion.h"
 #include "Utility/InstallUtility/XMLDocument.h"
 
@@ -286,8 +286,8 @@ void StatusFile::readChildren(TiXmlNode& element, FileNodeRef& parent) {
 
 bool StatusFile::write(const VLString& path) {
     int error = 0;
-    return FileSystemAccess::current().saveFile(
-               path, [this](FILE* stream) { print(stream); }, nullptr, error) == FileSystemAccess::Saved::Yes;
+    return Machine::current().saveFile(
+               path, [this](FILE* stream) { print(stream); }, nullptr, error) == Machine::Saved::Yes;
 }
 
 void StatusFile::print(FILE* stream) const {

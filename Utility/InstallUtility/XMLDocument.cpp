@@ -1,6 +1,6 @@
 #include "Utility/InstallUtility/XMLDocument.h"
 
-#include "Foundation/FileSystemAccess.h"
+#include "Foundation/Machine.h"
 
 #include <algorithm>
 #include <array>
@@ -371,7 +371,7 @@ void normaliseLineEnds(char* text) {
 namespace XMLDocument {
 
 bool Load(const VLString& path, TiXmlDocument& document) {
-    const FileContent content = FileSystemAccess::current().readFile(path);
+    const FileContent content = Machine::current().readFile(path);
     if (content.bytes == nullptr) {
         document.Clear();
         return false;

@@ -3,10 +3,10 @@
 #include "Tests/Inspector/Check/InspectedProduct.h"
 #include "Tests/Support/CapturedStdout.h"
 #include "Tests/Support/TemporaryDirectory.h"
-#include "Utility/InstallInspector/Report/NearestName.h"
 #include "Utility/InstallInspector/Documents/Placeholders.h"
 #include "Utility/InstallInspector/Documents/TextScan.h"
 #include "Utility/InstallInspector/Documents/Vocabulary.h"
+#include "Utility/InstallInspector/Report/NearestName.h"
 #include "Utility/InstallUtility/InstallUtility.h"
 #include "Utility/InstallUtility/XMLDocument.h"
 

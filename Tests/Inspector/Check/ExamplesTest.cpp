@@ -1,6 +1,6 @@
 // The products of Examples/, which users copy from.
-#include "Utility/InstallInspector/Documents/Product.h"
 #include "Utility/InstallInspector/Check/Rules.h"
+#include "Utility/InstallInspector/Documents/Product.h"
 
 #include <gtest/gtest.h>
 

@@ -57,7 +57,7 @@ protected:
     static VLString text(const std::string& bytes) { return toVLString(bytes); }
 
     /// The types of the path itself and of what it leads to, and the content.
-    static std::string kindIn(FileSystemAccess& access, const fs::path& path) {
+    static std::string kindIn(Machine& access, const fs::path& path) {
         const VLString there = toVLString(path.string());
         std::string kind =
             std::to_string(access.linkTypeOf(there)) + " " + std::to_string(access.typeOf(there));
@@ -68,7 +68,7 @@ protected:
         return kind;
     }
     static std::string realKind(const fs::path& path) {
-        FileSystemAccess machine;
+        Machine machine;
         return kindIn(machine, path);
     }
 
@@ -98,8 +98,8 @@ protected:
         const auto before = FileTree::describe(folder.path());
         for (const std::string& command : commands) {
             actual.push_back(planned.runCommand(text(filledIn(command))));
-            expected.push_back(FileSystemAccess().runCommand(
-                text("{ " + filledIn(command, copy.path()) + "; } 2>/dev/null")));
+            expected.push_back(
+                Machine().runCommand(text("{ " + filledIn(command, copy.path()) + "; } 2>/dev/null")));
         }
         EXPECT_EQ(FileTree::difference(before, FileTree::describe(folder.path())), "") << "the plan wrote";
         EXPECT_EQ(expected, actual) << commands.front();
@@ -397,7 +397,7 @@ namespace {
 int saveAt(PlannedFileSystem& planned, const VLString& path) {
     int error = 0;
     const auto print = [](FILE* stream) { std::fputs("text", stream); };
-    const bool bSaved = planned.saveFile(path, print, nullptr, error) == FileSystemAccess::Saved::Yes;
+    const bool bSaved = planned.saveFile(path, print, nullptr, error) == Machine::Saved::Yes;
     EXPECT_EQ(bSaved, error == 0);
     return error;
 }
@@ -448,12 +448,12 @@ TEST_F(PlannedFileSystemTest, HoldsAFileThatIsMadeUnlessTheNameIsTaken) {
 
 TEST_F(PlannedFileSystemTest, PlacesAndRemovesItemsAsThePlatformDoes) {
     struct Operation {
-        std::function<bool(FileSystemAccess&)> take;
+        std::function<bool(Machine&)> take;
         const char* what;
     };
     renewCopy();
     PlannedFileSystem planned;
-    FileSystemAccess machine;
+    Machine machine;
     fs::path top;
     const auto at = [&top](const char* name) { return text((top / name).string()); };
     const std::vector<Operation> operations = {

@@ -1,8 +1,8 @@
 #include "Utility/InstallInspector/Check/CheckCommand.h"
 
 #include "Foundation/FileLibrary.h"
-#include "Utility/InstallInspector/Report/FindingOutput.h"
 #include "Utility/InstallInspector/Check/Rules.h"
+#include "Utility/InstallInspector/Report/FindingOutput.h"
 
 #include <algorithm>
 #include <memory>

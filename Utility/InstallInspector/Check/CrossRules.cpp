@@ -1,7 +1,7 @@
 // Mistakes that only the product definition and the target-paths file together show.
 #include "Utility/InstallInspector/Check/NameRules.h"
-#include "Utility/InstallInspector/Report/NearestName.h"
 #include "Utility/InstallInspector/Check/Rules.h"
+#include "Utility/InstallInspector/Report/NearestName.h"
 
 #include <algorithm>
 #include <set>

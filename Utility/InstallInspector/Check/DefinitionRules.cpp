@@ -1,8 +1,8 @@
 // Mistakes of the product definition alone.
 #include "Foundation/VLVersion.h"
 #include "Utility/InstallInspector/Check/NameRules.h"
-#include "Utility/InstallInspector/Report/NearestName.h"
 #include "Utility/InstallInspector/Check/Rules.h"
+#include "Utility/InstallInspector/Report/NearestName.h"
 
 #include <algorithm>
 #include <cctype>

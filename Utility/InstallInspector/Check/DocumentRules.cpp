@@ -1,7 +1,7 @@
 // Mistakes of either XML file as such.
+#include "Utility/InstallInspector/Check/Rules.h"
 #include "Utility/InstallInspector/Report/NearestName.h"
 #include "Utility/InstallInspector/Report/Output.h"
-#include "Utility/InstallInspector/Check/Rules.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Utility/InstallInspector/Report/Finding.h"
 #include "Utility/InstallInspector/Documents/Product.h"
+#include "Utility/InstallInspector/Report/Finding.h"
 
 #include <string>
 #include <vector>

@@ -1,6 +1,6 @@
 // Differences between the definition's tree and the source folder.
-#include "Utility/InstallInspector/Report/NearestName.h"
 #include "Utility/InstallInspector/Check/Rules.h"
+#include "Utility/InstallInspector/Report/NearestName.h"
 
 #include <filesystem>
 #include <map>

@@ -1,7 +1,7 @@
 // Mistakes of the target-paths file alone.
 #include "Utility/InstallInspector/Check/NameRules.h"
-#include "Utility/InstallInspector/Documents/Placeholders.h"
 #include "Utility/InstallInspector/Check/Rules.h"
+#include "Utility/InstallInspector/Documents/Placeholders.h"
 
 #include <algorithm>
 #include <set>

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "Foundation/VLString.h"
-#include "Utility/InstallInspector/Report/Finding.h"
 #include "Utility/InstallInspector/Documents/TextScan.h"
 #include "Utility/InstallInspector/Documents/Vocabulary.h"
+#include "Utility/InstallInspector/Report/Finding.h"
 
 #include <tinyxml.h>
 

@@ -1,6 +1,6 @@
 #include "Utility/InstallInspector/Documents/Record.h"
 
-#include "Foundation/FileSystemAccess.h"
+#include "Foundation/Machine.h"
 #include "Foundation/PathLibrary.h"
 #include "Utility/InstallInspector/Documents/Product.h"
 #include "Utility/InstallUtility/InstallUtility.h"
@@ -35,7 +35,7 @@ std::map<VLString, TiXmlElement*> elementsIn(TiXmlElement& parent) {
 } // namespace
 
 bool Record::read(const std::string& folder, std::string& error) {
-    FileSystemAccess& machine = FileSystemAccess::current();
+    Machine& machine = Machine::current();
     path = S_ISREG(machine.typeOf(toVLString(folder)))
                ? folder
                : toString(InstallUtility::statusFilePath(toVLString(folder)));

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Utility/InstallInspector/Report/Output.h"
 #include "Utility/InstallInspector/Plan/PlannedFileSystem.h"
+#include "Utility/InstallInspector/Report/Output.h"
 #include "Utility/InstallUtility/SKUDefinition.h"
 
 #include <cstdint>

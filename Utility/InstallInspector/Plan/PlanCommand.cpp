@@ -1,7 +1,7 @@
 #include "Utility/InstallInspector/Plan/PlanCommand.h"
 
-#include "Utility/InstallInspector/Report/Output.h"
 #include "Utility/InstallInspector/Plan/Plan.h"
+#include "Utility/InstallInspector/Report/Output.h"
 
 #include <memory>
 #include <string>

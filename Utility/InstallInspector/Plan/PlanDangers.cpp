@@ -1,6 +1,6 @@
 #include "Foundation/VLString.h"
-#include "Utility/InstallInspector/Report/Finding.h"
 #include "Utility/InstallInspector/Plan/Plan.h"
+#include "Utility/InstallInspector/Report/Finding.h"
 
 #include <algorithm>
 #include <sys/stat.h>

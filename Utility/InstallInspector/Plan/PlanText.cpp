@@ -1,5 +1,5 @@
-#include "Utility/InstallInspector/Report/Finding.h"
 #include "Utility/InstallInspector/Plan/Plan.h"
+#include "Utility/InstallInspector/Report/Finding.h"
 
 #include <algorithm>
 #include <map>

@@ -302,7 +302,7 @@ FileContent PlannedFileSystem::readFile(const VLString& path) {
         return content;
     }
     if (!place.node->origin.empty()) {
-        return FileSystemAccess::readFile(toVLString(place.node->origin));
+        return Machine::readFile(toVLString(place.node->origin));
     }
     content.state.type = place.node->type;
     const std::string& text = place.node->text;
@@ -327,9 +327,8 @@ std::size_t PlannedFileSystem::countOfEntries(const VLString& folder) {
     return place.node == nullptr || place.node->type != S_IFDIR ? 0 : namesIn(*place.node).size();
 }
 
-FileSystemAccess::Saved PlannedFileSystem::saveFile(const VLString& path,
-                                                    const std::function<void(FILE*)>& print,
-                                                    const FileState* /*expected*/, int& error) {
+Machine::Saved PlannedFileSystem::saveFile(const VLString& path, const std::function<void(FILE*)>& print,
+                                           const FileState* /*expected*/, int& error) {
     const Place place = find(toString(path), true);
     if (place.node == nullptr || place.node->type == S_IFDIR) {
         error = place.node == nullptr ? ENOENT : EISDIR;
@@ -360,7 +359,7 @@ bool PlannedFileSystem::captureCommand(const VLString& command, VLString& output
         output = toVLString(known->second);
     } else if (!onlyAsks(text)) {
         cannotForesee(text, "the shell might do more than answer");
-    } else if (!FileSystemAccess::captureCommand(command, output)) {
+    } else if (!Machine::captureCommand(command, output)) {
         return false;
     }
     answers[text] = toString(output);

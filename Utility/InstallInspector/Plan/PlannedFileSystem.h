@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Foundation/FileSystemAccess.h"
+#include "Foundation/Machine.h"
 
 #include <map>
 #include <stdexcept>
@@ -19,7 +19,7 @@ public:
 /// It knows the commands that the engine issues, in the words in which it issues them. Any other, and one in
 /// which the shell would find something to interpret, throws CannotForesee. Commands succeed and fail as for
 /// the superuser on a disk that has room and tells upper from lower case.
-class PlannedFileSystem : public FileSystemAccess {
+class PlannedFileSystem : public Machine {
 public:
     enum class Verb {
         Ask, ///< changes nothing

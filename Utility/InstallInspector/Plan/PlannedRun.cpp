@@ -571,13 +571,13 @@ Plan planRun(bool bUninstall, const std::string& source, const std::string& defi
     PlannedRun run(fileSystem, plan);
 
     struct Restore {
-        FileSystemAccess* access;
+        Machine* access;
         std::string* held;
         ~Restore() {
-            FileSystemAccess::setCurrent(access);
+            Machine::setCurrent(access);
             SimpleLog::held = held;
         }
-    } const restore{FileSystemAccess::setCurrent(&fileSystem), std::exchange(SimpleLog::held, &plan.log)};
+    } const restore{Machine::setCurrent(&fileSystem), std::exchange(SimpleLog::held, &plan.log)};
     plan.bSucceeds =
         bUninstall ? run.uninstall(definition, targets) : run.install(source, definition, targets);
     plan.steps = fileSystem.steps();

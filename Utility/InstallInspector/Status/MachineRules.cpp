@@ -1,5 +1,5 @@
 // What the record says against what the given products and this machine say.
-#include "Foundation/FileSystemAccess.h"
+#include "Foundation/Machine.h"
 #include "Utility/InstallInspector/Report/FindingOutput.h"
 #include "Utility/InstallInspector/Status/Status.h"
 #include "Utility/InstallUtility/InstallUtility.h"
@@ -20,11 +20,11 @@ using Spot = PlacedProduct::Spot;
 using TreeNode = Product::TreeNode;
 
 mode_t typeOf(const VLString& path) {
-    return FileSystemAccess::current().typeOf(path);
+    return Machine::current().typeOf(path);
 }
 
 bool isSomething(const VLString& path) {
-    return FileSystemAccess::current().linkTypeOf(path) != 0;
+    return Machine::current().linkTypeOf(path) != 0;
 }
 
 /// Whether what is there can be what an install made of the node. What is listed as a file may be a folder in

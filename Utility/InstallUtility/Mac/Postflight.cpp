@@ -1,7 +1,7 @@
 #include "Utility/InstallUtility/Mac/Postflight.h"
 
 #include "Foundation/FileLibrary.h"
-#include "Foundation/FileSystemAccess.h"
+#include "Foundation/Machine.h"
 #include "Foundation/PathLibrary.h"
 #include "Foundation/SimpleLog.h"
 #include "Platform/PlatformServices.h"
@@ -19,26 +19,25 @@ void logError(const char* function, long line, const char* message) {
 
 void placeUninstaller(const VLString& uninstaller, const VLString& bundle, const VLString& skuXmlPath,
                       const VLString& targetPathsXmlPath) {
-    FileSystemAccess::current().createFolder(uninstallersFolder);
-    if (!FileSystemAccess::current().copyItem(bundle, uninstaller)) {
+    Machine::current().createFolder(uninstallersFolder);
+    if (!Machine::current().copyItem(bundle, uninstaller)) {
         logError(__FUNCTION__, __LINE__, "Can't copy Uninstall.app to target folder");
         return;
     }
     const VLString contents = PathLibrary::GetDirectoryWithFile(uninstaller, "Contents");
-    if (!FileSystemAccess::current().copyItem(skuXmlPath,
-                                              PathLibrary::GetDirectoryWithFile(contents, "sku.xml"))) {
+    if (!Machine::current().copyItem(skuXmlPath, PathLibrary::GetDirectoryWithFile(contents, "sku.xml"))) {
         logError(__FUNCTION__, __LINE__, "Can't copy SKU XML to Uninstall.app");
     }
-    if (!FileSystemAccess::current().copyItem(
-            targetPathsXmlPath, PathLibrary::GetDirectoryWithFile(contents, "target_path.xml"))) {
+    if (!Machine::current().copyItem(targetPathsXmlPath,
+                                     PathLibrary::GetDirectoryWithFile(contents, "target_path.xml"))) {
         logError(__FUNCTION__, __LINE__, "Can't copy Target Path XML to Uninstall.app");
     }
 }
 
 void renewApplicationManagerLink(bool install) {
-    FileSystemAccess::current().removeItem(applicationManagerLink);
+    Machine::current().removeItem(applicationManagerLink);
     if (install) {
-        FileSystemAccess::current().createSymbolicLink(applicationManagerLink, applicationManager);
+        Machine::current().createSymbolicLink(applicationManagerLink, applicationManager);
     }
 }
 
@@ -63,7 +62,7 @@ void postflight(VLString skuXmlPath, VLString targetPathsXmlPath, bool install) 
         return;
     }
 
-    const VLString bundle = FileSystemAccess::current().mainBundlePath();
+    const VLString bundle = Machine::current().mainBundlePath();
     if (product.ID.EqualsIgnoreCase("COMMON")) {
         renewApplicationManagerLink(install);
         return;
@@ -73,7 +72,7 @@ void postflight(VLString skuXmlPath, VLString targetPathsXmlPath, bool install) 
     if (uninstaller.IsEmpty()) {
         return; // the product's name is not text that the platform knows
     }
-    FileSystemAccess::current().removeItem(uninstaller);
+    Machine::current().removeItem(uninstaller);
     if (install) {
         placeUninstaller(uninstaller, bundle, skuXmlPath, targetPathsXmlPath);
     } else {
@@ -85,5 +84,5 @@ void postflight(VLString skuXmlPath, VLString targetPathsXmlPath, bool install) 
 // NOLINTNEXTLINE(performance-unnecessary-value-param)
 bool showRetryCancelAlert(VLString title, VLString text) {
     // The text is a format without arguments, in which nothing but "%%" stands for something else.
-    return FileSystemAccess::current().showRetryCancelAlert(title, text.Replace("%%", "%"));
+    return Machine::current().showRetryCancelAlert(title, text.Replace("%%", "%"));
 }

@@ -15,9 +15,9 @@
 /// place with setCurrent.
 ///
 /// Not asked here: preference files are read, and FileLibrary::writeFile writes, directly.
-class FileSystemAccess {
+class Machine {
 public:
-    virtual ~FileSystemAccess() = default;
+    virtual ~Machine() = default;
 
     /// Runs a shell command to its end. Its output goes where this program's goes, after all that was printed
     /// before. True when it was started and its status was 0.
@@ -64,10 +64,10 @@ public:
     virtual bool showRetryCancelAlert(const VLString& title, const VLString& text);
 
     /// What is in use; the machine itself at first.
-    static FileSystemAccess& current();
+    static Machine& current();
     /// Puts `access`, which stays the caller's, in use until the next call; null stands for the machine
     /// itself. Returns what it takes the place of.
-    static FileSystemAccess* setCurrent(FileSystemAccess* access);
+    static Machine* setCurrent(Machine* access);
 
 private:
     int lockedFolder = -1; ///< a descriptor, while the lock is held

@@ -1,4 +1,4 @@
-#include "Foundation/FileSystemAccess.h"
+#include "Foundation/Machine.h"
 
 #include "Foundation/PathLibrary.h"
 #include "Platform/AtomicFile.h"
@@ -17,8 +17,8 @@
 
 namespace {
 
-FileSystemAccess machine;
-FileSystemAccess* inUse = &machine;
+Machine machine;
+Machine* inUse = &machine;
 
 bool isExecutableFile(const VLString& path) {
     struct stat status {};
@@ -38,12 +38,12 @@ VLString searchPath() {
 
 } // namespace
 
-bool FileSystemAccess::runCommand(const VLString& command) {
+bool Machine::runCommand(const VLString& command) {
     static_cast<void>(std::fflush(stdout));
     return std::system(command.ConstData()) == 0;
 }
 
-bool FileSystemAccess::captureCommand(const VLString& command, VLString& output) {
+bool Machine::captureCommand(const VLString& command, VLString& output) {
     output.Clear();
     static_cast<void>(std::fflush(stdout));
     FILE* pipe = popen(command.ConstData(), "r");
@@ -58,17 +58,17 @@ bool FileSystemAccess::captureCommand(const VLString& command, VLString& output)
     return true;
 }
 
-mode_t FileSystemAccess::typeOf(const VLString& path) {
+mode_t Machine::typeOf(const VLString& path) {
     struct stat status {};
     return stat(path.ConstData(), &status) == 0 ? status.st_mode & S_IFMT : 0;
 }
 
-mode_t FileSystemAccess::linkTypeOf(const VLString& path) {
+mode_t Machine::linkTypeOf(const VLString& path) {
     struct stat status {};
     return lstat(path.ConstData(), &status) == 0 ? status.st_mode & S_IFMT : 0;
 }
 
-bool FileSystemAccess::hasProgram(const VLString& name) {
+bool Machine::hasProgram(const VLString& name) {
     const VLString path = searchPath();
     for (unsigned long from = 0, to = 0; from <= path.Size(); from = to + 1) {
         to = path.IndexOf(":", from);
@@ -81,13 +81,12 @@ bool FileSystemAccess::hasProgram(const VLString& name) {
     return false;
 }
 
-FileContent FileSystemAccess::readFile(const VLString& path) {
+FileContent Machine::readFile(const VLString& path) {
     return WholeFile::Read(path.ConstData());
 }
 
-FileSystemAccess::Saved FileSystemAccess::saveFile(const VLString& path,
-                                                   const std::function<void(FILE*)>& print,
-                                                   const FileState* expected, int& error) {
+Machine::Saved Machine::saveFile(const VLString& path, const std::function<void(FILE*)>& print,
+                                 const FileState* expected, int& error) {
     AtomicFile file(path.ConstData());
     bool bWhole = file.Open();
     if (bWhole) {
@@ -104,11 +103,11 @@ FileSystemAccess::Saved FileSystemAccess::saveFile(const VLString& path,
     return Saved::No;
 }
 
-bool FileSystemAccess::createFile(const VLString& path, const char* bytes, std::size_t size, int& error) {
+bool Machine::createFile(const VLString& path, const char* bytes, std::size_t size, int& error) {
     return WholeFile::Create(path.ConstData(), bytes, size, error);
 }
 
-FileSystemAccess::Lock FileSystemAccess::tryToLock() {
+Machine::Lock Machine::tryToLock() {
     if (lockedFolder >= 0) {
         return Lock::Held;
     }
@@ -129,46 +128,46 @@ FileSystemAccess::Lock FileSystemAccess::tryToLock() {
     return bOfAnother ? Lock::HeldByAnother : Lock::CannotBeHad;
 }
 
-void FileSystemAccess::unlock() {
+void Machine::unlock() {
     if (lockedFolder >= 0) {
         close(std::exchange(lockedFolder, -1)); // gives the lock back, too
     }
 }
 
-std::chrono::milliseconds FileSystemAccess::pause(std::chrono::milliseconds duration) {
+std::chrono::milliseconds Machine::pause(std::chrono::milliseconds duration) {
     const auto before = std::chrono::steady_clock::now();
     std::this_thread::sleep_for(duration);
     return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - before);
 }
 
-VLString FileSystemAccess::mainBundlePath() {
+VLString Machine::mainBundlePath() {
     return PlatformServices::MainBundlePath();
 }
 
-bool FileSystemAccess::removeItem(const VLString& path) {
+bool Machine::removeItem(const VLString& path) {
     return PlatformServices::RemoveItem(path);
 }
 
-bool FileSystemAccess::createFolder(const VLString& path) {
+bool Machine::createFolder(const VLString& path) {
     return PlatformServices::CreateFolder(path);
 }
 
-bool FileSystemAccess::copyItem(const VLString& source, const VLString& destination) {
+bool Machine::copyItem(const VLString& source, const VLString& destination) {
     return PlatformServices::CopyItem(source, destination);
 }
 
-bool FileSystemAccess::createSymbolicLink(const VLString& link, const VLString& target) {
+bool Machine::createSymbolicLink(const VLString& link, const VLString& target) {
     return PlatformServices::CreateSymbolicLink(link, target);
 }
 
-bool FileSystemAccess::showRetryCancelAlert(const VLString& title, const VLString& text) {
+bool Machine::showRetryCancelAlert(const VLString& title, const VLString& text) {
     return PlatformServices::ShowRetryCancelAlert(title, text);
 }
 
-FileSystemAccess& FileSystemAccess::current() {
+Machine& Machine::current() {
     return *inUse;
 }
 
-FileSystemAccess* FileSystemAccess::setCurrent(FileSystemAccess* access) {
+Machine* Machine::setCurrent(Machine* access) {
     return std::exchange(inUse, access == nullptr ? &machine : access);
 }
