@@ -2,8 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <thread>
-
 namespace {
 
 /// Targets that are not what a run expects, and runs that are cut short from outside. Also the superuser
@@ -132,27 +130,4 @@ TEST_F(BadTarget, InterruptFromTheKeyboardFailsTheCommandAndTheRunAsks) {
     EXPECT_TRUE(hasLine(result, failedCopy("VorlaneFX/Tools/tool", shared("Tools/tool"))));
     EXPECT_THAT(result.standardOutput, testing::HasSubstr("Installation warning"));
     EXPECT_EQ(root().read(shared("Tools/tool")), "new");
-}
-
-TEST_F(BadTarget, TwoRunsAtOnceLeaveAWholeRecord) {
-    const ProductBuilder other = ProductBuilder("BETA", "Beta")
-                                     .family("Blur")
-                                     .target("VorlaneFX", statusFolder)
-                                     .file("VorlaneFX/b", "b");
-    place(fileProduct());
-    place(other);
-    for (int round = 0; round < 10; ++round) {
-        ProgramResult first;
-        std::thread run([&] { first = root().run(installCommand(fileProduct())); });
-        const ProgramResult second = root().run(installCommand(other));
-        run.join();
-        ExpectSuccess(first);
-        ExpectSuccess(second);
-        const Lines lines = counts();
-        EXPECT_EQ(lines.at(0).rfind("product ", 0), 0U) << lines.at(0);
-        EXPECT_FALSE(root().exists(recordPath() + ".new"));
-        EXPECT_EQ(root().read(shared("Tools/tool")), "new");
-        EXPECT_EQ(root().read(shared("b")), "b");
-        root().remove(statusFolder);
-    }
 }

@@ -195,12 +195,15 @@ std::vector<unsigned long> DisturbedRun::sample(unsigned long last, unsigned lon
     if (isFull() || last <= count) {
         return numbers;
     }
-    const unsigned long seed = std::strtoul(variable("RELIABILITY_SEED"), nullptr, 10);
-    std::mt19937 random(static_cast<std::mt19937::result_type>(seed));
+    std::mt19937 random(static_cast<std::mt19937::result_type>(seed()));
     std::shuffle(numbers.begin(), numbers.end(), random);
     numbers.resize(count);
     std::sort(numbers.begin(), numbers.end());
     return numbers;
+}
+
+unsigned long DisturbedRun::seed() {
+    return std::strtoul(variable("RELIABILITY_SEED"), nullptr, 10);
 }
 
 void DisturbedRun::printFigures(const std::string& line) {

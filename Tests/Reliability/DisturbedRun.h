@@ -71,6 +71,8 @@ protected:
     /// All numbers from 1 to `last` in a full run, otherwise at most `count` of them; RELIABILITY_SEED
     /// chooses.
     static std::vector<unsigned long> sample(unsigned long last, unsigned long count);
+    /// What RELIABILITY_SEED says, or 0.
+    static unsigned long seed();
     /// A line for Scripts/torture.
     static void printFigures(const std::string& line);
 
