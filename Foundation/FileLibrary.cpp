@@ -14,17 +14,10 @@
 
 namespace {
 
-/// The command that `beginning`, which ends with an opening quote, and `path` make.
-VLString command(const char* beginning, const VLString& path) {
-    return VLString(beginning) + path + "\"";
-}
+using Verb = Command::Verb;
 
-VLString command(const char* beginning, const VLString& first, const VLString& second) {
-    return VLString(beginning) + first + "\" \"" + second + "\"";
-}
-
-bool run(const VLString& command) {
-    return Machine::current().runCommand(command);
+bool run(Verb verb, const VLString& path, const VLString& source = VLString()) {
+    return Machine::current().run({verb, path, source});
 }
 
 /// Whether CopyFolder has to take the destination away before it copies. The value is that of a symbolic
@@ -32,19 +25,6 @@ bool run(const VLString& command) {
 bool isInTheWay(const VLString& destination) {
     constexpr mode_t linkTypeMask = 0xA000;
     return (Machine::current().linkTypeOf(destination) & linkTypeMask) != 0;
-}
-
-/// The merging copy of one directory into another. ditto makes the destination and its parents, copies links
-/// as links, never writes through a link that it finds in the destination, and keeps permissions, times, hard
-/// links and extended attributes. cp does as much with these options, and like ditto fails where a directory
-/// would have to replace a file or a link, or one of these a directory. It goes further in one thing:
-/// directories that are already in the destination take on permissions and times of those in the source.
-VLString copyFolderCommand(const VLString& source, const VLString& destination) {
-    if (Machine::current().hasProgram("ditto")) {
-        return command("ditto \"", source, destination);
-    }
-    return command("mkdir -p \"", destination) +
-           command(" && cp -a --remove-destination \"", source + "/.", destination);
 }
 
 struct CloseFile {
@@ -91,7 +71,7 @@ void VLMemoryBuffer::init(const char* bytes, unsigned long newSize) {
 // Commands
 
 bool exec(VLString& command, VLString& output) {
-    return Machine::current().captureCommand(command, output);
+    return Machine::current().capture(command, output);
 }
 
 bool FileLibrary::IsFileExists(const VLString& path, bool wantDirectory) {
@@ -104,20 +84,20 @@ bool FileLibrary::IsDirectoryExists(const VLString& path) {
 }
 
 bool FileLibrary::RemoveFile(const VLString& path) {
-    return path.IsSet() && run(command("rm -f \"", path));
+    return path.IsSet() && run(Verb::RemoveFile, path);
 }
 
 bool FileLibrary::CreateDirectory(const VLString& path, bool withParents) {
-    return run(command(withParents ? "mkdir -p \"" : "mkdir \"", path));
+    return run(withParents ? Verb::MakeFolderWithParents : Verb::MakeFolder, path);
 }
 
 bool FileLibrary::CopyFile(const VLString& source, const VLString& destination) {
-    return IsFileExists(source, false) && run(command("cp -f \"", source, destination));
+    return IsFileExists(source, false) && run(Verb::CopyFile, destination, source);
 }
 
 bool FileLibrary::CreateShortCut(const VLString& target, const VLString& link) {
     return link.IsSet() && (IsFileExists(target, false) || IsDirectoryExists(target)) &&
-           run(command("ln -sf \"", target, link));
+           run(Verb::Link, link, target);
 }
 
 bool FileLibrary::RemoveFolder(const VLString& path) {
@@ -128,11 +108,11 @@ bool FileLibrary::RemoveFolder(const VLString& path) {
     const VLString collapsed = PathLibrary::CollapsePath(path);
     const bool bRefused = std::any_of(neverRemoved.begin(), neverRemoved.end(),
                                       [&](const char* name) { return collapsed.EqualsIgnoreCase(name); });
-    return !bRefused && run(command("rm -rf \"", collapsed));
+    return !bRefused && run(Verb::RemoveFolder, collapsed);
 }
 
 bool FileLibrary::RemoveEmptyDirectory(const VLString& path) {
-    return !IsDirectoryExists(path) || run(command("rmdir \"", path));
+    return !IsDirectoryExists(path) || run(Verb::RemoveEmptyFolder, path);
 }
 
 bool FileLibrary::CopyFolder(const VLString& source, const VLString& destination, bool /*flag*/) {
@@ -142,10 +122,12 @@ bool FileLibrary::CopyFolder(const VLString& source, const VLString& destination
     if (isInTheWay(destination)) {
         RemoveFolder(destination);
     }
-    if (!run(copyFolderCommand(source, destination))) {
+    const Verb copyVerb =
+        Machine::current().hasProgram("ditto") ? Verb::CopyFolderWithDitto : Verb::CopyFolder;
+    if (!run(copyVerb, destination, source)) {
         return false;
     }
-    run(command("touch \"", destination));
+    run(Verb::Touch, destination);
     return true;
 }
 

@@ -38,12 +38,12 @@ VLString searchPath() {
 
 } // namespace
 
-bool Machine::runCommand(const VLString& command) {
+bool Machine::run(const Command& command) {
     static_cast<void>(std::fflush(stdout));
-    return std::system(command.ConstData()) == 0;
+    return std::system(command.text().ConstData()) == 0;
 }
 
-bool Machine::captureCommand(const VLString& command, VLString& output) {
+bool Machine::capture(const VLString& command, VLString& output) {
     output.Clear();
     static_cast<void>(std::fflush(stdout));
     FILE* pipe = popen(command.ConstData(), "r");

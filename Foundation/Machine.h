@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Foundation/Command.h"
 #include "Foundation/VLString.h"
 #include "Platform/WholeFile.h"
 
@@ -19,12 +20,13 @@ class Machine {
 public:
     virtual ~Machine() = default;
 
-    /// Runs a shell command to its end. Its output goes where this program's goes, after all that was printed
-    /// before. True when it was started and its status was 0.
-    virtual bool runCommand(const VLString& command);
-    /// Runs a shell command and gives its standard output, whatever its status. False, and `output` empty,
-    /// when it cannot be started. Of a piece of a line that holds a zero byte the rest is lost.
-    virtual bool captureCommand(const VLString& command, VLString& output);
+    /// Runs the shell command to its end. Its output goes where this program's goes, after all that was
+    /// printed before. True when it was started and its status was 0.
+    virtual bool run(const Command& command);
+    /// Runs a shell command that changes nothing and gives its standard output, whatever its status. False,
+    /// and `output` empty, when it cannot be started. Of a piece of a line that holds a zero byte the rest is
+    /// lost.
+    virtual bool capture(const VLString& command, VLString& output);
     /// The file-type bits (S_IFREG, S_IFDIR ...) of what `path` leads to, through links; 0 when that is not
     /// there or cannot be looked at.
     virtual mode_t typeOf(const VLString& path);

@@ -22,11 +22,11 @@ public:
     }
     ~FakeUser() override { setCurrent(nullptr); }
 
-    bool runCommand(const VLString& /*command*/) override {
+    bool run(const Command& /*command*/) override {
         require(false, "a reader changes nothing");
         return false;
     }
-    bool captureCommand(const VLString& command, VLString& output) override {
+    bool capture(const VLString& command, VLString& output) override {
         if (command == "eval echo $HOME") {
             output = homeVariable + "\n";
             return true;

@@ -25,8 +25,8 @@ Lines linesOf(const std::string& text) {
 
 } // namespace
 
-bool RecordingMachine::runCommand(const VLString& command) {
-    const std::string text = command.ConstData();
+bool RecordingMachine::run(const Command& command) {
+    const std::string text = command.text().ConstData();
     commands.push_back(text);
     const bool bFails = std::any_of(failing.begin(), failing.end(), [&](const std::string& beginning) {
         return text.rfind(beginning, 0) == 0;
@@ -34,7 +34,7 @@ bool RecordingMachine::runCommand(const VLString& command) {
     if (bFails) {
         return false;
     }
-    return text.find("\"/Applications") != std::string::npos || Machine::runCommand(command);
+    return text.find("\"/Applications") != std::string::npos || Machine::run(command);
 }
 
 EngineTest::EngineTest() {

@@ -18,7 +18,7 @@
 /// runs none that would touch the machine's own /Applications.
 class RecordingMachine : public Machine {
 public:
-    bool runCommand(const VLString& command) override;
+    bool run(const Command& command) override;
     /// The machine's own lock would make tests wait for each other.
     Lock tryToLock() override { return Lock::Held; }
 

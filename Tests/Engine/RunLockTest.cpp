@@ -149,9 +149,9 @@ protected:
             events.emplace_back("save record");
             return RecordingMachine::saveFile(path, print, expected, error);
         }
-        bool runCommand(const VLString& command) override {
-            note(command, "cp -f", "copy");
-            return RecordingMachine::runCommand(command);
+        bool run(const Command& command) override {
+            note(command.text(), "cp -f", "copy");
+            return RecordingMachine::run(command);
         }
         mode_t typeOf(const VLString& path) override {
             note(path, "product/files/VorlaneFX", "look at source");

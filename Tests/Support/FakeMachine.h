@@ -32,11 +32,11 @@ public:
     std::map<std::string, mode_t> linkTypes;
     std::vector<std::string> programs;
 
-    bool runCommand(const VLString& command) override {
-        commands.emplace_back(command.ConstData());
+    bool run(const Command& command) override {
+        commands.emplace_back(command.text().ConstData());
         return bResult;
     }
-    bool captureCommand(const VLString& command, VLString& result) override {
+    bool capture(const VLString& command, VLString& result) override {
         commands.emplace_back(command.ConstData());
         const auto answer = answers.find(command.ConstData());
         const std::string& text = answer == answers.end() ? output : answer->second;

@@ -21,6 +21,39 @@ namespace {
 
 using Verb = PlannedFileSystem::Verb;
 
+// Commands, in whose paths "$T" stands for the test's folder.
+
+Command command(Command::Verb verb, const std::string& path, const std::string& source = "") {
+    return {verb, toVLString(path), toVLString(source)};
+}
+Command removeFile(const std::string& path) {
+    return command(Command::Verb::RemoveFile, path);
+}
+Command removeFolder(const std::string& path) {
+    return command(Command::Verb::RemoveFolder, path);
+}
+Command removeEmptyFolder(const std::string& path) {
+    return command(Command::Verb::RemoveEmptyFolder, path);
+}
+Command makeFolder(const std::string& path) {
+    return command(Command::Verb::MakeFolderWithParents, path);
+}
+Command touch(const std::string& path) {
+    return command(Command::Verb::Touch, path);
+}
+Command copyFile(const std::string& source, const std::string& path) {
+    return command(Command::Verb::CopyFile, path, source);
+}
+Command copyFolder(const std::string& source, const std::string& path) {
+    return command(Command::Verb::CopyFolder, path, source);
+}
+Command ditto(const std::string& source, const std::string& path) {
+    return command(Command::Verb::CopyFolderWithDitto, path, source);
+}
+Command makeLink(const std::string& source, const std::string& path) {
+    return command(Command::Verb::Link, path, source);
+}
+
 class PlannedFileSystemTest : public testing::Test {
 protected:
     TemporaryDirectory folder;
@@ -46,6 +79,11 @@ protected:
             text.replace(at, 2, path.string());
         }
         return text;
+    }
+    Command filledIn(const Command& command) const { return filledIn(command, folder.path()); }
+    static Command filledIn(const Command& command, const fs::path& path) {
+        return {command.verb, text(filledIn(command.path.ConstData(), path)),
+                text(filledIn(command.source.ConstData(), path))};
     }
     /// Makes the copy what the test's folder is.
     void renewCopy() const {
@@ -90,157 +128,154 @@ protected:
     }
 
     /// Plans the commands, one after the other, and runs them on the copy. Gives how each of them ended.
-    std::vector<bool> expectSame(const std::vector<std::string>& commands) {
+    std::vector<bool> expectSame(const std::vector<Command>& commands) {
         renewCopy();
         PlannedFileSystem planned;
         std::vector<bool> expected;
         std::vector<bool> actual;
         const auto before = FileTree::describe(folder.path());
-        for (const std::string& command : commands) {
-            actual.push_back(planned.runCommand(text(filledIn(command))));
-            expected.push_back(
-                Machine().runCommand(text("{ " + filledIn(command, copy.path()) + "; } 2>/dev/null")));
+        for (const Command& command : commands) {
+            actual.push_back(planned.run(filledIn(command)));
+            expected.push_back(Machine().run(filledIn(command, copy.path())));
         }
         EXPECT_EQ(FileTree::difference(before, FileTree::describe(folder.path())), "") << "the plan wrote";
-        EXPECT_EQ(expected, actual) << commands.front();
-        expectCopyIsAs(planned, commands.back());
+        EXPECT_EQ(expected, actual) << commands.front().text().ConstData();
+        expectCopyIsAs(planned, commands.back().text().ConstData());
         return actual;
     }
 
-    void expectSuccess(const std::vector<std::string>& commands) {
+    void expectSuccess(const std::vector<Command>& commands) {
         EXPECT_EQ(expectSame(commands), std::vector<bool>(commands.size(), true));
     }
-    void expectFailure(const std::string& command) {
-        EXPECT_EQ(expectSame({command}), std::vector<bool>{false});
-    }
+    void expectFailure(const Command& command) { EXPECT_EQ(expectSame({command}), std::vector<bool>{false}); }
 
-    void expectUnforeseen(const std::string& command) {
+    void expectUnforeseen(const Command& command) {
         PlannedFileSystem planned;
-        EXPECT_THROW(planned.runCommand(text(filledIn(command))), CannotForesee) << command;
+        EXPECT_THROW(planned.run(filledIn(command)), CannotForesee) << command.text().ConstData();
     }
 };
 
-const char* const copyFull = "mkdir -p \"$T/to\" && cp -a --remove-destination \"$T/full/.\" \"$T/to\"";
+const Command copyFull = copyFolder("$T/full", "$T/to");
 
 } // namespace
 
 // rm -f
 
 TEST_F(PlannedFileSystemTest, RemovesFilesAndLinks) {
-    expectSuccess({"rm -f \"$T/file\"", "rm -f \"$T/link-to-full\"", "rm -f \"$T/link-to-nothing\"",
-                   "rm -f \"$T/full/deep/deeper\"", "rm -f \"$T/loop\""});
+    expectSuccess({removeFile("$T/file"), removeFile("$T/link-to-full"), removeFile("$T/link-to-nothing"),
+                   removeFile("$T/full/deep/deeper"), removeFile("$T/loop")});
 }
 
 TEST_F(PlannedFileSystemTest, RemovesWhatIsNotThereWithSuccess) {
-    expectSuccess({"rm -f \"$T/none\"", "rm -f \"$T/none/none\"", "rm -f \"$T/file/none\""});
+    expectSuccess({removeFile("$T/none"), removeFile("$T/none/none"), removeFile("$T/file/none")});
 }
 
 TEST_F(PlannedFileSystemTest, DoesNotRemoveAFolderAsAFile) {
-    expectFailure("rm -f \"$T/empty\"");
+    expectFailure(removeFile("$T/empty"));
 }
 
 TEST_F(PlannedFileSystemTest, RemovesAFileThroughALinkedFolder) {
-    expectSuccess({"rm -f \"$T/link-to-full/inside\""});
+    expectSuccess({removeFile("$T/link-to-full/inside")});
 }
 
 // rm -rf and rmdir
 
 TEST_F(PlannedFileSystemTest, RemovesAFolderWithAllThatIsInIt) {
-    expectSuccess({"rm -rf \"$T/full\"", "rm -rf \"$T/none\""});
+    expectSuccess({removeFolder("$T/full"), removeFolder("$T/none")});
 }
 
 TEST_F(PlannedFileSystemTest, RemovesALinkInPlaceOfTheFolderThatItLeadsTo) {
-    expectSuccess({"rm -rf \"$T/link-to-full\""});
+    expectSuccess({removeFolder("$T/link-to-full")});
 }
 
 TEST_F(PlannedFileSystemTest, RemovesAFolderWhoseNameEndsWithASlash) {
-    expectSuccess({"rm -rf \"$T/full/\""});
+    expectSuccess({removeFolder("$T/full/")});
 }
 
 TEST_F(PlannedFileSystemTest, CountsWhatIsInARemovedFolder) {
     PlannedFileSystem planned;
-    planned.runCommand(text(filledIn("rm -rf \"$T/full\"")));
+    planned.run(filledIn(removeFolder("$T/full")));
     EXPECT_EQ(planned.steps().back().removed, 3U);
 }
 
 TEST_F(PlannedFileSystemTest, DoesNotRemoveTheFolderItself) {
-    expectFailure("rm -rf \"$T/full/.\"");
-    expectFailure("rm -rf \"$T/full/..\"");
-    expectFailure("rmdir \"$T/empty/.\"");
+    expectFailure(removeFolder("$T/full/."));
+    expectFailure(removeFolder("$T/full/.."));
+    expectFailure(removeEmptyFolder("$T/empty/."));
 }
 
 TEST_F(PlannedFileSystemTest, RemovesAnEmptyFolderOnly) {
-    expectSuccess({"rmdir \"$T/empty\""});
+    expectSuccess({removeEmptyFolder("$T/empty")});
     for (const char* name : {"full", "file", "none", "link-to-full", "link-to-nothing"}) {
-        expectFailure(std::string("rmdir \"$T/") + name + "\"");
+        expectFailure(removeEmptyFolder(std::string("$T/") + name));
     }
 }
 
 TEST_F(PlannedFileSystemTest, AFolderIsEmptyWhenAllInItHasBeenRemoved) {
-    expectSuccess({"rm -f \"$T/full/inside\"", "rm -rf \"$T/full/deep\"", "rmdir \"$T/full\""});
+    expectSuccess({removeFile("$T/full/inside"), removeFolder("$T/full/deep"), removeEmptyFolder("$T/full")});
 }
 
 TEST_F(PlannedFileSystemTest, AFolderIsNotEmptyWhenSomethingWasMadeInIt) {
-    EXPECT_EQ(expectSame({"mkdir -p \"$T/empty/new\"", "rmdir \"$T/empty\""}),
+    EXPECT_EQ(expectSame({makeFolder("$T/empty/new"), removeEmptyFolder("$T/empty")}),
               (std::vector<bool>{true, false}));
 }
 
 // mkdir -p
 
 TEST_F(PlannedFileSystemTest, MakesAFolderAndThoseAboveIt) {
-    expectSuccess({"mkdir -p \"$T/a/b/c\"", "mkdir -p \"$T/a/b/c\"", "mkdir -p \"$T/full/x/\"",
-                   "mkdir -p \"$T/link-to-full/y\"", "mkdir -p \"$T/d/../e\""});
+    expectSuccess({makeFolder("$T/a/b/c"), makeFolder("$T/a/b/c"), makeFolder("$T/full/x/"),
+                   makeFolder("$T/link-to-full/y"), makeFolder("$T/d/../e")});
 }
 
 TEST_F(PlannedFileSystemTest, TellsWhichFoldersItMakes) {
     PlannedFileSystem planned;
-    planned.runCommand(text(filledIn("mkdir -p \"$T/full/a/b/\"")));
+    planned.run(filledIn(makeFolder("$T/full/a/b/")));
     EXPECT_EQ(planned.steps().back().made,
               (std::vector<std::string>{filledIn("$T/full/a"), filledIn("$T/full/a/b")}));
 }
 
 TEST_F(PlannedFileSystemTest, MakesNoFolderWhereSomethingElseIs) {
     for (const char* name : {"file", "file/below", "link-to-nothing", "link-to-file", "loop/below"}) {
-        expectFailure(std::string("mkdir -p \"$T/") + name + "\"");
+        expectFailure(makeFolder(std::string("$T/") + name));
     }
-    expectFailure("mkdir -p \"\"");
+    expectFailure(makeFolder(""));
 }
 
 TEST_F(PlannedFileSystemTest, MakesNoFolderWithANameThatIsTooLong) {
-    expectFailure("mkdir -p \"$T/" + std::string(256, 'x') + "\"");
-    expectFailure("mkdir -p \"$T/" + std::string(256, 'x') + "/below\"");
-    expectSuccess({"mkdir -p \"$T/" + std::string(255, 'x') + "\""});
+    expectFailure(makeFolder("$T/" + std::string(256, 'x')));
+    expectFailure(makeFolder("$T/" + std::string(256, 'x') + "/below"));
+    expectSuccess({makeFolder("$T/" + std::string(255, 'x'))});
 }
 
 // cp -f
 
 TEST_F(PlannedFileSystemTest, CopiesAFile) {
-    expectSuccess({"cp -f \"$T/file\" \"$T/new\"", "cp -f \"$T/file\" \"$T/other\"",
-                   "cp -f \"$T/link-to-file\" \"$T/full/inside\""});
+    expectSuccess({copyFile("$T/file", "$T/new"), copyFile("$T/file", "$T/other"),
+                   copyFile("$T/link-to-file", "$T/full/inside")});
 }
 
 TEST_F(PlannedFileSystemTest, CopiesAFileIntoAFolder) {
-    expectSuccess({"cp -f \"$T/file\" \"$T/empty\"", "cp -f \"$T/file\" \"$T/link-to-full\"",
-                   "cp -f \"$T/other\" \"$T/full/\""});
+    expectSuccess({copyFile("$T/file", "$T/empty"), copyFile("$T/file", "$T/link-to-full"),
+                   copyFile("$T/other", "$T/full/")});
 }
 
 TEST_F(PlannedFileSystemTest, CopiesAFileThroughALink) {
-    expectSuccess({"cp -f \"$T/other\" \"$T/link-to-file\""});
+    expectSuccess({copyFile("$T/other", "$T/link-to-file")});
 }
 
 TEST_F(PlannedFileSystemTest, CopiesNoFileWhereItCannot) {
     for (const char* name : {"none/new", "file/new", "link-to-nothing", "new/"}) {
-        expectFailure(std::string("cp -f \"$T/file\" \"$T/") + name + "\"");
+        expectFailure(copyFile("$T/file", std::string("$T/") + name));
     }
-    expectFailure("cp -f \"$T/file\" \"$T/file\"");
-    expectFailure("cp -f \"$T/none\" \"$T/new\"");
+    expectFailure(copyFile("$T/file", "$T/file"));
+    expectFailure(copyFile("$T/none", "$T/new"));
     FileTree::write(folder.path() / "deep", "a file with the name of a folder");
-    expectFailure("cp -f \"$T/deep\" \"$T/full\"");
+    expectFailure(copyFile("$T/deep", "$T/full"));
 }
 
 TEST_F(PlannedFileSystemTest, ACopyIsThereForTheNextStep) {
-    expectSuccess({"cp -f \"$T/file\" \"$T/one\"", "rm -f \"$T/file\"", "cp -f \"$T/one\" \"$T/two\"",
-                   "rm -f \"$T/one\""});
+    expectSuccess({copyFile("$T/file", "$T/one"), removeFile("$T/file"), copyFile("$T/one", "$T/two"),
+                   removeFile("$T/one")});
 }
 
 // The copy of a folder
@@ -274,52 +309,52 @@ TEST_F(PlannedFileSystemTest, CopiesAFolderWithTheLinksInIt) {
 }
 
 TEST_F(PlannedFileSystemTest, CopiesWhatEarlierStepsHaveLeftInAFolder) {
-    expectSuccess({"rm -f \"$T/full/inside\"", "cp -f \"$T/file\" \"$T/full/new\"", copyFull,
-                   "rm -f \"$T/full/new\"", "rm -f \"$T/to/deep/deeper\""});
+    expectSuccess({removeFile("$T/full/inside"), copyFile("$T/file", "$T/full/new"), copyFull,
+                   removeFile("$T/full/new"), removeFile("$T/to/deep/deeper")});
 }
 
 TEST_F(PlannedFileSystemTest, DittoIsTheSameCopy) {
     PlannedFileSystem planned;
-    EXPECT_TRUE(planned.runCommand(text(filledIn("ditto \"$T/full\" \"$T/to\""))));
+    EXPECT_TRUE(planned.run(filledIn(ditto("$T/full", "$T/to"))));
     EXPECT_EQ(planned.typeOf(text(filledIn("$T/to/deep/deeper"))), static_cast<mode_t>(S_IFREG));
-    EXPECT_FALSE(planned.runCommand(text(filledIn("ditto \"$T/full\" \"$T/file\""))));
-    EXPECT_FALSE(planned.runCommand(text(filledIn("ditto \"$T/none\" \"$T/more\""))));
+    EXPECT_FALSE(planned.run(filledIn(ditto("$T/full", "$T/file"))));
+    EXPECT_FALSE(planned.run(filledIn(ditto("$T/none", "$T/more"))));
 }
 
 TEST_F(PlannedFileSystemTest, CopiesNoFolderWhereAFileIs) {
-    expectFailure("mkdir -p \"$T/file\" && cp -a --remove-destination \"$T/full/.\" \"$T/file\"");
-    expectFailure("mkdir -p \"$T/to\" && cp -a --remove-destination \"$T/none/.\" \"$T/to\"");
+    expectFailure(copyFolder("$T/full", "$T/file"));
+    expectFailure(copyFolder("$T/none", "$T/to"));
 }
 
 // ln and touch
 
 TEST_F(PlannedFileSystemTest, MakesALinkAndReplacesWhatIsThere) {
-    expectSuccess({"ln -sf \"$T/file\" \"$T/new\"", "ln -sf \"$T/full\" \"$T/other\"",
-                   "ln -sf \"$T/file\" \"$T/link-to-nothing\"", "ln -sf \"$T/full\" \"$T/link-to-file\""});
+    expectSuccess({makeLink("$T/file", "$T/new"), makeLink("$T/full", "$T/other"),
+                   makeLink("$T/file", "$T/link-to-nothing"), makeLink("$T/full", "$T/link-to-file")});
 }
 
 TEST_F(PlannedFileSystemTest, MakesALinkInsideAFolderOfItsName) {
-    expectSuccess({"ln -sf \"$T/file\" \"$T/empty\"", "ln -sf \"$T/file\" \"$T/link-to-full\""});
+    expectSuccess({makeLink("$T/file", "$T/empty"), makeLink("$T/file", "$T/link-to-full")});
 }
 
 TEST_F(PlannedFileSystemTest, MakesNoLinkWhereItCannot) {
-    expectFailure("ln -sf \"$T/file\" \"$T/none/new\"");
-    expectFailure("ln -sf \"$T/file\" \"$T/file\"");
+    expectFailure(makeLink("$T/file", "$T/none/new"));
+    expectFailure(makeLink("$T/file", "$T/file"));
     FileTree::write(folder.path() / "deep", "a file with the name of a folder");
-    expectFailure("ln -sf \"$T/deep\" \"$T/full\"");
+    expectFailure(makeLink("$T/deep", "$T/full"));
 }
 
 TEST_F(PlannedFileSystemTest, TouchesAFolderAndMakesAFile) {
-    expectSuccess({"touch \"$T/full\"", "touch \"$T/new\"", "touch \"$T/link-to-nothing\""});
-    expectFailure("touch \"$T/none/new\"");
+    expectSuccess({touch("$T/full"), touch("$T/new"), touch("$T/link-to-nothing")});
+    expectFailure(touch("$T/none/new"));
 }
 
 // Names
 
 TEST_F(PlannedFileSystemTest, TakesBlanksApostrophesAndTheLikeForPartsOfAName) {
-    expectSuccess({"mkdir -p \"$T/it's a & b; c | d > e (f) * ? #\"",
-                   "cp -f \"$T/file\" \"$T/it's a & b; c | d > e (f) * ? #/100%\"",
-                   "rm -f \"$T/it's a & b; c | d > e (f) * ? #/100%\""});
+    expectSuccess({makeFolder("$T/it's a & b; c | d > e (f) * ? #"),
+                   copyFile("$T/file", "$T/it's a & b; c | d > e (f) * ? #/100%"),
+                   removeFile("$T/it's a & b; c | d > e (f) * ? #/100%")});
 }
 
 TEST_F(PlannedFileSystemTest, RelativePathsAreThoseOfTheWorkingFolder) {
@@ -327,27 +362,25 @@ TEST_F(PlannedFileSystemTest, RelativePathsAreThoseOfTheWorkingFolder) {
     const fs::path before = fs::current_path();
     fs::current_path(folder.path());
     EXPECT_EQ(planned.typeOf("file"), static_cast<mode_t>(S_IFREG));
-    planned.runCommand("rm -f \"file\"");
+    planned.run(removeFile("file"));
     fs::current_path(before);
     EXPECT_EQ(planned.typeOf(text(filledIn("$T/file"))), static_cast<mode_t>(0));
 }
 
 TEST_F(PlannedFileSystemTest, WhatTheShellWouldInterpretIsNotGuessed) {
-    expectUnforeseen("rm -f \"$T/$HOME\"");
-    expectUnforeseen("rm -f \"$T/`id`\"");
-    expectUnforeseen("rm -f \"$T/a\\b\"");
-    expectUnforeseen("rm -f \"$T/a\"b\"");
-    expectUnforeseen("rm -f \"$T/a\" \"b\"");
-    expectUnforeseen("rm -f \"-rf\"");
+    expectUnforeseen(removeFile("$T/$HOME"));
+    expectUnforeseen(removeFile("$T/`id`"));
+    expectUnforeseen(removeFile("$T/a\\b"));
+    expectUnforeseen(removeFile("$T/a\"b"));
+    expectUnforeseen(removeFile("$T/a\" \"b"));
+    expectUnforeseen(copyFile("$T/`id`", "$T/new"));
+    expectUnforeseen(removeFile("-rf"));
 }
 
-TEST_F(PlannedFileSystemTest, UnknownCommandsAreNotGuessed) {
-    for (const char* command :
-         {"mv \"$T/file\" \"$T/new\"", "rm \"$T/file\"", "rm -f $T/file", "",
-          "mkdir -p \"$T/a\" && cp -a --remove-destination \"$T/full/.\" \"$T/b\"",
-          "mkdir -p \"$T/a\" && cp -a --remove-destination \"$T/full\" \"$T/a\"",
-          "mkdir -p \"$T/full/a\" && cp -a --remove-destination \"$T/full/.\" \"$T/full/a\"",
-          "rm -rf \"$T/link-to-full/\"", "rm -rf \"/\""}) {
+TEST_F(PlannedFileSystemTest, WhatNoRunDoesIsNotGuessed) {
+    for (const Command& command :
+         {Command{Command::Verb::MakeFolder, "$T/new", ""}, copyFolder("$T/full", "$T/full/a"),
+          removeFolder("$T/link-to-full/"), removeFolder("/")}) {
         expectUnforeseen(command);
     }
 }
@@ -358,9 +391,9 @@ TEST_F(PlannedFileSystemTest, AsksForTheHomeFolderAndNotesIt) {
     const ScopedEnvironment home("HOME", "/Users/anna");
     PlannedFileSystem planned;
     VLString output;
-    EXPECT_TRUE(planned.captureCommand("eval echo $HOME", output));
+    EXPECT_TRUE(planned.capture("eval echo $HOME", output));
     EXPECT_EQ(output, VLString("/Users/anna\n"));
-    EXPECT_TRUE(planned.captureCommand("eval echo '~root'", output));
+    EXPECT_TRUE(planned.capture("eval echo '~root'", output));
     ASSERT_EQ(planned.steps().size(), 2U);
     EXPECT_EQ(planned.steps()[1].command, "eval echo '~root'");
     EXPECT_EQ(planned.steps()[1].verb, Verb::Ask);
@@ -370,10 +403,10 @@ TEST_F(PlannedFileSystemTest, AsksNothingThatWouldHaveAnEffect) {
     const ScopedEnvironment home("HOME", filledIn("$(touch $T/made)"));
     PlannedFileSystem planned;
     VLString output;
-    EXPECT_THROW(planned.captureCommand("eval echo $HOME", output), CannotForesee);
-    EXPECT_THROW(planned.captureCommand("eval echo '~;touch made'", output), CannotForesee);
-    EXPECT_THROW(planned.captureCommand("eval echo '~a' 'b'", output), CannotForesee);
-    EXPECT_THROW(planned.captureCommand("date", output), CannotForesee);
+    EXPECT_THROW(planned.capture("eval echo $HOME", output), CannotForesee);
+    EXPECT_THROW(planned.capture("eval echo '~;touch made'", output), CannotForesee);
+    EXPECT_THROW(planned.capture("eval echo '~a' 'b'", output), CannotForesee);
+    EXPECT_THROW(planned.capture("date", output), CannotForesee);
     EXPECT_FALSE(fs::exists(folder.path() / "made"));
 }
 
@@ -382,10 +415,10 @@ TEST_F(PlannedFileSystemTest, DoesNotNoteWhatTheRunDoesNotAsk) {
     VLString output;
     {
         const PlannedFileSystem::Unnoted unnoted(planned);
-        planned.captureCommand("eval echo $HOME", output);
+        planned.capture("eval echo $HOME", output);
     }
     EXPECT_TRUE(planned.steps().empty());
-    planned.captureCommand("eval echo $HOME", output);
+    planned.capture("eval echo $HOME", output);
     EXPECT_EQ(planned.steps().size(), 1U);
 }
 
@@ -418,7 +451,7 @@ TEST_F(PlannedFileSystemTest, HoldsASavedFile) {
     EXPECT_EQ(saveAt(planned, path), 0);
     EXPECT_EQ(contentAt(planned, path), "text");
     EXPECT_EQ(planned.readFile(path).state.type, static_cast<mode_t>(S_IFREG));
-    EXPECT_TRUE(planned.runCommand(text(filledIn("rm -f \"$T/full/record\""))));
+    EXPECT_TRUE(planned.run(filledIn(removeFile("$T/full/record"))));
     EXPECT_EQ(contentAt(planned, path), missing);
     EXPECT_FALSE(fs::exists(folder.path() / "full/record"));
 }

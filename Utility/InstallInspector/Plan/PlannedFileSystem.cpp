@@ -103,47 +103,41 @@ std::string printed(const std::function<void(FILE*)>& print) {
 
 // Commands
 
-/// A command in which each text between double quotes is replaced by "*", and these texts.
-struct Shape {
-    std::string words;
-    std::vector<std::string> paths;
-};
-
 [[noreturn]] void cannotForesee(const std::string& command, const std::string& reason) {
     throw CannotForesee(reason + ": " + visible(command));
 }
 
-Shape shapeOf(const std::string& command) {
-    Shape shape;
-    std::size_t begin = 0;
-    for (bool bQuoted = false;; bQuoted = !bQuoted) {
-        const std::size_t end = std::min(command.find('"', begin), command.size());
-        const std::string part = command.substr(begin, end - begin);
-        if (bQuoted) {
-            shape.words += "*";
-            shape.paths.push_back(part);
-        } else {
-            shape.words += part;
-        }
-        if (end == command.size()) {
-            if (bQuoted) {
-                cannotForesee(command, "a double quote is not closed");
-            }
-            return shape;
-        }
-        begin = end + 1;
+void mustBePlain(const std::string& command, const std::string& path) {
+    if (path.find_first_of("\"$`\\") != std::string::npos) {
+        cannotForesee(command, "the shell would interpret a character of the path");
+    }
+    if (!path.empty() && path.front() == '-') {
+        cannotForesee(command, "a path that begins with a hyphen is an option to the tool");
     }
 }
 
-void mustBePlain(const std::string& command, const Shape& shape) {
-    for (const std::string& path : shape.paths) {
-        if (path.find_first_of("$`\\") != std::string::npos) {
-            cannotForesee(command, "the shell would interpret a character of the path");
-        }
-        if (!path.empty() && path.front() == '-') {
-            cannotForesee(command, "a path that begins with a hyphen is an option to the tool");
-        }
+Verb verbOf(Command::Verb verb) {
+    switch (verb) {
+    case Command::Verb::RemoveFile:
+        return Verb::RemoveFile;
+    case Command::Verb::RemoveFolder:
+        return Verb::RemoveFolder;
+    case Command::Verb::RemoveEmptyFolder:
+        return Verb::RemoveEmptyFolder;
+    case Command::Verb::MakeFolder:
+    case Command::Verb::MakeFolderWithParents:
+        return Verb::MakeFolder;
+    case Command::Verb::CopyFile:
+        return Verb::CopyFile;
+    case Command::Verb::CopyFolder:
+    case Command::Verb::CopyFolderWithDitto:
+        return Verb::CopyFolder;
+    case Command::Verb::Link:
+        return Verb::Link;
+    case Command::Verb::Touch:
+        break;
     }
+    return Verb::Touch;
 }
 
 /// Whether the shell, looking at the text twice, finds nothing in it but text.
@@ -352,14 +346,14 @@ bool PlannedFileSystem::createFile(const VLString& path, const char* bytes, std:
 
 // Commands
 
-bool PlannedFileSystem::captureCommand(const VLString& command, VLString& output) {
+bool PlannedFileSystem::capture(const VLString& command, VLString& output) {
     const std::string text = toString(command);
     const auto known = answers.find(text);
     if (known != answers.end()) {
         output = toVLString(known->second);
     } else if (!onlyAsks(text)) {
         cannotForesee(text, "the shell might do more than answer");
-    } else if (!Machine::captureCommand(command, output)) {
+    } else if (!Machine::capture(command, output)) {
         return false;
     }
     answers[text] = toString(output);
@@ -371,40 +365,18 @@ bool PlannedFileSystem::captureCommand(const VLString& command, VLString& output
     return true;
 }
 
-bool PlannedFileSystem::runCommand(const VLString& command) {
-    return note(stepOf(toString(command)));
-}
-
-Step PlannedFileSystem::stepOf(const std::string& command) const {
-    static const std::map<std::string, Verb> verbs = {
-        {"rm -f *", Verb::RemoveFile},
-        {"rm -rf *", Verb::RemoveFolder},
-        {"rmdir *", Verb::RemoveEmptyFolder},
-        {"mkdir -p *", Verb::MakeFolder},
-        {"touch *", Verb::Touch},
-        {"cp -f * *", Verb::CopyFile},
-        {"ln -sf * *", Verb::Link},
-        {"ditto * *", Verb::CopyFolder},
-        {"mkdir -p * && cp -a --remove-destination * *", Verb::CopyFolder},
-    };
-    const Shape shape = shapeOf(command);
-    const auto verb = verbs.find(shape.words);
-    if (verb == verbs.end()) {
-        cannotForesee(command, "the engine is not known to issue this command");
-    }
-    mustBePlain(command, shape);
+bool PlannedFileSystem::run(const Command& command) {
     Step step;
-    step.command = command;
-    step.verb = verb->second;
-    step.path = shape.paths.back();
-    step.source = shape.paths.size() > 1 ? shape.paths[shape.paths.size() - 2] : "";
-    if (shape.paths.size() == 3) {
-        if (shape.paths.front() != step.path || lastName(step.source) != ".") {
-            cannotForesee(command, "the engine is not known to issue this command");
-        }
-        step.source.resize(step.source.size() - 2);
+    step.command = toString(command.text());
+    step.verb = verbOf(command.verb);
+    step.path = toString(command.path);
+    step.source = toString(command.source);
+    mustBePlain(step.command, step.path);
+    mustBePlain(step.command, step.source);
+    if (command.verb == Command::Verb::MakeFolder) {
+        cannotForesee(step.command, "no run is known to make a folder without those above it");
     }
-    return step;
+    return note(std::move(step));
 }
 
 /// Takes the step, and notes it.

@@ -16,9 +16,8 @@ public:
 /// The machine as a run would change it, held in memory. Commands are noted and not run; what they would do
 /// shows in the answers to later questions. The machine itself is only read.
 ///
-/// It knows the commands that the engine issues, in the words in which it issues them. Any other, and one in
-/// which the shell would find something to interpret, throws CannotForesee. Commands succeed and fail as for
-/// the superuser on a disk that has room and tells upper from lower case.
+/// A command in whose paths the shell would find something to interpret throws CannotForesee. Commands
+/// succeed and fail as for the superuser on a disk that has room and tells upper from lower case.
 class PlannedFileSystem : public Machine {
 public:
     enum class Verb {
@@ -73,8 +72,8 @@ public:
     /// How many entries the folder has; 0 when it is none.
     std::size_t countOfEntries(const VLString& folder);
 
-    bool runCommand(const VLString& command) override;
-    bool captureCommand(const VLString& command, VLString& output) override;
+    bool run(const Command& command) override;
+    bool capture(const VLString& command, VLString& output) override;
     mode_t typeOf(const VLString& path) override;
     mode_t linkTypeOf(const VLString& path) override;
     FileContent readFile(const VLString& path) override;
@@ -129,7 +128,6 @@ private:
     bool copyItem(Step& step);
     bool createLink(Step& step);
 
-    Step stepOf(const std::string& command) const;
     bool note(Step step);
 
     Node root;
