@@ -1,5 +1,6 @@
 #include "Foundation/SimpleLog.h"
 #include "Tests/Engine/EngineTest.h"
+#include "Utility/InstallUtility/RunObserver.h"
 
 namespace fs = std::filesystem;
 
@@ -321,15 +322,12 @@ TEST_F(InstallRun, RecordIsSavedWhateverFails) {
 
 namespace {
 
-/// Notes the path of every branch and folder that it copies, and whether this is the last attempt.
-class EngineThatTellsItsAttempts : public InstallUtility {
+/// Notes the path of every branch and folder that is copied, and whether this is the last attempt.
+class AttemptNotes : public RunObserver {
 public:
-    bool copyFilesRecursively(const VLString& targetSubPath, const VLString& sourceFolder,
-                              const FileNode& node, const VLString& relativePath, const InstallItem& item,
-                              bool lastAttempt) override {
-        attempts.push_back(std::string(relativePath.ConstData()) + (lastAttempt ? " last" : ""));
-        return InstallUtility::copyFilesRecursively(targetSubPath, sourceFolder, node, relativePath, item,
-                                                    lastAttempt);
+    void copyBegins(const VLString& treePath, const VLString& /*target*/, const InstallItem& /*item*/,
+                    bool bLast) override {
+        attempts.push_back(std::string(treePath.ConstData()) + (bLast ? " last" : ""));
     }
 
     std::vector<std::string> attempts;
@@ -397,13 +395,15 @@ TEST_F(RetryLoop, CopyAfterCancelIsTheLastAttemptForAllBelowIt) {
         .file("VorlaneFX/Sub/c", "C")
         .target("VorlaneFX/Sub", at("sub"))
         .writeTo(at("product"));
-    EngineThatTellsItsAttempts telling;
+    InstallUtility telling;
+    AttemptNotes notes;
+    telling.observer = &notes;
     logOf([&] {
         ASSERT_TRUE(telling.prepare(at("product/files").c_str(), at("product/sku.xml").c_str(),
                                     at("product/target_path.xml").c_str()));
         EXPECT_TRUE(telling.copyFilesToTargets());
     });
-    EXPECT_EQ(telling.attempts,
+    EXPECT_EQ(notes.attempts,
               (Lines{"VorlaneFX", "VorlaneFX/Sub", "VorlaneFX/d", "VorlaneFX", "VorlaneFX/Sub", "VorlaneFX/d",
                      "VorlaneFX last", "VorlaneFX/Sub last", "VorlaneFX/d last", "Content"}));
 }

@@ -335,25 +335,6 @@ TEST_F(Uninstall, SubItemNamedLikeAFileRemovesNothing) {
     expectTree({"target/stranger: stays", "status/"});
 }
 
-TEST_F(Uninstall, WalkOfASubItemThatFailsIsAWarning) {
-    class FailingEngine : public InstallUtility {
-        bool removeFilesRecursively(const VLString& folder, const FileNode& node, const VLString& statusName,
-                                    const InstallItem& item) override {
-            return InstallUtility::removeFilesRecursively(folder, node, statusName, item) &&
-                   !(statusName == "VorlaneFX/Sub");
-        }
-    };
-    prepare(product().file("VorlaneFX/Sub/a", "A"));
-    FailingEngine failing;
-    EXPECT_EQ(logOf([&] {
-                  failing.prepare(at("product/files").c_str(), at("product/sku.xml").c_str(),
-                                  at("product/target_path.xml").c_str());
-                  EXPECT_TRUE(failing.removeProduct());
-              }),
-              (Lines{"Warning: The record does not list the product 'ALPHA'. No count is lowered.",
-                     "Warning: Something goes wrong when deleting 'Sub' at 'VorlaneFX/Sub'"}));
-}
-
 // The record
 
 TEST_F(Uninstall, WithoutStatusFolderTheTreeIsWalkedButNothingGoes) {

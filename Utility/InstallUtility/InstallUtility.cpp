@@ -8,6 +8,7 @@
 #include "Utility/InstallUtility/MapLookup.h"
 #include "Utility/InstallUtility/OncePerRun.h"
 #include "Utility/InstallUtility/RunLock.h"
+#include "Utility/InstallUtility/RunObserver.h"
 
 #include <algorithm>
 #include <utility>
@@ -29,9 +30,13 @@ void logMissingSource(const char* function, long line, const VLString& path) {
 void copyWithRetry(InstallUtility& engine, const VLString& sourceFolder, const FileNode& node,
                    const VLString& relativePath, const InstallUtility::InstallItem& item,
                    const VLString& subject) {
-    while (!engine.copyFilesRecursively(VLString(), sourceFolder, node, relativePath, item, false)) {
+    const auto attempt = [&](bool bLast) {
+        engine.observer->attemptBegins(bLast);
+        return engine.copyFilesRecursively(VLString(), sourceFolder, node, relativePath, item, bLast);
+    };
+    while (!attempt(false)) {
         if (!engine.filesLockedWarningTryAgain(subject)) {
-            engine.copyFilesRecursively(VLString(), sourceFolder, node, relativePath, item, true);
+            attempt(true);
             return;
         }
     }
@@ -39,8 +44,21 @@ void copyWithRetry(InstallUtility& engine, const VLString& sourceFolder, const F
 
 } // namespace
 
+RunObserver& InstallUtility::nobody() {
+    static RunObserver observer;
+    return observer;
+}
+
 bool InstallUtility::run(const VLString& sourcePath, const VLString& definitionPath,
                          const VLString& targetsPath) {
+    observer->runBegins(false);
+    const bool bResult = install(sourcePath, definitionPath, targetsPath);
+    observer->runEnds();
+    return bResult;
+}
+
+bool InstallUtility::install(const VLString& sourcePath, const VLString& definitionPath,
+                             const VLString& targetsPath) {
     const OncePerRun scope;
     SKUDefinition definition;
     definition.fromFile(definitionPath);
@@ -176,6 +194,7 @@ void InstallUtility::forEachHostFamily(const HostFamilyHandler& handle) {
 void InstallUtility::loadStatusFile(const VLString& directory, bool remove) {
     recordFile = RecordFile(statusFilePath(directory));
     recordFile.load(statusFile);
+    observer->recordLoaded(statusFilePath(directory), statusFile);
     if (remove && recordFile.isOurs() && !statusFile.hasProduct(skuDefinition.skuInfo)) {
         SimpleLog::printLog(SimpleLog::Warning, __FILE__, __FUNCTION__, __LINE__,
                             "The record does not list the product '%s'. No count is lowered.",
@@ -214,6 +233,7 @@ void InstallUtility::saveStatusFile(const VLString& directory) {
         recordFile = RecordFile(statusFilePath(directory));
     }
     recordFile.save(statusFile, [this] { enterProduct(bRemoves); });
+    observer->recordSaved(statusFile, recordFile.isSaved());
 }
 
 VLString InstallUtility::statusFilePath(const VLString& directory) {

@@ -11,20 +11,13 @@
 #include <map>
 #include <vector>
 
+class RunObserver;
 class TiXmlNode;
 
 /// The install engine: everything that one run needs, and the operations that drive it. One object serves
 /// one run. Each group of operations below has a source file of its own.
-///
-/// A program that wants to watch a run derives from it and overrides the steps that it wants to know of; each
-/// must do what it does here, and leave out nothing but the saving of the record.
 class InstallUtility {
 public:
-    InstallUtility() = default;
-    InstallUtility(const InstallUtility&) = default;
-    InstallUtility& operator=(const InstallUtility&) = default;
-    virtual ~InstallUtility() = default;
-
     /// Where one kind of installed item may go on this machine: candidate folders, and items inside it.
     struct InstallItem {
         /// One candidate folder, which applies when its condition holds.
@@ -66,11 +59,12 @@ public:
     SKUDefinition skuDefinition;
     std::map<VLString, InstallItem> installItems; ///< top level of the target-paths file
     StatusFile statusFile;
-    VLString skuXmlPath;         ///< set by an uninstall only
-    VLString targetPathsXmlPath; ///< set by an uninstall only
-    VLString currentFamily;      ///< what %FAMILY% in a target path stands for
-    RecordFile recordFile;       ///< where `statusFile` comes from
-    bool bRemoves = false;       ///< the product was taken off the record, not entered
+    VLString skuXmlPath;               ///< set by an uninstall only
+    VLString targetPathsXmlPath;       ///< set by an uninstall only
+    VLString currentFamily;            ///< what %FAMILY% in a target path stands for
+    RecordFile recordFile;             ///< where `statusFile` comes from
+    bool bRemoves = false;             ///< the product was taken off the record, not entered
+    RunObserver* observer = &nobody(); ///< told of what is decided; not owned, never null
 
     // The install run (InstallUtility.cpp)
 
@@ -105,12 +99,12 @@ public:
     /// Reads the record in the folder `directory` and enters the product's tree, or takes it off with
     /// `remove`. A product that the record does not list is not taken off, since what the record counts is
     /// then used by others; one warning line says so.
-    virtual void loadStatusFile(const VLString& directory, bool remove);
+    void loadStatusFile(const VLString& directory, bool remove);
     /// Enters the product's tree into the record in memory, or takes it off if the record lists the product.
     void enterProduct(bool remove);
     void updateStatusFile(const VLString& directory, const FileNode& node, bool remove);
     /// Saves the record in the folder `directory`, see RecordFile::save.
-    virtual void saveStatusFile(const VLString& directory);
+    void saveStatusFile(const VLString& directory);
     static VLString statusFilePath(const VLString& directory);
 
     // Target paths, conditions and patterns (TargetPaths.cpp)
@@ -144,14 +138,16 @@ public:
     /// Copies what `node` lists from `sourceFolder` to the target folders of `item` and to `targetSubPath`,
     /// unless that is empty. `relativePath` is the node's path in the tree, `lastAttempt` goes to
     /// FileLibrary::CopyFolder. True when everything that counts was copied.
-    virtual bool copyFilesRecursively(const VLString& targetSubPath, const VLString& sourceFolder,
-                                      const FileNode& node, const VLString& relativePath,
-                                      const InstallItem& item, bool lastAttempt);
+    bool copyFilesRecursively(const VLString& targetSubPath, const VLString& sourceFolder,
+                              const FileNode& node, const VLString& relativePath, const InstallItem& item,
+                              bool lastAttempt);
+    bool copyNode(const VLString& targetSubPath, const VLString& sourceFolder, const FileNode& node,
+                  const VLString& relativePath, const InstallItem& item, bool lastAttempt);
     /// Copies the file `node`, or the folder that it is on disk, from `source` to `destination` inside the
     /// folder `target`, which is made when it is missing, and makes its shortcut. A file that is there and
     /// that the record does not ask to replace is passed over. False when the copy fails.
-    virtual bool copyFile(const FileNode& node, const VLString& source, const VLString& relativePath,
-                          const VLString& target, const VLString& destination, bool lastAttempt);
+    bool copyFile(const FileNode& node, const VLString& source, const VLString& relativePath,
+                  const VLString& target, const VLString& destination, bool lastAttempt);
     /// What the user is told when the branch `name` cannot be copied, on one line.
     VLString getFileLockedWarningText(const VLString& name);
     /// Tells the user; true to try again.
@@ -186,14 +182,22 @@ public:
 
     /// Takes the product that `skuXmlPath` defines away, and the shared package with the last product that
     /// uses it. False when one of the two files cannot be read.
-    virtual bool runUninstall(VLString skuXmlPath, VLString targetPathsXmlPath);
+    bool runUninstall(VLString skuXmlPath, VLString targetPathsXmlPath);
     bool removeProduct();
     /// Removes what no product uses any more of the tree below `node`, whose path in the tree is
     /// `statusName`, from the target folders of `item` and from `folder`, unless that is empty. Always true.
-    virtual bool removeFilesRecursively(const VLString& folder, const FileNode& node,
-                                        const VLString& statusName, const InstallItem& item);
+    bool removeFilesRecursively(const VLString& folder, const FileNode& node, const VLString& statusName,
+                                const InstallItem& item);
+    /// The same for a node that may be deleted.
+    void removeNode(const VLString& folder, const FileNode& node, const VLString& statusName,
+                    const InstallItem& item);
     /// Removes the file or folder `node`, which lies at `path`, if no product uses it any more.
-    virtual void removeChild(const FileNode& node, const VLString& path, const VLString& statusName);
+    void removeChild(const FileNode& node, const VLString& path, const VLString& statusName);
     /// Uninstalls the shared package when it is the only product left in the record. False when that fails.
     bool removeSharedPackageIfLast(const VLString& statusFolder);
+
+private:
+    static RunObserver& nobody();
+    bool install(const VLString& sourcePath, const VLString& definitionPath, const VLString& targetsPath);
+    bool uninstall();
 };

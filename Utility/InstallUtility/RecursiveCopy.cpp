@@ -4,8 +4,11 @@
 #include "Foundation/SimpleLog.h"
 #include "Utility/InstallUtility/InstallUtility.h"
 #include "Utility/InstallUtility/Mac/Postflight.h"
+#include "Utility/InstallUtility/RunObserver.h"
 
 namespace {
+
+using FileCopy = RunObserver::FileCopy;
 
 /// Debug lines name the walk, whichever step of it prints them.
 const char* const walk = "copyFilesRecursively";
@@ -56,6 +59,15 @@ void appendFilesBelow(const VLString& source, const VLString& destination, std::
 bool InstallUtility::copyFilesRecursively(const VLString& targetSubPath, const VLString& sourceFolder,
                                           const FileNode& node, const VLString& relativePath,
                                           const InstallItem& item, bool lastAttempt) {
+    observer->copyBegins(relativePath, targetSubPath, item, lastAttempt);
+    const bool bResult = copyNode(targetSubPath, sourceFolder, node, relativePath, item, lastAttempt);
+    observer->copyEnds();
+    return bResult;
+}
+
+bool InstallUtility::copyNode(const VLString& targetSubPath, const VLString& sourceFolder,
+                              const FileNode& node, const VLString& relativePath, const InstallItem& item,
+                              bool lastAttempt) {
     const std::vector<VLString> targets = targetsOf(item, currentFamily, targetSubPath);
     if (!FileLibrary::IsDirectoryExists(sourceFolder)) {
         SimpleLog::printText("Error! Src path '%s' not found\n", sourceFolder.ToUTF8().ConstData());
@@ -85,10 +97,12 @@ bool InstallUtility::copyFilesRecursively(const VLString& targetSubPath, const V
     if (node.children.empty() && node.isDirectory) {
         for (const VLString& target : targets) {
             logCopy(sourceFolder, target);
-            if (!FileLibrary::CopyFolder(sourceFolder, target, lastAttempt)) {
+            const bool bCopied = FileLibrary::CopyFolder(sourceFolder, target, lastAttempt);
+            if (!bCopied) {
                 bResult = node.ignoreInstallErrors;
                 logFailedCopy(sourceFolder, target, node);
             }
+            observer->wholeFolderCopied(relativePath, target, bCopied);
         }
     }
     return bResult;
@@ -96,23 +110,29 @@ bool InstallUtility::copyFilesRecursively(const VLString& targetSubPath, const V
 
 bool InstallUtility::copyFile(const FileNode& node, const VLString& source, const VLString& relativePath,
                               const VLString& target, const VLString& destination, bool lastAttempt) {
+    observer->fileCopyBegins(destination);
     if (target.IsSet() && !FileLibrary::IsDirectoryExists(target)) {
         FileLibrary::CreateDirectory(target, true);
     }
+    const auto tell = [&](FileCopy result, const VLString& shortCut = VLString()) {
+        observer->fileCopyEnds(relativePath, source, destination, result, shortCut);
+        return result != FileCopy::Failed;
+    };
     if (!statusFile.needReplaceFile(relativePath) && exists(destination)) {
         SimpleLog::printLog(SimpleLog::Debug, __FILE__, walk, __LINE__, "Skipped file: %s",
                             destination.ConstData());
-        return true;
+        return tell(FileCopy::Kept);
     }
     logCopy(source, destination);
     if (!copyPath(source, destination, lastAttempt)) {
         logFailedCopy(source, destination, node);
-        return false;
+        return tell(FileCopy::Failed);
     }
-    if (node.IsShortCutInfoValid()) {
-        createShortCut(destination, node);
+    VLString shortCut;
+    if (node.IsShortCutInfoValid() && createShortCut(destination, node)) {
+        createFullShortCutName(node, shortCut);
     }
-    return true;
+    return tell(FileCopy::Written, shortCut);
 }
 
 VLString InstallUtility::getFileLockedWarningText(const VLString& name) {

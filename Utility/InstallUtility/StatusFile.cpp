@@ -193,7 +193,8 @@ unsigned long countComponents(const VLString& path) {
 }
 
 /// The node that `path` leads to from `node`; null when there is none, or no `node`.
-FileNodeRef* find(FileNodeRef* node, const VLString& path) {
+template <class Node>
+Node* find(Node* node, const VLString& path) {
     Components components(path);
     VLString component;
     while (node != nullptr && components.next(component)) {
@@ -425,12 +426,17 @@ StatusFile::FileNodeRef* StatusFile::getFileInfo(const VLString& path) {
     return recorded == &root ? nullptr : recorded;
 }
 
-bool StatusFile::needRemove(const VLString& path) {
+const StatusFile::FileNodeRef* StatusFile::getFileInfo(const VLString& path) const {
+    const FileNodeRef* recorded = find(&root, path);
+    return recorded == &root ? nullptr : recorded;
+}
+
+bool StatusFile::needRemove(const VLString& path) const {
     const FileNodeRef* recorded = getFileInfo(path);
     return recorded != nullptr && recorded->ref < 1;
 }
 
-bool StatusFile::needReplaceFile(const VLString& path) {
+bool StatusFile::needReplaceFile(const VLString& path) const {
     const FileNodeRef* recorded = getFileInfo(path);
     return recorded != nullptr && recorded->needReplace;
 }

@@ -67,10 +67,11 @@ public:
 
     /// The recorded path, owned by the record, or null. The root is not a path.
     FileNodeRef* getFileInfo(const VLString& path);
+    const FileNodeRef* getFileInfo(const VLString& path) const;
     /// Recorded, and no product uses it any more.
-    bool needRemove(const VLString& path);
+    bool needRemove(const VLString& path) const;
     /// Recorded, and the product being installed must write it.
-    bool needReplaceFile(const VLString& path);
+    bool needReplaceFile(const VLString& path) const;
     /// Always null; use getFileInfo.
     FileNodeRef* getFileRef(const VLString& path);
 

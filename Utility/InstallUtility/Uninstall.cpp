@@ -6,6 +6,7 @@
 #include "Utility/InstallUtility/MapLookup.h"
 #include "Utility/InstallUtility/OncePerRun.h"
 #include "Utility/InstallUtility/RunLock.h"
+#include "Utility/InstallUtility/RunObserver.h"
 
 #include <algorithm>
 #include <utility>
@@ -64,9 +65,16 @@ void removeEmptyFamilyFolders(VLString folder) {
 } // namespace
 
 bool InstallUtility::runUninstall(VLString definitionPath, VLString targetsPath) {
-    const OncePerRun scope;
     skuXmlPath = std::move(definitionPath);
     targetPathsXmlPath = std::move(targetsPath);
+    observer->runBegins(true);
+    const bool bResult = uninstall();
+    observer->runEnds();
+    return bResult;
+}
+
+bool InstallUtility::uninstall() {
+    const OncePerRun scope;
     const RunLock lock;
     postflight(skuXmlPath, targetPathsXmlPath, false);
     if (!parseXMLDefinitionFile(skuXmlPath) || !parseTargetsPathXMLFile(targetPathsXmlPath)) {
@@ -132,13 +140,20 @@ bool InstallUtility::removeSharedPackageIfLast(const VLString& statusFolder) {
 
 bool InstallUtility::removeFilesRecursively(const VLString& folder, const FileNode& node,
                                             const VLString& statusName, const InstallItem& item) {
-    if (node.dontDelete) {
-        return true;
+    observer->removalBegins(statusName, node, folder, item);
+    if (!node.dontDelete) {
+        removeNode(folder, node, statusName, item);
     }
+    observer->removalEnds(statusName, node);
+    return true;
+}
+
+void InstallUtility::removeNode(const VLString& folder, const FileNode& node, const VLString& statusName,
+                                const InstallItem& item) {
     if (folder.IsSet() && !FileLibrary::IsDirectoryExists(folder)) {
         SimpleLog::printLog(SimpleLog::Warning, __FILE__, walk, __LINE__, "Src path '%s' not found",
                             folder.ConstData());
-        return true;
+        return;
     }
     const std::vector<VLString> targets = existingTargets(item, currentFamily, folder);
 
@@ -174,7 +189,6 @@ bool InstallUtility::removeFilesRecursively(const VLString& folder, const FileNo
     for (const VLString& target : targets) {
         removeEmptyFamilyFolders(target);
     }
-    return true;
 }
 
 void InstallUtility::removeChild(const FileNode& node, const VLString& path, const VLString& statusName) {
@@ -187,12 +201,15 @@ void InstallUtility::removeChild(const FileNode& node, const VLString& path, con
         }
         return;
     }
-    if (!statusFile.needRemove(statusName)) {
-        return;
+    observer->fileRemovalBegins(path);
+    const bool bInUse = !statusFile.needRemove(statusName);
+    VLString shortCut;
+    if (!bInUse) {
+        SimpleLog::printLog(SimpleLog::Debug, __FILE__, walk, __LINE__, "Delete '%s'", path.ConstData());
+        removeFileOrFolder(path);
+        if (node.IsShortCutInfoValid() && removeShortCut(path, node)) {
+            createFullShortCutName(node, shortCut);
+        }
     }
-    SimpleLog::printLog(SimpleLog::Debug, __FILE__, walk, __LINE__, "Delete '%s'", path.ConstData());
-    removeFileOrFolder(path);
-    if (node.IsShortCutInfoValid()) {
-        removeShortCut(path, node);
-    }
+    observer->fileRemovalEnds(statusName, path, bInUse, shortCut);
 }

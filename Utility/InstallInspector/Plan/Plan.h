@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Utility/InstallInspector/Plan/PlannedFileSystem.h"
+#include "Utility/InstallInspector/Plan/PlannedMachine.h"
 #include "Utility/InstallInspector/Report/Output.h"
 #include "Utility/InstallUtility/SKUDefinition.h"
 
@@ -12,7 +12,7 @@
 
 /// What a run would do on this machine. Texts are the engine's own bytes; whoever shows them makes them fit.
 struct Plan {
-    using Step = PlannedFileSystem::Step;
+    using Step = PlannedMachine::Step;
 
     /// A condition of a target path, with what it found.
     struct Condition {

@@ -21,7 +21,7 @@ constexpr const char* shortcutRule = "shortcut";
 constexpr const char* uninstallerRule = "uninstaller";
 
 using Action = Plan::Action;
-using Verb = PlannedFileSystem::Verb;
+using Verb = PlannedMachine::Verb;
 
 /// The first few, and how many there are besides.
 std::string listed(const std::vector<std::string>& names) {

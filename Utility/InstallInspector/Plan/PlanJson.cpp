@@ -5,7 +5,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 using Action = Plan::Action;
-using Verb = PlannedFileSystem::Verb;
+using Verb = PlannedMachine::Verb;
 
 const char* nameOf(Action action) {
     switch (action) {

@@ -9,7 +9,7 @@
 namespace {
 
 using Action = Plan::Action;
-using Verb = PlannedFileSystem::Verb;
+using Verb = PlannedMachine::Verb;
 
 /// A verb of two lines that differ, and its colour.
 struct Word {
@@ -274,7 +274,7 @@ private:
             return painter.paint(Colour::Green, "link   ") + "  " + path + " to " + visible(step.source);
         }
         return painter.paint(Colour::Green, "copy   ") + "  " + path + "  " +
-               painter.paint(Colour::Dim, step.source == PlannedFileSystem::bundle
+               painter.paint(Colour::Dim, step.source == PlannedMachine::bundle
                                               ? "the bundle of InstallUtility"
                                               : visible("from " + step.source));
     }

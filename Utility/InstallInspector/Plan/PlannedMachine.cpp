@@ -1,4 +1,4 @@
-#include "Utility/InstallInspector/Plan/PlannedFileSystem.h"
+#include "Utility/InstallInspector/Plan/PlannedMachine.h"
 
 #include "Utility/InstallInspector/Report/Finding.h"
 
@@ -16,8 +16,8 @@
 
 namespace {
 
-using Step = PlannedFileSystem::Step;
-using Verb = PlannedFileSystem::Verb;
+using Step = PlannedMachine::Step;
+using Verb = PlannedMachine::Verb;
 
 constexpr int mostLinks = 40;
 constexpr std::size_t longestName = 255;
@@ -162,11 +162,11 @@ bool onlyAsks(const std::string& command) {
 
 } // namespace
 
-PlannedFileSystem::PlannedFileSystem() : root(nodeAt("/")) {}
+PlannedMachine::PlannedMachine() : root(nodeAt("/")) {}
 
 // The machine in memory
 
-PlannedFileSystem::Node PlannedFileSystem::nodeAt(const std::string& path) {
+PlannedMachine::Node PlannedMachine::nodeAt(const std::string& path) {
     Node node;
     struct stat status {};
     if (lstat(path.c_str(), &status) == 0) {
@@ -177,7 +177,7 @@ PlannedFileSystem::Node PlannedFileSystem::nodeAt(const std::string& path) {
     return node;
 }
 
-PlannedFileSystem::Node& PlannedFileSystem::childOf(Node& folder, const std::string& name) {
+PlannedMachine::Node& PlannedMachine::childOf(Node& folder, const std::string& name) {
     const auto [child, bNew] = folder.children.try_emplace(name);
     if (bNew && !folder.origin.empty()) {
         child->second = nodeAt(inside(folder.origin, name));
@@ -185,7 +185,7 @@ PlannedFileSystem::Node& PlannedFileSystem::childOf(Node& folder, const std::str
     return child->second;
 }
 
-std::vector<std::string> PlannedFileSystem::namesIn(Node& folder) {
+std::vector<std::string> PlannedMachine::namesIn(Node& folder) {
     if (!folder.origin.empty()) {
         std::error_code error;
         for (std::filesystem::directory_iterator entry(folder.origin, error), end; !error && entry != end;
@@ -202,7 +202,7 @@ std::vector<std::string> PlannedFileSystem::namesIn(Node& folder) {
     return names;
 }
 
-std::size_t PlannedFileSystem::countBelow(Node& folder) {
+std::size_t PlannedMachine::countBelow(Node& folder) {
     std::size_t count = 0;
     for (const std::string& name : namesIn(folder)) {
         Node& child = childOf(folder, name);
@@ -211,7 +211,7 @@ std::size_t PlannedFileSystem::countBelow(Node& folder) {
     return count;
 }
 
-PlannedFileSystem::Place PlannedFileSystem::find(const std::string& path, bool bFollow) {
+PlannedMachine::Place PlannedMachine::find(const std::string& path, bool bFollow) {
     if (path.empty() || path.size() > longestPath) {
         return {};
     }
@@ -254,12 +254,12 @@ PlannedFileSystem::Place PlannedFileSystem::find(const std::string& path, bool b
     return place;
 }
 
-bool PlannedFileSystem::isFolder(const std::string& path) {
+bool PlannedMachine::isFolder(const std::string& path) {
     return typeOf(toVLString(path)) == S_IFDIR;
 }
 
 /// Copies what is in one folder into another; goes on where it cannot.
-bool PlannedFileSystem::merge(Node& source, Node& destination, std::string& why) {
+bool PlannedMachine::merge(Node& source, Node& destination, std::string& why) {
     bool bResult = true;
     for (const std::string& name : namesIn(source)) {
         Node& from = childOf(source, name);
@@ -278,17 +278,17 @@ bool PlannedFileSystem::merge(Node& source, Node& destination, std::string& why)
 
 // Questions
 
-mode_t PlannedFileSystem::typeOf(const VLString& path) {
+mode_t PlannedMachine::typeOf(const VLString& path) {
     const Place place = find(toString(path), true);
     return place.node == nullptr ? 0 : place.node->type;
 }
 
-mode_t PlannedFileSystem::linkTypeOf(const VLString& path) {
+mode_t PlannedMachine::linkTypeOf(const VLString& path) {
     const Place place = find(toString(path), false);
     return place.node == nullptr ? 0 : place.node->type;
 }
 
-FileContent PlannedFileSystem::readFile(const VLString& path) {
+FileContent PlannedMachine::readFile(const VLString& path) {
     const Place place = find(toString(path), true);
     FileContent content;
     if (place.node == nullptr || place.node->type == 0) {
@@ -308,21 +308,21 @@ FileContent PlannedFileSystem::readFile(const VLString& path) {
     return content;
 }
 
-VLString PlannedFileSystem::mainBundlePath() {
+VLString PlannedMachine::mainBundlePath() {
     return bundle;
 }
 
-bool PlannedFileSystem::showRetryCancelAlert(const VLString& /*title*/, const VLString& /*text*/) {
+bool PlannedMachine::showRetryCancelAlert(const VLString& /*title*/, const VLString& /*text*/) {
     return false;
 }
 
-std::size_t PlannedFileSystem::countOfEntries(const VLString& folder) {
+std::size_t PlannedMachine::countOfEntries(const VLString& folder) {
     const Place place = find(toString(folder), true);
     return place.node == nullptr || place.node->type != S_IFDIR ? 0 : namesIn(*place.node).size();
 }
 
-Machine::Saved PlannedFileSystem::saveFile(const VLString& path, const std::function<void(FILE*)>& print,
-                                           const FileState* /*expected*/, int& error) {
+Machine::Saved PlannedMachine::saveFile(const VLString& path, const std::function<void(FILE*)>& print,
+                                        const FileState* /*expected*/, int& error) {
     const Place place = find(toString(path), true);
     if (place.node == nullptr || place.node->type == S_IFDIR) {
         error = place.node == nullptr ? ENOENT : EISDIR;
@@ -334,7 +334,7 @@ Machine::Saved PlannedFileSystem::saveFile(const VLString& path, const std::func
     return Saved::Yes;
 }
 
-bool PlannedFileSystem::createFile(const VLString& path, const char* bytes, std::size_t size, int& error) {
+bool PlannedMachine::createFile(const VLString& path, const char* bytes, std::size_t size, int& error) {
     const Place place = find(toString(path), false);
     if (place.node == nullptr || place.node->type != 0) {
         error = place.node == nullptr ? ENOENT : EEXIST;
@@ -346,7 +346,7 @@ bool PlannedFileSystem::createFile(const VLString& path, const char* bytes, std:
 
 // Commands
 
-bool PlannedFileSystem::capture(const VLString& command, VLString& output) {
+bool PlannedMachine::capture(const VLString& command, VLString& output) {
     const std::string text = toString(command);
     const auto known = answers.find(text);
     if (known != answers.end()) {
@@ -365,7 +365,7 @@ bool PlannedFileSystem::capture(const VLString& command, VLString& output) {
     return true;
 }
 
-bool PlannedFileSystem::run(const Command& command) {
+bool PlannedMachine::run(const Command& command) {
     Step step;
     step.command = toString(command.text());
     step.verb = verbOf(command.verb);
@@ -380,14 +380,14 @@ bool PlannedFileSystem::run(const Command& command) {
 }
 
 /// Takes the step, and notes it.
-bool PlannedFileSystem::note(Step step) {
+bool PlannedMachine::note(Step step) {
     step.before = linkTypeOf(toVLString(step.path));
     step.bSucceeded = take(step);
     taken.push_back(step);
     return step.bSucceeded;
 }
 
-bool PlannedFileSystem::take(Step& step) {
+bool PlannedMachine::take(Step& step) {
     if (step.command.empty() && !(isUtf8(step.source) && isUtf8(step.path))) {
         return fails(step, "the path is not UTF-8");
     }
@@ -422,7 +422,7 @@ bool PlannedFileSystem::take(Step& step) {
 }
 
 /// With the folders above it.
-bool PlannedFileSystem::makeFolder(Step& step, const std::string& path) {
+bool PlannedMachine::makeFolder(Step& step, const std::string& path) {
     const std::string folder = withoutLastSlashes(path);
     if (folder.empty()) {
         return fails(step, "the path is empty");
@@ -445,7 +445,7 @@ bool PlannedFileSystem::makeFolder(Step& step, const std::string& path) {
     return true;
 }
 
-bool PlannedFileSystem::copyFile(Step& step, const std::string& path) {
+bool PlannedMachine::copyFile(Step& step, const std::string& path) {
     const Place source = find(step.source, true);
     const Place destination = find(path, true);
     if (source.node == nullptr || source.node->type != S_IFREG) {
@@ -471,7 +471,7 @@ bool PlannedFileSystem::copyFile(Step& step, const std::string& path) {
     return true;
 }
 
-bool PlannedFileSystem::copyFolder(Step& step) {
+bool PlannedMachine::copyFolder(Step& step) {
     const Place source = find(step.source, true);
     const bool bSource = source.node != nullptr && source.node->type == S_IFDIR;
     // What stands in for ditto makes the folder first.
@@ -491,7 +491,7 @@ bool PlannedFileSystem::copyFolder(Step& step) {
     return merge(copy, *destination.node, step.why);
 }
 
-bool PlannedFileSystem::link(Step& step) {
+bool PlannedMachine::link(Step& step) {
     const std::string path = isFolder(step.path) ? inside(step.path, lastName(step.source)) : step.path;
     const Place place = find(path, false);
     if (place.node == nullptr) {
@@ -507,7 +507,7 @@ bool PlannedFileSystem::link(Step& step) {
     return true;
 }
 
-bool PlannedFileSystem::touch(Step& step) {
+bool PlannedMachine::touch(Step& step) {
     const Place place = find(step.path, true);
     if (place.node == nullptr) {
         return fails(step, visible(folderOf(step.path)) + " is not there");
@@ -518,7 +518,7 @@ bool PlannedFileSystem::touch(Step& step) {
     return true;
 }
 
-bool PlannedFileSystem::removeFile(Step& step) {
+bool PlannedMachine::removeFile(Step& step) {
     const Place place = find(step.path, false);
     if (place.node == nullptr || place.node->type == 0) {
         return true;
@@ -530,7 +530,7 @@ bool PlannedFileSystem::removeFile(Step& step) {
     return true;
 }
 
-bool PlannedFileSystem::removeFolder(Step& step) {
+bool PlannedMachine::removeFolder(Step& step) {
     const std::string path = withoutLastSlashes(step.path);
     const Place place = find(path, false);
     if (place.node == nullptr || place.node->type == 0) {
@@ -548,7 +548,7 @@ bool PlannedFileSystem::removeFolder(Step& step) {
     return true;
 }
 
-bool PlannedFileSystem::removeEmptyFolder(Step& step) {
+bool PlannedMachine::removeEmptyFolder(Step& step) {
     const std::string path = withoutLastSlashes(step.path);
     const Place place = find(path, false);
     const std::string name = lastName(path);
@@ -564,21 +564,21 @@ bool PlannedFileSystem::removeEmptyFolder(Step& step) {
 
 // What the program does without a shell
 
-bool PlannedFileSystem::removeItem(const VLString& path) {
+bool PlannedMachine::removeItem(const VLString& path) {
     Step step;
     step.verb = Verb::RemoveItem;
     step.path = withoutLastSlashes(toString(path));
     return note(step);
 }
 
-bool PlannedFileSystem::createFolder(const VLString& path) {
+bool PlannedMachine::createFolder(const VLString& path) {
     Step step;
     step.verb = Verb::CreateFolder;
     step.path = withoutLastSlashes(toString(path));
     return note(step);
 }
 
-bool PlannedFileSystem::copyItem(const VLString& source, const VLString& destination) {
+bool PlannedMachine::copyItem(const VLString& source, const VLString& destination) {
     Step step;
     step.verb = Verb::CopyItem;
     step.source = withoutLastSlashes(toString(source));
@@ -586,7 +586,7 @@ bool PlannedFileSystem::copyItem(const VLString& source, const VLString& destina
     return note(step);
 }
 
-bool PlannedFileSystem::createSymbolicLink(const VLString& link, const VLString& target) {
+bool PlannedMachine::createSymbolicLink(const VLString& link, const VLString& target) {
     Step step;
     step.verb = Verb::CreateLink;
     step.source = toString(target);
@@ -594,7 +594,7 @@ bool PlannedFileSystem::createSymbolicLink(const VLString& link, const VLString&
     return note(step);
 }
 
-bool PlannedFileSystem::removeItem(Step& step) {
+bool PlannedMachine::removeItem(Step& step) {
     const Place place = find(step.path, false);
     if (place.node == nullptr || place.node->type == 0 || place.folders.empty()) {
         return fails(step, "it is not there");
@@ -603,7 +603,7 @@ bool PlannedFileSystem::removeItem(Step& step) {
     return true;
 }
 
-bool PlannedFileSystem::copyItem(Step& step) {
+bool PlannedMachine::copyItem(Step& step) {
     const Place destination = find(step.path, false);
     if (destination.node == nullptr) {
         return fails(step, visible(folderOf(step.path)) + " is not there");
@@ -627,7 +627,7 @@ bool PlannedFileSystem::copyItem(Step& step) {
     return true;
 }
 
-bool PlannedFileSystem::createLink(Step& step) {
+bool PlannedMachine::createLink(Step& step) {
     const Place place = find(step.path, false);
     if (place.node == nullptr) {
         return fails(step, visible(folderOf(step.path)) + " is not there");

@@ -18,7 +18,7 @@ public:
 ///
 /// A command in whose paths the shell would find something to interpret throws CannotForesee. Commands
 /// succeed and fail as for the superuser on a disk that has room and tells upper from lower case.
-class PlannedFileSystem : public Machine {
+class PlannedMachine : public Machine {
 public:
     enum class Verb {
         Ask, ///< changes nothing
@@ -52,7 +52,7 @@ public:
     /// Stands for the program's bundle, which has a folder "Contents"; no path on this machine.
     static constexpr const char* bundle = "InstallUtility.app";
 
-    PlannedFileSystem();
+    PlannedMachine();
 
     /// In the order in which the run takes them.
     const std::vector<Step>& steps() const { return taken; }
@@ -60,13 +60,13 @@ public:
     /// Until the end of its scope nothing is noted. For questions that the run itself does not ask.
     class Unnoted {
     public:
-        explicit Unnoted(PlannedFileSystem& noting) : fileSystem(noting) { ++fileSystem.unnoted; }
+        explicit Unnoted(PlannedMachine& noting) : fileSystem(noting) { ++fileSystem.unnoted; }
         ~Unnoted() { --fileSystem.unnoted; }
         Unnoted(const Unnoted&) = delete;
         Unnoted& operator=(const Unnoted&) = delete;
 
     private:
-        PlannedFileSystem& fileSystem;
+        PlannedMachine& fileSystem;
     };
 
     /// How many entries the folder has; 0 when it is none.

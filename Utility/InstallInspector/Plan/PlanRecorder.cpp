@@ -1,4 +1,4 @@
-#include "Utility/InstallInspector/Plan/PlannedRun.h"
+#include "Utility/InstallInspector/Plan/PlanRecorder.h"
 
 #include "Foundation/PathLibrary.h"
 #include "Foundation/SimpleLog.h"
@@ -20,7 +20,7 @@ namespace {
 
 using Condition = InstallUtility::InstallItem::ItemPath::Condition;
 using Action = Plan::Action;
-using Verb = PlannedFileSystem::Verb;
+using Verb = PlannedMachine::Verb;
 
 /// Takes what is printed until the end of its scope, and gives it to nobody.
 class Unheard {
@@ -88,15 +88,28 @@ void append(const StatusFile::FileNodeRef& folder, const std::string& path, Plan
     }
 }
 
-Plan::Record recordAt(const VLString& path) {
-    StatusFile file;
-    file.parse(path);
+Plan::Record recordOf(const StatusFile& file) {
     Plan::Record record;
-    for (unsigned long i = 0; i < file.products.size(); ++i) {
-        record.products.push_back(file.products[i]);
-    }
+    record.products.assign(file.products.begin(), file.products.end());
     append(file.root, "", record);
     return record;
+}
+
+/// What of the record a save keeps: neither a path without a use nor anything below it, and of a shortcut
+/// only what is valid.
+void keepWhatIsSaved(StatusFile::FileNodeRef& folder) {
+    for (auto child = folder.refChildren.begin(); child != folder.refChildren.end();) {
+        StatusFile::FileNodeRef& node = child->second;
+        if (node.ref < 1) {
+            child = folder.refChildren.erase(child);
+            continue;
+        }
+        if (node.isDirectory || !node.IsShortCutInfoValid()) {
+            node.shortCut = {};
+        }
+        keepWhatIsSaved(node);
+        ++child;
+    }
 }
 
 /// The paths in use below a folder that no product uses.
@@ -115,48 +128,33 @@ void appendLost(const StatusFile::FileNodeRef& folder, const std::string& path, 
 
 // Runs
 
-bool PlannedRun::install(const std::string& source, const std::string& definition,
-                         const std::string& targets) {
-    beginRun(false);
-    const bool bResult = InstallUtility::run(toVLString(source), toVLString(definition), toVLString(targets));
-    endRun();
-    return bResult;
-}
-
-bool PlannedRun::uninstall(const std::string& definition, const std::string& targets) {
-    return runUninstall(toVLString(definition), toVLString(targets));
-}
-
-bool PlannedRun::runUninstall(VLString definitionPath, VLString targetsPath) {
+void PlanRecorder::runBegins(bool bUninstall) {
     if (!plan.runs.empty()) {
         endRun(); // what follows belongs to the shared package
     }
-    beginRun(true);
-    const bool bResult = InstallUtility::runUninstall(std::move(definitionPath), std::move(targetsPath));
-    endRun();
-    return bResult;
-}
-
-void PlannedRun::beginRun(bool bUninstall) {
     plan.runs.emplace_back();
     thisRun().bUninstall = bUninstall;
-    thisRun().firstStep = fileSystem.steps().size();
+    thisRun().firstStep = machine.steps().size();
     thereOnce.clear();
 }
 
+void PlanRecorder::runEnds() {
+    endRun();
+}
+
 /// May be called again.
-void PlannedRun::endRun() {
+void PlanRecorder::endRun() {
     Plan::Run& ended = thisRun();
-    ended.endStep = fileSystem.steps().size();
+    ended.endStep = machine.steps().size();
     // A definition that cannot be read leaves that of the run before in place.
-    const bool bRead = plan.runs.size() == 1 || !(skuDefinition.skuInfo.ID == plan.runs.front().product.ID);
-    if (bRead) {
-        ended.product = skuDefinition.skuInfo;
+    const SKUDefinition::SKUInfo& product = engine.skuDefinition.skuInfo;
+    if (plan.runs.size() == 1 || !(product.ID == plan.runs.front().product.ID)) {
+        ended.product = product;
     } else {
         ended.product.ID = "COMMON";
     }
     for (std::size_t i = ended.firstStep; i < ended.endStep; ++i) {
-        const PlannedFileSystem::Step& step = fileSystem.steps()[i];
+        const PlannedMachine::Step& step = machine.steps()[i];
         ended.bRecordRemoved =
             ended.bRecordRemoved || (step.verb == Verb::RemoveFile && step.bSucceeded && step.before != 0 &&
                                      !ended.recordPath.empty() && step.path == ended.recordPath);
@@ -166,13 +164,13 @@ void PlannedRun::endRun() {
     }
 }
 
-void PlannedRun::noteWhatIsLeftOut() {
+void PlanRecorder::noteWhatIsLeftOut() {
     std::set<std::string> entered;
     for (const Plan::Branch& branch : thisRun().branches) {
         entered.insert(branch.name);
     }
-    const InstallItem& hostsItem = findOrEmpty(installItems, "Hosts");
-    for (const auto& [name, node] : skuDefinition.installFiles.children) {
+    const InstallItem& hostsItem = findOrEmpty(engine.installItems, "Hosts");
+    for (const auto& [name, node] : engine.skuDefinition.installFiles.children) {
         const bool bKnown = name == "Hosts" || name == "VorlaneFX" || name == "Content";
         if (name == "Content" && entered.count("Content") == 0) {
             thisRun().leftOut.emplace_back("Content: the target-paths file has no item of that name");
@@ -198,32 +196,34 @@ void PlannedRun::noteWhatIsLeftOut() {
 
 // The record
 
-void PlannedRun::loadStatusFile(const VLString& directory, bool remove) {
-    const VLString path = statusFilePath(directory);
+void PlanRecorder::recordLoaded(const VLString& path, const StatusFile& record) {
     thisRun().recordPath = toString(path);
-    thisRun().before = recordAt(path);
+    thisRun().before = recordOf(record);
     thisRun().after = thisRun().before;
-    InstallUtility::loadStatusFile(directory, remove);
-    thisRun().bRecordLeftAlone = !recordFile.isOurs();
-    thisRun().bRecordDamaged = recordFile.isDamaged();
+    thisRun().bRecordLeftAlone = !engine.recordFile.isOurs();
+    thisRun().bRecordDamaged = engine.recordFile.isDamaged();
 }
 
-void PlannedRun::saveStatusFile(const VLString& directory) {
-    appendLost(statusFile.root, "", false, thisRun().lost);
-    InstallUtility::saveStatusFile(directory);
-    thisRun().bRecordSaved = recordFile.isSaved();
-    thisRun().after = recordAt(statusFilePath(directory));
+void PlanRecorder::recordSaved(const StatusFile& record, bool bSaved) {
+    appendLost(record.root, "", false, thisRun().lost);
+    thisRun().bRecordSaved = bSaved;
+    if (bSaved) {
+        StatusFile saved = record;
+        keepWhatIsSaved(saved.root);
+        thisRun().after = recordOf(saved);
+    }
 }
 
 // Target folders
 
-std::size_t PlannedRun::beginBranch(const VLString& name, const InstallItem& item) {
+std::size_t PlanRecorder::beginBranch(const VLString& name, const InstallItem& item) {
     Plan::Branch begun;
     begun.name = toString(name);
-    begun.family = toString(currentFamily);
+    begun.family = toString(engine.currentFamily);
     const std::string family = "/" + begun.family;
     const std::string hosts = "Hosts/";
-    if (depth == 0 && begun.name.rfind(hosts, 0) == 0 && begun.name.size() > hosts.size() + family.size()) {
+    if (walks.empty() && begun.name.rfind(hosts, 0) == 0 &&
+        begun.name.size() > hosts.size() + family.size()) {
         begun.item = begun.name.substr(0, begun.name.size() - family.size());
         begun.host = begun.item.substr(hosts.size());
     } else {
@@ -234,8 +234,8 @@ std::size_t PlannedRun::beginBranch(const VLString& name, const InstallItem& ite
     return std::exchange(currentBranch, thisRun().branches.size() - 1);
 }
 
-std::vector<Plan::Target> PlannedRun::explain(const InstallItem& item) {
-    const PlannedFileSystem::Unnoted unnoted(fileSystem);
+std::vector<Plan::Target> PlanRecorder::explain(const InstallItem& item) {
+    const PlannedMachine::Unnoted unnoted(machine);
     const Unheard unheard;
     std::vector<Plan::Target> targets;
     std::set<VLString> seen;
@@ -245,8 +245,8 @@ std::vector<Plan::Target> PlannedRun::explain(const InstallItem& item) {
         if (isGiven(candidate.condition)) {
             target.condition = explain(candidate.condition);
         }
-        const std::vector<VLString> paths = getTargetPaths({candidate}, currentFamily);
-        if (!isConditionTrue(candidate.condition)) {
+        const std::vector<VLString> paths = InstallUtility::getTargetPaths({candidate}, engine.currentFamily);
+        if (!InstallUtility::isConditionTrue(candidate.condition)) {
             target.whyNot = "its condition does not hold";
         } else if (paths.empty()) {
             target.whyNot = "the path comes out empty";
@@ -254,31 +254,31 @@ std::vector<Plan::Target> PlannedRun::explain(const InstallItem& item) {
             target.whyNot = "the same folder is named before";
         } else {
             target.path = toString(paths.front());
-            target.bThere = fileSystem.typeOf(paths.front()) == S_IFDIR;
+            target.bThere = machine.typeOf(paths.front()) == S_IFDIR;
         }
         targets.push_back(target);
     }
     return targets;
 }
 
-Plan::Condition PlannedRun::explain(const InstallItem::ItemPath::Condition& condition) {
+Plan::Condition PlanRecorder::explain(const InstallItem::ItemPath::Condition& condition) {
     Plan::Condition told;
     told.type = nameOf(condition.type);
     told.value = toString(condition.value);
-    told.bHolds = isConditionTrue(condition);
+    told.bHolds = InstallUtility::isConditionTrue(condition);
     if (condition.type == Condition::And || condition.type == Condition::Or) {
         for (const Condition& operand : condition.conditions) {
             told.operands.push_back(explain(operand));
         }
     } else {
-        const VLString filled = fillPattern(condition.value);
+        const VLString filled = InstallUtility::fillPattern(condition.value);
         told.filled = toString(filled);
         told.found = found(condition, filled);
     }
     return told;
 }
 
-std::string PlannedRun::found(const InstallItem::ItemPath::Condition& condition, const VLString& filled) {
+std::string PlanRecorder::found(const InstallItem::ItemPath::Condition& condition, const VLString& filled) {
     const std::string path = toString(filled);
     if (condition.type == Condition::None) {
         return "a condition of a kind that the engine does not know always holds";
@@ -290,14 +290,13 @@ std::string PlannedRun::found(const InstallItem::ItemPath::Condition& condition,
     if (path.empty()) {
         return "\"" + toString(condition.value) + "\" comes out empty";
     }
-    switch (fileSystem.typeOf(filled)) {
+    switch (machine.typeOf(filled)) {
     case S_IFDIR:
         return path + " is a folder";
     case S_IFREG:
         return path + " is a file";
     case 0:
-        return path +
-               (fileSystem.linkTypeOf(filled) == 0 ? " is not there" : " is a link that leads nowhere");
+        return path + (machine.linkTypeOf(filled) == 0 ? " is not there" : " is a link that leads nowhere");
     default:
         return path + " is neither a file nor a folder";
     }
@@ -305,72 +304,84 @@ std::string PlannedRun::found(const InstallItem::ItemPath::Condition& condition,
 
 // The copy
 
-bool PlannedRun::copyFilesRecursively(const VLString& targetSubPath, const VLString& sourceFolder,
-                                      const FileNode& node, const VLString& relativePath,
-                                      const InstallItem& item, bool lastAttempt) {
-    if (depth == 0) {
-        // What the last attempt tells takes the place of what the first one has told.
-        firstOfAttempt = lastAttempt ? firstOfAttempt : thisRun().branches.size();
-        thisRun().branches.resize(firstOfAttempt);
+void PlanRecorder::beginWalk(const VLString& treePath, bool bOwnItem, const InstallItem& item) {
+    Walk walk{currentBranch, 0, {}};
+    if (bOwnItem) {
+        beginBranch(treePath, item);
     }
-    const std::size_t before = targetSubPath.IsEmpty() ? beginBranch(relativePath, item) : currentBranch;
-    branch().bSecondAttempt = lastAttempt;
-    for (const Plan::Target& target : branch().targets) {
-        wasThere(toVLString(target.path));
-    }
-    const std::size_t firstStep = fileSystem.steps().size();
-    ++depth;
-    const bool bResult = InstallUtility::copyFilesRecursively(targetSubPath, sourceFolder, node, relativePath,
-                                                              item, lastAttempt);
-    --depth;
-    if (node.isDirectory && node.children.empty()) {
-        addCopiedFolders(relativePath, firstStep);
-    }
-    currentBranch = before;
-    return bResult;
+    walk.firstStep = machine.steps().size();
+    walks.push_back(std::move(walk));
 }
 
-void PlannedRun::addCopiedFolders(const VLString& name, std::size_t firstStep) {
-    for (std::size_t i = firstStep; i < fileSystem.steps().size(); ++i) {
-        const PlannedFileSystem::Step step = fileSystem.steps()[i];
-        if (step.verb != Verb::CopyFolder) {
-            continue;
-        }
-        const VLString path = toVLString(step.path);
-        const auto known = thereOnce.find(step.path);
-        const bool bThere = known == thereOnce.end() ? step.before != 0 : known->second;
-        if (!step.bSucceeded) {
-            add(Action::Fail, name, path, true, step.why);
-        } else if (bThere) {
-            add(Action::Replace, name, path, true, "its content is added to the folder that is there");
-        } else {
-            add(Action::Copy, name, path, true, "new, with all that is in it");
-        }
+void PlanRecorder::endWalk() {
+    currentBranch = walks.back().branchBefore;
+    walks.pop_back();
+}
+
+void PlanRecorder::attemptBegins(bool bLast) {
+    // What the last attempt does takes the place of what the first one has done.
+    firstOfAttempt = bLast ? firstOfAttempt : thisRun().branches.size();
+    thisRun().branches.resize(firstOfAttempt);
+}
+
+void PlanRecorder::copyBegins(const VLString& treePath, const VLString& target, const InstallItem& item,
+                              bool bLast) {
+    beginWalk(treePath, target.IsEmpty(), item);
+    branch().bSecondAttempt = bLast;
+    for (const Plan::Target& folder : branch().targets) {
+        wasThere(toVLString(folder.path));
     }
 }
 
-bool PlannedRun::copyFile(const FileNode& node, const VLString& source, const VLString& relativePath,
-                          const VLString& target, const VLString& destination, bool lastAttempt) {
-    const bool bThere = wasThere(destination);
-    const std::size_t firstStep = fileSystem.steps().size();
-    const bool bResult =
-        InstallUtility::copyFile(node, source, relativePath, target, destination, lastAttempt);
+void PlanRecorder::copyEnds() {
+    endWalk();
+}
 
-    const bool bFolder = fileSystem.typeOf(source) == S_IFDIR;
-    if (!bResult) {
-        add(Action::Fail, relativePath, destination, bFolder,
-            failureSince(firstStep, toString(source) + " is neither a file nor a folder"));
-    } else if (!hasStepSince(firstStep, Verb::CopyFile) && !hasStepSince(firstStep, Verb::CopyFolder)) {
-        add(Action::Keep, relativePath, destination, bFolder, whyKept(relativePath));
+void PlanRecorder::wholeFolderCopied(const VLString& treePath, const VLString& target, bool bCopied) {
+    const auto& steps = machine.steps();
+    const auto first = steps.begin() + static_cast<std::ptrdiff_t>(walks.back().firstStep);
+    const auto step = std::find_if(first, steps.end(), [&](const PlannedMachine::Step& taken) {
+        return taken.verb == Verb::CopyFolder && taken.path == toString(target);
+    });
+    if (step == steps.end()) {
+        return; // the source has gone since the walk began
+    }
+    const auto known = thereOnce.find(step->path);
+    const bool bThere = known == thereOnce.end() ? step->before != 0 : known->second;
+    if (!bCopied) {
+        add(Action::Fail, treePath, target, true, step->why);
+    } else if (bThere) {
+        add(Action::Replace, treePath, target, true, "its content is added to the folder that is there");
     } else {
-        const PlannedFileSystem::Step& last = fileSystem.steps().back();
-        add(bThere ? Action::Replace : Action::Copy, relativePath, destination, bFolder,
-            whyWritten(relativePath, bThere), last.verb == Verb::Link && last.bSucceeded ? last.path : "");
+        add(Action::Copy, treePath, target, true, "new, with all that is in it");
     }
-    return bResult;
 }
 
-std::string PlannedRun::whyWritten(const VLString& name, bool bThere) {
+void PlanRecorder::fileCopyBegins(const VLString& destination) {
+    wasThere(destination);
+    firstOfFile = machine.steps().size();
+}
+
+void PlanRecorder::fileCopyEnds(const VLString& treePath, const VLString& source, const VLString& destination,
+                                FileCopy result, const VLString& shortCut) {
+    const bool bThere = wasThere(destination);
+    const bool bFolder = machine.typeOf(source) == S_IFDIR;
+    switch (result) {
+    case FileCopy::Failed:
+        add(Action::Fail, treePath, destination, bFolder,
+            failureSince(firstOfFile, toString(source) + " is neither a file nor a folder"));
+        break;
+    case FileCopy::Kept:
+        add(Action::Keep, treePath, destination, bFolder, whyKept(treePath));
+        break;
+    case FileCopy::Written:
+        add(bThere ? Action::Replace : Action::Copy, treePath, destination, bFolder,
+            whyWritten(treePath, bThere), toString(shortCut));
+        break;
+    }
+}
+
+std::string PlanRecorder::whyWritten(const VLString& name, bool bThere) {
     if (thisRun().recordPath.empty()) {
         return "new; no record is kept";
     }
@@ -379,7 +390,7 @@ std::string PlannedRun::whyWritten(const VLString& name, bool bThere) {
         return bThere ? "it is there, but the record does not list it" : "new";
     }
     const std::string& old = recorded->second.build;
-    const std::string build = toString(skuDefinition.skuInfo.build);
+    const std::string build = toString(engine.skuDefinition.skuInfo.build);
     if (!bThere) {
         return "the record lists it, but it is not there";
     }
@@ -393,7 +404,7 @@ std::string PlannedRun::whyWritten(const VLString& name, bool bThere) {
                                                      : "the same build again, " + build;
 }
 
-std::string PlannedRun::whyKept(const VLString& name) {
+std::string PlanRecorder::whyKept(const VLString& name) {
     if (thisRun().recordPath.empty()) {
         return "it is there, and no record is kept that would say whether it may be replaced";
     }
@@ -405,40 +416,39 @@ std::string PlannedRun::whyKept(const VLString& name) {
 
 // The removal
 
-bool PlannedRun::removeFilesRecursively(const VLString& folder, const FileNode& node,
-                                        const VLString& statusName, const InstallItem& item) {
-    const std::size_t before = folder.IsEmpty() ? beginBranch(statusName, item) : currentBranch;
+void PlanRecorder::removalBegins(const VLString& treePath, const FileNode& node, const VLString& folder,
+                                 const InstallItem& item) {
+    beginWalk(treePath, folder.IsEmpty(), item);
     const std::vector<VLString> there = foldersThere(folder);
-    const std::size_t firstStep = fileSystem.steps().size();
     if (node.dontDelete) {
-        addWhole(Action::Keep, statusName, there, "marked to stay");
+        addWhole(Action::Keep, treePath, there, "marked to stay");
     } else {
-        addKeptChildren(there, node, statusName, item);
+        addKeptChildren(there, node, treePath, item);
     }
-    ++depth;
-    const bool bResult = InstallUtility::removeFilesRecursively(folder, node, statusName, item);
-    --depth;
-    if (!node.dontDelete && node.isDirectory && node.children.empty()) {
-        if (statusFile.needRemove(statusName)) {
-            addRemovedFolders(statusName, firstStep);
-        } else {
-            addWhole(Action::Keep, statusName, there, whoUses(statusName));
-        }
-    }
-    currentBranch = before;
-    return bResult;
+    walks.back().there = there;
 }
 
-void PlannedRun::addWhole(Plan::Action action, const VLString& name, const std::vector<VLString>& folders,
-                          const std::string& why) {
+void PlanRecorder::removalEnds(const VLString& treePath, const FileNode& node) {
+    if (!node.dontDelete && node.isDirectory && node.children.empty()) {
+        if (engine.statusFile.needRemove(treePath)) {
+            addRemovedFolders(treePath, walks.back().firstStep);
+        } else {
+            addWhole(Action::Keep, treePath, walks.back().there, whoUses(treePath));
+        }
+    }
+    endWalk();
+}
+
+void PlanRecorder::addWhole(Plan::Action action, const VLString& name, const std::vector<VLString>& folders,
+                            const std::string& why) {
     for (const VLString& folder : folders) {
         add(action, name, folder, true, why);
     }
 }
 
 /// The children that the walk passes over because they are marked to stay.
-void PlannedRun::addKeptChildren(const std::vector<VLString>& folders, const FileNode& node,
-                                 const VLString& name, const InstallItem& item) {
+void PlanRecorder::addKeptChildren(const std::vector<VLString>& folders, const FileNode& node,
+                                   const VLString& name, const InstallItem& item) {
     for (const auto& [childName, child] : node.children) {
         if (!child.dontDelete) {
             continue;
@@ -453,7 +463,7 @@ void PlannedRun::addKeptChildren(const std::vector<VLString>& folders, const Fil
         }
         for (const VLString& folder : folders) {
             const VLString there = PathLibrary::GetDirectoryWithFile(folder, childName);
-            if (fileSystem.linkTypeOf(there) != 0) {
+            if (machine.linkTypeOf(there) != 0) {
                 add(Action::Keep, path, there, child.isDirectory, "marked to stay");
             }
         }
@@ -461,9 +471,9 @@ void PlannedRun::addKeptChildren(const std::vector<VLString>& folders, const Fil
 }
 
 /// A folder of which the tree lists nothing goes as a whole.
-void PlannedRun::addRemovedFolders(const VLString& name, std::size_t firstStep) {
-    for (std::size_t i = firstStep; i < fileSystem.steps().size(); ++i) {
-        const PlannedFileSystem::Step step = fileSystem.steps()[i];
+void PlanRecorder::addRemovedFolders(const VLString& name, std::size_t firstStep) {
+    for (std::size_t i = firstStep; i < machine.steps().size(); ++i) {
+        const PlannedMachine::Step step = machine.steps()[i];
         if (step.verb == Verb::RemoveFolder) {
             add(step.bSucceeded ? Action::Remove : Action::Fail, name, toVLString(step.path), true,
                 step.bSucceeded ? "with all that is in it; " + whoUses(name) : step.why);
@@ -471,35 +481,31 @@ void PlannedRun::addRemovedFolders(const VLString& name, std::size_t firstStep) 
     }
 }
 
-void PlannedRun::removeChild(const FileNode& node, const VLString& path, const VLString& statusName) {
-    if (node.isDirectory) {
-        InstallUtility::removeChild(node, path, statusName);
-        return;
-    }
-    const bool bThere = fileSystem.linkTypeOf(path) != 0;
-    const bool bFolder = fileSystem.typeOf(path) == S_IFDIR;
-    const std::size_t firstStep = fileSystem.steps().size();
-    InstallUtility::removeChild(node, path, statusName);
+void PlanRecorder::fileRemovalBegins(const VLString& path) {
+    bFileWasThere = machine.linkTypeOf(path) != 0;
+    bFileWasFolder = machine.typeOf(path) == S_IFDIR;
+    firstOfFile = machine.steps().size();
+}
 
-    std::string shortCut;
-    if (firstStep < fileSystem.steps().size() && node.IsShortCutInfoValid()) {
-        const PlannedFileSystem::Step& last = fileSystem.steps().back();
-        shortCut = last.before != 0 && last.bSucceeded ? last.path : "";
-    }
-    if (!bThere) {
-        add(Action::Missing, statusName, path, bFolder, "it is not there", shortCut);
-    } else if (!statusFile.needRemove(statusName)) {
-        add(Action::Keep, statusName, path, bFolder, whoUses(statusName));
-    } else if (fileSystem.linkTypeOf(path) == 0) {
-        add(Action::Remove, statusName, path, bFolder, whoUses(statusName), shortCut);
+void PlanRecorder::fileRemovalEnds(const VLString& treePath, const VLString& path, bool bInUse,
+                                   const VLString& shortCut) {
+    // A shortcut that was not there has not been removed.
+    const bool bShortCut = shortCut.IsSet() && machine.steps().back().before != 0;
+    const std::string removed = bShortCut ? toString(shortCut) : "";
+    if (!bFileWasThere) {
+        add(Action::Missing, treePath, path, bFileWasFolder, "it is not there", removed);
+    } else if (bInUse) {
+        add(Action::Keep, treePath, path, bFileWasFolder, whoUses(treePath));
+    } else if (machine.linkTypeOf(path) == 0) {
+        add(Action::Remove, treePath, path, bFileWasFolder, whoUses(treePath), removed);
     } else {
-        add(Action::Fail, statusName, path, bFolder,
-            failureSince(firstStep, "it is neither a file nor a folder"), shortCut);
+        add(Action::Fail, treePath, path, bFileWasFolder,
+            failureSince(firstOfFile, "it is neither a file nor a folder"), removed);
     }
 }
 
-std::string PlannedRun::whoUses(const VLString& name) {
-    const StatusFile::FileNodeRef* recorded = statusFile.getFileInfo(name);
+std::string PlanRecorder::whoUses(const VLString& name) {
+    const StatusFile::FileNodeRef* recorded = engine.statusFile.getFileInfo(name);
     if (recorded == nullptr) {
         return "the record does not list it";
     }
@@ -510,23 +516,23 @@ std::string PlannedRun::whoUses(const VLString& name) {
 
 // What both note
 
-void PlannedRun::add(Plan::Action action, const VLString& name, const VLString& path, bool bFolder,
-                     const std::string& why, const std::string& shortCut) {
+void PlanRecorder::add(Plan::Action action, const VLString& name, const VLString& path, bool bFolder,
+                       const std::string& why, const std::string& shortCut) {
     branch().entries.push_back({toString(name), toString(path), bFolder, action, why, shortCut});
 }
 
-bool PlannedRun::wasThere(const VLString& path) {
+bool PlanRecorder::wasThere(const VLString& path) {
     const auto [known, bNew] = thereOnce.try_emplace(toString(path));
     if (bNew) {
-        known->second = fileSystem.linkTypeOf(path) != 0;
+        known->second = machine.linkTypeOf(path) != 0;
     }
     return known->second;
 }
 
-std::vector<VLString> PlannedRun::foldersThere(const VLString& folder) {
+std::vector<VLString> PlanRecorder::foldersThere(const VLString& folder) {
     std::vector<VLString> folders;
     if (folder.IsSet()) {
-        if (fileSystem.typeOf(folder) == S_IFDIR) {
+        if (machine.typeOf(folder) == S_IFDIR) {
             folders.push_back(folder);
         }
         return folders;
@@ -539,17 +545,11 @@ std::vector<VLString> PlannedRun::foldersThere(const VLString& folder) {
     return folders;
 }
 
-std::string PlannedRun::failureSince(std::size_t firstStep, const std::string& otherwise) const {
-    const auto& steps = fileSystem.steps();
+std::string PlanRecorder::failureSince(std::size_t firstStep, const std::string& otherwise) const {
+    const auto& steps = machine.steps();
     const auto failed = std::find_if(steps.begin() + static_cast<std::ptrdiff_t>(firstStep), steps.end(),
-                                     [](const PlannedFileSystem::Step& step) { return !step.bSucceeded; });
+                                     [](const PlannedMachine::Step& step) { return !step.bSucceeded; });
     return failed == steps.end() ? otherwise : failed->why;
-}
-
-bool PlannedRun::hasStepSince(std::size_t firstStep, Verb verb) const {
-    const auto& steps = fileSystem.steps();
-    return std::any_of(steps.begin() + static_cast<std::ptrdiff_t>(firstStep), steps.end(),
-                       [verb](const PlannedFileSystem::Step& step) { return step.verb == verb; });
 }
 
 bool Plan::TreeOrder::operator()(const std::string& a, const std::string& b) const {
@@ -567,8 +567,10 @@ Plan planRun(bool bUninstall, const std::string& source, const std::string& defi
     plan.source = source;
     plan.definition = definition;
     plan.targets = targets;
-    PlannedFileSystem fileSystem;
-    PlannedRun run(fileSystem, plan);
+    PlannedMachine machine;
+    InstallUtility engine;
+    PlanRecorder recorder(engine, machine, plan);
+    engine.observer = &recorder;
 
     struct Restore {
         Machine* access;
@@ -577,10 +579,10 @@ Plan planRun(bool bUninstall, const std::string& source, const std::string& defi
             Machine::setCurrent(access);
             SimpleLog::held = held;
         }
-    } const restore{Machine::setCurrent(&fileSystem), std::exchange(SimpleLog::held, &plan.log)};
-    plan.bSucceeds =
-        bUninstall ? run.uninstall(definition, targets) : run.install(source, definition, targets);
-    plan.steps = fileSystem.steps();
+    } const restore{Machine::setCurrent(&machine), std::exchange(SimpleLog::held, &plan.log)};
+    plan.bSucceeds = bUninstall ? engine.runUninstall(toVLString(definition), toVLString(targets))
+                                : engine.run(toVLString(source), toVLString(definition), toVLString(targets));
+    plan.steps = machine.steps();
     findDangers(plan);
     return plan;
 }

@@ -1,5 +1,5 @@
 // Each command is first planned and then run: success, and what there is afterwards, must be the same.
-#include "Utility/InstallInspector/Plan/PlannedFileSystem.h"
+#include "Utility/InstallInspector/Plan/PlannedMachine.h"
 
 #include "Tests/Support/FileTree.h"
 #include "Tests/Support/ScopedEnvironment.h"
@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-using Verb = PlannedFileSystem::Verb;
+using Verb = PlannedMachine::Verb;
 
 // Commands, in whose paths "$T" stands for the test's folder.
 
@@ -54,13 +54,13 @@ Command makeLink(const std::string& source, const std::string& path) {
     return command(Command::Verb::Link, path, source);
 }
 
-class PlannedFileSystemTest : public testing::Test {
+class PlannedMachineTest : public testing::Test {
 protected:
     TemporaryDirectory folder;
     /// The same at the beginning; here commands are run.
     TemporaryDirectory copy;
 
-    PlannedFileSystemTest() {
+    PlannedMachineTest() {
         FileTree::write(folder.path() / "file", "file");
         FileTree::write(folder.path() / "other", "other");
         FileTree::write(folder.path() / "full/inside", "inside");
@@ -117,7 +117,7 @@ protected:
     }
 
     /// Whether the plan, which has left the test's folder as it was, tells what has become of the copy.
-    void expectCopyIsAs(PlannedFileSystem& planned, const std::string& after) const {
+    void expectCopyIsAs(PlannedMachine& planned, const std::string& after) const {
         std::set<std::string> paths;
         addPathsBelow(folder.path(), paths);
         addPathsBelow(copy.path(), paths);
@@ -130,7 +130,7 @@ protected:
     /// Plans the commands, one after the other, and runs them on the copy. Gives how each of them ended.
     std::vector<bool> expectSame(const std::vector<Command>& commands) {
         renewCopy();
-        PlannedFileSystem planned;
+        PlannedMachine planned;
         std::vector<bool> expected;
         std::vector<bool> actual;
         const auto before = FileTree::describe(folder.path());
@@ -150,7 +150,7 @@ protected:
     void expectFailure(const Command& command) { EXPECT_EQ(expectSame({command}), std::vector<bool>{false}); }
 
     void expectUnforeseen(const Command& command) {
-        PlannedFileSystem planned;
+        PlannedMachine planned;
         EXPECT_THROW(planned.run(filledIn(command)), CannotForesee) << command.text().ConstData();
     }
 };
@@ -161,87 +161,87 @@ const Command copyFull = copyFolder("$T/full", "$T/to");
 
 // rm -f
 
-TEST_F(PlannedFileSystemTest, RemovesFilesAndLinks) {
+TEST_F(PlannedMachineTest, RemovesFilesAndLinks) {
     expectSuccess({removeFile("$T/file"), removeFile("$T/link-to-full"), removeFile("$T/link-to-nothing"),
                    removeFile("$T/full/deep/deeper"), removeFile("$T/loop")});
 }
 
-TEST_F(PlannedFileSystemTest, RemovesWhatIsNotThereWithSuccess) {
+TEST_F(PlannedMachineTest, RemovesWhatIsNotThereWithSuccess) {
     expectSuccess({removeFile("$T/none"), removeFile("$T/none/none"), removeFile("$T/file/none")});
 }
 
-TEST_F(PlannedFileSystemTest, DoesNotRemoveAFolderAsAFile) {
+TEST_F(PlannedMachineTest, DoesNotRemoveAFolderAsAFile) {
     expectFailure(removeFile("$T/empty"));
 }
 
-TEST_F(PlannedFileSystemTest, RemovesAFileThroughALinkedFolder) {
+TEST_F(PlannedMachineTest, RemovesAFileThroughALinkedFolder) {
     expectSuccess({removeFile("$T/link-to-full/inside")});
 }
 
 // rm -rf and rmdir
 
-TEST_F(PlannedFileSystemTest, RemovesAFolderWithAllThatIsInIt) {
+TEST_F(PlannedMachineTest, RemovesAFolderWithAllThatIsInIt) {
     expectSuccess({removeFolder("$T/full"), removeFolder("$T/none")});
 }
 
-TEST_F(PlannedFileSystemTest, RemovesALinkInPlaceOfTheFolderThatItLeadsTo) {
+TEST_F(PlannedMachineTest, RemovesALinkInPlaceOfTheFolderThatItLeadsTo) {
     expectSuccess({removeFolder("$T/link-to-full")});
 }
 
-TEST_F(PlannedFileSystemTest, RemovesAFolderWhoseNameEndsWithASlash) {
+TEST_F(PlannedMachineTest, RemovesAFolderWhoseNameEndsWithASlash) {
     expectSuccess({removeFolder("$T/full/")});
 }
 
-TEST_F(PlannedFileSystemTest, CountsWhatIsInARemovedFolder) {
-    PlannedFileSystem planned;
+TEST_F(PlannedMachineTest, CountsWhatIsInARemovedFolder) {
+    PlannedMachine planned;
     planned.run(filledIn(removeFolder("$T/full")));
     EXPECT_EQ(planned.steps().back().removed, 3U);
 }
 
-TEST_F(PlannedFileSystemTest, DoesNotRemoveTheFolderItself) {
+TEST_F(PlannedMachineTest, DoesNotRemoveTheFolderItself) {
     expectFailure(removeFolder("$T/full/."));
     expectFailure(removeFolder("$T/full/.."));
     expectFailure(removeEmptyFolder("$T/empty/."));
 }
 
-TEST_F(PlannedFileSystemTest, RemovesAnEmptyFolderOnly) {
+TEST_F(PlannedMachineTest, RemovesAnEmptyFolderOnly) {
     expectSuccess({removeEmptyFolder("$T/empty")});
     for (const char* name : {"full", "file", "none", "link-to-full", "link-to-nothing"}) {
         expectFailure(removeEmptyFolder(std::string("$T/") + name));
     }
 }
 
-TEST_F(PlannedFileSystemTest, AFolderIsEmptyWhenAllInItHasBeenRemoved) {
+TEST_F(PlannedMachineTest, AFolderIsEmptyWhenAllInItHasBeenRemoved) {
     expectSuccess({removeFile("$T/full/inside"), removeFolder("$T/full/deep"), removeEmptyFolder("$T/full")});
 }
 
-TEST_F(PlannedFileSystemTest, AFolderIsNotEmptyWhenSomethingWasMadeInIt) {
+TEST_F(PlannedMachineTest, AFolderIsNotEmptyWhenSomethingWasMadeInIt) {
     EXPECT_EQ(expectSame({makeFolder("$T/empty/new"), removeEmptyFolder("$T/empty")}),
               (std::vector<bool>{true, false}));
 }
 
 // mkdir -p
 
-TEST_F(PlannedFileSystemTest, MakesAFolderAndThoseAboveIt) {
+TEST_F(PlannedMachineTest, MakesAFolderAndThoseAboveIt) {
     expectSuccess({makeFolder("$T/a/b/c"), makeFolder("$T/a/b/c"), makeFolder("$T/full/x/"),
                    makeFolder("$T/link-to-full/y"), makeFolder("$T/d/../e")});
 }
 
-TEST_F(PlannedFileSystemTest, TellsWhichFoldersItMakes) {
-    PlannedFileSystem planned;
+TEST_F(PlannedMachineTest, TellsWhichFoldersItMakes) {
+    PlannedMachine planned;
     planned.run(filledIn(makeFolder("$T/full/a/b/")));
     EXPECT_EQ(planned.steps().back().made,
               (std::vector<std::string>{filledIn("$T/full/a"), filledIn("$T/full/a/b")}));
 }
 
-TEST_F(PlannedFileSystemTest, MakesNoFolderWhereSomethingElseIs) {
+TEST_F(PlannedMachineTest, MakesNoFolderWhereSomethingElseIs) {
     for (const char* name : {"file", "file/below", "link-to-nothing", "link-to-file", "loop/below"}) {
         expectFailure(makeFolder(std::string("$T/") + name));
     }
     expectFailure(makeFolder(""));
 }
 
-TEST_F(PlannedFileSystemTest, MakesNoFolderWithANameThatIsTooLong) {
+TEST_F(PlannedMachineTest, MakesNoFolderWithANameThatIsTooLong) {
     expectFailure(makeFolder("$T/" + std::string(256, 'x')));
     expectFailure(makeFolder("$T/" + std::string(256, 'x') + "/below"));
     expectSuccess({makeFolder("$T/" + std::string(255, 'x'))});
@@ -249,21 +249,21 @@ TEST_F(PlannedFileSystemTest, MakesNoFolderWithANameThatIsTooLong) {
 
 // cp -f
 
-TEST_F(PlannedFileSystemTest, CopiesAFile) {
+TEST_F(PlannedMachineTest, CopiesAFile) {
     expectSuccess({copyFile("$T/file", "$T/new"), copyFile("$T/file", "$T/other"),
                    copyFile("$T/link-to-file", "$T/full/inside")});
 }
 
-TEST_F(PlannedFileSystemTest, CopiesAFileIntoAFolder) {
+TEST_F(PlannedMachineTest, CopiesAFileIntoAFolder) {
     expectSuccess({copyFile("$T/file", "$T/empty"), copyFile("$T/file", "$T/link-to-full"),
                    copyFile("$T/other", "$T/full/")});
 }
 
-TEST_F(PlannedFileSystemTest, CopiesAFileThroughALink) {
+TEST_F(PlannedMachineTest, CopiesAFileThroughALink) {
     expectSuccess({copyFile("$T/other", "$T/link-to-file")});
 }
 
-TEST_F(PlannedFileSystemTest, CopiesNoFileWhereItCannot) {
+TEST_F(PlannedMachineTest, CopiesNoFileWhereItCannot) {
     for (const char* name : {"none/new", "file/new", "link-to-nothing", "new/"}) {
         expectFailure(copyFile("$T/file", std::string("$T/") + name));
     }
@@ -273,18 +273,18 @@ TEST_F(PlannedFileSystemTest, CopiesNoFileWhereItCannot) {
     expectFailure(copyFile("$T/deep", "$T/full"));
 }
 
-TEST_F(PlannedFileSystemTest, ACopyIsThereForTheNextStep) {
+TEST_F(PlannedMachineTest, ACopyIsThereForTheNextStep) {
     expectSuccess({copyFile("$T/file", "$T/one"), removeFile("$T/file"), copyFile("$T/one", "$T/two"),
                    removeFile("$T/one")});
 }
 
 // The copy of a folder
 
-TEST_F(PlannedFileSystemTest, CopiesAFolderToANewOne) {
+TEST_F(PlannedMachineTest, CopiesAFolderToANewOne) {
     expectSuccess({copyFull});
 }
 
-TEST_F(PlannedFileSystemTest, AddsAFolderToOneThatIsThere) {
+TEST_F(PlannedMachineTest, AddsAFolderToOneThatIsThere) {
     FileTree::write(folder.path() / "to/inside", "old");
     FileTree::write(folder.path() / "to/deep/own", "own");
     fs::create_symlink("own", folder.path() / "to/deep/deeper");
@@ -292,73 +292,73 @@ TEST_F(PlannedFileSystemTest, AddsAFolderToOneThatIsThere) {
     EXPECT_EQ(FileTree::read(folder.path() / "to/deep/own"), "own");
 }
 
-TEST_F(PlannedFileSystemTest, AFolderNeverTakesThePlaceOfAFile) {
+TEST_F(PlannedMachineTest, AFolderNeverTakesThePlaceOfAFile) {
     FileTree::write(folder.path() / "to/deep", "in the way");
     expectFailure(copyFull);
 }
 
-TEST_F(PlannedFileSystemTest, AFileNeverTakesThePlaceOfAFolder) {
+TEST_F(PlannedMachineTest, AFileNeverTakesThePlaceOfAFolder) {
     FileTree::write(folder.path() / "to/inside/own", "in the way");
     expectFailure(copyFull);
 }
 
-TEST_F(PlannedFileSystemTest, CopiesAFolderWithTheLinksInIt) {
+TEST_F(PlannedMachineTest, CopiesAFolderWithTheLinksInIt) {
     fs::create_symlink("../file", folder.path() / "full/link");
     fs::create_directory_symlink("deep", folder.path() / "full/folder-link");
     expectSuccess({copyFull});
 }
 
-TEST_F(PlannedFileSystemTest, CopiesWhatEarlierStepsHaveLeftInAFolder) {
+TEST_F(PlannedMachineTest, CopiesWhatEarlierStepsHaveLeftInAFolder) {
     expectSuccess({removeFile("$T/full/inside"), copyFile("$T/file", "$T/full/new"), copyFull,
                    removeFile("$T/full/new"), removeFile("$T/to/deep/deeper")});
 }
 
-TEST_F(PlannedFileSystemTest, DittoIsTheSameCopy) {
-    PlannedFileSystem planned;
+TEST_F(PlannedMachineTest, DittoIsTheSameCopy) {
+    PlannedMachine planned;
     EXPECT_TRUE(planned.run(filledIn(ditto("$T/full", "$T/to"))));
     EXPECT_EQ(planned.typeOf(text(filledIn("$T/to/deep/deeper"))), static_cast<mode_t>(S_IFREG));
     EXPECT_FALSE(planned.run(filledIn(ditto("$T/full", "$T/file"))));
     EXPECT_FALSE(planned.run(filledIn(ditto("$T/none", "$T/more"))));
 }
 
-TEST_F(PlannedFileSystemTest, CopiesNoFolderWhereAFileIs) {
+TEST_F(PlannedMachineTest, CopiesNoFolderWhereAFileIs) {
     expectFailure(copyFolder("$T/full", "$T/file"));
     expectFailure(copyFolder("$T/none", "$T/to"));
 }
 
 // ln and touch
 
-TEST_F(PlannedFileSystemTest, MakesALinkAndReplacesWhatIsThere) {
+TEST_F(PlannedMachineTest, MakesALinkAndReplacesWhatIsThere) {
     expectSuccess({makeLink("$T/file", "$T/new"), makeLink("$T/full", "$T/other"),
                    makeLink("$T/file", "$T/link-to-nothing"), makeLink("$T/full", "$T/link-to-file")});
 }
 
-TEST_F(PlannedFileSystemTest, MakesALinkInsideAFolderOfItsName) {
+TEST_F(PlannedMachineTest, MakesALinkInsideAFolderOfItsName) {
     expectSuccess({makeLink("$T/file", "$T/empty"), makeLink("$T/file", "$T/link-to-full")});
 }
 
-TEST_F(PlannedFileSystemTest, MakesNoLinkWhereItCannot) {
+TEST_F(PlannedMachineTest, MakesNoLinkWhereItCannot) {
     expectFailure(makeLink("$T/file", "$T/none/new"));
     expectFailure(makeLink("$T/file", "$T/file"));
     FileTree::write(folder.path() / "deep", "a file with the name of a folder");
     expectFailure(makeLink("$T/deep", "$T/full"));
 }
 
-TEST_F(PlannedFileSystemTest, TouchesAFolderAndMakesAFile) {
+TEST_F(PlannedMachineTest, TouchesAFolderAndMakesAFile) {
     expectSuccess({touch("$T/full"), touch("$T/new"), touch("$T/link-to-nothing")});
     expectFailure(touch("$T/none/new"));
 }
 
 // Names
 
-TEST_F(PlannedFileSystemTest, TakesBlanksApostrophesAndTheLikeForPartsOfAName) {
+TEST_F(PlannedMachineTest, TakesBlanksApostrophesAndTheLikeForPartsOfAName) {
     expectSuccess({makeFolder("$T/it's a & b; c | d > e (f) * ? #"),
                    copyFile("$T/file", "$T/it's a & b; c | d > e (f) * ? #/100%"),
                    removeFile("$T/it's a & b; c | d > e (f) * ? #/100%")});
 }
 
-TEST_F(PlannedFileSystemTest, RelativePathsAreThoseOfTheWorkingFolder) {
-    PlannedFileSystem planned;
+TEST_F(PlannedMachineTest, RelativePathsAreThoseOfTheWorkingFolder) {
+    PlannedMachine planned;
     const fs::path before = fs::current_path();
     fs::current_path(folder.path());
     EXPECT_EQ(planned.typeOf("file"), static_cast<mode_t>(S_IFREG));
@@ -367,7 +367,7 @@ TEST_F(PlannedFileSystemTest, RelativePathsAreThoseOfTheWorkingFolder) {
     EXPECT_EQ(planned.typeOf(text(filledIn("$T/file"))), static_cast<mode_t>(0));
 }
 
-TEST_F(PlannedFileSystemTest, WhatTheShellWouldInterpretIsNotGuessed) {
+TEST_F(PlannedMachineTest, WhatTheShellWouldInterpretIsNotGuessed) {
     expectUnforeseen(removeFile("$T/$HOME"));
     expectUnforeseen(removeFile("$T/`id`"));
     expectUnforeseen(removeFile("$T/a\\b"));
@@ -377,7 +377,7 @@ TEST_F(PlannedFileSystemTest, WhatTheShellWouldInterpretIsNotGuessed) {
     expectUnforeseen(removeFile("-rf"));
 }
 
-TEST_F(PlannedFileSystemTest, WhatNoRunDoesIsNotGuessed) {
+TEST_F(PlannedMachineTest, WhatNoRunDoesIsNotGuessed) {
     for (const Command& command :
          {Command{Command::Verb::MakeFolder, "$T/new", ""}, copyFolder("$T/full", "$T/full/a"),
           removeFolder("$T/link-to-full/"), removeFolder("/")}) {
@@ -387,9 +387,9 @@ TEST_F(PlannedFileSystemTest, WhatNoRunDoesIsNotGuessed) {
 
 // Questions
 
-TEST_F(PlannedFileSystemTest, AsksForTheHomeFolderAndNotesIt) {
+TEST_F(PlannedMachineTest, AsksForTheHomeFolderAndNotesIt) {
     const ScopedEnvironment home("HOME", "/Users/anna");
-    PlannedFileSystem planned;
+    PlannedMachine planned;
     VLString output;
     EXPECT_TRUE(planned.capture("eval echo $HOME", output));
     EXPECT_EQ(output, VLString("/Users/anna\n"));
@@ -399,9 +399,9 @@ TEST_F(PlannedFileSystemTest, AsksForTheHomeFolderAndNotesIt) {
     EXPECT_EQ(planned.steps()[1].verb, Verb::Ask);
 }
 
-TEST_F(PlannedFileSystemTest, AsksNothingThatWouldHaveAnEffect) {
+TEST_F(PlannedMachineTest, AsksNothingThatWouldHaveAnEffect) {
     const ScopedEnvironment home("HOME", filledIn("$(touch $T/made)"));
-    PlannedFileSystem planned;
+    PlannedMachine planned;
     VLString output;
     EXPECT_THROW(planned.capture("eval echo $HOME", output), CannotForesee);
     EXPECT_THROW(planned.capture("eval echo '~;touch made'", output), CannotForesee);
@@ -410,11 +410,11 @@ TEST_F(PlannedFileSystemTest, AsksNothingThatWouldHaveAnEffect) {
     EXPECT_FALSE(fs::exists(folder.path() / "made"));
 }
 
-TEST_F(PlannedFileSystemTest, DoesNotNoteWhatTheRunDoesNotAsk) {
-    PlannedFileSystem planned;
+TEST_F(PlannedMachineTest, DoesNotNoteWhatTheRunDoesNotAsk) {
+    PlannedMachine planned;
     VLString output;
     {
-        const PlannedFileSystem::Unnoted unnoted(planned);
+        const PlannedMachine::Unnoted unnoted(planned);
         planned.capture("eval echo $HOME", output);
     }
     EXPECT_TRUE(planned.steps().empty());
@@ -427,7 +427,7 @@ TEST_F(PlannedFileSystemTest, DoesNotNoteWhatTheRunDoesNotAsk) {
 namespace {
 
 /// The error of saving "text" at `path`; 0 for none.
-int saveAt(PlannedFileSystem& planned, const VLString& path) {
+int saveAt(PlannedMachine& planned, const VLString& path) {
     int error = 0;
     const auto print = [](FILE* stream) { std::fputs("text", stream); };
     const bool bSaved = planned.saveFile(path, print, nullptr, error) == Machine::Saved::Yes;
@@ -435,7 +435,7 @@ int saveAt(PlannedFileSystem& planned, const VLString& path) {
     return error;
 }
 
-std::string contentAt(PlannedFileSystem& planned, const VLString& path) {
+std::string contentAt(PlannedMachine& planned, const VLString& path) {
     const FileContent content = planned.readFile(path);
     return content.bytes == nullptr ? "error " + std::to_string(content.error)
                                     : std::string(content.bytes.get(), content.size);
@@ -445,8 +445,8 @@ const std::string missing = "error " + std::to_string(ENOENT);
 
 } // namespace
 
-TEST_F(PlannedFileSystemTest, HoldsASavedFile) {
-    PlannedFileSystem planned;
+TEST_F(PlannedMachineTest, HoldsASavedFile) {
+    PlannedMachine planned;
     const VLString path = text(filledIn("$T/full/record"));
     EXPECT_EQ(saveAt(planned, path), 0);
     EXPECT_EQ(contentAt(planned, path), "text");
@@ -456,8 +456,8 @@ TEST_F(PlannedFileSystemTest, HoldsASavedFile) {
     EXPECT_FALSE(fs::exists(folder.path() / "full/record"));
 }
 
-TEST_F(PlannedFileSystemTest, HoldsNoFileWithoutItsFolder) {
-    PlannedFileSystem planned;
+TEST_F(PlannedMachineTest, HoldsNoFileWithoutItsFolder) {
+    PlannedMachine planned;
     EXPECT_EQ(saveAt(planned, text(filledIn("$T/none/record"))), ENOENT);
     EXPECT_EQ(saveAt(planned, text(filledIn("$T/full"))), EISDIR);
     EXPECT_EQ(saveAt(planned, text(filledIn("$T/link-to-file"))), 0);
@@ -465,8 +465,8 @@ TEST_F(PlannedFileSystemTest, HoldsNoFileWithoutItsFolder) {
     EXPECT_EQ(contentAt(planned, text(filledIn("$T/file"))), "text");
 }
 
-TEST_F(PlannedFileSystemTest, HoldsAFileThatIsMadeUnlessTheNameIsTaken) {
-    PlannedFileSystem planned;
+TEST_F(PlannedMachineTest, HoldsAFileThatIsMadeUnlessTheNameIsTaken) {
+    PlannedMachine planned;
     int error = 0;
     EXPECT_TRUE(planned.createFile(text(filledIn("$T/full/kept")), "a\0b", 3, error));
     EXPECT_EQ(contentAt(planned, text(filledIn("$T/full/kept"))), std::string("a\0b", 3));
@@ -479,13 +479,13 @@ TEST_F(PlannedFileSystemTest, HoldsAFileThatIsMadeUnlessTheNameIsTaken) {
     EXPECT_FALSE(fs::exists(folder.path() / "full/kept"));
 }
 
-TEST_F(PlannedFileSystemTest, PlacesAndRemovesItemsAsThePlatformDoes) {
+TEST_F(PlannedMachineTest, PlacesAndRemovesItemsAsThePlatformDoes) {
     struct Operation {
         std::function<bool(Machine&)> take;
         const char* what;
     };
     renewCopy();
-    PlannedFileSystem planned;
+    PlannedMachine planned;
     Machine machine;
     fs::path top;
     const auto at = [&top](const char* name) { return text((top / name).string()); };
@@ -517,13 +517,13 @@ TEST_F(PlannedFileSystemTest, PlacesAndRemovesItemsAsThePlatformDoes) {
     expectCopyIsAs(planned, "all of them");
 }
 
-TEST_F(PlannedFileSystemTest, TheBundleIsOneThatXmlFilesCanBeCopiedInto) {
-    PlannedFileSystem planned;
+TEST_F(PlannedMachineTest, TheBundleIsOneThatXmlFilesCanBeCopiedInto) {
+    PlannedMachine planned;
     EXPECT_TRUE(planned.copyItem(planned.mainBundlePath(), text(filledIn("$T/App.app"))));
     EXPECT_TRUE(planned.copyItem(text(filledIn("$T/file")), text(filledIn("$T/App.app/Contents/sku.xml"))));
     EXPECT_FALSE(planned.copyItem(text(filledIn("$T/file")), text(filledIn("$T/App.app/Contents/sku.xml"))));
 }
 
-TEST_F(PlannedFileSystemTest, NobodyAnswersAlerts) {
-    EXPECT_FALSE(PlannedFileSystem().showRetryCancelAlert("title", "text"));
+TEST_F(PlannedMachineTest, NobodyAnswersAlerts) {
+    EXPECT_FALSE(PlannedMachine().showRetryCancelAlert("title", "text"));
 }
