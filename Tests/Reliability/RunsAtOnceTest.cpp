@@ -257,6 +257,10 @@ TEST_F(RunsAtOnce, UninstallOfTheSameProductTwiceBesideAnother) {
     expectEndOfSomeOrder({"+ALPHA", "+BETA"}, {"-ALPHA", "-ALPHA"});
 }
 
+TEST_F(RunsAtOnce, InstallWithUninstallOfTheSameProduct) {
+    expectEndOfSomeOrder({"+ALPHA", "+BETA"}, {"+ALPHA", "-ALPHA"});
+}
+
 TEST_F(RunsAtOnce, TwoInstallsWithUninstall) {
     expectEndOfSomeOrder({"+GAMMA"}, {"+ALPHA", "+BETA", "-GAMMA"});
 }
