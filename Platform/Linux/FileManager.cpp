@@ -1,5 +1,5 @@
-#include "Platform/Linux/Utf8.h"
 #include "Platform/PlatformServices.h"
+#include "Platform/Utf8.h"
 
 #include <fcntl.h>
 #include <filesystem>
@@ -16,7 +16,7 @@ namespace {
 
 std::optional<std::string_view> utf8Text(const VLString& text) {
     const std::string_view view(text.ConstData());
-    return utf16Length(view) ? std::optional(view) : std::nullopt;
+    return isUtf8(view) ? std::optional(view) : std::nullopt;
 }
 
 /// Nothing for an empty path and for text that is not UTF-8.

@@ -1,5 +1,5 @@
 #include "Platform/Linux/CoreFoundation/Object.h"
-#include "Platform/Linux/Utf8.h"
+#include "Platform/Utf8.h"
 
 #include <cstring>
 

@@ -1,6 +1,6 @@
 #include "Platform/Linux/CoreFoundation/XmlReduction.h"
 
-#include "Platform/Linux/Utf8.h"
+#include "Platform/Utf8.h"
 
 #include <vector>
 
@@ -182,7 +182,7 @@ std::optional<std::string> reducePropertyListXml(std::string_view xml, std::size
     if (startsWith(xml, byteOrderMark)) {
         xml.remove_prefix(byteOrderMark.size());
     }
-    if (xml.find('\0') != std::string_view::npos || !utf16Length(xml)) {
+    if (xml.find('\0') != std::string_view::npos || !isUtf8(xml)) {
         return std::nullopt;
     }
     return Reducer(xml, deepest).run();

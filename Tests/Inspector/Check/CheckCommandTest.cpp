@@ -1,5 +1,6 @@
 // The program as a user runs it: output, exit statuses, colours, and that it changes nothing.
 #include "Foundation/FileLibrary.h"
+#include "Platform/Utf8.h"
 #include "Tests/Inspector/Check/InspectedProduct.h"
 #include "Tests/Support/FileTree.h"
 #include "Tests/Support/RunProgram.h"

@@ -1,4 +1,5 @@
 // Mistakes of either XML file as such.
+#include "Platform/Utf8.h"
 #include "Utility/InstallInspector/Check/Rules.h"
 #include "Utility/InstallInspector/Report/NearestName.h"
 #include "Utility/InstallInspector/Report/Output.h"

@@ -1,6 +1,7 @@
 #include "Utility/InstallInspector/Documents/LocatedDocument.h"
 
 #include "Foundation/FileLibrary.h"
+#include "Platform/Utf8.h"
 #include "Utility/InstallInspector/Report/NearestName.h"
 #include "Utility/InstallUtility/XMLDocument.h"
 

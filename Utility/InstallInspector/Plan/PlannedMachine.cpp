@@ -1,5 +1,6 @@
 #include "Utility/InstallInspector/Plan/PlannedMachine.h"
 
+#include "Platform/Utf8.h"
 #include "Utility/InstallInspector/Report/Finding.h"
 
 #include <algorithm>

@@ -1,5 +1,7 @@
 #include "Utility/InstallInspector/Report/Finding.h"
 
+#include "Platform/Utf8.h"
+
 #include <algorithm>
 #include <tuple>
 
@@ -24,10 +26,6 @@ std::string escaped(unsigned char byte) {
     default:
         return std::string("\\x") + digits[byte >> 4U] + digits[byte & 0xFU];
     }
-}
-
-bool isContinuation(char byte) {
-    return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
 }
 
 } // namespace
@@ -73,38 +71,4 @@ std::string toString(const VLString& text) {
 
 VLString toVLString(const std::string& text) {
     return {text.data(), text.size()};
-}
-
-std::size_t utf8Length(const std::string& text, std::size_t index) {
-    const auto first = static_cast<unsigned char>(text[index]);
-    if (first < 0x80) {
-        return 1;
-    }
-    const std::size_t length = first < 0xC2 ? 0 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : first < 0xF5 ? 4 : 0;
-    if (length == 0 || index + length > text.size()) {
-        return 0;
-    }
-    const auto second = static_cast<unsigned char>(text[index + 1]);
-    const bool bOverlong = (first == 0xE0 && second < 0xA0) || (first == 0xF0 && second < 0x90);
-    const bool bOutside = (first == 0xED && second > 0x9F) || (first == 0xF4 && second > 0x8F);
-    const auto begin = text.begin() + static_cast<std::ptrdiff_t>(index);
-    const bool bContinued =
-        std::all_of(begin + 1, begin + static_cast<std::ptrdiff_t>(length), isContinuation);
-    return bContinued && !bOverlong && !bOutside ? length : 0;
-}
-
-std::size_t lengthOfUtf8(const std::string& text) {
-    std::size_t index = 0;
-    while (index < text.size()) {
-        const std::size_t length = utf8Length(text, index);
-        if (length == 0) {
-            break;
-        }
-        index += length;
-    }
-    return index;
-}
-
-bool isUtf8(const std::string& text) {
-    return lengthOfUtf8(text) == text.size();
 }

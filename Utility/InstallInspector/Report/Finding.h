@@ -39,9 +39,3 @@ std::string visible(const std::string& text);
 
 std::string toString(const VLString& text);
 VLString toVLString(const std::string& text);
-
-/// Length in bytes of the UTF-8 character at `index`; 0 when the bytes there are none.
-std::size_t utf8Length(const std::string& text, std::size_t index);
-/// Bytes before the first that is no UTF-8.
-std::size_t lengthOfUtf8(const std::string& text);
-bool isUtf8(const std::string& text);

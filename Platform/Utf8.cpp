@@ -1,4 +1,4 @@
-#include "Platform/Linux/Utf8.h"
+#include "Platform/Utf8.h"
 
 namespace {
 
@@ -42,16 +42,36 @@ bool continues(const Sequence& sequence, std::string_view bytes) {
 
 } // namespace
 
+std::size_t utf8Length(std::string_view text, std::size_t index) {
+    const auto sequence = sequenceOf(static_cast<unsigned char>(text[index]));
+    return sequence && continues(*sequence, text.substr(index + 1)) ? 1 + sequence->continuations : 0;
+}
+
+std::size_t lengthOfUtf8(std::string_view text) {
+    std::size_t index = 0;
+    while (index < text.size()) {
+        const std::size_t length = utf8Length(text, index);
+        if (length == 0) {
+            break;
+        }
+        index += length;
+    }
+    return index;
+}
+
+bool isUtf8(std::string_view text) {
+    return lengthOfUtf8(text) == text.size();
+}
+
 std::optional<std::size_t> utf16Length(std::string_view text) {
     std::size_t units = 0;
-    while (!text.empty()) {
-        const auto sequence = sequenceOf(static_cast<unsigned char>(text.front()));
-        text.remove_prefix(1);
-        if (!sequence || !continues(*sequence, text)) {
+    for (std::size_t index = 0; index < text.size();) {
+        const std::size_t length = utf8Length(text, index);
+        if (length == 0) {
             return std::nullopt;
         }
-        text.remove_prefix(sequence->continuations);
-        units += sequence->continuations == 3 ? 2U : 1U;
+        index += length;
+        units += length == 4 ? 2U : 1U;
     }
     return units;
 }
