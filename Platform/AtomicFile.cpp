@@ -43,6 +43,13 @@ std::string followLinks(std::string path) {
     return path;
 }
 
+/// The name of the new file: with ".new" behind it, and cut before that where no folder takes one so long.
+std::string newNameOf(const std::string& path) {
+    const std::string ending = ".new";
+    const std::size_t longest = folderOf(path).size() + NAME_MAX - ending.size();
+    return path.substr(0, longest) + ending;
+}
+
 FILE* openStream(const std::string& path, int flags, mode_t mode) {
     const int file = open(path.c_str(), O_WRONLY | O_CLOEXEC | flags, mode);
     FILE* stream = file < 0 ? nullptr : fdopen(file, "w");
@@ -158,7 +165,7 @@ bool AtomicFile::begin() {
 }
 
 bool AtomicFile::create(mode_t mode) {
-    const std::string path = target + ".new";
+    const std::string path = newNameOf(target);
     for (int i = 0; i < mostTries; ++i) {
         if (!removeLeftOver(path)) {
             return false;

@@ -11,11 +11,11 @@
 ///     bool saved = file.Open() && print(file.Stream()) && file.Sync() && file.Commit();
 ///
 /// Until Commit the new text stands in a file of its own beside the old one, under its name with ".new"
-/// appended. Without a Commit that succeeds the old file is as it was and the new one is removed; what a
-/// killed process left is removed by the next Open. Of two objects for one file, also in two processes, the
-/// second cannot be opened while the first is there, so that what is checked before Commit still holds then.
-/// A link is followed, as fopen does, also one that leads to no file yet. What is no regular file (a device)
-/// is written directly.
+/// appended; a name too long for that loses as much of its end. Without a Commit that succeeds the old file
+/// is as it was and the new one is removed; what a killed process left is removed by the next Open. Of two
+/// objects for one file, also in two processes, the second cannot be opened while the first is there, so that
+/// what is checked before Commit still holds then. A link is followed, as fopen does, also one that leads to
+/// no file yet. What is no regular file (a device) is written directly.
 class AtomicFile {
 public:
     explicit AtomicFile(const std::string& path);

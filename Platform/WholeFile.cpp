@@ -37,7 +37,7 @@ int readAll(int file, char* to, std::size_t size) {
 }
 
 /// Fills `content` from the open file. 0, or why that is not possible.
-int readInto(FileContent& content, int file) {
+int readInto(FileContent& content, int file, std::size_t largest) {
     struct stat status {};
     if (fstat(file, &status) != 0) {
         return errno;
@@ -47,6 +47,9 @@ int readInto(FileContent& content, int file) {
         return 0;
     }
     const auto size = static_cast<std::size_t>(status.st_size);
+    if (size > largest) {
+        return EFBIG;
+    }
     content.bytes.reset(new (std::nothrow) char[size + 1]);
     const int error = content.bytes == nullptr ? ENOMEM : readAll(file, content.bytes.get(), size);
     if (error == 0) {
@@ -83,15 +86,15 @@ bool FileState::operator==(const FileState& other) const {
            seconds == other.seconds && nanoseconds == other.nanoseconds;
 }
 
-FileContent WholeFile::Read(const std::string& path) {
+FileContent WholeFile::Read(const std::string& path, std::size_t largest) {
     FileContent content;
-    // Not to wait for someone to write into a named pipe.
-    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    // Not to wait for someone to write into a named pipe, and not to be under the terminal that this may be.
+    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (file < 0) {
         content.error = reason();
         return content;
     }
-    content.error = readInto(content, file);
+    content.error = readInto(content, file, largest);
     close(file);
     return content;
 }

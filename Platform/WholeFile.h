@@ -32,8 +32,8 @@ struct FileContent {
 namespace WholeFile {
 
 /// Reads all bytes of a file, through links. Never waits, as reading from a pipe would: what is no regular
-/// file has a state and no bytes.
-FileContent Read(const std::string& path);
+/// file has a state and no bytes. So has one of more than `largest` bytes, with the error EFBIG.
+FileContent Read(const std::string& path, std::size_t largest = SIZE_MAX);
 
 /// The state of what `path` leads to, through links.
 FileState StateOf(const std::string& path);

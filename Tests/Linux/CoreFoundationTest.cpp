@@ -1,5 +1,6 @@
 #include "Platform/Linux/CoreFoundation/CoreFoundation.h"
 
+#include "Platform/AtomicFile.h"
 #include "Platform/Linux/CoreFoundation/Object.h"
 #include "Tests/Support/Linux/ChildProcess.h"
 #include "Tests/Support/LiveObjects.h"
@@ -19,6 +20,7 @@
 #include <sstream>
 #include <string>
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -467,6 +469,31 @@ TEST_F(CFResources, WriteThatEndsHalfwayLosesNothing) {
     }));
     EXPECT_EQ(contentOf(folder.path() / "file"), "old");
     EXPECT_THAT(namesIn(folder.path()), testing::ElementsAre("file"));
+}
+
+TEST_F(CFResources, WriteWaitsForAnotherOfTheSameFile) {
+    TemporaryDirectory folder;
+    const fs::path path = folder.path() / "file";
+    AtomicFile other(path);
+    ASSERT_TRUE(other.Open());
+    std::thread end([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        EXPECT_TRUE(other.Sync() && other.Commit());
+    });
+    EXPECT_TRUE(writeResource(path, "new"));
+    end.join();
+    EXPECT_EQ(contentOf(path), "new");
+    EXPECT_THAT(namesIn(folder.path()), testing::ElementsAre("file"));
+}
+
+TEST_F(CFResources, WriteFailsWhenAnotherOfTheSameFileDoesNotEnd) {
+    TemporaryDirectory folder;
+    writeFile(folder.path() / "file", "old");
+    AtomicFile other(folder.path() / "file");
+    ASSERT_TRUE(other.Open());
+    expectNotWritten(folder.path() / "file");
+    EXPECT_EQ(contentOf(folder.path() / "file"), "old");
+    EXPECT_TRUE(other.Sync() && other.Commit()) << "its new file has been left alone";
 }
 
 // Dictionaries

@@ -125,6 +125,18 @@ TEST_F(AtomicFileTest, MayBeEmpty) {
     EXPECT_EQ(fs::file_size(path), 0U);
 }
 
+TEST_F(AtomicFileTest, TheNameMayBeAsLongAsAFolderTakes) {
+    for (const std::size_t length : {250U, 251U, 252U, 255U}) {
+        const std::string longName(length, 'n');
+        EXPECT_TRUE(replace(folder.path() / longName, "first")) << length;
+        EXPECT_TRUE(replace(folder.path() / longName, "second")) << length;
+        EXPECT_EQ(tree(), (Lines{"f: old", longName + ": second"}));
+        fs::remove(folder.path() / longName);
+    }
+    EXPECT_FALSE(replace(folder.path() / std::string(256, 'n'), "new"));
+    EXPECT_EQ(tree(), untouched);
+}
+
 TEST_F(AtomicFileTest, WorksInTheWorkingFolder) {
     const fs::path before = fs::current_path();
     fs::current_path(folder.path());

@@ -76,8 +76,9 @@ Boolean CFURLCreateDataAndPropertiesFromResource(CFAllocatorRef allocator, CFURL
                                                  CFDictionaryRef* properties, CFArrayRef desiredProperties,
                                                  SInt32* errorCode);
 /// Writes a new file (mode 0666 less the umask), or replaces an existing one, whose mode and owner it keeps
-/// and whose link it follows. False and error code -10 when that fails, and nothing has changed then.
-/// `errorCode` may be null; properties are not written. Atomic.
+/// and whose link it follows. Waits up to a second for another process that writes the same file. False and
+/// error code -10 when that fails, and nothing has changed then. `errorCode` may be null; properties are not
+/// written. Atomic.
 Boolean CFURLWriteDataAndPropertiesToResource(CFURLRef url, CFDataRef data, CFDictionaryRef properties,
                                               SInt32* errorCode);
 

@@ -1,9 +1,14 @@
+#include "Platform/AtomicFile.h"
 #include "Platform/Linux/CoreFoundation/Object.h"
-#include "Platform/Linux/File.h"
+#include "Platform/WholeFile.h"
 
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <optional>
+#include <sys/stat.h>
+#include <thread>
 
 namespace {
 
@@ -19,6 +24,42 @@ std::string withoutTrailingSlash(std::string path) {
 
 std::string joined(const std::string& folder, const std::string& component) {
     return component.empty() ? folder : folder + (folder == "/" ? "" : "/") + component;
+}
+
+/// The bytes of a regular file; null when it is none, cannot be read or is too large.
+CFDataRef readData(const std::string& path) {
+    const FileContent content = WholeFile::Read(path, largestFile);
+    if (content.error != 0 || content.state.type != S_IFREG) {
+        return nullptr;
+    }
+    return new __CFData(content.size == 0 ? std::string() : std::string(content.bytes.get(), content.size));
+}
+
+/// As AtomicFile does it, but refuses what is no regular file. 0, or why that is not possible: EBUSY when
+/// another process saves the file just now.
+int replaceOnce(const std::string& path, const std::string& bytes) {
+    const mode_t type = WholeFile::StateOf(path).type;
+    if (type != 0 && type != S_IFREG) {
+        return EINVAL;
+    }
+    AtomicFile file(path);
+    if (file.Open()) {
+        // The stream remembers an error until Sync.
+        (void)std::fwrite(bytes.data(), 1, bytes.size(), file.Stream());
+        (void)(file.Sync() && file.Commit());
+    }
+    return file.Error();
+}
+
+bool replace(const std::string& path, const std::string& bytes) {
+    constexpr int mostTries = 100;
+    constexpr std::chrono::milliseconds pause(10);
+    int error = replaceOnce(path, bytes);
+    for (int i = 1; error == EBUSY && i < mostTries; ++i) {
+        std::this_thread::sleep_for(pause);
+        error = replaceOnce(path, bytes);
+    }
+    return error == 0;
 }
 
 Boolean outcome(bool bSucceeded, SInt32* errorCode) {
@@ -67,12 +108,11 @@ Boolean CFURLCreateDataAndPropertiesFromResource(CFAllocatorRef, CFURLRef url, C
     if (properties != nullptr) {
         *properties = nullptr;
     }
-    auto content = readRegularFile(url->path, largestFile);
-    *data = content ? new __CFData(std::move(*content)) : nullptr;
+    *data = readData(url->path);
     return outcome(*data != nullptr, errorCode);
 }
 
 Boolean CFURLWriteDataAndPropertiesToResource(CFURLRef url, CFDataRef data, CFDictionaryRef,
                                               SInt32* errorCode) {
-    return outcome(replaceFile(url->path, data->bytes), errorCode);
+    return outcome(replace(url->path, data->bytes), errorCode);
 }
