@@ -1,6 +1,7 @@
 #include "Foundation/Machine.h"
 
 #include "Foundation/PathLibrary.h"
+#include "Foundation/SimpleLog.h"
 #include "Platform/AtomicFile.h"
 #include "Platform/PlatformServices.h"
 
@@ -9,6 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
+#include <string>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <thread>
@@ -141,27 +143,35 @@ std::chrono::milliseconds Machine::pause(std::chrono::milliseconds duration) {
 }
 
 VLString Machine::mainBundlePath() {
-    return PlatformServices::MainBundlePath();
+    const std::string path = PlatformServices::MainBundlePath();
+    return VLString(path.data(), path.size());
 }
 
 bool Machine::removeItem(const VLString& path) {
-    return PlatformServices::RemoveItem(path);
+    return PlatformServices::RemoveItem(path.ConstData());
 }
 
 bool Machine::createFolder(const VLString& path) {
-    return PlatformServices::CreateFolder(path);
+    return PlatformServices::CreateFolder(path.ConstData());
 }
 
 bool Machine::copyItem(const VLString& source, const VLString& destination) {
-    return PlatformServices::CopyItem(source, destination);
+    return PlatformServices::CopyItem(source.ConstData(), destination.ConstData());
 }
 
 bool Machine::createSymbolicLink(const VLString& link, const VLString& target) {
-    return PlatformServices::CreateSymbolicLink(link, target);
+    return PlatformServices::CreateSymbolicLink(link.ConstData(), target.ConstData());
 }
 
 bool Machine::showRetryCancelAlert(const VLString& title, const VLString& text) {
-    return PlatformServices::ShowRetryCancelAlert(title, text);
+    using PlatformServices::AlertAnswer;
+    const AlertAnswer answer = PlatformServices::ShowRetryCancelAlert(title.ConstData(), text.ConstData());
+    if (answer == AlertAnswer::NobodyToAsk) {
+        // The log formats a line a second time, where "%%" becomes "%".
+        const VLString line = (title + ": " + text).Replace("%", "%%");
+        SimpleLog::printLog(SimpleLog::Warning, __FILE__, __FUNCTION__, __LINE__, "%s", line.ConstData());
+    }
+    return answer == AlertAnswer::Retry;
 }
 
 Machine& Machine::current() {

@@ -63,6 +63,7 @@ public:
     virtual bool createFolder(const VLString& path);
     virtual bool copyItem(const VLString& source, const VLString& destination);
     virtual bool createSymbolicLink(const VLString& link, const VLString& target);
+    /// True for Retry. Where there is nobody to ask, both texts are logged in one line.
     virtual bool showRetryCancelAlert(const VLString& title, const VLString& text);
 
     /// What is in use; the machine itself at first.

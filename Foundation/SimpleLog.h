@@ -2,9 +2,10 @@
 
 #include <string>
 
-/// Everything that the program says goes to standard output through this class: whole, in order, and out of
-/// its buffers before it returns, so that what a child process prints next comes after it. Errors of the
-/// output itself are ignored. A program that wants to know what would be said takes it into `held`.
+/// Everything that the program says, but for an alert's question in a terminal, goes to standard output
+/// through this class: whole, in order, and out of its buffers before it returns, so that what a child
+/// process prints next comes after it. Errors of the output itself are ignored. A program that wants to know
+/// what would be said takes it into `held`.
 class SimpleLog {
 public:
     enum LogType { Info = 0, Error = 1, Warning = 2, Debug = 3 };

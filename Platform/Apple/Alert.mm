@@ -1,5 +1,4 @@
 #include "Platform/PlatformServices.h"
-#include "Platform/UnansweredAlert.h"
 
 #import <AppKit/AppKit.h>
 #import <CoreGraphics/CoreGraphics.h>
@@ -35,15 +34,15 @@ NSInteger runAlert(NSString* title, NSString* text) {
 
 } // namespace
 
-bool PlatformServices::ShowRetryCancelAlert(const VLString& title, const VLString& text) {
+PlatformServices::AlertAnswer PlatformServices::ShowRetryCancelAlert(const std::string& title,
+                                                                     const std::string& text) {
     @autoreleasepool {
         constexpr NSInteger defaultButton = 1;
-        NSString* titleString = [NSString stringWithUTF8String:title.ConstData()];
-        NSString* textString = [NSString stringWithUTF8String:text.ConstData()];
+        NSString* titleString = [NSString stringWithUTF8String:title.c_str()];
+        NSString* textString = [NSString stringWithUTF8String:text.c_str()];
         if (titleString == nil || textString == nil || !hasWindowSession()) {
-            logUnansweredAlert(title, text);
-            return false;
+            return AlertAnswer::NobodyToAsk;
         }
-        return runAlert(titleString, textString) == defaultButton;
+        return runAlert(titleString, textString) == defaultButton ? AlertAnswer::Retry : AlertAnswer::Cancel;
     }
 }

@@ -8,16 +8,17 @@
 namespace {
 
 /// Nil for an empty path and for text that is not UTF-8.
-NSString* pathOf(const VLString& text) {
-    NSString* path = [NSString stringWithUTF8String:text.ConstData()];
+NSString* pathOf(const std::string& text) {
+    NSString* path = [NSString stringWithUTF8String:text.c_str()];
     while ([path length] > 1 && [path hasSuffix:@"/"]) {
         path = [path substringToIndex:[path length] - 1];
     }
     return [path length] == 0 ? nil : path;
 }
 
-VLString textOf(NSString* string) {
-    return VLString([string cStringUsingEncoding:NSUTF8StringEncoding]);
+std::string textOf(NSString* string) {
+    const char* text = [string cStringUsingEncoding:NSUTF8StringEncoding];
+    return text == nullptr ? std::string() : std::string(text);
 }
 
 NSFileManager* fileManager() {
@@ -26,21 +27,22 @@ NSFileManager* fileManager() {
 
 } // namespace
 
-VLString PlatformServices::MainBundlePath() {
+std::string PlatformServices::MainBundlePath() {
     @autoreleasepool {
         return textOf([[NSBundle mainBundle] bundlePath]);
     }
 }
 
-VLString PlatformServices::AppendPathComponent(const VLString& folder, const VLString& component) {
+std::string PlatformServices::AppendPathComponent(const std::string& folder, const std::string& component) {
     @autoreleasepool {
-        NSString* base = [NSString stringWithUTF8String:folder.ConstData()];
-        NSString* name = [NSString stringWithUTF8String:component.ConstData()];
-        return base == nil || name == nil ? VLString() : textOf([base stringByAppendingPathComponent:name]);
+        NSString* base = [NSString stringWithUTF8String:folder.c_str()];
+        NSString* name = [NSString stringWithUTF8String:component.c_str()];
+        return base == nil || name == nil ? std::string()
+                                          : textOf([base stringByAppendingPathComponent:name]);
     }
 }
 
-bool PlatformServices::RemoveItem(const VLString& path) {
+bool PlatformServices::RemoveItem(const std::string& path) {
     @autoreleasepool {
         NSString* item = pathOf(path);
         return item != nil && ![item isEqualToString:@"/"] &&
@@ -48,7 +50,7 @@ bool PlatformServices::RemoveItem(const VLString& path) {
     }
 }
 
-bool PlatformServices::CreateFolder(const VLString& path) {
+bool PlatformServices::CreateFolder(const std::string& path) {
     @autoreleasepool {
         NSString* folder = pathOf(path);
         return folder != nil && [fileManager() createDirectoryAtPath:folder
@@ -58,7 +60,7 @@ bool PlatformServices::CreateFolder(const VLString& path) {
     }
 }
 
-bool PlatformServices::CopyItem(const VLString& source, const VLString& destination) {
+bool PlatformServices::CopyItem(const std::string& source, const std::string& destination) {
     @autoreleasepool {
         NSString* from = pathOf(source);
         NSString* to = pathOf(destination);
@@ -66,10 +68,10 @@ bool PlatformServices::CopyItem(const VLString& source, const VLString& destinat
     }
 }
 
-bool PlatformServices::CreateSymbolicLink(const VLString& link, const VLString& target) {
+bool PlatformServices::CreateSymbolicLink(const std::string& link, const std::string& target) {
     @autoreleasepool {
         NSString* path = pathOf(link);
-        NSString* text = [NSString stringWithUTF8String:target.ConstData()];
+        NSString* text = [NSString stringWithUTF8String:target.c_str()];
         return path != nil && text != nil &&
                [fileManager() createSymbolicLinkAtPath:path withDestinationPath:text error:nullptr];
     }

@@ -1,9 +1,8 @@
-#include "Foundation/SimpleLog.h"
 #include "Platform/PlatformServices.h"
-#include "Platform/UnansweredAlert.h"
 
 #include <cctype>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <initializer_list>
@@ -14,6 +13,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
+
+using PlatformServices::AlertAnswer;
 
 namespace {
 
@@ -71,26 +72,25 @@ int exitStatus(std::vector<std::string> arguments, std::vector<std::string> envi
     return ended == child && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-// Each way of asking gives nothing when it could not ask.
+// Each way of asking answers NobodyToAsk when it could not ask.
 
-std::optional<bool> askInDialog(const VLString& title, const VLString& text) {
+AlertAnswer askInDialog(const std::string& title, const std::string& text) {
     if (!isSet("DISPLAY") && !isSet("WAYLAND_DISPLAY")) {
-        return std::nullopt;
+        return AlertAnswer::NobodyToAsk;
     }
     // Each text is joined to its option, so that none is taken as an option itself.
-    const int status = exitStatus({"zenity", "--question", std::string("--title=") + title.ConstData(),
-                                   std::string("--text=") + text.ConstData(), "--ok-label=Retry",
-                                   "--cancel-label=Cancel", "--no-markup", "--width=420"},
+    const int status = exitStatus({"zenity", "--question", "--title=" + title, "--text=" + text,
+                                   "--ok-label=Retry", "--cancel-label=Cancel", "--no-markup", "--width=420"},
                                   zenityEnvironment());
     constexpr int cannotRun = 126;
     constexpr int notFound = 127;
     constexpr int internalError = 255;
     for (const int failure : {-1, cannotRun, notFound, internalError}) {
         if (status == failure) {
-            return std::nullopt;
+            return AlertAnswer::NobodyToAsk;
         }
     }
-    return status == 0;
+    return status == 0 ? AlertAnswer::Retry : AlertAnswer::Cancel;
 }
 
 /// The next line of standard input without its end, in lower case; nothing at the end of input. Reads byte by
@@ -113,37 +113,38 @@ std::optional<std::string> readAnswer() {
     }
 }
 
-std::optional<bool> askInTerminal(const VLString& title, const VLString& text) {
+void printText(const char* text) {
+    (void)std::fputs(text, stdout);
+    (void)std::fflush(stdout);
+}
+
+AlertAnswer askInTerminal(const std::string& title, const std::string& text) {
     // A process in the background would be stopped when it reads.
     if (isatty(STDIN_FILENO) == 0 || isatty(STDOUT_FILENO) == 0 || tcgetpgrp(STDIN_FILENO) != getpgrp()) {
-        return std::nullopt;
+        return AlertAnswer::NobodyToAsk;
     }
-    SimpleLog::printText("%s\n%s\n", title.ConstData(), text.ConstData());
+    for (const char* part : {title.c_str(), "\n", text.c_str(), "\n"}) {
+        printText(part);
+    }
     while (true) {
-        SimpleLog::printText("[R]etry or [C]ancel: ");
+        printText("[R]etry or [C]ancel: ");
         const auto answer = readAnswer();
         if (!answer) {
-            SimpleLog::printText("\n");
-            return false;
+            printText("\n");
+            return AlertAnswer::Cancel;
         }
         if (answer == "r" || answer == "retry") {
-            return true;
+            return AlertAnswer::Retry;
         }
         if (answer == "c" || answer == "cancel") {
-            return false;
+            return AlertAnswer::Cancel;
         }
     }
 }
 
 } // namespace
 
-bool PlatformServices::ShowRetryCancelAlert(const VLString& title, const VLString& text) {
-    auto answer = askInDialog(title, text);
-    if (!answer) {
-        answer = askInTerminal(title, text);
-    }
-    if (!answer) {
-        logUnansweredAlert(title, text);
-    }
-    return answer.value_or(false);
+AlertAnswer PlatformServices::ShowRetryCancelAlert(const std::string& title, const std::string& text) {
+    const AlertAnswer answer = askInDialog(title, text);
+    return answer == AlertAnswer::NobodyToAsk ? askInTerminal(title, text) : answer;
 }

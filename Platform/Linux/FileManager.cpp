@@ -14,13 +14,13 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::optional<std::string_view> utf8Text(const VLString& text) {
-    const std::string_view view(text.ConstData());
+std::optional<std::string_view> utf8Text(const std::string& text) {
+    const std::string_view view(text.c_str()); // up to the first zero byte
     return isUtf8(view) ? std::optional(view) : std::nullopt;
 }
 
 /// Nothing for an empty path and for text that is not UTF-8.
-std::optional<fs::path> pathOf(const VLString& text) {
+std::optional<fs::path> pathOf(const std::string& text) {
     auto path = utf8Text(text);
     while (path && path->size() > 1 && path->back() == '/') {
         path->remove_suffix(1);
@@ -118,21 +118,22 @@ fs::path programPath() {
 
 } // namespace
 
-VLString PlatformServices::MainBundlePath() {
+std::string PlatformServices::MainBundlePath() {
     const fs::path folder = programPath().parent_path();
     const fs::path bundle = folder.parent_path().parent_path();
     const bool bInBundle = folder.filename() == "MacOS" && folder.parent_path().filename() == "Contents" &&
                            bundle.extension() == ".app";
-    return VLString((bInBundle ? bundle : folder).c_str());
+    return bInBundle ? bundle : folder;
 }
 
-VLString PlatformServices::AppendPathComponent(const VLString& folder, const VLString& component) {
-    if (!utf8Text(folder) || !utf8Text(component)) {
+std::string PlatformServices::AppendPathComponent(const std::string& folder, const std::string& component) {
+    const auto base = utf8Text(folder);
+    const auto name = utf8Text(component);
+    if (!base || !name) {
         return {};
     }
     std::string path;
-    const std::string joined =
-        std::string(folder.ConstData()) + (folder.IsSet() ? "/" : "") + component.ConstData();
+    const std::string joined = std::string(*base).append(base->empty() ? "" : "/").append(*name);
     for (const char c : joined) {
         if (c != '/' || path.empty() || path.back() != '/') {
             path += c;
@@ -141,10 +142,10 @@ VLString PlatformServices::AppendPathComponent(const VLString& folder, const VLS
     if (path.size() > 1 && path.back() == '/') {
         path.pop_back();
     }
-    return VLString(path.c_str());
+    return path;
 }
 
-bool PlatformServices::RemoveItem(const VLString& path) {
+bool PlatformServices::RemoveItem(const std::string& path) {
     const auto item = pathOf(path);
     if (!item || *item == "/" || !isThere(*item)) {
         return false;
@@ -154,7 +155,7 @@ bool PlatformServices::RemoveItem(const VLString& path) {
     return !error;
 }
 
-bool PlatformServices::CreateFolder(const VLString& path) {
+bool PlatformServices::CreateFolder(const std::string& path) {
     const auto folder = pathOf(path);
     if (!folder) {
         return false;
@@ -164,7 +165,7 @@ bool PlatformServices::CreateFolder(const VLString& path) {
     return fs::is_directory(*folder, error);
 }
 
-bool PlatformServices::CopyItem(const VLString& source, const VLString& destination) {
+bool PlatformServices::CopyItem(const std::string& source, const std::string& destination) {
     const auto from = pathOf(source);
     const auto to = pathOf(destination);
     if (!from || !to || (isFolder(*from) && isInside(*to, *from))) {
@@ -174,7 +175,7 @@ bool PlatformServices::CopyItem(const VLString& source, const VLString& destinat
     return copyAnything(*from, *to);
 }
 
-bool PlatformServices::CreateSymbolicLink(const VLString& link, const VLString& target) {
+bool PlatformServices::CreateSymbolicLink(const std::string& link, const std::string& target) {
     const auto path = pathOf(link);
     const auto text = utf8Text(target);
     if (!path || !text) {

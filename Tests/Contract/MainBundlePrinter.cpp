@@ -1,7 +1,7 @@
-#include "Foundation/SimpleLog.h"
 #include "Platform/PlatformServices.h"
 
+#include <cstdio>
+
 int main() {
-    SimpleLog::printText("%s", PlatformServices::MainBundlePath().ConstData());
-    return 0;
+    return std::fputs(PlatformServices::MainBundlePath().c_str(), stdout) < 0 ? 1 : 0;
 }

@@ -4,7 +4,6 @@
 
 #include "Tests/Contract/MakerDifferences.h"
 #include "Tests/Support/TemporaryDirectory.h"
-#include "Tests/Support/VLStringPrinter.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -24,10 +23,6 @@ using namespace PlatformServices;
 using testing::ElementsAre;
 
 namespace {
-
-VLString text(const fs::path& path) {
-    return VLString(path.c_str());
-}
 
 void write(const fs::path& path, const std::string& content) {
     std::ofstream(path, std::ios::binary) << content;
@@ -88,7 +83,7 @@ protected:
     }
 
     fs::path path(const std::string& name) const { return folder.path() / name; }
-    VLString operator()(const std::string& name) const { return text(path(name)); }
+    std::string operator()(const std::string& name) const { return path(name).string(); }
 
     void expectUnchanged() const {
         EXPECT_EQ(contentOf(path("file")), "text");
@@ -104,26 +99,38 @@ protected:
 };
 
 /// Under "unusable" there is no item, and none can be made.
-const VLString unusable[] = {VLString(), VLString("/tmp/\xFF")};
+const std::string unusable[] = {"", "/tmp/\xFF"};
 
 // Path components
 
 TEST_F(PlatformServicesContract, ComponentIsAppendedWithOneSlash) {
     EXPECT_EQ(AppendPathComponent("/Applications/Vorlane Uninstallers/", "Uninstall A B.app"),
-              VLString("/Applications/Vorlane Uninstallers/Uninstall A B.app"));
-    EXPECT_EQ(AppendPathComponent("/a", "b"), VLString("/a/b"));
-    EXPECT_EQ(AppendPathComponent("/a", "/b"), VLString("/a/b"));
-    EXPECT_EQ(AppendPathComponent("/a", "b/c.app"), VLString("/a/b/c.app"));
-    EXPECT_EQ(AppendPathComponent("/a", "b/"), VLString("/a/b"));
-    EXPECT_EQ(AppendPathComponent("/a", ""), VLString("/a"));
-    EXPECT_EQ(AppendPathComponent("/", "b"), VLString("/b"));
-    EXPECT_EQ(AppendPathComponent("/caf\xC3\xA9", "\xE4\xB8\xAD"), VLString("/caf\xC3\xA9/\xE4\xB8\xAD"));
+              "/Applications/Vorlane Uninstallers/Uninstall A B.app");
+    EXPECT_EQ(AppendPathComponent("/a", "b"), "/a/b");
+    EXPECT_EQ(AppendPathComponent("/a", "/b"), "/a/b");
+    EXPECT_EQ(AppendPathComponent("/a", "b/c.app"), "/a/b/c.app");
+    EXPECT_EQ(AppendPathComponent("/a", "b/"), "/a/b");
+    EXPECT_EQ(AppendPathComponent("/a", ""), "/a");
+    EXPECT_EQ(AppendPathComponent("/", "b"), "/b");
+    EXPECT_EQ(AppendPathComponent("/caf\xC3\xA9", "\xE4\xB8\xAD"), "/caf\xC3\xA9/\xE4\xB8\xAD");
 }
 
 TEST_F(PlatformServicesContract, ComponentThatIsNotUtf8GivesNoPath) {
-    EXPECT_EQ(AppendPathComponent("/a", "\xFF"), VLString());
-    EXPECT_EQ(AppendPathComponent("/\xFF", "b"), VLString());
-    EXPECT_EQ(AppendPathComponent("/a", "cut \xC3"), VLString());
+    EXPECT_EQ(AppendPathComponent("/a", "\xFF"), "");
+    EXPECT_EQ(AppendPathComponent("/\xFF", "b"), "");
+    EXPECT_EQ(AppendPathComponent("/a", "cut \xC3"), "");
+}
+
+TEST_F(PlatformServicesContract, TextEndsAtAZeroByte) {
+    const std::string hidden("\0\xFF", 2);
+    EXPECT_EQ(AppendPathComponent("/a" + hidden, "b" + hidden), "/a/b");
+    EXPECT_TRUE(CopyItem((*this)("file") + hidden, (*this)("copy") + hidden));
+    EXPECT_TRUE(CreateSymbolicLink((*this)("new") + hidden, "target" + hidden));
+    EXPECT_EQ(fs::read_symlink(path("new")), "target");
+    EXPECT_TRUE(CreateFolder((*this)("made") + hidden));
+    EXPECT_TRUE(RemoveItem((*this)("made") + hidden));
+    EXPECT_FALSE(isThere(path("made")));
+    EXPECT_EQ(contentOf(path("copy")), "text");
 }
 
 // Removing
@@ -208,7 +215,7 @@ TEST_F(PlatformServicesContract, FileIsCopiedWithItsPermissionsAndTime) {
         const fs::path copy = path("copy" + std::to_string(mode));
         setMode(path("file"), mode);
         setOldTime(path("file"));
-        EXPECT_TRUE(CopyItem((*this)("file"), text(copy)));
+        EXPECT_TRUE(CopyItem((*this)("file"), copy));
         EXPECT_EQ(contentOf(copy), "text");
         EXPECT_EQ(modeOf(copy), mode);
         EXPECT_TRUE(hasOldTime(copy));
@@ -256,7 +263,7 @@ TEST_F(PlatformServicesContract, CopiedFolderAndLinkKeepTheirTimes) {
 TEST_F(PlatformServicesContract, LinkIsCopiedAsALink) {
     for (const char* name : {"fileLink", "folderLink", "dangling"}) {
         const fs::path copy = path(std::string("copy of ") + name);
-        EXPECT_TRUE(CopyItem((*this)(name), text(copy))) << name;
+        EXPECT_TRUE(CopyItem((*this)(name), copy)) << name;
         EXPECT_EQ(fs::read_symlink(copy), fs::read_symlink(path(name))) << name;
     }
     EXPECT_TRUE(CopyItem((*this)("folderLink") + "/", (*this)("another")));
@@ -352,7 +359,7 @@ TEST_F(PlatformServicesContract, UninstallerIsReplacedByASecondInstall) {
     setMode(path("Tool.app/Contents/MacOS/Tool"), 0755);
     write(path("sku.xml"), "sku");
     for (int i = 0; i < 2; ++i) {
-        const VLString bundle = AppendPathComponent((*this)("Uninstallers/"), "Uninstall A B.app");
+        const std::string bundle = AppendPathComponent((*this)("Uninstallers/"), "Uninstall A B.app");
         EXPECT_EQ(RemoveItem(bundle), i == 1);
         EXPECT_TRUE(CreateFolder((*this)("Uninstallers/")));
         EXPECT_TRUE(CopyItem((*this)("Tool.app"), bundle));

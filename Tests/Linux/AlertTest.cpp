@@ -1,7 +1,10 @@
 // The Retry/Cancel alert, shown by a program of its own in a terminal, with a program in place of zenity, and
 // with zenity itself.
 
+#include "Foundation/Machine.h"
+#include "Tests/Support/CapturedStdout.h"
 #include "Tests/Support/RunProgram.h"
+#include "Tests/Support/ScopedEnvironment.h"
 #include "Tests/Support/TemporaryDirectory.h"
 #include "Tests/Support/Terminal.h"
 
@@ -14,6 +17,8 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <memory>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <sys/wait.h>
@@ -28,6 +33,7 @@ namespace {
 
 constexpr int retry = 10;
 constexpr int cancel = 11;
+constexpr int nobodyToAsk = 12;
 const std::string question = "[R]etry or [C]ancel: ";
 /// Text that something on the way might take for a format, an option, markup or a command.
 const std::string awkward = "--help 100% %% %s %n \"a\" 'b' <b>c</b> &amp; $(touch x) `touch x` \\n -x";
@@ -130,29 +136,26 @@ TEST(AlertInTerminal, LeavesInputBehindTheAnswerToOthers) {
 TEST(AlertInTerminal, BackgroundProcessIsNotAsked) {
     Terminal terminal = AlertTerminal::script("set -m; \"$0\" title text & wait $!");
     const auto result = terminal.finish();
-    EXPECT_EQ(result.exitStatus, cancel);
-    EXPECT_THAT(result.standardOutput, HasSubstr("Warning: title: text\n"));
+    EXPECT_EQ(result.exitStatus, nobodyToAsk);
+    EXPECT_THAT(result.standardOutput, Not(HasSubstr("title")));
     EXPECT_THAT(result.standardOutput, Not(HasSubstr(question)));
 }
 
 TEST(AlertInTerminal, IsNotAskedWhenOnlyOneOfInputAndOutputIsATerminal) {
     for (const char* redirection : {"</dev/null", "| cat"}) {
-        Terminal terminal = AlertTerminal::script(std::string("\"$0\" title text ") + redirection);
-        EXPECT_EQ(terminal.finish().standardOutput, "Warning: title: text\n") << redirection;
+        Terminal terminal =
+            AlertTerminal::script("{ \"$0\" title text; echo $? >&2; } " + std::string(redirection));
+        EXPECT_EQ(terminal.finish().standardOutput, std::to_string(nobodyToAsk) + "\n") << redirection;
     }
 }
 
 // Nobody to ask
 
-TEST(AlertWithoutTerminal, IsOneLogLineAndCancel) {
-    const auto result = alertWithoutTerminal("text");
-    EXPECT_EQ(result.exitStatus, cancel);
-    EXPECT_EQ(result.standardOutput, "Warning: title: text\n");
+TEST(AlertWithoutTerminal, HasNobodyToAsk) {
+    const auto result = alertWithoutTerminal(awkward);
+    EXPECT_EQ(result.exitStatus, nobodyToAsk);
+    EXPECT_EQ(result.standardOutput, "");
     EXPECT_EQ(result.standardError, "");
-}
-
-TEST(AlertWithoutTerminal, LogsTheTextAsItIs) {
-    EXPECT_EQ(alertWithoutTerminal(awkward).standardOutput, "Warning: title: " + awkward + "\n");
 }
 
 // A program in place of zenity, which records how it was called
@@ -234,7 +237,7 @@ TEST_F(AlertInDialog, NeedsADisplay) {
     for (auto [variables, bCalled] : cases) {
         fs::remove(folder.path() / "arguments");
         variables["PATH"] = environment()["PATH"];
-        EXPECT_EQ(alertWithoutTerminal("text", variables).exitStatus, bCalled ? retry : cancel);
+        EXPECT_EQ(alertWithoutTerminal("text", variables).exitStatus, bCalled ? retry : nobodyToAsk);
         EXPECT_EQ(wasCalled(), bCalled);
     }
 }
@@ -250,20 +253,20 @@ TEST_F(AlertInDialog, FailureGoesOnToTheTerminal) {
     }
 }
 
-TEST_F(AlertInDialog, FailureWithoutATerminalIsALogLineAndCancel) {
+TEST_F(AlertInDialog, AfterAFailureWithoutATerminalThereIsNobodyToAsk) {
     setZenity("exit 255");
     const auto result = alertWithoutTerminal("text", environment());
-    EXPECT_EQ(result.exitStatus, cancel);
-    EXPECT_EQ(result.standardOutput, "Warning: title: text\n");
+    EXPECT_EQ(result.exitStatus, nobodyToAsk);
+    EXPECT_EQ(result.standardOutput, "");
 }
 
 TEST_F(AlertInDialog, MissingOrUnusableProgramGoesOn) {
     fs::remove(folder.path() / "zenity");
     Environment variables = environment();
     variables["PATH"] = folder.path().string();
-    EXPECT_EQ(alertWithoutTerminal("text", variables).standardOutput, "Warning: title: text\n");
+    EXPECT_EQ(alertWithoutTerminal("text", variables).exitStatus, nobodyToAsk);
     std::ofstream(folder.path() / "zenity") << "not executable";
-    EXPECT_EQ(alertWithoutTerminal("text", variables).standardOutput, "Warning: title: text\n");
+    EXPECT_EQ(alertWithoutTerminal("text", variables).exitStatus, nobodyToAsk);
 }
 
 TEST_F(AlertInDialog, AnswerOfTheDialogIsFinalInATerminalToo) {
@@ -272,6 +275,41 @@ TEST_F(AlertInDialog, AnswerOfTheDialogIsFinalInATerminalToo) {
     const auto result = terminal.finish();
     EXPECT_EQ(result.exitStatus, cancel);
     EXPECT_EQ(result.standardOutput, "");
+}
+
+// What the machine makes of the answer
+
+class AlertOfTheMachine : public AlertInDialog {
+protected:
+    /// Shows the alert in this process; `output` becomes what that prints.
+    bool show(const Environment& variables, std::string& output) const {
+        std::vector<std::unique_ptr<ScopedEnvironment>> scoped;
+        for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY"}) {
+            scoped.push_back(std::make_unique<ScopedEnvironment>(name, std::nullopt));
+        }
+        for (const auto& [name, value] : variables) {
+            scoped.push_back(std::make_unique<ScopedEnvironment>(name, value));
+        }
+        CapturedStdout captured;
+        const bool bRetry = Machine::current().showRetryCancelAlert("title", awkward.c_str());
+        output = captured.text();
+        return bRetry;
+    }
+};
+
+TEST_F(AlertOfTheMachine, IsTrueForRetryOnly) {
+    std::string output;
+    EXPECT_TRUE(show(environment(), output));
+    EXPECT_EQ(output, "");
+    setZenity("exit 1");
+    EXPECT_FALSE(show(environment(), output));
+    EXPECT_EQ(output, "");
+}
+
+TEST_F(AlertOfTheMachine, IsOneLogLineWhenThereIsNobodyToAsk) {
+    std::string output;
+    EXPECT_FALSE(show({}, output));
+    EXPECT_EQ(output, "Warning: title: " + awkward + "\n");
 }
 
 // zenity itself, on a virtual screen

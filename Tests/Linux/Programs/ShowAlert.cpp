@@ -1,9 +1,18 @@
 #include "Platform/PlatformServices.h"
 
-/// Shows an alert with the title and the text given; exit status 10 for Retry, 11 for Cancel.
+/// Shows an alert with the title and the text given; exit status 10 for Retry, 11 for Cancel, 12 when there
+/// is nobody to ask.
 int main(int argc, char* argv[]) {
     if (argc != 3) {
         return 1;
     }
-    return PlatformServices::ShowRetryCancelAlert(argv[1], argv[2]) ? 10 : 11;
+    switch (PlatformServices::ShowRetryCancelAlert(argv[1], argv[2])) {
+    case PlatformServices::AlertAnswer::Retry:
+        return 10;
+    case PlatformServices::AlertAnswer::Cancel:
+        return 11;
+    case PlatformServices::AlertAnswer::NobodyToAsk:
+        return 12;
+    }
+    return 1;
 }

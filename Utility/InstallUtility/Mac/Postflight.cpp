@@ -7,6 +7,8 @@
 #include "Platform/PlatformServices.h"
 #include "Utility/InstallUtility/SKUDefinition.h"
 
+#include <string>
+
 namespace {
 
 const char* const uninstallersFolder = "/Applications/Vorlane Uninstallers/";
@@ -67,8 +69,10 @@ void postflight(VLString skuXmlPath, VLString targetPathsXmlPath, bool install) 
         renewApplicationManagerLink(install);
         return;
     }
-    const VLString uninstaller = PlatformServices::AppendPathComponent(
-        uninstallersFolder, VLString("Uninstall ") + product.name + ".app");
+    const VLString uninstallerName = VLString("Uninstall ") + product.name + ".app";
+    const std::string uninstallerPath =
+        PlatformServices::AppendPathComponent(uninstallersFolder, uninstallerName.ConstData());
+    const VLString uninstaller(uninstallerPath.data(), uninstallerPath.size());
     if (uninstaller.IsEmpty()) {
         return; // the product's name is not text that the platform knows
     }
