@@ -38,7 +38,7 @@ std::string followLinks(std::string path) {
         if (link.empty()) {
             break;
         }
-        path = link.front() == '/' ? link : folderOf(path) + link;
+        path = link.front() == '/' ? link : folderOf(path).append(link);
     }
     return path;
 }
