@@ -1,6 +1,7 @@
 #include "Fuzz/Support/FuzzTarget.h"
 #include "Fuzz/Support/ScratchFolder.h"
 #include "Utility/InstallUtility/XMLDocument.h"
+#include "Utility/InstallUtility/XMLTextCheck.h"
 
 #include <algorithm>
 #include <string>
@@ -11,12 +12,12 @@ namespace {
 
 void checkLimits(const TiXmlNode& node, unsigned long depth) {
     if (const TiXmlElement* element = node.ToElement()) {
-        require(++depth <= XMLDocument::maxDepth, "no element is nested too deep");
+        require(++depth <= XMLTextCheck::maxDepth, "no element is nested too deep");
         unsigned long attributes = 0;
         for (const auto* a = element->FirstAttribute(); a != nullptr; a = a->Next()) {
             ++attributes;
         }
-        require(attributes <= XMLDocument::maxAttributes, "no element has too many attributes");
+        require(attributes <= XMLTextCheck::maxAttributes, "no element has too many attributes");
     }
     for (const TiXmlNode* child = node.FirstChild(); child != nullptr; child = child->NextSibling()) {
         checkLimits(*child, depth);

@@ -3,6 +3,7 @@
 #include "Tests/Support/FileTree.h"
 #include "Tests/Support/TemporaryDirectory.h"
 #include "Tests/Support/VLStringPrinter.h"
+#include "Utility/InstallUtility/XMLTextCheck.h"
 
 #include <gtest/gtest.h>
 #include <tinyxml.h>
@@ -129,7 +130,7 @@ TEST(XMLDocument, ParsingAgainForgetsTheTextBefore) {
 }
 
 TEST(XMLDocument, AMalformedTextForgetsTheTextBefore) {
-    const std::string tooDeep = levels(XMLDocument::maxDepth + 1);
+    const std::string tooDeep = levels(XMLTextCheck::maxDepth + 1);
     for (const std::string& malformed : {"<b>"s, tooDeep, ""s}) {
         TiXmlDocument document;
         ASSERT_TRUE(parse("<a/>", document));
@@ -225,26 +226,26 @@ TEST(XMLDocumentLoad, FollowsALink) {
 // Limits
 
 TEST(XMLDocumentLimits, ElementsMayBeNestedUpToTheLimit) {
-    EXPECT_TRUE(isAccepted(levels(XMLDocument::maxDepth)));
-    EXPECT_FALSE(isAccepted(levels(XMLDocument::maxDepth + 1)));
+    EXPECT_TRUE(isAccepted(levels(XMLTextCheck::maxDepth)));
+    EXPECT_FALSE(isAccepted(levels(XMLTextCheck::maxDepth + 1)));
 }
 
 TEST(XMLDocumentLimits, AnEmptyElementIsALevel) {
     const auto around = [](unsigned long count) {
         return repeat("<a>", count) + "<b/>" + repeat("</a>", count);
     };
-    EXPECT_TRUE(isAccepted(around(XMLDocument::maxDepth - 1)));
-    EXPECT_FALSE(isAccepted(around(XMLDocument::maxDepth)));
+    EXPECT_TRUE(isAccepted(around(XMLTextCheck::maxDepth - 1)));
+    EXPECT_FALSE(isAccepted(around(XMLTextCheck::maxDepth)));
 }
 
 TEST(XMLDocumentLimits, SiblingsAreNoLevels) {
-    EXPECT_TRUE(isAccepted("<r>" + repeat("<a></a><b/><c></c  >", 3 * XMLDocument::maxDepth) + "</r>"));
+    EXPECT_TRUE(isAccepted("<r>" + repeat("<a></a><b/><c></c  >", 3 * XMLTextCheck::maxDepth) + "</r>"));
 }
 
 TEST(XMLDocumentLimits, AnElementMayHaveAttributesUpToTheLimit) {
-    EXPECT_TRUE(isAccepted("<r" + attributes(XMLDocument::maxAttributes) + "/>"));
-    EXPECT_FALSE(isAccepted("<r" + attributes(XMLDocument::maxAttributes + 1) + "/>"));
-    EXPECT_FALSE(isAccepted("<r><a/><b" + attributes(XMLDocument::maxAttributes + 1) + "></b></r>"));
+    EXPECT_TRUE(isAccepted("<r" + attributes(XMLTextCheck::maxAttributes) + "/>"));
+    EXPECT_FALSE(isAccepted("<r" + attributes(XMLTextCheck::maxAttributes + 1) + "/>"));
+    EXPECT_FALSE(isAccepted("<r><a/><b" + attributes(XMLTextCheck::maxAttributes + 1) + "></b></r>"));
 }
 
 TEST(XMLDocumentLimits, AttributesCountForEachElementByItself) {
@@ -255,7 +256,7 @@ TEST(XMLDocumentLimits, ManyNodesFarDownCountAsMalformed) {
     const auto document = [](unsigned long depth, unsigned long nodes) {
         return repeat("<a>", depth) + repeat("<b/>", nodes) + repeat("</a>", depth);
     };
-    const unsigned long enough = XMLDocument::maxSteps / 900;
+    const unsigned long enough = XMLTextCheck::maxSteps / 900;
     EXPECT_FALSE(isAccepted(document(900, enough + 1000)));
     EXPECT_TRUE(isAccepted(document(100, enough + 1000)));
     EXPECT_TRUE(isAccepted(document(900, 1000)));
@@ -263,15 +264,15 @@ TEST(XMLDocumentLimits, ManyNodesFarDownCountAsMalformed) {
 
 TEST(XMLDocumentLimits, ALongTextMayTakeMoreSteps) {
     constexpr unsigned long depth = 500;
-    const std::string node = "<b a='" + std::string(depth / XMLDocument::maxStepsPerByte, 'x') + "'/>";
-    const unsigned long nodes = XMLDocument::maxSteps / depth + 1000;
+    const std::string node = "<b a='" + std::string(depth / XMLTextCheck::maxStepsPerByte, 'x') + "'/>";
+    const unsigned long nodes = XMLTextCheck::maxSteps / depth + 1000;
     EXPECT_TRUE(isAccepted(repeat("<a>", depth) + repeat(node, nodes) + repeat("</a>", depth)));
 }
 
 TEST(XMLDocumentLimits, ManyElementsOfManyAttributesCountAsMalformed) {
     const std::string element = "<b" + attributes(1000) + "/>";
     EXPECT_TRUE(isAccepted("<r>" + repeat(element, 20) + "</r>"));
-    EXPECT_FALSE(isAccepted("<r>" + repeat(element, XMLDocument::maxSteps / 499'500 + 10) + "</r>"));
+    EXPECT_FALSE(isAccepted("<r>" + repeat(element, XMLTextCheck::maxSteps / 499'500 + 10) + "</r>"));
 }
 
 // What only looks like tags is none: these hold more than the limits allow, in places where it does not
@@ -316,10 +317,10 @@ INSTANTIATE_TEST_SUITE_P(XMLDocument, SoundDocument,
 class DeepDocument : public testing::TestWithParam<std::string> {};
 
 TEST_P(DeepDocument, DoesNotHideItsDepth) {
-    const std::string deep = GetParam() + levels(XMLDocument::maxDepth) + "</r>";
+    const std::string deep = GetParam() + levels(XMLTextCheck::maxDepth) + "</r>";
     ASSERT_TRUE(suitsParser(deep)) << "the test is of no use";
     EXPECT_FALSE(isAccepted(deep));
-    const std::string allowed = GetParam() + levels(XMLDocument::maxDepth - 1) + "</r>";
+    const std::string allowed = GetParam() + levels(XMLTextCheck::maxDepth - 1) + "</r>";
     EXPECT_TRUE(isAccepted(allowed));
 }
 

@@ -3,6 +3,7 @@
 #include "Foundation/Machine.h"
 #include "Foundation/VLVersion.h"
 #include "Utility/InstallUtility/XMLDocument.h"
+#include "Utility/InstallUtility/XMLTextCheck.h"
 
 #include <tinyxml.h>
 
@@ -164,7 +165,7 @@ void printChildren(ElementPrinter& printer, const FileNodeRef& parent) {
 
 /// The longest path whose element can be read again: install and installFiles stand above its components, a
 /// shortcut may stand below.
-constexpr unsigned long maxComponents = XMLDocument::maxDepth - 3;
+constexpr unsigned long maxComponents = XMLTextCheck::maxDepth - 3;
 
 /// The components of a path from left to right, without the empty ones.
 class Components {

@@ -4,23 +4,12 @@
 
 #include <tinyxml.h>
 
-/// The one road by which XML comes in. What it says is data from elsewhere: no text, however malformed, deep
+/// The one way in which XML comes in. What it says is data from elsewhere: no text, however malformed, deep
 /// or large, crashes a reader or makes it hang. Reading costs time and memory in proportion to the text.
 ///
-/// A text counts as malformed, and leaves the document without children, when the parser refuses it, when it
-/// exceeds one of the limits below, or when a declaration in it does not end. Text after a zero byte is
-/// not looked at. Nodes do not know their rows and columns.
+/// A text counts as malformed when XMLTextCheck or the parser refuses it. The document then has no children.
+/// Text after a zero byte is not looked at. Nodes do not know their rows and columns.
 namespace XMLDocument {
-
-/// Elements nested deeper than this count as malformed: the parser, like our own walks, recurses per level.
-constexpr unsigned long maxDepth = 1000;
-/// An element with more attributes than this counts as malformed: the parser compares each with all others.
-constexpr unsigned long maxAttributes = 1000;
-/// From each node the parser climbs to the root, and it compares each attribute with those before it. A text
-/// that makes it take more than `maxSteps` of these steps, and more than `maxStepsPerByte` for each of its
-/// bytes, counts as malformed, too: 100 MB of them within the two limits above would take minutes.
-constexpr unsigned long maxSteps = 200'000'000;
-constexpr unsigned long maxStepsPerByte = 16;
 
 /// Reads the file at `path` into `document`, which is emptied first. Line ends of other systems (CR LF, CR)
 /// are read as line feeds. False when the file cannot be read, is empty or is malformed.

@@ -4,6 +4,7 @@
 #include "Platform/Utf8.h"
 #include "Utility/InstallInspector/Report/NearestName.h"
 #include "Utility/InstallUtility/XMLDocument.h"
+#include "Utility/InstallUtility/XMLTextCheck.h"
 
 #include <cerrno>
 #include <cstring>
@@ -124,8 +125,8 @@ void LocatedDocument::findFault(bool bRefused) {
         parserFault->advice = "Save the file as UTF-8.";
     } else if (bRefused) {
         parserFault->text = "the document is too deep or too large for the parser, or breaks off";
-        parserFault->advice = "Nest no more than " + std::to_string(XMLDocument::maxDepth) +
-                              " elements, give none more than " + std::to_string(XMLDocument::maxAttributes) +
+        parserFault->advice = "Nest no more than " + std::to_string(XMLTextCheck::maxDepth) +
+                              " elements, give none more than " + std::to_string(XMLTextCheck::maxAttributes) +
                               " attributes, and end every declaration with \"?>\".";
     } else if (!isUtf8(text)) {
         parserFault->text = "a character that is not UTF-8";

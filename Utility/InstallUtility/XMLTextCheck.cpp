@@ -1,0 +1,335 @@
+#include "Utility/InstallUtility/XMLTextCheck.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <cstring>
+#include <strings.h>
+
+namespace {
+
+bool startsWith(const char* text, const char* word) {
+    return std::strncmp(text, word, std::strlen(word)) == 0;
+}
+
+bool startsWithIgnoreCase(const char* text, const char* word) {
+    return strncasecmp(text, word, std::strlen(word)) == 0;
+}
+
+unsigned char byteOf(char c) {
+    return static_cast<unsigned char>(c);
+}
+
+/// What TinyXML takes each byte for. It asks the C library, and so the locale.
+class ByteClasses {
+public:
+    ByteClasses() {
+        constexpr unsigned int firstBeyondASCII = 127;
+        for (unsigned int byte = 0; byte < classes.size(); ++byte) {
+            const int c = static_cast<int>(byte);
+            const bool bLetter = byte >= firstBeyondASCII || std::isalpha(c) != 0 || c == '_';
+            const bool bInName = bLetter || std::isalnum(c) != 0 || c == '-' || c == '.' || c == ':';
+            classes[byte] = static_cast<unsigned char>((std::isspace(c) != 0 ? space : 0) |
+                                                       (bLetter ? nameStart : 0) | (bInName ? name : 0));
+        }
+    }
+
+    bool isSpace(char c) const { return has(c, space); }
+    bool isNameStart(char c) const { return has(c, nameStart); }
+    bool isInName(char c) const { return has(c, name); }
+
+private:
+    enum Class : unsigned char { space = 1, nameStart = 2, name = 4 };
+
+    bool has(char c, Class kind) const { return (classes[byteOf(c)] & kind) != 0; }
+
+    std::array<unsigned char, 256> classes = {};
+};
+
+/// Follows the text as the parser will, and builds nothing.
+///
+/// It has to see the same tags as the parser, with all the parser's oddities. Otherwise a document could hide
+/// its depth, for example in a quoted value that a cut-off UTF-8 character leads out of. So it keeps
+/// TinyXML's own rules of what ends what. Where the parser gives up, the check may end or go on: it never
+/// needs to tell.
+class TextCheck {
+public:
+    explicit TextCheck(const char* text)
+        : p(text),
+          stepsLeft(std::max(XMLTextCheck::maxSteps, XMLTextCheck::maxStepsPerByte * std::strlen(text))) {}
+
+    /// Whether the parser can be given the text.
+    bool passes() {
+        if (startsWith(p, "\xEF\xBB\xBF")) {
+            encoding = Encoding::UTF8;
+        }
+        do {
+            skipSpace();
+        } while (*p != '\0' && next());
+        return !bRefused;
+    }
+
+private:
+    enum class Encoding { Unknown, UTF8, Other };
+
+    const ByteClasses bytes;
+    const char* p;           ///< the byte that the parser looks at next
+    unsigned long stepsLeft; ///< that the parser may take
+    Encoding encoding = Encoding::Unknown;
+    unsigned long depth = 0;          ///< of open elements
+    const char* valueBegin = nullptr; ///< the last attribute value, as it stands in the text
+    const char* valueEnd = nullptr;
+    bool bRefused = false;
+
+    // Each of these steps over what stands at `p`. False means that the parser gives up here, or that the
+    // text is refused.
+
+    bool refuse() {
+        bRefused = true;
+        return false;
+    }
+
+    bool spend(unsigned long steps) {
+        if (steps > stepsLeft) {
+            return refuse();
+        }
+        stepsLeft -= steps;
+        return true;
+    }
+
+    bool next() {
+        if (!spend(depth)) {
+            return false;
+        }
+        if (*p != '<') {
+            return depth > 0 && text();
+        }
+        if (depth > 0 && p[1] == '/') {
+            return endTag();
+        }
+        if (startsWithIgnoreCase(p, "<?xml")) {
+            return declaration();
+        }
+        if (startsWith(p, "<!--")) {
+            p += 4;
+            return through("-->");
+        }
+        if (startsWith(p, "<![CDATA[")) {
+            p += 9;
+            return through("]]>");
+        }
+        return bytes.isNameStart(p[1]) ? element() : through(">");
+    }
+
+    /// Byte order marks count as space, wherever they are.
+    void skipSpace() {
+        for (;;) {
+            if (bytes.isSpace(*p)) {
+                ++p;
+            } else if (encoding == Encoding::UTF8 && isByteOrderMark()) {
+                p += 3;
+            } else {
+                return;
+            }
+        }
+    }
+
+    bool isByteOrderMark() const {
+        return *p == '\xEF' && (startsWith(p + 1, "\xBB\xBF") || startsWith(p + 1, "\xBF\xBE") ||
+                                startsWith(p + 1, "\xBF\xBF"));
+    }
+
+    bool through(const char* end) {
+        const char* found = std::strstr(p, end);
+        p = found == nullptr ? p + std::strlen(p) : found + std::strlen(end);
+        return found != nullptr;
+    }
+
+    bool text() {
+        while (*p != '\0' && *p != '<') {
+            if (!character()) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    bool character() {
+        if (*p == '&') {
+            return reference();
+        }
+        // The bytes that follow the first are not looked at: a quote or a "<" among them is text.
+        for (unsigned long left = characterSize(); left > 0; --left, ++p) {
+            if (*p == '\0') {
+                return refuse();
+            }
+        }
+        return true;
+    }
+
+    unsigned long characterSize() const {
+        const unsigned char first = byteOf(*p);
+        if (encoding != Encoding::UTF8 || first < 0xC2 || first > 0xF4) {
+            return 1;
+        }
+        return first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
+    }
+
+    /// The parser takes a number's end to be the next ";" wherever that is, past quotes and tags, and reads
+    /// the digits backwards from there.
+    bool reference() {
+        if (p[1] != '#') {
+            ++p;
+            return true;
+        }
+        const bool bHexadecimal = p[2] == 'x';
+        const char* mark = p + (bHexadecimal ? 2 : 1);
+        const char* end = std::strchr(mark, ';');
+        if (end == nullptr) {
+            return false;
+        }
+        for (const char* digit = end - 1; *digit != *mark; --digit) {
+            if ((bHexadecimal ? std::isxdigit(byteOf(*digit)) : std::isdigit(byteOf(*digit))) == 0) {
+                return false;
+            }
+        }
+        p = end + 1;
+        return true;
+    }
+
+    bool name() {
+        if (!bytes.isNameStart(*p)) {
+            return false;
+        }
+        skipName();
+        return true;
+    }
+
+    void skipName() {
+        while (bytes.isInName(*p)) {
+            ++p;
+        }
+    }
+
+    bool element() {
+        if (depth == XMLTextCheck::maxDepth) {
+            return refuse();
+        }
+        ++p;
+        skipSpace();
+        if (!name()) {
+            return false;
+        }
+        for (unsigned long attributes = 0;; ++attributes) {
+            skipSpace();
+            if (*p == '>') {
+                ++p;
+                ++depth;
+                return true;
+            }
+            if (*p == '/') {
+                p += p[1] == '>' ? 2 : 1;
+                return p[-1] == '>';
+            }
+            if (attributes == XMLTextCheck::maxAttributes) {
+                return refuse();
+            }
+            if (!spend(attributes) || !attribute()) {
+                return false;
+            }
+        }
+    }
+
+    bool endTag() {
+        p += 2;
+        skipName();
+        skipSpace();
+        if (*p != '>') {
+            return false;
+        }
+        ++p;
+        --depth;
+        return true;
+    }
+
+    bool attribute() {
+        if (!name()) {
+            return false;
+        }
+        skipSpace();
+        if (*p != '=') {
+            return false;
+        }
+        ++p;
+        skipSpace();
+        return *p == '"' || *p == '\'' ? quotedValue() : bareValue();
+    }
+
+    bool quotedValue() {
+        const char quote = *p++;
+        valueBegin = p;
+        while (*p != quote) {
+            if (*p == '\0' || !character()) {
+                return false;
+            }
+        }
+        valueEnd = p++;
+        return true;
+    }
+
+    bool bareValue() {
+        valueBegin = p;
+        while (*p != '\0' && !bytes.isSpace(*p) && *p != '/' && *p != '>') {
+            if (*p == '"' || *p == '\'') {
+                return false;
+            }
+            ++p;
+        }
+        valueEnd = p;
+        return true;
+    }
+
+    bool declaration() {
+        p += 5;
+        Encoding declared = Encoding::UTF8;
+        while (skipSpace(), *p != '>') {
+            const bool bEncoding = startsWithIgnoreCase(p, "encoding");
+            if (bEncoding || startsWithIgnoreCase(p, "version") || startsWithIgnoreCase(p, "standalone")) {
+                if (!attribute()) {
+                    return refuse();
+                }
+                // No encoding has a reference in its name; the parser would resolve it.
+                if (bEncoding && std::find(valueBegin, valueEnd, '&') != valueEnd) {
+                    return refuse();
+                }
+                declared = bEncoding ? declaredEncoding() : declared;
+            } else if (!word()) {
+                return refuse();
+            }
+        }
+        ++p;
+        if (depth == 0 && encoding == Encoding::Unknown) {
+            encoding = declared;
+        }
+        return true;
+    }
+
+    Encoding declaredEncoding() const {
+        const bool bUTF8 = valueBegin == valueEnd || startsWithIgnoreCase(valueBegin, "UTF-8") ||
+                           startsWithIgnoreCase(valueBegin, "UTF8");
+        return bUTF8 ? Encoding::UTF8 : Encoding::Other;
+    }
+
+    bool word() {
+        while (*p != '\0' && *p != '>' && !bytes.isSpace(*p)) {
+            ++p;
+        }
+        return *p != '\0';
+    }
+};
+
+} // namespace
+
+bool XMLTextCheck::passes(const char* text) {
+    return TextCheck(text).passes();
+}
