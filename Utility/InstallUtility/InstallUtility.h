@@ -107,7 +107,7 @@ public:
     void saveStatusFile(const VLString& directory);
     static VLString statusFilePath(const VLString& directory);
 
-    // Target paths, conditions and patterns (TargetPaths.cpp)
+    // Target paths and conditions (TargetPaths.cpp)
 
     /// Reads installItems. False, and an error line, when the file is missing, malformed or has no root.
     bool parseTargetsPathXMLFile(const VLString& path);
@@ -120,6 +120,9 @@ public:
     static std::vector<VLString> getTargetPaths(const std::vector<InstallItem::ItemPath>& candidates,
                                                 const VLString& family);
     static bool isConditionTrue(const InstallItem::ItemPath::Condition& condition);
+
+    // Patterns and the user (Pattern.cpp)
+
     /// Fills %USER% (in any case) with the user's name and %REGKEY:key name::value name% with that value of
     /// the user's preference file for the key, empty when it is absent. Other text between percent signs
     /// stays. What is filled in is looked at again. A registry placeholder without "::" stays as it is, and

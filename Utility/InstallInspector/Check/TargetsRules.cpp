@@ -11,6 +11,7 @@ namespace {
 using Entry = LocatedDocument::Entry;
 using TargetItem = Product::TargetItem;
 using Condition = InstallUtility::InstallItem::ItemPath::Condition;
+using Pattern::Placeholder;
 
 constexpr const char* withoutRecord = "No record is kept: installs never replace a file that is there, not "
                                       "even by a newer one, and an uninstall "
@@ -188,8 +189,7 @@ void registryTestWithoutPlaceholder(const Product& product, const Report& report
             return;
         }
         // What stands around a placeholder is there whatever the registry holds.
-        const std::string rest = withoutPlaceholders(toString(value));
-        if (!rest.empty()) {
+        if (withoutPlaceholders(value).IsSet()) {
             report(
                 at(product, *entry.element, "value"),
                 shownType(entry) + " of " + shown(value) + ", which is not a registry placeholder alone",
@@ -234,38 +234,42 @@ void forEachPattern(const Product& product, Visitor visit) {
 }
 
 template <class Visitor>
-void forEachPlaceholder(const Product& product, Placeholder::Kind kind, Visitor visit) {
+void forEachPlaceholder(const Product& product, Visitor visit) {
     forEachPattern(product, [&](const Entry& entry, const VLString& value, bool bPath) {
-        for (const Placeholder& placeholder : placeholdersIn(toString(value), bPath)) {
-            if (placeholder.kind == kind) {
-                visit(at(product, *entry.element, "value"), shown(toVLString(placeholder.text)), placeholder);
-            }
+        for (const Placeholder& placeholder : placeholdersIn(value, bPath)) {
+            visit(at(product, *entry.element, "value"), placeholder);
         }
     });
 }
 
 void unknownPlaceholder(const Product& product, const Report& report) {
-    forEachPlaceholder(product, Placeholder::Kind::Unknown,
-                       [&](const Location& where, const std::string& text, const Placeholder& placeholder) {
-                           if (placeholder.text == "%FAMILY%") {
-                               return; // family-in-condition
-                           }
-                           const std::string fallback =
-                               "Write %FAMILY%, %USER% or %REGKEY:key::value name%, in this case of letters.";
-                           const VLString name = toVLString(placeholder.text);
-                           const bool bRegistry = name.HasOf(name.IndexOfIgnoreCase("REGKEY", 0));
-                           report(
-                               where, "unknown placeholder " + text,
-                               "It stays as it stands: the engine goes on with a name that has percent signs "
-                               "in it.",
-                               bRegistry ? "Write %REGKEY:key::value name%, with REGKEY in capitals."
-                                         : adviseNearest(name, {"%FAMILY%", "%USER%"}, fallback));
-                       });
+    forEachPlaceholder(product, [&](const Location& where, const Placeholder& placeholder) {
+        const VLString& text = placeholder.text;
+        if (placeholder.kind != Placeholder::Kind::Unknown || text == VLString("%FAMILY%")) {
+            return; // family-in-condition
+        }
+        const bool bRegistry = text.HasOf(text.IndexOfIgnoreCase("REGKEY", 0));
+        report(where, "unknown placeholder " + shown(text),
+               "It stays as it stands: the engine goes on with a name that has percent signs in it.",
+               bRegistry ? "Write %REGKEY:key::value name%, with REGKEY in capitals."
+                         : adviseNearest(text, {"%FAMILY%", "%USER%"},
+                                         "Write %FAMILY%, %USER% or %REGKEY:key::value name%, in this case "
+                                         "of letters."));
+    });
+}
+
+constexpr const char* registryOpening = "%REGKEY:";
+
+/// Without "::", or with something in front of REGKEY that the engine would pass over.
+bool isMalformed(const Placeholder& placeholder) {
+    return placeholder.kind == Placeholder::Kind::MalformedRegistry ||
+           (placeholder.kind == Placeholder::Kind::Registry &&
+            placeholder.text.IndexOf(registryOpening, 0) != 0);
 }
 
 /// With the key and the value that a single colon parts, where that is what was meant.
 std::string adviseSeparator(const std::string& placeholder) {
-    static const std::string opening = "%REGKEY:";
+    const std::string opening = registryOpening;
     const std::size_t colon = placeholder.find(':', opening.size());
     const bool bParted = placeholder.compare(0, opening.size(), opening) == 0 && colon > opening.size() &&
                          colon == placeholder.rfind(':') && colon + 2 < placeholder.size();
@@ -276,31 +280,38 @@ std::string adviseSeparator(const std::string& placeholder) {
 }
 
 void registryPlaceholder(const Product& product, const Report& report) {
-    forEachPlaceholder(
-        product, Placeholder::Kind::MalformedRegistry,
-        [&](const Location& where, const std::string& text, const Placeholder& placeholder) {
-            report(where, "the registry placeholder " + text + " has no \"::\" between key and value",
+    forEachPlaceholder(product, [&](const Location& where, const Placeholder& placeholder) {
+        if (isMalformed(placeholder)) {
+            report(where,
+                   "the registry placeholder " + shown(placeholder.text) +
+                       " has no \"::\" between key and value",
                    "The engine cannot fill it in: it stays as it stands, with an error in the log.",
-                   adviseSeparator(placeholder.text));
-        });
-    forEachPlaceholder(product, Placeholder::Kind::Registry,
-                       [&](const Location& where, const std::string& text, const Placeholder& placeholder) {
-                           if (placeholder.key.empty() || placeholder.value.empty()) {
-                               report(where,
-                                      "the registry placeholder " + text + " names no " +
-                                          (placeholder.key.empty() ? "key" : "value"),
-                                      "Nothing is found under an empty name: it is filled in with nothing.",
-                                      "Write %REGKEY:key::value name%.");
-                           }
-                       });
+                   adviseSeparator(toString(placeholder.text)));
+        }
+    });
+    forEachPlaceholder(product, [&](const Location& where, const Placeholder& placeholder) {
+        if (placeholder.kind != Placeholder::Kind::Registry || isMalformed(placeholder)) {
+            return;
+        }
+        const Pattern::RegistryReference reference = Pattern::registryReference(placeholder.text);
+        if (reference.key.IsEmpty() || reference.valueName.IsEmpty()) {
+            report(where,
+                   "the registry placeholder " + shown(placeholder.text) + " names no " +
+                       (reference.key.IsEmpty() ? "key" : "value"),
+                   "Nothing is found under an empty name: it is filled in with nothing.",
+                   "Write %REGKEY:key::value name%.");
+        }
+    });
 }
 
 void lonePercent(const Product& product, const Report& report) {
-    forEachPlaceholder(
-        product, Placeholder::Kind::Lone, [&](const Location& where, const std::string&, const Placeholder&) {
-            report(where, "a percent sign that no second one closes", "It stays in the name as it stands.",
+    forEachPattern(product, [&](const Entry& entry, const VLString& value, bool) {
+        if (hasLonePercentSign(value)) {
+            report(at(product, *entry.element, "value"), "a percent sign that no second one closes",
+                   "It stays in the name as it stands.",
                    "Close the placeholder with \"%\", or leave the sign out of the path.");
-        });
+        }
+    });
 }
 
 void relativePath(const Product& product, const Report& report) {
@@ -309,22 +320,20 @@ void relativePath(const Product& product, const Report& report) {
         if (value.IsEmpty() || (!bPath && (readsRegistry(type) || type == Condition::None))) {
             return;
         }
-        const std::string text = toString(value);
-        const auto placeholders = placeholdersIn(text, bPath);
-        const bool bRegistry =
-            !placeholders.empty() &&
-            text.compare(0, placeholders.front().text.size(), placeholders.front().text) == 0 &&
-            (placeholders.front().kind == Placeholder::Kind::Registry ||
-             placeholders.front().kind == Placeholder::Kind::MalformedRegistry);
-        if (text[0] == '/' || bRegistry) {
+        const auto placeholders = placeholdersIn(value, bPath);
+        const bool bRegistry = !placeholders.empty() && placeholders.front().begin == 0 &&
+                               (placeholders.front().kind == Placeholder::Kind::Registry ||
+                                placeholders.front().kind == Placeholder::Kind::MalformedRegistry);
+        if (value[0] == '/' || bRegistry) {
             return;
         }
         report(
             at(product, *entry.element, "value"), "the path " + shown(value) + " does not begin with \"/\"",
-            text[0] == '~' ? "Nothing expands \"~\": it is the name of a folder below whatever folder the "
-                             "installer happens to run in."
-                           : "It is looked for below whatever folder the installer happens to run in.",
-            text[0] == '~' ? "Write /Users/%USER% for the user's home." : "Write the whole path from \"/\".");
+            value[0] == '~' ? "Nothing expands \"~\": it is the name of a folder below whatever folder the "
+                              "installer happens to run in."
+                            : "It is looked for below whatever folder the installer happens to run in.",
+            value[0] == '~' ? "Write /Users/%USER% for the user's home."
+                            : "Write the whole path from \"/\".");
     });
 }
 
@@ -332,7 +341,7 @@ void relativePath(const Product& product, const Report& report) {
 void shellCharacterInPath(const Product& product, const Report& report) {
     forEachEntry(product, {Kind::Path}, [&](const Entry& entry) {
         const VLString value = attributeOf(*entry.element, "value");
-        if (const auto fault = shellCharacterIn(toVLString(withoutPlaceholders(toString(value))))) {
+        if (const auto fault = shellCharacterIn(withoutPlaceholders(value))) {
             report(at(product, *entry.element, "value"), fault->message, fault->consequence,
                    "Choose a folder whose path does not have the character.");
         }
@@ -463,10 +472,8 @@ void recordMoves(const Product& product, const Report& report) {
     if (element->FirstChildElement("condition") != nullptr) {
         reason = "depends on a condition";
     }
-    for (const Placeholder& placeholder : placeholdersIn(toString(first.path), false)) {
-        if (placeholder.kind != Placeholder::Kind::Lone) {
-            reason = "depends on " + shown(toVLString(placeholder.text));
-        }
+    for (const Placeholder& placeholder : placeholdersIn(first.path, false)) {
+        reason = "depends on " + shown(placeholder.text);
     }
     if (!reason.empty()) {
         report(

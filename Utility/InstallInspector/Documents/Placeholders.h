@@ -1,27 +1,15 @@
 #pragma once
 
-#include <string>
+#include "Utility/InstallUtility/Pattern.h"
+
 #include <vector>
 
-/// Something between percent signs in a pattern, found as InstallUtility::fillPattern finds it.
-struct Placeholder {
-    enum class Kind {
-        Unknown,
-        Family,
-        User,
-        Registry,
-        MalformedRegistry, ///< without "::", or with something in front of REGKEY
-        Lone               ///< a percent sign that no second one closes
-    };
+/// The placeholders of `pattern` as the engine finds them, in their order. In a path (`bPath`) %FAMILY% is
+/// none of them, since the engine replaces it before it looks for others.
+std::vector<Pattern::Placeholder> placeholdersIn(const VLString& pattern, bool bPath);
 
-    Kind kind;
-    std::string text;  ///< with its percent signs
-    std::string key;   ///< of a registry placeholder
-    std::string value; ///< the value's name
-};
+/// Whether `pattern` has a percent sign that no second one closes: placeholders take them two at a time.
+bool hasLonePercentSign(const VLString& pattern);
 
-/// In their order. `bPath`: %FAMILY% counts, as it does in paths alone.
-std::vector<Placeholder> placeholdersIn(const std::string& pattern, bool bPath);
-
-/// What the pattern has outside of %USER% and registry placeholders, whole or malformed.
-std::string withoutPlaceholders(const std::string& pattern);
+/// What `pattern`, read as a path, has outside of %USER% and registry placeholders, whole or malformed.
+VLString withoutPlaceholders(const VLString& pattern);

@@ -1,0 +1,206 @@
+#include "Utility/InstallUtility/Pattern.h"
+
+#include "Foundation/FileLibrary.h"
+#include "Foundation/RegistryHelper.h"
+#include "Foundation/SimpleLog.h"
+#include "Utility/InstallUtility/InstallUtility.h"
+#include "Utility/InstallUtility/OncePerRun.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+namespace {
+
+using Pattern::Placeholder;
+
+// A value that brings its own placeholder back, directly or through others, would be filled in for ever. No
+// pattern that is meant comes near these limits.
+
+constexpr unsigned int mostExpansions = 256;
+constexpr unsigned long longestExpansion = 1UL << 20;
+
+VLString withoutLastCharacter(const VLString& text) {
+    return text.IsEmpty() ? text : text.Substr(0, text.Size() - 1);
+}
+
+/// The text behind the opening "%REGKEY:".
+VLString behindOpening(const VLString& placeholder) {
+    return placeholder.Substr(VLString("%REGKEY:").Size(), VLString::maxLen);
+}
+
+Placeholder::Kind kindOf(const VLString& placeholder) {
+    using Kind = Placeholder::Kind;
+    if (placeholder.EqualsIgnoreCase("%USER%")) {
+        return Kind::User;
+    }
+    if (!placeholder.HasOf(placeholder.IndexOf("REGKEY:", 0))) {
+        return Kind::Unknown;
+    }
+    const VLString reference = behindOpening(placeholder);
+    return reference.HasOf(reference.IndexOf("::", 0)) ? Kind::Registry : Kind::MalformedRegistry;
+}
+
+// What comes from a user's preferences or environment ends up in commands that the superuser runs. Inside
+// double quotes a shell acts on some characters; outside, on more.
+
+bool isControl(char c) {
+    return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
+}
+
+bool hasControlOrAnyOf(const VLString& text, const char* characters) {
+    const char* begin = text.ConstData();
+    return std::any_of(begin, begin + text.Size(),
+                       [&](char c) { return isControl(c) || std::strchr(characters, c) != nullptr; });
+}
+
+/// Tells that a value is not used. In a run that looks it up again and again it is told once.
+void tellRefused(const VLString& what) {
+    if (OncePerRun::isFirst(what)) {
+        SimpleLog::printLog(SimpleLog::Error, __FILE__, __FUNCTION__, __LINE__,
+                            "%s holds a character that a shell would act on. It counts as empty.",
+                            what.ConstData());
+    }
+}
+
+VLString registryValue(const VLString& placeholder) {
+    const Pattern::RegistryReference reference = Pattern::registryReference(placeholder);
+    VLString value = RegistryHelper::GetRegistryKeyAtPath(reference.key, reference.valueName,
+                                                          InstallUtility::getUserPreferencesPath());
+    if (hasControlOrAnyOf(value, "\"$`\\")) {
+        tellRefused(VLString("The preference '") + reference.key + "::" + reference.valueName + "'");
+        value.Clear();
+    }
+    return value;
+}
+
+bool isFilledIn(Placeholder::Kind kind) {
+    return kind == Placeholder::Kind::User || kind == Placeholder::Kind::Registry;
+}
+
+VLString valueOf(const Placeholder& placeholder) {
+    return placeholder.kind == Placeholder::Kind::User ? InstallUtility::getUserName()
+                                                       : registryValue(placeholder.text);
+}
+
+/// Whether HOME can be given to "eval echo $HOME", which splits it, looks for files that match it, and runs
+/// the result as a command once more.
+bool isHomeSafe() {
+    const char* home = std::getenv("HOME"); // NOLINT(concurrency-mt-unsafe): one thread
+    if (home == nullptr || !hasControlOrAnyOf(home, ";&|<>()$`\\\"'*?[")) {
+        return true;
+    }
+    tellRefused("The environment variable HOME");
+    return false;
+}
+
+unsigned long countOf(const VLString& needle, const VLString& text) {
+    unsigned long count = 0;
+    for (unsigned long found = text.IndexOf(needle, 0); text.HasOf(found);
+         found = text.IndexOf(needle, found + needle.Size())) {
+        ++count;
+    }
+    return count;
+}
+
+/// Fills the value in wherever the placeholder stands in `text`. False, and nothing done, when `text` would
+/// grow too long.
+bool expand(VLString& text, const VLString& placeholder, const VLString& value) {
+    const unsigned long count = countOf(placeholder, text);
+    const unsigned long size = text.Size() - count * placeholder.Size() + count * value.Size();
+    if (size > longestExpansion && size > text.Size()) {
+        return false;
+    }
+    text = text.Replace(placeholder, value);
+    return true;
+}
+
+void sayEndless(const VLString& pattern) {
+    SimpleLog::printLog(SimpleLog::Error, __FILE__, __FUNCTION__, __LINE__,
+                        "The pattern '%s' does not come to an end", pattern.ConstData());
+}
+
+} // namespace
+
+namespace Pattern {
+
+std::optional<Placeholder> findPlaceholder(const VLString& pattern, unsigned long start) {
+    const unsigned long begin = pattern.IndexOf("%", start);
+    const unsigned long end = pattern.HasOf(begin) ? pattern.IndexOf("%", begin + 1) : VLString::maxLen;
+    if (!pattern.HasOf(end)) {
+        return std::nullopt;
+    }
+    VLString text = pattern.Substr(begin, end + 1 - begin);
+    const Placeholder::Kind kind = kindOf(text);
+    return Placeholder{kind, begin, std::move(text)};
+}
+
+RegistryReference registryReference(const VLString& placeholder) {
+    const VLString separator("::");
+    const VLString reference = withoutLastCharacter(behindOpening(placeholder));
+    const unsigned long keyLength = reference.IndexOf(separator, 0);
+    return {reference.Substr(0, keyLength), reference.Substr(keyLength + separator.Size(), VLString::maxLen)};
+}
+
+bool fillFamily(VLString& path, const VLString& family) {
+    // No command could be given a longer path.
+    if (!expand(path, "%FAMILY%", family)) {
+        sayEndless(path);
+        return false;
+    }
+    return true;
+}
+
+} // namespace Pattern
+
+VLString InstallUtility::fillPattern(const VLString& pattern) {
+    VLString text = pattern;
+    unsigned long position = 0;
+    unsigned int expansions = 0;
+    bool bMalformed = false;
+    while (const auto placeholder = Pattern::findPlaceholder(text, position)) {
+        if (!isFilledIn(placeholder->kind)) {
+            bMalformed = bMalformed || placeholder->kind == Placeholder::Kind::MalformedRegistry;
+            position = placeholder->end();
+        } else if (expansions++ == mostExpansions ||
+                   !expand(text, placeholder->text, valueOf(*placeholder))) {
+            sayEndless(pattern);
+            break;
+        }
+    }
+    if (bMalformed) {
+        SimpleLog::printLog(SimpleLog::Error, __FILE__, __FUNCTION__, __LINE__,
+                            "The pattern '%s' has a registry placeholder without \"::\"",
+                            pattern.ConstData());
+    }
+    return text;
+}
+
+VLString InstallUtility::getUserName() {
+    const VLString usersFolder("/Users/");
+    VLString output;
+    if (!isHomeSafe()) {
+        return output;
+    }
+    exec("eval echo $HOME", output);
+    if (output.Size() > usersFolder.Size() + 1) {
+        output = output.Replace(usersFolder, VLString());
+    }
+    return withoutLastCharacter(output);
+}
+
+VLString InstallUtility::getUserHomePath() {
+    VLString output;
+    exec(VLString("eval echo '~") + getUserName() + "'", output);
+    return withoutLastCharacter(output);
+}
+
+VLString InstallUtility::getUserPreferencesPath() {
+    return getUserHomePath() + "/Library/Preferences";
+}
+
+bool InstallUtility::exec(const VLString& command, VLString& output) {
+    VLString line = command;
+    return ::exec(line, output);
+}
