@@ -12,6 +12,7 @@
 #include <cstring>
 #include <cwchar>
 #include <cwctype>
+#include <iterator>
 #include <memory>
 #include <new>
 #include <strings.h>
@@ -153,13 +154,19 @@ private:
 };
 
 /// Where the first occurrence of `needle`, which is not empty, ends in `text`; VLString::maxLen for none, or
-/// where memory cannot be had.
+/// where memory for a long needle cannot be had.
 template <class Searched>
 unsigned long endOfFirst(const Searched& needle, const Searched& text) {
     // border[i]: length of the longest proper prefix of the needle that also ends at its position i.
-    const auto border = tryAllocate<unsigned long>(needle.size());
-    if (!border) {
-        return VLString::maxLen;
+    unsigned long fewBorders[32]; // most needles are a separator or a placeholder
+    std::unique_ptr<unsigned long[]> manyBorders;
+    unsigned long* border = fewBorders;
+    if (needle.size() > std::size(fewBorders)) {
+        manyBorders = tryAllocate<unsigned long>(needle.size());
+        border = manyBorders.get();
+        if (border == nullptr) {
+            return VLString::maxLen;
+        }
     }
     border[0] = 0;
     unsigned long matched = 0;

@@ -417,6 +417,16 @@ BOTH_STRINGS_TEST(AddWithoutChangingTheirself) {
     EXPECT_EQ(string, text("ab"));
 }
 
+BOTH_STRINGS_TEST(FindNeedlesOfAnyLength) {
+    for (unsigned long length = 1; length < 100; ++length) {
+        const String needle = repeated(length, 'a') + text("b");
+        const String before = repeated(3, 'a');
+        EXPECT_EQ((before + needle + text("c") + needle).IndexOf(needle, 0), 3UL) << length;
+        EXPECT_EQ((before + needle + text("c") + needle).IndexLastOf(needle), length + 5) << length;
+        EXPECT_EQ((before + needle).IndexOf(needle + text("b"), 0), maxLen) << length;
+    }
+}
+
 BOTH_STRINGS_TEST(Replace) {
     EXPECT_EQ(text("%USER%/x/%USER%").Replace(text("%USER%"), text("bob")), text("bob/x/bob"));
     EXPECT_EQ(text("aa").Replace(text("a"), text("aa")), text("aaaa"));
