@@ -97,6 +97,7 @@ TEST(Condition, KindsAreKnownByTheirNamesInAnyCase) {
         EXPECT_EQ(Condition::fromString(text), type) << text;
         EXPECT_EQ(Condition::fromString(VLString(text).ToLower()), type) << text;
         EXPECT_EQ(Condition::fromString(VLString(text).ToUpper()), type) << text;
+        EXPECT_STREQ(Condition::nameOf(type), text);
     }
 }
 
@@ -105,6 +106,8 @@ TEST(Condition, AnyOtherTextIsNoKind) {
                              "Not", "1", "And;Or", "RegKey"}) {
         EXPECT_EQ(Condition::fromString(text), Condition::None) << text;
     }
+    EXPECT_STREQ(Condition::nameOf(Condition::None), "");
+    EXPECT_STREQ(Condition::nameOf(static_cast<Condition::ConditionType>(9)), "");
 }
 
 // Reading

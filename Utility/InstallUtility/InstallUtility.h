@@ -45,6 +45,9 @@ public:
                 void parse(TiXmlNode* node);
                 /// The kind of that name in any case; None for an unknown one.
                 static ConditionType fromString(const VLString& text);
+                /// The name of that kind; empty for None and for what is no kind. The kinds behind None are
+                /// numbered without a gap.
+                static const char* nameOf(ConditionType type);
             };
 
             VLString path; ///< a pattern, see getTargetPaths

@@ -2,6 +2,7 @@
 #include "Foundation/PathLibrary.h"
 #include "Foundation/SimpleLog.h"
 #include "Utility/InstallUtility/InstallUtility.h"
+#include "Utility/InstallUtility/KnownNames.h"
 
 bool InstallUtility::createFullShortCutName(const FileNode& node, VLString& out) {
     if (!node.IsShortCutInfoValid()) {
@@ -45,16 +46,8 @@ bool InstallUtility::removeShortCut(const VLString&, const FileNode& node) {
 }
 
 VLString InstallUtility::getNLEFullName(const VLString& shortName) {
-    static const struct {
-        const char* shortName;
-        const char* displayName;
-    } hosts[] = {
-        {"Premiere Pro", "Adobe Premiere Pro"}, {"Media Composer", "Avid Media Composer"},
-        {"Edius", "Grass Valley EDIUS"},        {"OpenFX", "OpenFX video editor"},
-        {"Lettrix", "Vorlane Lettrix"},         {"Final Cut Pro X", "Apple Final Cut Pro X"},
-    };
-    for (const auto& host : hosts) {
-        if (shortName.EqualsIgnoreCase(host.shortName)) {
+    for (const KnownHost& host : knownHosts) {
+        if (shortName.EqualsIgnoreCase(host.name)) {
             return host.displayName;
         }
     }

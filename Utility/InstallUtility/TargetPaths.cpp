@@ -100,22 +100,41 @@ void InstallUtility::InstallItem::ItemPath::Condition::parse(TiXmlNode* node) {
 }
 
 Condition::ConditionType InstallUtility::InstallItem::ItemPath::Condition::fromString(const VLString& text) {
-    static constexpr std::pair<const char*, ConditionType> types[] = {
-        {"PathExist", PathExist},
-        {"PathNotExist", PathNotExist},
-        {"FileExist", FileExist},
-        {"FileNotExist", FileNotExist},
-        {"RegKeyExist", RegKeyExist},
-        {"RegKeyNotExist", RegKeyNotExist},
-        {"And", And},
-        {"Or", Or},
-    };
-    for (const auto& [name, type] : types) {
+    for (std::int32_t number = None + 1;; ++number) {
+        const auto type = static_cast<ConditionType>(number);
+        const VLString name(nameOf(type));
+        if (name.IsEmpty()) {
+            return None;
+        }
         if (text.EqualsIgnoreCase(name)) {
             return type;
         }
     }
-    return None;
+}
+
+const char* InstallUtility::InstallItem::ItemPath::Condition::nameOf(ConditionType type) {
+    // Without a default, so that a kind that has no name yet does not compile.
+    switch (type) {
+    case None:
+        break;
+    case PathExist:
+        return "PathExist";
+    case PathNotExist:
+        return "PathNotExist";
+    case FileExist:
+        return "FileExist";
+    case FileNotExist:
+        return "FileNotExist";
+    case RegKeyExist:
+        return "RegKeyExist";
+    case RegKeyNotExist:
+        return "RegKeyNotExist";
+    case And:
+        return "And";
+    case Or:
+        return "Or";
+    }
+    return "";
 }
 
 // Candidates and conditions
@@ -161,7 +180,8 @@ bool InstallUtility::isConditionTrue(const InstallItem::ItemPath::Condition& con
         return std::all_of(operands.begin(), operands.end(), isConditionTrue);
     case Condition::Or:
         return std::any_of(operands.begin(), operands.end(), isConditionTrue);
-    default:
-        return true;
+    case Condition::None:
+        break;
     }
+    return true;
 }

@@ -13,7 +13,6 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <set>
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -177,21 +176,6 @@ TEST(EngineAgreement, EachAttributeOfTheVocabularyIsRead) {
             EXPECT_TRUE(bMatters);
         }
     }
-}
-
-TEST(EngineAgreement, TheKnownHostsAreThoseThatTheEngineHasNamesFor) {
-    for (const std::string& host : knownHosts()) {
-        EXPECT_NE(InstallUtility::getNLEFullName(toVLString(host)), toVLString(host)) << host;
-    }
-    EXPECT_EQ(InstallUtility::getNLEFullName("Resolve"), VLString("Resolve"));
-}
-
-TEST(EngineAgreement, TheKnownConditionTypesAreThoseOfTheEngine) {
-    std::set<int> types;
-    for (const std::string& type : knownConditionTypes()) {
-        types.insert(Condition::fromString(toVLString(type)));
-    }
-    EXPECT_EQ(types, std::set<int>({1, 2, 3, 4, 5, 6, 7, 8}));
 }
 
 TEST(EngineAgreement, TheFamilyIsReplacedBeforePlaceholdersAreFound) {

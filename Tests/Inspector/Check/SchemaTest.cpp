@@ -139,13 +139,13 @@ TEST(Schemas, HaveTheElementsAndAttributesThatAreRead) {
 }
 
 TEST(Schemas, OfferTheKnownNames) {
-    EXPECT_EQ(valuesOf(definitionSchema, "knownHost"), setOf(knownHosts()));
+    EXPECT_EQ(valuesOf(definitionSchema, "knownHost"), setOf(hostNames()));
     Names withVariants;
-    for (const std::string& host : knownHosts()) {
+    for (const std::string& host : hostNames()) {
         withVariants.insert({host, host + "32"});
     }
     EXPECT_EQ(valuesOf(targetsSchema, "knownHost"), withVariants);
-    EXPECT_EQ(valuesOf(targetsSchema, "knownConditionType"), setOf(knownConditionTypes()));
+    EXPECT_EQ(valuesOf(targetsSchema, "knownConditionType"), setOf(conditionNames()));
     EXPECT_EQ(valuesOf(definitionSchema, "branch"), setOf(branchNames()));
     EXPECT_EQ(valuesOf(targetsSchema, "branch"), setOf(branchNames()));
 }

@@ -60,15 +60,15 @@ void forEachWalkedItem(const TargetItem& item, const TreeNodes& nodes, Visitor& 
 
 template <class Visitor>
 void forEachWalkedItem(const Product& product, Visitor visit) {
-    for (const char* name : {"VorlaneFX", "Content"}) {
+    for (const char* name : {Branch::shared, Branch::content}) {
         const TargetItem* item = product.topItem(name);
         const TreeNode* node = product.branch(name);
         if (item != nullptr && node != nullptr) {
             forEachWalkedItem(*item, {node}, visit);
         }
     }
-    const TargetItem* hostsItem = product.topItem("Hosts");
-    const TreeNode* hosts = product.branch("Hosts");
+    const TargetItem* hostsItem = product.topItem(Branch::hosts);
+    const TreeNode* hosts = product.branch(Branch::hosts);
     if (hostsItem == nullptr || hosts == nullptr) {
         return;
     }
@@ -114,11 +114,11 @@ std::string adviseTreeOf(const VLString& knownHost, const std::vector<std::strin
 }
 
 void hostWithoutTarget(const Product& product, const Report& report) {
-    const TreeNode* hosts = product.branch("Hosts");
+    const TreeNode* hosts = product.branch(Branch::hosts);
     if (hosts == nullptr) {
         return;
     }
-    const TargetItem* item = product.topItem("Hosts");
+    const TargetItem* item = product.topItem(Branch::hosts);
     const std::vector<std::string> items =
         item == nullptr ? std::vector<std::string>() : namesOf(item->items);
     const std::vector<std::string> strangeItems = strangers(items, namesOf(hosts->children));
@@ -137,8 +137,8 @@ void hostWithoutTarget(const Product& product, const Report& report) {
 }
 
 void targetWithoutHost(const Product& product, const Report& report) {
-    const TargetItem* item = product.topItem("Hosts");
-    const TreeNode* hosts = product.branch("Hosts");
+    const TargetItem* item = product.topItem(Branch::hosts);
+    const TreeNode* hosts = product.branch(Branch::hosts);
     if (item == nullptr) {
         return;
     }
@@ -157,8 +157,8 @@ void targetWithoutHost(const Product& product, const Report& report) {
 }
 
 void contentWithoutTarget(const Product& product, const Report& report) {
-    const TreeNode* content = product.branch("Content");
-    if (content != nullptr && product.topItem("Content") == nullptr) {
+    const TreeNode* content = product.branch(Branch::content);
+    if (content != nullptr && product.topItem(Branch::content) == nullptr) {
         report(atNode(product, *content), "the targets have no item Content",
                "The Content branch is not installed; the log has an error, and the install reports success.",
                "Write <item name=\"Content\"> with its paths.");
@@ -166,8 +166,8 @@ void contentWithoutTarget(const Product& product, const Report& report) {
 }
 
 void targetWithoutContent(const Product& product, const Report& report) {
-    const TargetItem* item = product.topItem("Content");
-    if (item != nullptr && product.branch("Content") == nullptr) {
+    const TargetItem* item = product.topItem(Branch::content);
+    if (item != nullptr && product.branch(Branch::content) == nullptr) {
         report(atItem(product, *item), "the tree has no Content", "The product installs nothing there.",
                "Remove the item, or list the directory Content in the tree.");
     }
@@ -213,7 +213,7 @@ void itemForFile(const Product& product, const Report& report) {
 
 void itemWithoutPath(const Product& product, const Report& report) {
     forEachWalkedItem(product, [&](const TargetItem& item, const TreeNodes& nodes) {
-        if (!item.item->paths.empty() || item.name == "VorlaneFX") {
+        if (!item.item->paths.empty() || item.name == Branch::shared) {
             return; // no-record speaks of VorlaneFX
         }
         for (const TreeNode* node : nodes) {
@@ -274,7 +274,7 @@ Location atPath(const Product& product, const TargetItem& item, const VLString& 
 
 void familyInSharedPath(const Product& product, const Report& report) {
     const auto& families = product.definition.pluginsByFamily;
-    for (const char* name : {"VorlaneFX", "Content"}) {
+    for (const char* name : {Branch::shared, Branch::content}) {
         const TargetItem* item = product.topItem(name);
         if (item == nullptr || families.size() == 1) {
             continue;
@@ -288,7 +288,7 @@ void familyInSharedPath(const Product& product, const Report& report) {
             if (families.empty()) {
                 report(atPath(product, *item, path.path), message + ", while the product has no family",
                        "It is replaced by nothing.", advice);
-            } else if (name == std::string("VorlaneFX")) {
+            } else if (name == std::string(Branch::shared)) {
                 report(
                     atPath(product, *item, path.path), message + " of a product with several families",
                     "An install copies to the folder of the family that it copied last, while the uninstall "

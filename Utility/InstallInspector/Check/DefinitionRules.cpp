@@ -85,7 +85,7 @@ void commonDefinitionMissing(const Product& product, const Report& report) {
     if (product.definition.skuInfo.ID != "COMMON") {
         return;
     }
-    const TreeNode* shared = product.branch("VorlaneFX");
+    const TreeNode* shared = product.branch(Branch::shared);
     const TreeNode* folder = shared == nullptr ? nullptr : shared->child("SKU");
     const bool bWhole = (shared != nullptr && shared->node->isDirectory && shared->children.empty()) ||
                         (folder != nullptr && folder->children.empty());
@@ -179,7 +179,7 @@ void missingAttribute(const Product& product, const Report& report) {
 
 void familyWithoutPlugins(const Product& product, const Report& report) {
     std::set<VLString> inTree;
-    if (const TreeNode* hosts = product.branch("Hosts")) {
+    if (const TreeNode* hosts = product.branch(Branch::hosts)) {
         for (const TreeNode* host : hosts->children) {
             for (const TreeNode* family : host->children) {
                 inTree.insert(family->node->name);
@@ -198,7 +198,7 @@ void familyWithoutPlugins(const Product& product, const Report& report) {
 }
 
 void unknownFamily(const Product& product, const Report& report) {
-    const TreeNode* hosts = product.branch("Hosts");
+    const TreeNode* hosts = product.branch(Branch::hosts);
     if (hosts == nullptr) {
         return;
     }
@@ -250,10 +250,10 @@ void hostFamilyUnknown(const Product& product, const Report& report) {
 
 std::string adviseHost(const VLString& name) {
     std::string known;
-    for (const std::string& host : knownHosts()) {
+    for (const std::string& host : hostNames()) {
         known += (known.empty() ? "" : ", ") + host;
     }
-    return adviseNearest(name, knownHosts(), "Write one of: " + known + ".");
+    return adviseNearest(name, hostNames(), "Write one of: " + known + ".");
 }
 
 void unknownHost(const Product& product, const Report& report) {
@@ -269,14 +269,14 @@ void unknownHost(const Product& product, const Report& report) {
     forEachEntry(product, {Kind::Host}, [&](const Entry& entry) {
         check(at(product, *entry.element, "name"), attributeOf(*entry.element, "name"));
     });
-    if (const TreeNode* hosts = product.branch("Hosts")) {
+    if (const TreeNode* hosts = product.branch(Branch::hosts)) {
         for (const TreeNode* host : hosts->children) {
             if (host->node->isDirectory) {
                 check(at(product, *host->element, "fileName"), host->node->name);
             }
         }
     }
-    if (const Product::TargetItem* hosts = product.topItem("Hosts")) {
+    if (const Product::TargetItem* hosts = product.topItem(Branch::hosts)) {
         for (const Product::TargetItem* host : hosts->items) {
             check(product.targetsFile.at(*host->element, "name"), host->name);
         }
@@ -541,7 +541,7 @@ void neverCopied(const Product& product, const Report& report) {
                  "Make it a <directory> that holds what is to be installed.");
         }
     }
-    const TreeNode* hosts = product.branch("Hosts");
+    const TreeNode* hosts = product.branch(Branch::hosts);
     if (hosts == nullptr) {
         return;
     }
@@ -562,7 +562,7 @@ void neverCopied(const Product& product, const Report& report) {
 }
 
 void emptyHost(const Product& product, const Report& report) {
-    const TreeNode* hosts = product.branch("Hosts");
+    const TreeNode* hosts = product.branch(Branch::hosts);
     if (hosts == nullptr || !hosts->node->isDirectory) {
         return;
     }
@@ -629,7 +629,7 @@ void duplicateShortCut(const Product& product, const Report& report) {
 
 void noSharedFolder(const Product& product, const Report& report) {
     // With a source folder, missing-in-source and the look below know better.
-    const TreeNode* shared = product.branch("VorlaneFX");
+    const TreeNode* shared = product.branch(Branch::shared);
     if (shared != nullptr || product.tree.empty() || !product.source.empty()) {
         return;
     }

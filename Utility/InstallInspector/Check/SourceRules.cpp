@@ -129,8 +129,8 @@ void notListed(const Product& product, const Report& report) {
 
 void noSharedSource(const Product& product, const Report& report) {
     std::error_code error;
-    if (product.tree.empty() || product.branch("VorlaneFX") != nullptr ||
-        fs::is_directory(fs::path(product.source) / "VorlaneFX", error)) {
+    if (product.tree.empty() || product.branch(Branch::shared) != nullptr ||
+        fs::is_directory(fs::path(product.source) / Branch::shared, error)) {
         return;
     }
     report({Location::Document::Source, product.source, 0, 0}, "the source has no folder VorlaneFX",

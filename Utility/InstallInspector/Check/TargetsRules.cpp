@@ -114,13 +114,13 @@ void unknownConditionType(const Product& product, const Report& report) {
         }
         const VLString text = attributeOf(*entry.element, "type");
         std::string known;
-        for (const std::string& name : knownConditionTypes()) {
+        for (const std::string& name : conditionNames()) {
             known += (known.empty() ? "" : ", ") + name;
         }
         report(at(product, *entry.element, "type"),
                text.IsEmpty() ? "a condition without type" : "unknown condition type " + shown(text),
                "A condition of no known type always holds.",
-               adviseNearest(text, knownConditionTypes(), "Write one of: " + known + "."));
+               adviseNearest(text, conditionNames(), "Write one of: " + known + "."));
     });
 }
 
@@ -437,7 +437,7 @@ void unknownItem(const Product& product, const Report& report) {
 }
 
 void hostsPath(const Product& product, const Report& report) {
-    const TargetItem* hosts = product.topItem("Hosts");
+    const TargetItem* hosts = product.topItem(Branch::hosts);
     if (hosts == nullptr || hosts->item->paths.empty()) {
         return;
     }
@@ -448,7 +448,7 @@ void hostsPath(const Product& product, const Report& report) {
 }
 
 void noRecord(const Product& product, const Report& report) {
-    const TargetItem* shared = product.topItem("VorlaneFX");
+    const TargetItem* shared = product.topItem(Branch::shared);
     if (shared == nullptr) {
         report(product.targetsFile.at(*product.targetItems.front().element), "no item VorlaneFX",
                withoutRecord, "Write <item name=\"VorlaneFX\"> with the folder that all products share.");
@@ -459,7 +459,7 @@ void noRecord(const Product& product, const Report& report) {
 }
 
 void recordMoves(const Product& product, const Report& report) {
-    const TargetItem* shared = product.topItem("VorlaneFX");
+    const TargetItem* shared = product.topItem(Branch::shared);
     if (shared == nullptr || shared->item->paths.empty()) {
         return;
     }

@@ -2,6 +2,7 @@
 
 #include "Utility/InstallInspector/Documents/LocatedDocument.h"
 #include "Utility/InstallUtility/InstallUtility.h"
+#include "Utility/InstallUtility/KnownNames.h"
 #include "Utility/InstallUtility/SKUDefinition.h"
 
 #include <map>
@@ -47,7 +48,8 @@ struct Product {
     /// Fills what is derived from the two documents.
     void interpret();
 
-    /// A node right below the root of the tree, or an item right below that of the targets; null for none.
+    /// A node right below the root of the tree, or an item right below that of the targets. Null for none.
+    /// `name` is mostly one of Branch.
     const TreeNode* branch(const char* name) const;
     const TargetItem* topItem(const char* name) const;
 

@@ -1,5 +1,11 @@
 #include "Utility/InstallInspector/Documents/Vocabulary.h"
 
+#include "Utility/InstallUtility/InstallUtility.h"
+#include "Utility/InstallUtility/KnownNames.h"
+
+#include <algorithm>
+#include <iterator>
+
 const std::vector<ElementFormat>& elementFormats() {
     static const std::vector<const char*> name = {"name"};
     static const std::vector<ElementFormat> formats = {
@@ -68,30 +74,40 @@ Kind rootOf(Kind kind) {
     return kind < Kind::Root ? Kind::Product : kind < Kind::Install ? Kind::Root : Kind::Install;
 }
 
-const std::vector<std::string>& knownHosts() {
-    static const std::vector<std::string> hosts = {"Premiere Pro", "Media Composer", "Edius",
-                                                   "OpenFX",       "Lettrix",        "Final Cut Pro X"};
-    return hosts;
+const std::vector<std::string>& hostNames() {
+    static const std::vector<std::string> names = [] {
+        std::vector<std::string> all;
+        for (const KnownHost& host : knownHosts) {
+            all.emplace_back(host.name);
+        }
+        return all;
+    }();
+    return names;
 }
 
 bool isKnownHost(const VLString& name) {
-    for (const std::string& known : knownHosts()) {
+    return std::any_of(std::begin(knownHosts), std::end(knownHosts), [&](const KnownHost& host) {
         // The 32-bit variant of a host has a folder and an item of its own.
-        if (name == VLString(known.c_str()) || name == VLString((known + "32").c_str())) {
-            return true;
-        }
-    }
-    return false;
+        return name == host.name || name == VLString(host.name) + "32";
+    });
 }
 
-const std::vector<std::string>& knownConditionTypes() {
-    static const std::vector<std::string> types = {
-        "PathExist",   "PathNotExist",   "FileExist", "FileNotExist",
-        "RegKeyExist", "RegKeyNotExist", "And",       "Or"};
-    return types;
+const std::vector<std::string>& conditionNames() {
+    using Condition = InstallUtility::InstallItem::ItemPath::Condition;
+    static const std::vector<std::string> names = [] {
+        std::vector<std::string> all;
+        for (std::int32_t number = Condition::None + 1;; ++number) {
+            std::string name = Condition::nameOf(static_cast<Condition::ConditionType>(number));
+            if (name.empty()) {
+                return all;
+            }
+            all.push_back(std::move(name));
+        }
+    }();
+    return names;
 }
 
 const std::vector<std::string>& branchNames() {
-    static const std::vector<std::string> names = {"Hosts", "VorlaneFX", "Content"};
+    static const std::vector<std::string> names(std::begin(Branch::all), std::end(Branch::all));
     return names;
 }

@@ -54,10 +54,13 @@ std::string nameOf(Kind kind);
 /// The root element of the document in which the kind is read: Product, Root or Install.
 Kind rootOf(Kind kind);
 
-/// The hosts for which the engine knows the name that users know them by.
-const std::vector<std::string>& knownHosts();
+// The names that the engine knows, as lists to compare a name with and to choose a similar one from.
+
+/// See KnownHost.
+const std::vector<std::string>& hostNames();
+/// Whether it is the name of a known host or of its 32-bit variant.
 bool isKnownHost(const VLString& name);
 /// The kinds of condition, as they are usually written.
-const std::vector<std::string>& knownConditionTypes();
-/// The three folders of the tree, and items of the target-paths file, that a run looks at.
+const std::vector<std::string>& conditionNames();
+/// See Branch.
 const std::vector<std::string>& branchNames();

@@ -99,13 +99,13 @@ void PlacedProduct::place() {
     }
     const auto& families = files.definition.pluginsByFamily;
     VLString family = families.empty() ? VLString() : families.begin()->first;
-    const Product::TargetItem* shared = files.topItem("VorlaneFX");
+    const Product::TargetItem* shared = files.topItem(Branch::shared);
     if (shared != nullptr) {
         const auto folders = InstallUtility::getTargetPaths(shared->item->paths, family);
         recordFolder = folders.empty() ? VLString() : folders.front();
     }
     placeHosts(family);
-    for (const char* name : {"VorlaneFX", "Content"}) {
+    for (const char* name : {Branch::shared, Branch::content}) {
         const Product::TreeNode* branch = files.branch(name);
         const Product::TargetItem* item = files.topItem(name);
         if (branch != nullptr && item != nullptr) {
@@ -115,8 +115,8 @@ void PlacedProduct::place() {
 }
 
 void PlacedProduct::placeHosts(VLString& family) {
-    const Product::TreeNode* hosts = files.branch("Hosts");
-    const Product::TargetItem* hostsItem = files.topItem("Hosts");
+    const Product::TreeNode* hosts = files.branch(Branch::hosts);
+    const Product::TargetItem* hostsItem = files.topItem(Branch::hosts);
     if (hosts == nullptr || hostsItem == nullptr) {
         return;
     }

@@ -1,0 +1,25 @@
+#pragma once
+
+/// A host application that the engine knows. The engine installs for any other name too.
+struct KnownHost {
+    const char* name;        ///< in the definition, the tree and the target-paths file
+    const char* displayName; ///< under which users know it
+};
+
+constexpr KnownHost knownHosts[] = {
+    {"Premiere Pro", "Adobe Premiere Pro"}, {"Media Composer", "Avid Media Composer"},
+    {"Edius", "Grass Valley EDIUS"},        {"OpenFX", "OpenFX video editor"},
+    {"Lettrix", "Vorlane Lettrix"},         {"Final Cut Pro X", "Apple Final Cut Pro X"},
+};
+
+/// The branches: the folders right below the root of the tree that a run copies, and the target items that
+/// say where to.
+namespace Branch {
+
+constexpr const char* hosts = "Hosts";      ///< one folder for each host, and in it one for each family
+constexpr const char* shared = "VorlaneFX"; ///< what products share; its first target holds the record
+constexpr const char* content = "Content";
+
+constexpr const char* all[] = {hosts, shared, content};
+
+} // namespace Branch
