@@ -28,11 +28,11 @@ void logMissingSource(const char* function, long line, const VLString& path) {
 /// Copies one branch of the tree, asking the user for as long as it fails and the user wants to try again.
 /// The copy after that is the last one, whatever comes of it.
 void copyWithRetry(InstallUtility& engine, const VLString& sourceFolder, const FileNode& node,
-                   const VLString& relativePath, const InstallUtility::InstallItem& item,
+                   const VLString& treePath, const InstallUtility::InstallItem& item,
                    const VLString& subject) {
     const auto attempt = [&](bool bLast) {
         engine.observer->attemptBegins(bLast);
-        return engine.copyFilesRecursively(VLString(), sourceFolder, node, relativePath, item, bLast);
+        return engine.copyFilesRecursively(VLString(), sourceFolder, node, treePath, item, bLast);
     };
     while (!attempt(false)) {
         if (!engine.filesLockedWarningTryAgain(subject)) {

@@ -90,7 +90,7 @@ public:
     /// the first target of the "VorlaneFX" item, empty when there is none.
     VLString findStatusFolder();
     /// A family's folder of the tree, its path there, and the target item and name of its host.
-    using HostFamilyHandler = std::function<void(const FileNode& node, const VLString& relativePath,
+    using HostFamilyHandler = std::function<void(const FileNode& node, const VLString& treePath,
                                                  const InstallItem& hostItem, const VLString& hostName)>;
     /// Hands each family folder of each host in the tree to `handle`, its family being the current one. One
     /// warning line for each host without target item and each family without plug-ins, which are passed
@@ -142,17 +142,17 @@ public:
     // The recursive copy and locked files (RecursiveCopy.cpp)
 
     /// Copies what `node` lists from `sourceFolder` to the target folders of `item` and to `targetSubPath`,
-    /// unless that is empty. `relativePath` is the node's path in the tree, `lastAttempt` goes to
+    /// unless that is empty. `treePath` is the node's path in the tree, `lastAttempt` goes to
     /// FileLibrary::CopyFolder. True when everything that counts was copied.
     bool copyFilesRecursively(const VLString& targetSubPath, const VLString& sourceFolder,
-                              const FileNode& node, const VLString& relativePath, const InstallItem& item,
+                              const FileNode& node, const VLString& treePath, const InstallItem& item,
                               bool lastAttempt);
     bool copyNode(const VLString& targetSubPath, const VLString& sourceFolder, const FileNode& node,
-                  const VLString& relativePath, const InstallItem& item, bool lastAttempt);
+                  const VLString& treePath, const InstallItem& item, bool lastAttempt);
     /// Copies the file `node`, or the folder that it is on disk, from `source` to `destination` inside the
     /// folder `target`, which is made when it is missing, and makes its shortcut. A file that is there and
     /// that the record does not ask to replace is passed over. False when the copy fails.
-    bool copyFile(const FileNode& node, const VLString& source, const VLString& relativePath,
+    bool copyFile(const FileNode& node, const VLString& source, const VLString& treePath,
                   const VLString& target, const VLString& destination, bool lastAttempt);
     /// What the user is told when the branch `name` cannot be copied, on one line.
     VLString getFileLockedWarningText(const VLString& name);
@@ -166,10 +166,10 @@ public:
     /// Appends the paths that a copy with these arguments would write to `paths`. False when a source is
     /// missing.
     bool getFileListRecursively(const VLString& targetSubPath, const VLString& sourceFolder,
-                                const FileNode& node, const VLString& relativePath, const InstallItem& item,
+                                const FileNode& node, const VLString& treePath, const InstallItem& item,
                                 std::vector<VLString>& paths);
     bool checkFilesBlockedAndShowWarning(const VLString& sourceFolder, const FileNode& node,
-                                         const VLString& relativePath, const InstallItem& item,
+                                         const VLString& treePath, const InstallItem& item,
                                          const VLString& name);
 
     // Shortcuts (ShortCuts.cpp)
@@ -191,14 +191,14 @@ public:
     bool runUninstall(VLString skuXmlPath, VLString targetPathsXmlPath);
     bool removeProduct();
     /// Removes what no product uses any more of the tree below `node`, whose path in the tree is
-    /// `statusName`, from the target folders of `item` and from `folder`, unless that is empty. Always true.
-    bool removeFilesRecursively(const VLString& folder, const FileNode& node, const VLString& statusName,
+    /// `treePath`, from the target folders of `item` and from `folder`, unless that is empty. Always true.
+    bool removeFilesRecursively(const VLString& folder, const FileNode& node, const VLString& treePath,
                                 const InstallItem& item);
     /// The same for a node that may be deleted.
-    void removeNode(const VLString& folder, const FileNode& node, const VLString& statusName,
+    void removeNode(const VLString& folder, const FileNode& node, const VLString& treePath,
                     const InstallItem& item);
     /// Removes the file or folder `node`, which lies at `path`, if no product uses it any more.
-    void removeChild(const FileNode& node, const VLString& path, const VLString& statusName);
+    void removeChild(const FileNode& node, const VLString& path, const VLString& treePath);
     /// Uninstalls the shared package when it is the only product left in the record. False when that fails.
     bool removeSharedPackageIfLast(const VLString& statusFolder);
 

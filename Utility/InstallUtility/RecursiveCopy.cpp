@@ -57,16 +57,16 @@ void appendFilesBelow(const VLString& source, const VLString& destination, std::
 } // namespace
 
 bool InstallUtility::copyFilesRecursively(const VLString& targetSubPath, const VLString& sourceFolder,
-                                          const FileNode& node, const VLString& relativePath,
+                                          const FileNode& node, const VLString& treePath,
                                           const InstallItem& item, bool lastAttempt) {
-    observer->copyBegins(relativePath, targetSubPath, item, lastAttempt);
-    const bool bResult = copyNode(targetSubPath, sourceFolder, node, relativePath, item, lastAttempt);
+    observer->copyBegins(treePath, targetSubPath, item, lastAttempt);
+    const bool bResult = copyNode(targetSubPath, sourceFolder, node, treePath, item, lastAttempt);
     observer->copyEnds();
     return bResult;
 }
 
 bool InstallUtility::copyNode(const VLString& targetSubPath, const VLString& sourceFolder,
-                              const FileNode& node, const VLString& relativePath, const InstallItem& item,
+                              const FileNode& node, const VLString& treePath, const InstallItem& item,
                               bool lastAttempt) {
     const std::vector<VLString> targets = targetsOf(item, currentFamily, targetSubPath);
     if (!FileLibrary::IsDirectoryExists(sourceFolder)) {
@@ -77,7 +77,7 @@ bool InstallUtility::copyNode(const VLString& targetSubPath, const VLString& sou
     bool bResult = true;
     for (const auto& [name, child] : node.children) {
         const VLString source = PathLibrary::GetDirectoryWithFile(sourceFolder, name);
-        const VLString path = PathLibrary::GetDirectoryWithFile(relativePath, name);
+        const VLString path = PathLibrary::GetDirectoryWithFile(treePath, name);
         const auto subItem = item.items.find(name);
         if (subItem != item.items.end()) {
             bResult &= copyFilesRecursively(VLString(), source, child, path, subItem->second, lastAttempt);
@@ -102,23 +102,23 @@ bool InstallUtility::copyNode(const VLString& targetSubPath, const VLString& sou
                 bResult = node.ignoreInstallErrors;
                 logFailedCopy(sourceFolder, target, node);
             }
-            observer->wholeFolderCopied(relativePath, target, bCopied);
+            observer->wholeFolderCopied(treePath, target, bCopied);
         }
     }
     return bResult;
 }
 
-bool InstallUtility::copyFile(const FileNode& node, const VLString& source, const VLString& relativePath,
+bool InstallUtility::copyFile(const FileNode& node, const VLString& source, const VLString& treePath,
                               const VLString& target, const VLString& destination, bool lastAttempt) {
     observer->fileCopyBegins(destination);
     if (target.IsSet() && !FileLibrary::IsDirectoryExists(target)) {
         FileLibrary::CreateDirectory(target, true);
     }
     const auto tell = [&](FileCopy result, const VLString& shortCut = VLString()) {
-        observer->fileCopyEnds(relativePath, source, destination, result, shortCut);
+        observer->fileCopyEnds(treePath, source, destination, result, shortCut);
         return result != FileCopy::Failed;
     };
-    if (!statusFile.needReplaceFile(relativePath) && exists(destination)) {
+    if (!statusFile.needReplaceFile(treePath) && exists(destination)) {
         SimpleLog::printLog(SimpleLog::Debug, __FILE__, walk, __LINE__, "Skipped file: %s",
                             destination.ConstData());
         return tell(FileCopy::Kept);
@@ -168,7 +168,7 @@ bool InstallUtility::isFilesBlocked(const std::vector<VLString>& paths) {
 }
 
 bool InstallUtility::getFileListRecursively(const VLString& targetSubPath, const VLString& sourceFolder,
-                                            const FileNode& node, const VLString& relativePath,
+                                            const FileNode& node, const VLString& treePath,
                                             const InstallItem& item, std::vector<VLString>& paths) {
     const std::vector<VLString> targets = targetsOf(item, currentFamily, targetSubPath);
     if (!FileLibrary::IsDirectoryExists(sourceFolder)) {
@@ -180,7 +180,7 @@ bool InstallUtility::getFileListRecursively(const VLString& targetSubPath, const
     bool bResult = true;
     for (const auto& [name, child] : node.children) {
         const VLString source = PathLibrary::GetDirectoryWithFile(sourceFolder, name);
-        const VLString path = PathLibrary::GetDirectoryWithFile(relativePath, name);
+        const VLString path = PathLibrary::GetDirectoryWithFile(treePath, name);
         const auto subItem = item.items.find(name);
         if (subItem != item.items.end()) {
             bResult &= getFileListRecursively(VLString(), source, child, path, subItem->second, paths);
@@ -209,9 +209,9 @@ bool InstallUtility::getFileListRecursively(const VLString& targetSubPath, const
 }
 
 bool InstallUtility::checkFilesBlockedAndShowWarning(const VLString& sourceFolder, const FileNode& node,
-                                                     const VLString& relativePath, const InstallItem& item,
+                                                     const VLString& treePath, const InstallItem& item,
                                                      const VLString&) {
     std::vector<VLString> paths;
-    getFileListRecursively(VLString(), sourceFolder, node, relativePath, item, paths);
+    getFileListRecursively(VLString(), sourceFolder, node, treePath, item, paths);
     return isFilesBlocked(paths);
 }

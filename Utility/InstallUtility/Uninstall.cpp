@@ -98,8 +98,8 @@ bool InstallUtility::removeProduct() {
     removeFilesRecursively(VLString(), findOrEmpty(branches, "VorlaneFX"), "VorlaneFX",
                            findOrEmpty(installItems, "VorlaneFX"));
     forEachHostFamily(
-        [this](const FileNode& node, const VLString& statusName, const InstallItem& hostItem,
-               const VLString&) { removeFilesRecursively(VLString(), node, statusName, hostItem); });
+        [this](const FileNode& node, const VLString& treePath, const InstallItem& hostItem,
+               const VLString&) { removeFilesRecursively(VLString(), node, treePath, hostItem); });
     const auto content = branches.find("Content");
     if (content != branches.end()) {
         const auto contentItem = installItems.find("Content");
@@ -139,16 +139,16 @@ bool InstallUtility::removeSharedPackageIfLast(const VLString& statusFolder) {
 }
 
 bool InstallUtility::removeFilesRecursively(const VLString& folder, const FileNode& node,
-                                            const VLString& statusName, const InstallItem& item) {
-    observer->removalBegins(statusName, node, folder, item);
+                                            const VLString& treePath, const InstallItem& item) {
+    observer->removalBegins(treePath, node, folder, item);
     if (!node.dontDelete) {
-        removeNode(folder, node, statusName, item);
+        removeNode(folder, node, treePath, item);
     }
-    observer->removalEnds(statusName, node);
+    observer->removalEnds(treePath, node);
     return true;
 }
 
-void InstallUtility::removeNode(const VLString& folder, const FileNode& node, const VLString& statusName,
+void InstallUtility::removeNode(const VLString& folder, const FileNode& node, const VLString& treePath,
                                 const InstallItem& item) {
     if (folder.IsSet() && !FileLibrary::IsDirectoryExists(folder)) {
         SimpleLog::printLog(SimpleLog::Warning, __FILE__, walk, __LINE__, "Src path '%s' not found",
@@ -161,22 +161,22 @@ void InstallUtility::removeNode(const VLString& folder, const FileNode& node, co
         if (child.dontDelete) {
             continue;
         }
-        const VLString childStatusName = PathLibrary::GetDirectoryWithFile(statusName, name);
+        const VLString childTreePath = PathLibrary::GetDirectoryWithFile(treePath, name);
         const auto subItem = item.items.find(name);
         if (subItem != item.items.end()) {
-            if (!removeFilesRecursively(VLString(), child, childStatusName, subItem->second)) {
+            if (!removeFilesRecursively(VLString(), child, childTreePath, subItem->second)) {
                 SimpleLog::printLog(SimpleLog::Warning, __FILE__, walk, __LINE__,
                                     "Something goes wrong when deleting '%s' at '%s'", name.ConstData(),
-                                    childStatusName.ConstData());
+                                    childTreePath.ConstData());
             }
             continue;
         }
         for (const VLString& target : targets) {
-            removeChild(child, pathInside(target, name), childStatusName);
+            removeChild(child, pathInside(target, name), childTreePath);
         }
     }
 
-    if (node.isDirectory && node.children.empty() && statusFile.needRemove(statusName)) {
+    if (node.isDirectory && node.children.empty() && statusFile.needRemove(treePath)) {
         for (const VLString& target : targets) {
             SimpleLog::printLog(SimpleLog::Debug, __FILE__, walk, __LINE__, "Delete dir '%s'",
                                 target.ConstData());
@@ -191,10 +191,10 @@ void InstallUtility::removeNode(const VLString& folder, const FileNode& node, co
     }
 }
 
-void InstallUtility::removeChild(const FileNode& node, const VLString& path, const VLString& statusName) {
+void InstallUtility::removeChild(const FileNode& node, const VLString& path, const VLString& treePath) {
     if (node.isDirectory) {
-        removeFilesRecursively(path, node, statusName, InstallItem());
-        if (statusFile.needRemove(statusName)) {
+        removeFilesRecursively(path, node, treePath, InstallItem());
+        if (statusFile.needRemove(treePath)) {
             SimpleLog::printLog(SimpleLog::Debug, __FILE__, walk, __LINE__, "Delete empty dir '%s'",
                                 path.ConstData());
             FileLibrary::RemoveEmptyDirectory(path);
@@ -202,7 +202,7 @@ void InstallUtility::removeChild(const FileNode& node, const VLString& path, con
         return;
     }
     observer->fileRemovalBegins(path);
-    const bool bInUse = !statusFile.needRemove(statusName);
+    const bool bInUse = !statusFile.needRemove(treePath);
     VLString shortCut;
     if (!bInUse) {
         SimpleLog::printLog(SimpleLog::Debug, __FILE__, walk, __LINE__, "Delete '%s'", path.ConstData());
@@ -211,5 +211,5 @@ void InstallUtility::removeChild(const FileNode& node, const VLString& path, con
             createFullShortCutName(node, shortCut);
         }
     }
-    observer->fileRemovalEnds(statusName, path, bInUse, shortCut);
+    observer->fileRemovalEnds(treePath, path, bInUse, shortCut);
 }

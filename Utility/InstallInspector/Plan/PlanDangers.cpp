@@ -112,7 +112,7 @@ private:
             }
             break;
         case Action::Replace:
-            if (!entry.bFolder && !run.recordPath.empty() && run.before.paths.count(entry.name) == 0) {
+            if (!entry.bFolder && !run.recordPath.empty() && run.before.paths.count(entry.treePath) == 0) {
                 add(unrecordedFileRule, entry.path +
                                             " is replaced, though the record does not list it: it may "
                                             "be someone else's");

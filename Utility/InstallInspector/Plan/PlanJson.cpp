@@ -75,7 +75,7 @@ Json told(const Plan::Target& target) {
 
 Json told(const Plan::Entry& entry) {
     Json json;
-    json["name"] = entry.name;
+    json["name"] = entry.treePath;
     json["path"] = entry.path;
     json["kind"] = entry.bFolder ? "folder" : "file";
     json["action"] = nameOf(entry.action);
@@ -88,7 +88,7 @@ Json told(const Plan::Entry& entry) {
 
 Json told(const Plan::Branch& branch) {
     Json json;
-    json["name"] = branch.name;
+    json["name"] = branch.treePath;
     if (!branch.host.empty()) {
         json["host"] = branch.host;
         json["family"] = branch.family;

@@ -35,30 +35,6 @@ private:
     std::string* before;
 };
 
-const char* nameOf(Condition::ConditionType type) {
-    switch (type) {
-    case Condition::PathExist:
-        return "PathExist";
-    case Condition::PathNotExist:
-        return "PathNotExist";
-    case Condition::FileExist:
-        return "FileExist";
-    case Condition::FileNotExist:
-        return "FileNotExist";
-    case Condition::RegKeyExist:
-        return "RegKeyExist";
-    case Condition::RegKeyNotExist:
-        return "RegKeyNotExist";
-    case Condition::And:
-        return "And";
-    case Condition::Or:
-        return "Or";
-    case Condition::None:
-        break;
-    }
-    return "";
-}
-
 bool isGiven(const Condition& condition) {
     return condition.type != Condition::None || condition.value.IsSet() || !condition.conditions.empty();
 }
@@ -167,7 +143,7 @@ void PlanRecorder::endRun() {
 void PlanRecorder::noteWhatIsLeftOut() {
     std::set<std::string> entered;
     for (const Plan::Branch& branch : thisRun().branches) {
-        entered.insert(branch.name);
+        entered.insert(branch.treePath);
     }
     const InstallItem& hostsItem = findOrEmpty(engine.installItems, "Hosts");
     for (const auto& [name, node] : engine.skuDefinition.installFiles.children) {
@@ -216,18 +192,18 @@ void PlanRecorder::recordSaved(const StatusFile& record, bool bSaved) {
 
 // Target folders
 
-std::size_t PlanRecorder::beginBranch(const VLString& name, const InstallItem& item) {
+std::size_t PlanRecorder::beginBranch(const VLString& treePath, const InstallItem& item) {
     Plan::Branch begun;
-    begun.name = toString(name);
+    begun.treePath = toString(treePath);
     begun.family = toString(engine.currentFamily);
     const std::string family = "/" + begun.family;
     const std::string hosts = "Hosts/";
-    if (walks.empty() && begun.name.rfind(hosts, 0) == 0 &&
-        begun.name.size() > hosts.size() + family.size()) {
-        begun.item = begun.name.substr(0, begun.name.size() - family.size());
+    if (walks.empty() && begun.treePath.rfind(hosts, 0) == 0 &&
+        begun.treePath.size() > hosts.size() + family.size()) {
+        begun.item = begun.treePath.substr(0, begun.treePath.size() - family.size());
         begun.host = begun.item.substr(hosts.size());
     } else {
-        begun.item = begun.name;
+        begun.item = begun.treePath;
     }
     begun.targets = explain(item);
     thisRun().branches.push_back(begun);
@@ -263,7 +239,7 @@ std::vector<Plan::Target> PlanRecorder::explain(const InstallItem& item) {
 
 Plan::Condition PlanRecorder::explain(const InstallItem::ItemPath::Condition& condition) {
     Plan::Condition told;
-    told.type = nameOf(condition.type);
+    told.type = Condition::nameOf(condition.type);
     told.value = toString(condition.value);
     told.bHolds = InstallUtility::isConditionTrue(condition);
     if (condition.type == Condition::And || condition.type == Condition::Or) {
@@ -381,11 +357,11 @@ void PlanRecorder::fileCopyEnds(const VLString& treePath, const VLString& source
     }
 }
 
-std::string PlanRecorder::whyWritten(const VLString& name, bool bThere) {
+std::string PlanRecorder::whyWritten(const VLString& treePath, bool bThere) {
     if (thisRun().recordPath.empty()) {
         return "new; no record is kept";
     }
-    const auto recorded = thisRun().before.paths.find(toString(name));
+    const auto recorded = thisRun().before.paths.find(toString(treePath));
     if (recorded == thisRun().before.paths.end()) {
         return bThere ? "it is there, but the record does not list it" : "new";
     }
@@ -404,11 +380,11 @@ std::string PlanRecorder::whyWritten(const VLString& name, bool bThere) {
                                                      : "the same build again, " + build;
 }
 
-std::string PlanRecorder::whyKept(const VLString& name) {
+std::string PlanRecorder::whyKept(const VLString& treePath) {
     if (thisRun().recordPath.empty()) {
         return "it is there, and no record is kept that would say whether it may be replaced";
     }
-    const auto recorded = thisRun().before.paths.find(toString(name));
+    const auto recorded = thisRun().before.paths.find(toString(treePath));
     return recorded == thisRun().before.paths.end()
                ? "it is there, and the record does not ask to replace it"
                : "the newer build " + recorded->second.build + " is there";
@@ -439,21 +415,21 @@ void PlanRecorder::removalEnds(const VLString& treePath, const FileNode& node) {
     endWalk();
 }
 
-void PlanRecorder::addWhole(Plan::Action action, const VLString& name, const std::vector<VLString>& folders,
+void PlanRecorder::addWhole(Plan::Action action, const VLString& treePath, const std::vector<VLString>& folders,
                             const std::string& why) {
     for (const VLString& folder : folders) {
-        add(action, name, folder, true, why);
+        add(action, treePath, folder, true, why);
     }
 }
 
 /// The children that the walk passes over because they are marked to stay.
 void PlanRecorder::addKeptChildren(const std::vector<VLString>& folders, const FileNode& node,
-                                   const VLString& name, const InstallItem& item) {
+                                   const VLString& treePath, const InstallItem& item) {
     for (const auto& [childName, child] : node.children) {
         if (!child.dontDelete) {
             continue;
         }
-        const VLString path = PathLibrary::GetDirectoryWithFile(name, childName);
+        const VLString path = PathLibrary::GetDirectoryWithFile(treePath, childName);
         const auto subItem = item.items.find(childName);
         if (subItem != item.items.end()) {
             const std::size_t before = beginBranch(path, subItem->second);
@@ -471,12 +447,12 @@ void PlanRecorder::addKeptChildren(const std::vector<VLString>& folders, const F
 }
 
 /// A folder of which the tree lists nothing goes as a whole.
-void PlanRecorder::addRemovedFolders(const VLString& name, std::size_t firstStep) {
+void PlanRecorder::addRemovedFolders(const VLString& treePath, std::size_t firstStep) {
     for (std::size_t i = firstStep; i < machine.steps().size(); ++i) {
         const PlannedMachine::Step step = machine.steps()[i];
         if (step.verb == Verb::RemoveFolder) {
-            add(step.bSucceeded ? Action::Remove : Action::Fail, name, toVLString(step.path), true,
-                step.bSucceeded ? "with all that is in it; " + whoUses(name) : step.why);
+            add(step.bSucceeded ? Action::Remove : Action::Fail, treePath, toVLString(step.path), true,
+                step.bSucceeded ? "with all that is in it; " + whoUses(treePath) : step.why);
         }
     }
 }
@@ -504,8 +480,8 @@ void PlanRecorder::fileRemovalEnds(const VLString& treePath, const VLString& pat
     }
 }
 
-std::string PlanRecorder::whoUses(const VLString& name) {
-    const StatusFile::FileNodeRef* recorded = engine.statusFile.getFileInfo(name);
+std::string PlanRecorder::whoUses(const VLString& treePath) {
+    const StatusFile::FileNodeRef* recorded = engine.statusFile.getFileInfo(treePath);
     if (recorded == nullptr) {
         return "the record does not list it";
     }
@@ -516,9 +492,9 @@ std::string PlanRecorder::whoUses(const VLString& name) {
 
 // What both note
 
-void PlanRecorder::add(Plan::Action action, const VLString& name, const VLString& path, bool bFolder,
+void PlanRecorder::add(Plan::Action action, const VLString& treePath, const VLString& path, bool bFolder,
                        const std::string& why, const std::string& shortCut) {
-    branch().entries.push_back({toString(name), toString(path), bFolder, action, why, shortCut});
+    branch().entries.push_back({toString(treePath), toString(path), bFolder, action, why, shortCut});
 }
 
 bool PlanRecorder::wasThere(const VLString& path) {

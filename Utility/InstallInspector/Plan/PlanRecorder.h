@@ -49,21 +49,21 @@ private:
     void beginWalk(const VLString& treePath, bool bOwnItem, const InstallItem& item);
     void endWalk();
     /// Begins a branch and makes it the current one; gives the one that was it before.
-    std::size_t beginBranch(const VLString& name, const InstallItem& item);
+    std::size_t beginBranch(const VLString& treePath, const InstallItem& item);
     std::vector<Plan::Target> explain(const InstallItem& item);
     Plan::Condition explain(const InstallItem::ItemPath::Condition& condition);
     std::string found(const InstallItem::ItemPath::Condition& condition, const VLString& filled);
 
-    void add(Plan::Action action, const VLString& name, const VLString& path, bool bFolder,
+    void add(Plan::Action action, const VLString& treePath, const VLString& path, bool bFolder,
              const std::string& why, const std::string& shortCut = "");
-    void addWhole(Plan::Action action, const VLString& name, const std::vector<VLString>& folders,
+    void addWhole(Plan::Action action, const VLString& treePath, const std::vector<VLString>& folders,
                   const std::string& why);
-    void addKeptChildren(const std::vector<VLString>& folders, const FileNode& node, const VLString& name,
+    void addKeptChildren(const std::vector<VLString>& folders, const FileNode& node, const VLString& treePath,
                          const InstallItem& item);
-    void addRemovedFolders(const VLString& name, std::size_t firstStep);
-    std::string whyWritten(const VLString& name, bool bThere);
-    std::string whyKept(const VLString& name);
-    std::string whoUses(const VLString& name);
+    void addRemovedFolders(const VLString& treePath, std::size_t firstStep);
+    std::string whyWritten(const VLString& treePath, bool bThere);
+    std::string whyKept(const VLString& treePath);
+    std::string whoUses(const VLString& treePath);
     /// Whether something was at `path` when this was first asked.
     bool wasThere(const VLString& path);
     /// `folder`, or without one the target folders of the branch, as far as they are there.

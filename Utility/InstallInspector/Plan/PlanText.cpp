@@ -125,7 +125,7 @@ private:
     // Branches
 
     void tell(const Plan::Branch& branch) {
-        heading(branch.host.empty() ? visible(branch.name)
+        heading(branch.host.empty() ? visible(branch.treePath)
                                     : visible(branch.host) + ", family " + visible(branch.family));
         if (branch.bSecondAttempt) {
             line(painter.paint(Colour::Yellow,
