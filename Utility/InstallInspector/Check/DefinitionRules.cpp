@@ -15,15 +15,6 @@ using TreeNode = Product::TreeNode;
 
 constexpr const char* flagNames[] = {"dontdelete", "ignoreinstallerrors", "allowdowngrade"};
 
-template <class Visitor>
-void forEachEntry(const Product& product, std::initializer_list<Kind> kinds, Visitor visit) {
-    for (const Entry& entry : product.definitionFile.entries()) {
-        if (std::find(kinds.begin(), kinds.end(), entry.kind) != kinds.end()) {
-            visit(entry);
-        }
-    }
-}
-
 Location at(const Product& product, const TiXmlElement& element, const char* attribute) {
     return product.definitionFile.at(element, attribute);
 }
@@ -186,7 +177,7 @@ void familyWithoutPlugins(const Product& product, const Report& report) {
             }
         }
     }
-    forEachEntry(product, {Kind::Family}, [&](const Entry& entry) {
+    product.definitionFile.forEach({Kind::Family}, [&](const Entry& entry) {
         const VLString name = attributeOf(*entry.element, "name");
         if (name.IsSet() && product.definition.pluginsByFamily.count(name) == 0 && inTree.count(name) == 0) {
             report(
@@ -208,8 +199,9 @@ void unknownFamily(const Product& product, const Report& report) {
         names.push_back(toString(name));
     }
     std::set<VLString> withoutPlugins;
-    forEachEntry(product, {Kind::Family},
-                 [&](const Entry& entry) { withoutPlugins.insert(attributeOf(*entry.element, "name")); });
+    product.definitionFile.forEach({Kind::Family}, [&](const Entry& entry) {
+        withoutPlugins.insert(attributeOf(*entry.element, "name"));
+    });
     for (const TreeNode* host : hosts->children) {
         for (const TreeNode* family : host->children) {
             const VLString& name = family->node->name;
@@ -234,7 +226,7 @@ void hostFamilyUnknown(const Product& product, const Report& report) {
     for (const auto& [name, plugins] : known) {
         names.push_back(toString(name));
     }
-    forEachEntry(product, {Kind::Host}, [&](const Entry& entry) {
+    product.definitionFile.forEach({Kind::Host}, [&](const Entry& entry) {
         for (const VLString& family :
              StringLibrary::Split(attributeOf(*entry.element, "families"), ";", true)) {
             if (known.count(family) == 0) {
@@ -248,14 +240,6 @@ void hostFamilyUnknown(const Product& product, const Report& report) {
     });
 }
 
-std::string adviseHost(const VLString& name) {
-    std::string known;
-    for (const std::string& host : hostNames()) {
-        known += (known.empty() ? "" : ", ") + host;
-    }
-    return adviseNearest(name, hostNames(), "Write one of: " + known + ".");
-}
-
 void unknownHost(const Product& product, const Report& report) {
     const char* const consequence =
         "The engine knows no application of this name: what it says to the customer "
@@ -263,10 +247,10 @@ void unknownHost(const Product& product, const Report& report) {
     std::set<VLString> told;
     const auto check = [&](const Location& where, const VLString& name) {
         if (name.IsSet() && !isKnownHost(name) && told.insert(name).second) {
-            report(where, "unknown host " + shown(name), consequence, adviseHost(name));
+            report(where, "unknown host " + shown(name), consequence, adviseOneOf(name, hostNames()));
         }
     };
-    forEachEntry(product, {Kind::Host}, [&](const Entry& entry) {
+    product.definitionFile.forEach({Kind::Host}, [&](const Entry& entry) {
         check(at(product, *entry.element, "name"), attributeOf(*entry.element, "name"));
     });
     if (const TreeNode* hosts = product.branch(Branch::hosts)) {
@@ -284,7 +268,7 @@ void unknownHost(const Product& product, const Report& report) {
 }
 
 void archValue(const Product& product, const Report& report) {
-    forEachEntry(product, {Kind::Host, Kind::Directory, Kind::File}, [&](const Entry& entry) {
+    product.definitionFile.forEach({Kind::Host, Kind::Directory, Kind::File}, [&](const Entry& entry) {
         for (const VLString& part : StringLibrary::Split(attributeOf(*entry.element, "arch"), ";", true)) {
             if (!part.EqualsIgnoreCase("x86") && !part.EqualsIgnoreCase("x64")) {
                 report(at(product, *entry.element, "arch"), "unknown processor " + shown(part) + " in arch",
@@ -306,12 +290,12 @@ void compilerOptionsLost(const Product& product, const Report& report) {
         return findAttribute(*entry.element, "compilerOptions") != nullptr;
     };
     std::set<VLString> replaced;
-    forEachEntry(product, {Kind::Host}, [&](const Entry& entry) {
+    product.definitionFile.forEach({Kind::Host}, [&](const Entry& entry) {
         if (entry.parent->kind == Kind::HostsForBuild && hasOptions(entry)) {
             replaced.insert(attributeOf(*entry.element, "name"));
         }
     });
-    forEachEntry(product, {Kind::Host}, [&](const Entry& entry) {
+    product.definitionFile.forEach({Kind::Host}, [&](const Entry& entry) {
         const VLString name = attributeOf(*entry.element, "name");
         if (entry.parent->kind == Kind::Hosts && hasOptions(entry) && replaced.count(name) == 0) {
             report(at(product, *entry.element, "compilerOptions"),
@@ -324,7 +308,7 @@ void compilerOptionsLost(const Product& product, const Report& report) {
 
 void featuresMask(const Product& product, const Report& report) {
     constexpr unsigned long chunkDigits = 8;
-    forEachEntry(product, {Kind::FeaturesMask}, [&](const Entry& entry) {
+    product.definitionFile.forEach({Kind::FeaturesMask}, [&](const Entry& entry) {
         const VLString mask = attributeOf(*entry.element, "name");
         bool bBad = false;
         for (unsigned long end = mask.Size(); end > 0; end -= std::min(end, chunkDigits)) {
@@ -414,21 +398,18 @@ void blankAtEnd(const Product& product, const Report& report) {
     });
 }
 
-std::string lineOf(const Entry& entry) {
-    return "line " + std::to_string(entry.element->Row());
-}
-
 void duplicateName(const Product& product, const Report& report) {
     using Siblings = std::vector<const Entry*>;
     // By parent and name, in document order.
     std::map<std::pair<const Entry*, VLString>, Siblings> groups;
-    forEachEntry(product, {Kind::Directory, Kind::File, Kind::Family, Kind::Host}, [&](const Entry& entry) {
-        const bool bNode = entry.kind == Kind::Directory || entry.kind == Kind::File;
-        const VLString name = attributeOf(*entry.element, bNode ? "fileName" : "name");
-        if (name.IsSet()) {
-            groups[{entry.parent, name}].push_back(&entry);
-        }
-    });
+    product.definitionFile.forEach(
+        {Kind::Directory, Kind::File, Kind::Family, Kind::Host}, [&](const Entry& entry) {
+            const bool bNode = entry.kind == Kind::Directory || entry.kind == Kind::File;
+            const VLString name = attributeOf(*entry.element, bNode ? "fileName" : "name");
+            if (name.IsSet()) {
+                groups[{entry.parent, name}].push_back(&entry);
+            }
+        });
     for (const auto& [key, siblings] : groups) {
         const Entry* winner = siblings.back();
         const Kind kind = winner->kind;
@@ -446,7 +427,7 @@ void duplicateName(const Product& product, const Report& report) {
             const bool bNode = kind == Kind::Directory || kind == Kind::File;
             report(
                 at(product, *entry->element, bNode ? "fileName" : "name"),
-                "the name " + shown(key.second) + " stands in " + lineOf(*winner) + " too",
+                "the name " + shown(key.second) + " stands in " + lineOf(*winner->element) + " too",
                 kind == Kind::Family ? "The plug-ins, contents and features of the first family of a name "
                                        "count and those here are lost; only its content mask replaces the "
                                        "first one's."
@@ -474,8 +455,8 @@ void caseConflict(const Product& product, const Report& report) {
             }
             report(
                 at(product, *second->element, "fileName"),
-                shown(second->node->name) + " and " + shown(first->node->name) + " of line " +
-                    std::to_string(first->element->Row()) + " differ only in case",
+                shown(second->node->name) + " and " + shown(first->node->name) + " of " +
+                    lineOf(*first->element) + " differ only in case",
                 "To most disks of customers they are one file, which each copy and each removal takes from "
                 "the other, while the record counts two.",
                 "Keep one spelling, or give one another name.");
@@ -486,7 +467,7 @@ void caseConflict(const Product& product, const Report& report) {
 // The tree
 
 void flagValue(const Product& product, const Report& report) {
-    forEachEntry(product, {Kind::Directory, Kind::File}, [&](const Entry& entry) {
+    product.definitionFile.forEach({Kind::Directory, Kind::File}, [&](const Entry& entry) {
         for (const char* flag : flagNames) {
             const TiXmlAttribute* attribute = findAttribute(*entry.element, flag);
             const VLString value(attribute == nullptr ? "0" : attribute->Value());
@@ -580,7 +561,7 @@ void emptyHost(const Product& product, const Report& report) {
 }
 
 void shortCutIncomplete(const Product& product, const Report& report) {
-    forEachEntry(product, {Kind::ShortCut}, [&](const Entry& entry) {
+    product.definitionFile.forEach({Kind::ShortCut}, [&](const Entry& entry) {
         for (const char* attribute : {"name", "dir"}) {
             if (attributeOf(*entry.element, attribute).IsEmpty()) {
                 report(at(product, *entry.element, attribute), std::string("a shortcut without ") + attribute,
@@ -593,7 +574,7 @@ void shortCutIncomplete(const Product& product, const Report& report) {
 }
 
 void shortCutDirIgnored(const Product& product, const Report& report) {
-    forEachEntry(product, {Kind::ShortCut}, [&](const Entry& entry) {
+    product.definitionFile.forEach({Kind::ShortCut}, [&](const Entry& entry) {
         const VLString folder = attributeOf(*entry.element, "dir");
         if (folder.IsSet() && folder != "/Applications" && folder != "/Applications/") {
             report(at(product, *entry.element, "dir"), shownAttribute("dir", folder) + " is not used",
@@ -618,8 +599,7 @@ void duplicateShortCut(const Product& product, const Report& report) {
         if (!bNew) {
             report(
                 at(product, *node->element->FirstChildElement("shortCut"), "name"),
-                "the file of line " + std::to_string(first->second->element->Row()) + " has a shortcut " +
-                    shown(name) + " too",
+                "the file of " + lineOf(*first->second->element) + " has a shortcut " + shown(name) + " too",
                 "There is one shortcut, to whichever file is copied last, and it goes with the first of them "
                 "that is removed.",
                 "Give one of them another name.");

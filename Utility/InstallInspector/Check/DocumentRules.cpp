@@ -27,10 +27,6 @@ std::string tagOf(const TiXmlElement& element) {
     return tag(name.substr(1, name.size() - 2));
 }
 
-std::string lineOf(const TiXmlBase& node) {
-    return "line " + std::to_string(node.Row());
-}
-
 const char* unreadableConsequence(const LocatedDocument& document) {
     return document.rootKind() == Kind::Product
                ? "The engine goes on with an empty definition: it copies nothing, enters a product without "

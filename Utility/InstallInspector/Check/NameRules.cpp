@@ -84,3 +84,11 @@ std::string adviseNearest(const VLString& text, const std::vector<std::string>& 
     const auto nearest = nearestName(toString(text), candidates);
     return nearest.has_value() ? "Write \"" + *nearest + "\"." : fallback;
 }
+
+std::string adviseOneOf(const VLString& text, const std::vector<std::string>& names) {
+    std::string all;
+    for (const std::string& name : names) {
+        all += (all.empty() ? "" : ", ") + name;
+    }
+    return adviseNearest(text, names, "Write one of: " + all + ".");
+}

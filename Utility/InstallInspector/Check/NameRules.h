@@ -28,3 +28,5 @@ bool hasBlankAtEnd(const VLString& text);
 /// "Write X." for the nearest of `candidates`, otherwise `fallback`.
 std::string adviseNearest(const VLString& text, const std::vector<std::string>& candidates,
                           const std::string& fallback);
+/// "Write X." for the nearest of `names`, otherwise all of them to choose from.
+std::string adviseOneOf(const VLString& text, const std::vector<std::string>& names);

@@ -18,17 +18,8 @@ constexpr const char* withoutRecord = "No record is kept: installs never replace
                                       "removes no file.";
 
 template <class Visitor>
-void forEachEntry(const Product& product, std::initializer_list<Kind> kinds, Visitor visit) {
-    for (const Entry& entry : product.targetsFile.entries()) {
-        if (std::find(kinds.begin(), kinds.end(), entry.kind) != kinds.end()) {
-            visit(entry);
-        }
-    }
-}
-
-template <class Visitor>
 void forEachCondition(const Product& product, Visitor visit) {
-    forEachEntry(product, {Kind::Condition, Kind::Operand}, [&](const Entry& entry) {
+    product.targetsFile.forEach({Kind::Condition, Kind::Operand}, [&](const Entry& entry) {
         visit(entry, Condition::fromString(attributeOf(*entry.element, "type")));
     });
 }
@@ -73,7 +64,7 @@ bool hasOperands(const Product& product, const Entry& entry) {
 // Elements without what they need
 
 void itemWithoutName(const Product& product, const Report& report) {
-    forEachEntry(product, {Kind::Item}, [&](const Entry& entry) {
+    product.targetsFile.forEach({Kind::Item}, [&](const Entry& entry) {
         if (attributeOf(*entry.element, "name").IsEmpty()) {
             report(at(product, *entry.element, "name"), "an <item> without name",
                    "The engine passes it over with all its paths and items.",
@@ -85,7 +76,7 @@ void itemWithoutName(const Product& product, const Report& report) {
 }
 
 void pathWithoutValue(const Product& product, const Report& report) {
-    forEachEntry(product, {Kind::Path}, [&](const Entry& entry) {
+    product.targetsFile.forEach({Kind::Path}, [&](const Entry& entry) {
         if (attributeOf(*entry.element, "value").IsEmpty()) {
             report(at(product, *entry.element, "value"), "a <path> without value",
                    "The engine passes it over with its condition: nothing is installed there.",
@@ -113,14 +104,9 @@ void unknownConditionType(const Product& product, const Report& report) {
             return;
         }
         const VLString text = attributeOf(*entry.element, "type");
-        std::string known;
-        for (const std::string& name : conditionNames()) {
-            known += (known.empty() ? "" : ", ") + name;
-        }
         report(at(product, *entry.element, "type"),
                text.IsEmpty() ? "a condition without type" : "unknown condition type " + shown(text),
-               "A condition of no known type always holds.",
-               adviseNearest(text, conditionNames(), "Write one of: " + known + "."));
+               "A condition of no known type always holds.", adviseOneOf(text, conditionNames()));
     });
 }
 
@@ -156,7 +142,7 @@ void valueIgnored(const Product& product, const Report& report) {
 }
 
 void operandName(const Product& product, const Report& report) {
-    forEachEntry(product, {Kind::Operand}, [&](const Entry& entry) {
+    product.targetsFile.forEach({Kind::Operand}, [&](const Entry& entry) {
         if (entry.element->ValueStr() != "condition") {
             const std::string name = shown(VLString(entry.element->Value()));
             report(product.targetsFile.at(*entry.element), name + " inside a condition is no <condition>",
@@ -225,7 +211,7 @@ void bundleAsFile(const Product& product, const Report& report) {
 /// Path values, and the values of conditions that look for a path.
 template <class Visitor>
 void forEachPattern(const Product& product, Visitor visit) {
-    forEachEntry(product, {Kind::Path, Kind::Condition, Kind::Operand}, [&](const Entry& entry) {
+    product.targetsFile.forEach({Kind::Path, Kind::Condition, Kind::Operand}, [&](const Entry& entry) {
         const bool bPath = entry.kind == Kind::Path;
         if (bPath || !combines(Condition::fromString(attributeOf(*entry.element, "type")))) {
             visit(entry, attributeOf(*entry.element, "value"), bPath);
@@ -339,7 +325,7 @@ void relativePath(const Product& product, const Report& report) {
 
 /// What stands between the placeholders, in which alone the author's own characters are.
 void shellCharacterInPath(const Product& product, const Report& report) {
-    forEachEntry(product, {Kind::Path}, [&](const Entry& entry) {
+    product.targetsFile.forEach({Kind::Path}, [&](const Entry& entry) {
         const VLString value = attributeOf(*entry.element, "value");
         if (const auto fault = shellCharacterIn(withoutPlaceholders(value))) {
             report(at(product, *entry.element, "value"), fault->message, fault->consequence,
@@ -361,7 +347,7 @@ void controlCharacterInPath(const Product& product, const Report& report) {
 
 void duplicateItem(const Product& product, const Report& report) {
     std::map<std::pair<const Entry*, VLString>, std::vector<const Entry*>> groups;
-    forEachEntry(product, {Kind::Item}, [&](const Entry& entry) {
+    product.targetsFile.forEach({Kind::Item}, [&](const Entry& entry) {
         const VLString name = attributeOf(*entry.element, "name");
         if (name.IsSet()) {
             groups[{entry.parent, name}].push_back(&entry);
@@ -371,8 +357,8 @@ void duplicateItem(const Product& product, const Report& report) {
         for (const Entry* entry : siblings) {
             if (entry != siblings.back()) {
                 report(at(product, *entry->element, "name"),
-                       "the item " + shown(key.second) + " stands in line " +
-                           std::to_string(siblings.back()->element->Row()) + " too",
+                       "the item " + shown(key.second) + " stands in " + lineOf(*siblings.back()->element) +
+                           " too",
                        "The later one replaces this one whole: none of its paths and items counts.",
                        "Put all paths and items of the name into one <item>.");
             }
@@ -392,8 +378,8 @@ void itemCaseConflict(const Product& product, const Report& report) {
             const TargetItem* first = bLater ? found->second : child;
             const TargetItem* second = bLater ? child : found->second;
             report(at(product, *second->element, "name"),
-                   "the items " + shown(second->name) + " and " + shown(first->name) + " of line " +
-                       std::to_string(first->element->Row()) + " differ only in case",
+                   "the items " + shown(second->name) + " and " + shown(first->name) + " of " +
+                       lineOf(*first->element) + " differ only in case",
                    "Items are found by their exact name: only one of them can match the tree.",
                    "Merge them under the name that the tree has.");
         }
@@ -402,7 +388,7 @@ void itemCaseConflict(const Product& product, const Report& report) {
 
 void duplicatePath(const Product& product, const Report& report) {
     std::map<std::pair<const Entry*, VLString>, const Entry*> unconditional;
-    forEachEntry(product, {Kind::Path}, [&](const Entry& entry) {
+    product.targetsFile.forEach({Kind::Path}, [&](const Entry& entry) {
         const VLString value = attributeOf(*entry.element, "value");
         if (value.IsEmpty()) {
             return;
@@ -411,8 +397,8 @@ void duplicatePath(const Product& product, const Report& report) {
         const auto first = unconditional.find(key);
         if (first != unconditional.end()) {
             report(at(product, *entry.element, "value"),
-                   "the path " + shown(value) + " stands in line " +
-                       std::to_string(first->second->element->Row()) + " without a condition",
+                   "the path " + shown(value) + " stands in " + lineOf(*first->second->element) +
+                       " without a condition",
                    "The folder counts once, in the earlier place, whatever this one's condition says.",
                    "Remove one of the two.");
         } else if (entry.element->FirstChild("condition") == nullptr) {

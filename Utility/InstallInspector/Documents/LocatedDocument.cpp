@@ -58,6 +58,10 @@ const TiXmlAttribute* findAttribute(const TiXmlElement& element, const char* nam
     return nullptr;
 }
 
+std::string lineOf(const TiXmlBase& node) {
+    return "line " + std::to_string(node.Row());
+}
+
 bool comesBefore(const TiXmlBase& a, const TiXmlBase& b) {
     return a.Row() != b.Row() ? a.Row() < b.Row() : a.Column() < b.Column();
 }
@@ -126,7 +130,8 @@ void LocatedDocument::findFault(bool bRefused) {
     } else if (bRefused) {
         parserFault->text = "the document is too deep or too large for the parser, or breaks off";
         parserFault->advice = "Nest no more than " + std::to_string(XMLTextCheck::maxDepth) +
-                              " elements, give none more than " + std::to_string(XMLTextCheck::maxAttributes) +
+                              " elements, give none more than " +
+                              std::to_string(XMLTextCheck::maxAttributes) +
                               " attributes, and end every declaration with \"?>\".";
     } else if (!isUtf8(text)) {
         parserFault->text = "a character that is not UTF-8";

@@ -7,6 +7,8 @@
 
 #include <tinyxml.h>
 
+#include <algorithm>
+#include <initializer_list>
 #include <optional>
 #include <string>
 #include <vector>
@@ -35,8 +37,8 @@ public:
         std::string advice;
     };
 
-    /// Reads the file at `filePath`, the root of which should be of the kind `root`. False, and `error` says
-    /// why, when there is no such file or it cannot be read.
+    /// Reads the file at `filePath`, the root of which should be of the kind `root`. When there is no such
+    /// file, or it cannot be read, gives false, and `error` says why.
     bool read(const std::string& filePath, Location::Document document, Kind root, std::string& error);
 
     const std::string& path() const { return file; }
@@ -48,6 +50,15 @@ public:
 
     /// In document order; parents first.
     const std::vector<Entry>& entries() const { return entryList; }
+    /// Calls `visit` with each entry of one of these kinds, in document order.
+    template <class Visitor>
+    void forEach(std::initializer_list<Kind> kinds, Visitor visit) const {
+        for (const Entry& entry : entryList) {
+            if (std::find(kinds.begin(), kinds.end(), entry.kind) != kinds.end()) {
+                visit(entry);
+            }
+        }
+    }
     /// Elements of a name that nothing reads where they stand.
     const std::vector<Unread>& unknownElements() const { return unknown; }
     /// Elements of which only the first is read.
@@ -93,8 +104,11 @@ private:
     std::vector<const TiXmlText*> textNodes;
 };
 
-/// The attribute of that name; null when there is none.
+/// The attribute of that name. An absent one gives null.
 const TiXmlAttribute* findAttribute(const TiXmlElement& element, const char* name);
+
+/// "line " and the number of the line in which the node begins.
+std::string lineOf(const TiXmlBase& node);
 
 /// Whether `a` stands before `b` in their document.
 bool comesBefore(const TiXmlBase& a, const TiXmlBase& b);
