@@ -153,8 +153,8 @@ private:
     unsigned long length;
 };
 
-/// Where the first occurrence of `needle`, which is not empty, ends in `text`; VLString::maxLen for none, or
-/// where memory for a long needle cannot be had.
+/// Where the first occurrence of `needle`, which is not empty, ends in `text`. None gives VLString::maxLen,
+/// and so does a lack of memory for a long needle.
 template <class Searched>
 unsigned long endOfFirst(const Searched& needle, const Searched& text) {
     // border[i]: length of the longest proper prefix of the needle that also ends at its position i.

@@ -40,13 +40,13 @@ public:
                 ConditionType type = None;
                 std::vector<Condition> conditions; ///< operands of And and Or
 
-                /// Fills the condition from a `condition` element; does nothing for null or another kind of
-                /// node.
+                /// Fills the condition from a `condition` element. Null, or another kind of node, changes
+                /// nothing.
                 void parse(TiXmlNode* node);
-                /// The kind of that name in any case; None for an unknown one.
+                /// The kind of that name in any case. An unknown name gives None.
                 static ConditionType fromString(const VLString& text);
-                /// The name of that kind; empty for None and for what is no kind. The kinds behind None are
-                /// numbered without a gap.
+                /// The name of that kind. None, and a number that is no kind, have an empty one. The kinds
+                /// behind None are numbered without a gap.
                 static const char* nameOf(ConditionType type);
             };
 
@@ -112,29 +112,37 @@ public:
 
     // Target paths and conditions (TargetPaths.cpp)
 
-    /// Reads installItems. False, and an error line, when the file is missing, malformed or has no root.
+    /// Reads installItems. On failure (the file is missing, is malformed or has no root) gives false, and
+    /// logs an error line.
     bool parseTargetsPathXMLFile(const VLString& path);
     /// Replaces `items` by the `item` children of `parent`. Always true.
     static bool parseXMLwithTargetPathsRecursively(TiXmlNode* parent, std::map<VLString, InstallItem>& items);
 
-    /// The folders of all candidates that apply, in their order, each once whatever its case. In their paths
-    /// %FAMILY% stands for `family`, and fillPattern's placeholders are filled. A path that the family would
-    /// make longer than 1 MiB gives one error line and is skipped.
+    /// The folders of all candidates that apply, in their order. Folders that differ only in case count once.
+    /// In each path %FAMILY% is replaced by `family`, see Pattern::fillFamily, and then the pattern is
+    /// filled. A path that would become too long is left out.
     static std::vector<VLString> getTargetPaths(const std::vector<InstallItem::ItemPath>& candidates,
                                                 const VLString& family);
+    /// Whether the condition holds on this machine. One of the kind None, or of no known kind, always does.
     static bool isConditionTrue(const InstallItem::ItemPath::Condition& condition);
 
     // Patterns and the user (Pattern.cpp)
 
-    /// Fills %USER% (in any case) with the user's name and %REGKEY:key name::value name% with that value of
-    /// the user's preference file for the key, empty when it is absent. Other text between percent signs
-    /// stays. What is filled in is looked at again. A registry placeholder without "::" stays as it is, and
-    /// so does what is left when an expansion does not come to an end; both give one error line.
+    /// Fills in %USER% (in any case) with the user's name, and %REGKEY:key name::value name% with that value
+    /// of the user's preference file for the key. An absent value counts as empty. A value with a character
+    /// that a shell acts on counts as empty too, and one error line says so. What is filled in is looked at
+    /// again. Other text between percent signs stays as it is.
+    ///
+    /// A registry placeholder without "::" stays as it is. When filling in does not come to an end, or the
+    /// text would grow beyond 1 MiB, the rest stays as it is. Each of the two gives one error line.
     static VLString fillPattern(const VLString& pattern);
-    /// What $HOME holds without "/Users/"; a home elsewhere gives its whole path.
+    /// What $HOME holds without "/Users/". A home elsewhere gives its whole path. Runs "eval echo $HOME".
+    /// When HOME holds a character that a shell would act on, gives an empty name, and one error line says
+    /// so.
     static VLString getUserName();
-    /// Home folder of the user of that name, as the shell finds it.
+    /// Home folder of the user of that name, as the shell finds it. Runs "eval echo '~NAME'".
     static VLString getUserHomePath();
+    /// The folder Library/Preferences in it.
     static VLString getUserPreferencesPath();
     /// See ::exec.
     static bool exec(const VLString& command, VLString& output);
@@ -174,8 +182,8 @@ public:
 
     // Shortcuts (ShortCuts.cpp)
 
-    /// Path of the node's shortcut. Intended: it lies in /Applications whatever folder the node names. False,
-    /// and one error line, when the node has no valid shortcut; `out` is then as it was.
+    /// Path of the node's shortcut. Intended: it lies in /Applications whatever folder the node names. When
+    /// the node has no valid shortcut, gives false and one error line, and `out` is as it was.
     static bool createFullShortCutName(const FileNode& node, VLString& out);
     /// Makes the node's shortcut a symbolic link to `installedPath`, replacing what is there.
     static bool createShortCut(const VLString& installedPath, const FileNode& node);

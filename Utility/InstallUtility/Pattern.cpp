@@ -42,8 +42,8 @@ Placeholder::Kind kindOf(const VLString& placeholder) {
     return reference.HasOf(reference.IndexOf("::", 0)) ? Kind::Registry : Kind::MalformedRegistry;
 }
 
-// What comes from a user's preferences or environment ends up in commands that the superuser runs. Inside
-// double quotes a shell acts on some characters; outside, on more.
+// What comes from a user's preferences or environment ends up in commands that the superuser runs. A shell
+// acts on some characters inside double quotes, and on more outside of them.
 
 bool isControl(char c) {
     return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
@@ -55,7 +55,7 @@ bool hasControlOrAnyOf(const VLString& text, const char* characters) {
                        [&](char c) { return isControl(c) || std::strchr(characters, c) != nullptr; });
 }
 
-/// Tells that a value is not used. In a run that looks it up again and again it is told once.
+/// Tells that a value is not used. A run looks values up again and again, and tells it once.
 void tellRefused(const VLString& what) {
     if (OncePerRun::isFirst(what)) {
         SimpleLog::printLog(SimpleLog::Error, __FILE__, __FUNCTION__, __LINE__,
@@ -104,8 +104,8 @@ unsigned long countOf(const VLString& needle, const VLString& text) {
     return count;
 }
 
-/// Fills the value in wherever the placeholder stands in `text`. False, and nothing done, when `text` would
-/// grow too long.
+/// Fills in the value wherever the placeholder stands in `text`. When `text` would grow too long, gives false
+/// and changes nothing.
 bool expand(VLString& text, const VLString& placeholder, const VLString& value) {
     const unsigned long count = countOf(placeholder, text);
     const unsigned long size = text.Size() - count * placeholder.Size() + count * value.Size();

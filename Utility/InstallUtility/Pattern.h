@@ -35,8 +35,8 @@ struct RegistryReference {
 /// passed over, whatever they are.
 RegistryReference registryReference(const VLString& placeholder);
 
-/// Replaces each %FAMILY% in `path` by `family`. False when `path` would become longer than 1 MiB; it is then
-/// as it was, and one error line says so.
+/// Replaces each %FAMILY% in `path` by `family`. When `path` would grow beyond 1 MiB, gives false and one
+/// error line, and `path` is as it was.
 bool fillFamily(VLString& path, const VLString& family);
 
 } // namespace Pattern

@@ -113,7 +113,7 @@ Condition::ConditionType InstallUtility::InstallItem::ItemPath::Condition::fromS
 }
 
 const char* InstallUtility::InstallItem::ItemPath::Condition::nameOf(ConditionType type) {
-    // Without a default, so that a kind that has no name yet does not compile.
+    // There is no default, so that a kind without a name does not compile.
     switch (type) {
     case None:
         break;

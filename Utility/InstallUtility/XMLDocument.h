@@ -12,7 +12,7 @@
 namespace XMLDocument {
 
 /// Reads the file at `path` into `document`, which is emptied first. Line ends of other systems (CR LF, CR)
-/// are read as line feeds. False when the file cannot be read, is empty or is malformed.
+/// are read as line feeds. On failure (the file cannot be read, is empty or is malformed) gives false.
 bool Load(const VLString& path, TiXmlDocument& document);
 /// The same for the bytes of a file that has been read already; they end with a zero byte, and are changed.
 bool ParseBytes(char* bytes, TiXmlDocument& document);
@@ -20,11 +20,11 @@ bool ParseBytes(char* bytes, TiXmlDocument& document);
 /// Parses `text` as it stands into `document`, which is emptied first. False when it is empty or malformed.
 bool Parse(const VLString& text, TiXmlDocument& document);
 
-/// The attribute `name` of `element`; empty when it is absent.
+/// The attribute `name` of `element`. An absent one counts as empty.
 VLString Attribute(const TiXmlElement& element, const char* name);
 
-/// The first child of that name, if it is an element; else null. Whatever is not an element has its text for
-/// a name here, as everywhere in TinyXML.
+/// The first child of that name. When it is not an element, gives null. Whatever is not an element has its
+/// text for a name here, as everywhere in TinyXML.
 inline TiXmlElement* FirstChild(TiXmlNode& parent, const char* name) {
     TiXmlNode* child = parent.FirstChild(name);
     return child == nullptr ? nullptr : child->ToElement();
