@@ -4,20 +4,12 @@
 #include "Utility/InstallInspector/Check/Rules.h"
 #include "Utility/InstallInspector/Report/FindingOutput.h"
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
-#include <memory>
-#include <optional>
 #include <string>
 
 namespace {
-
-struct Arguments {
-    std::string definition;
-    std::string targets;
-    std::string source;
-    bool bJson = false;
-    bool bRules = false;
-};
 
 std::string asText(const std::vector<Finding>& findings, const Painter& painter) {
     if (findings.empty()) {
@@ -26,14 +18,14 @@ std::string asText(const std::vector<Finding>& findings, const Painter& painter)
     return printed(findings, painter);
 }
 
-std::string asJson(const Arguments& arguments, const std::vector<Finding>& findings) {
+std::string asJson(const CheckOptions& options, const std::vector<Finding>& findings) {
     nlohmann::ordered_json document;
-    document["definition"] = arguments.definition;
-    if (!arguments.targets.empty()) {
-        document["targets"] = arguments.targets;
+    document["definition"] = options.definition;
+    if (!options.targets.empty()) {
+        document["targets"] = options.targets;
     }
-    if (!arguments.source.empty()) {
-        document["source"] = arguments.source;
+    if (!options.source.empty()) {
+        document["source"] = options.source;
     }
     addFindings(document, findings);
     return printed(document);
@@ -50,53 +42,34 @@ std::string listOfRules() {
     return text;
 }
 
-int run(const Arguments& arguments) {
-    if (arguments.bRules) {
+} // namespace
+
+int runCheck(const CheckOptions& options) {
+    if (options.bRules) {
         return writeOutput(listOfRules()) ? Clean : CannotRun;
     }
     Product product;
     std::string error;
-    if (!product.definitionFile.read(arguments.definition, Location::Document::Definition, Kind::Product,
+    if (!product.definitionFile.read(options.definition, Location::Document::Definition, Kind::Product,
                                      error)) {
-        return cannotRun(arguments.definition + " " + error);
+        return cannotRun(options.definition + " " + error);
     }
-    if (!arguments.targets.empty()) {
+    if (!options.targets.empty()) {
         product.bTargets = true;
-        if (!product.targetsFile.read(arguments.targets, Location::Document::Targets, Kind::Root, error)) {
-            return cannotRun(arguments.targets + " " + error);
+        if (!product.targetsFile.read(options.targets, Location::Document::Targets, Kind::Root, error)) {
+            return cannotRun(options.targets + " " + error);
         }
     }
-    if (!arguments.source.empty() && !FileLibrary::IsDirectoryExists(toVLString(arguments.source))) {
-        return cannotRun(arguments.source + " is not an existing folder");
+    if (!options.source.empty() && !FileLibrary::IsDirectoryExists(toVLString(options.source))) {
+        return cannotRun(options.source + " is not an existing folder");
     }
-    product.source = arguments.source;
+    product.source = options.source;
     product.interpret();
 
     const std::vector<Finding> findings = checkProduct(product);
-    if (!writeOutput(arguments.bJson ? asJson(arguments, findings)
-                                     : asText(findings, Painter::forFile(stdout)))) {
+    if (!writeOutput(options.bJson ? asJson(options, findings)
+                                   : asText(findings, Painter::forFile(stdout)))) {
         return CannotRun;
     }
     return findings.empty() ? Clean : HasFindings;
-}
-
-} // namespace
-
-void addCheckCommand(CLI::App& app, int& status) {
-    auto arguments = std::make_shared<Arguments>();
-    CLI::App* command = app.add_subcommand(
-        "check", "Name every mistake in a product's files, what it will do, and what to write instead");
-    CLI::Option* definition =
-        command->add_option("SKU", arguments->definition, "The product definition (sku.xml)");
-    command->add_option("TARGETS", arguments->targets, "The target-paths file (target_path.xml)");
-    command->add_option("--source", arguments->source, "The folder that holds the product's files")
-        ->type_name("DIR");
-    command->add_flag("--json", arguments->bJson, "Print JSON for other programs");
-    command->add_flag("--list-rules", arguments->bRules, "Print the names of all rules, and check nothing");
-    command->callback([arguments, definition, &status] {
-        if (!arguments->bRules && definition->empty()) {
-            throw CLI::RequiredError("SKU");
-        }
-        status = run(*arguments);
-    });
 }

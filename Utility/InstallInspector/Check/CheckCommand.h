@@ -1,7 +1,15 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
+#include <string>
 
-/// Adds the subcommand "check" to `app`. When it is chosen, its exit status is put into `status`, which has
-/// to live as long as `app`.
-void addCheckCommand(CLI::App& app, int& status);
+/// What the subcommand "check" is told.
+struct CheckOptions {
+    std::string definition;
+    std::string targets; ///< empty when there is none
+    std::string source;  ///< empty when there is none
+    bool bJson = false;
+    bool bRules = false; ///< only list the rules
+};
+
+/// The exit status.
+int runCheck(const CheckOptions& options);

@@ -1,7 +1,16 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
+#include <string>
 
-/// Adds the subcommand "plan" to `app`. When it is chosen, its exit status is put into `status`, which has to
-/// live as long as `app`.
-void addPlanCommand(CLI::App& app, int& status);
+/// What the subcommand "plan" is told.
+struct PlanOptions {
+    std::string source; ///< empty for an uninstall
+    std::string definition;
+    std::string targets;
+    bool bUninstall = false;
+    bool bJson = false;
+    bool bCommands = false;
+};
+
+/// The exit status.
+int runPlan(const PlanOptions& options);

@@ -1,6 +1,8 @@
 #include "Utility/InstallInspector/Plan/Plan.h"
 #include "Utility/InstallInspector/Report/Finding.h"
 
+#include <nlohmann/json.hpp>
+
 namespace {
 
 using Json = nlohmann::ordered_json;

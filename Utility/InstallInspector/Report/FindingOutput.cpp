@@ -1,5 +1,7 @@
 #include "Utility/InstallInspector/Report/FindingOutput.h"
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 
 namespace {

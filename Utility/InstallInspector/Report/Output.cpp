@@ -1,5 +1,7 @@
 #include "Utility/InstallInspector/Report/Output.h"
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>

@@ -6,20 +6,8 @@
 #include "Utility/InstallInspector/Status/Status.h"
 
 #include <memory>
-#include <string>
-#include <vector>
 
 namespace {
-
-/// Where the engine looks for what all products share when no target path says otherwise.
-constexpr const char* usualFolder = "/Library/Application Support/Vorlane";
-
-struct Arguments {
-    std::string folder;
-    std::vector<std::string> targets;
-    std::vector<std::string> definitions;
-    bool bJson = false;
-};
 
 /// Until the end of its scope the engine's log goes nowhere: what it says there is said in findings.
 class QuietLog {
@@ -33,11 +21,11 @@ private:
     std::string log;
 };
 
-bool readProducts(const Arguments& arguments, Status& status, std::string& error) {
-    for (std::size_t i = 0; i < arguments.definitions.size(); ++i) {
-        const std::string& targets = arguments.targets[arguments.targets.size() == 1 ? 0 : i];
+bool readProducts(const StatusOptions& options, Status& status, std::string& error) {
+    for (std::size_t i = 0; i < options.definitions.size(); ++i) {
+        const std::string& targets = options.targets[options.targets.size() == 1 ? 0 : i];
         status.products.push_back(std::make_unique<PlacedProduct>());
-        if (!status.products.back()->read(arguments.definitions[i], targets, error)) {
+        if (!status.products.back()->read(options.definitions[i], targets, error)) {
             return false;
         }
     }
@@ -45,77 +33,39 @@ bool readProducts(const Arguments& arguments, Status& status, std::string& error
 }
 
 /// The folder that was given, else the one that the first product names.
-std::string folderOf(const Arguments& arguments, const Status& status) {
-    if (!arguments.folder.empty()) {
-        return arguments.folder;
+std::string folderOf(const StatusOptions& options, const Status& status) {
+    if (!options.folder.empty()) {
+        return options.folder;
     }
-    return status.products.empty() ? usualFolder : toString(status.products.front()->statusFolder());
+    return status.products.empty() ? usualStatusFolder : toString(status.products.front()->statusFolder());
 }
 
-int run(const Arguments& arguments) {
+} // namespace
+
+int runStatus(const StatusOptions& options) {
     const QuietLog quiet;
     Status status;
     std::string error;
-    if (!readProducts(arguments, status, error)) {
+    if (!readProducts(options, status, error)) {
         return cannotRun(error);
     }
-    const std::string folder = folderOf(arguments, status);
+    const std::string folder = folderOf(options, status);
     if (folder.empty()) {
         return cannotRun(
-            arguments.targets.front() +
+            options.targets.front() +
             " gives no folder for VorlaneFX on this machine, so that no record is kept; name the "
             "folder to look at another one");
     }
-    const VLString given = toVLString(arguments.folder);
+    const VLString given = toVLString(options.folder);
     if (given.IsSet() && !FileLibrary::IsDirectoryExists(given) && !FileLibrary::IsFileExists(given, false)) {
-        return cannotRun(arguments.folder + " is not an existing folder");
+        return cannotRun(options.folder + " is not an existing folder");
     }
     if (!status.record.read(folder, error)) {
         return cannotRun(status.record.path + ": " + error);
     }
     status.inspect();
-    if (!writeOutput(arguments.bJson ? statusAsJson(status)
-                                     : statusAsText(status, Painter::forFile(stdout)))) {
+    if (!writeOutput(options.bJson ? statusAsJson(status) : statusAsText(status, Painter::forFile(stdout)))) {
         return CannotRun;
     }
     return status.findings.empty() ? Clean : HasFindings;
-}
-
-void checkUsage(const Arguments& arguments) {
-    if (arguments.definitions.empty() != arguments.targets.empty()) {
-        throw CLI::RequiredError(arguments.targets.empty() ? "--targets (with --sku)"
-                                                           : "--sku (with --targets)");
-    }
-    if (arguments.targets.size() > 1 && arguments.targets.size() != arguments.definitions.size()) {
-        throw CLI::ValidationError("--targets", "give it once for all products, or once for each --sku");
-    }
-}
-
-} // namespace
-
-void addStatusCommand(CLI::App& app, int& status) {
-    auto arguments = std::make_shared<Arguments>();
-    CLI::App* command =
-        app.add_subcommand("status", "Show what is installed, and how the record and this machine agree");
-    command->add_option("FOLDER", arguments->folder,
-                        std::string("The folder that holds the record, or a record by itself; without it the "
-                                    "folder that the targets give, or ") +
-                            usualFolder);
-    command
-        ->add_option("--targets", arguments->targets,
-                     "The target-paths file of the products; once for all, or once for each --sku")
-        ->type_name("FILE")
-        ->expected(1)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-    command
-        ->add_option("--sku", arguments->definitions,
-                     "A product definition to compare the record and this machine with; may be repeated")
-        ->type_name("FILE")
-        ->expected(1)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-    command->add_flag("--json", arguments->bJson, "Print JSON for other programs");
-    command->callback([arguments, &status] {
-        checkUsage(*arguments);
-        status = run(*arguments);
-    });
 }

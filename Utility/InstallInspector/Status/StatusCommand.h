@@ -1,7 +1,18 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
+#include <string>
+#include <vector>
 
-/// Adds the subcommand "status" to `app`. When it is chosen, its exit status is put into `status`, which has
-/// to live as long as `app`.
-void addStatusCommand(CLI::App& app, int& status);
+/// Where the engine looks for what all products share when no target path says otherwise.
+constexpr const char* usualStatusFolder = "/Library/Application Support/Vorlane";
+
+/// What the subcommand "status" is told.
+struct StatusOptions {
+    std::string folder;               ///< empty for the one that the targets give, or the usual one
+    std::vector<std::string> targets; ///< one for all definitions, or one for each; none without definitions
+    std::vector<std::string> definitions;
+    bool bJson = false;
+};
+
+/// The exit status.
+int runStatus(const StatusOptions& options);

@@ -1,6 +1,8 @@
 #include "Utility/InstallInspector/Report/FindingOutput.h"
 #include "Utility/InstallInspector/Status/Status.h"
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 
 namespace {

@@ -1,0 +1,136 @@
+#include "Utility/InstallInspector/CommandLine.h"
+
+#include "Utility/InstallInspector/Check/CheckCommand.h"
+#include "Utility/InstallInspector/Plan/PlanCommand.h"
+#include "Utility/InstallInspector/Report/Output.h"
+#include "Utility/InstallInspector/Status/StatusCommand.h"
+
+// No other file includes this header, which takes longer to compile than all the rest of a file.
+#include <CLI/CLI.hpp>
+
+#include <memory>
+#include <string>
+#include <utility>
+
+// Each add...Command adds one subcommand. When it is chosen, its exit status is put into `status`, which has
+// to live as long as `app`.
+namespace {
+
+void addCheckCommand(CLI::App& app, int& status) {
+    auto options = std::make_shared<CheckOptions>();
+    CLI::App* command = app.add_subcommand(
+        "check", "Name every mistake in a product's files, what it will do, and what to write instead");
+    CLI::Option* definition =
+        command->add_option("SKU", options->definition, "The product definition (sku.xml)");
+    command->add_option("TARGETS", options->targets, "The target-paths file (target_path.xml)");
+    command->add_option("--source", options->source, "The folder that holds the product's files")
+        ->type_name("DIR");
+    command->add_flag("--json", options->bJson, "Print JSON for other programs");
+    command->add_flag("--list-rules", options->bRules, "Print the names of all rules, and check nothing");
+    command->callback([options, definition, &status] {
+        if (!options->bRules && definition->empty()) {
+            throw CLI::RequiredError("SKU");
+        }
+        status = runCheck(*options);
+    });
+}
+
+/// The first of two files was taken for the folder.
+void leaveOutSource(PlanOptions& options) {
+    if (!options.targets.empty()) {
+        throw CLI::ExtrasError({options.targets});
+    }
+    options.targets = std::exchange(options.definition, std::exchange(options.source, ""));
+}
+
+void addPlanCommand(CLI::App& app, int& status) {
+    auto options = std::make_shared<PlanOptions>();
+    CLI::App* command = app.add_subcommand(
+        "plan", "Tell what an install or uninstall would do on this machine now, and do nothing");
+    command->add_option("SOURCE", options->source,
+                        "The folder that holds the product's files; left out with --uninstall");
+    command->add_option("SKU", options->definition, "The product definition (sku.xml)");
+    command->add_option("TARGETS", options->targets, "The target-paths file (target_path.xml)");
+    command->add_flag("--uninstall", options->bUninstall, "Take the product away");
+    CLI::Option* json = command->add_flag("--json", options->bJson, "Print JSON for other programs");
+    command
+        ->add_flag("--commands", options->bCommands,
+                   "Print the shell commands that the run would issue, in their order")
+        ->excludes(json);
+    command->footer(
+        "Start it where the run would be started, as the same user. Exit status: 0 when the run would "
+        "succeed and nothing about it is dangerous, 1 when it would fail or something is, 2 when "
+        "that cannot be told.");
+    command->callback([options, &status] {
+        if (options->bUninstall) {
+            leaveOutSource(*options);
+        }
+        for (const auto& [name, value] :
+             {std::pair("SOURCE", options->source), std::pair("SKU", options->definition),
+              std::pair("TARGETS", options->targets)}) {
+            if (value.empty() && !(options->bUninstall && name == std::string("SOURCE"))) {
+                throw CLI::RequiredError(name);
+            }
+        }
+        status = runPlan(*options);
+    });
+}
+
+void checkUsage(const StatusOptions& options) {
+    if (options.definitions.empty() != options.targets.empty()) {
+        throw CLI::RequiredError(options.targets.empty() ? "--targets (with --sku)"
+                                                         : "--sku (with --targets)");
+    }
+    if (options.targets.size() > 1 && options.targets.size() != options.definitions.size()) {
+        throw CLI::ValidationError("--targets", "give it once for all products, or once for each --sku");
+    }
+}
+
+void addStatusCommand(CLI::App& app, int& status) {
+    auto options = std::make_shared<StatusOptions>();
+    CLI::App* command =
+        app.add_subcommand("status", "Show what is installed, and how the record and this machine agree");
+    command->add_option("FOLDER", options->folder,
+                        std::string("The folder that holds the record, or a record by itself; without it the "
+                                    "folder that the targets give, or ") +
+                            usualStatusFolder);
+    command
+        ->add_option("--targets", options->targets,
+                     "The target-paths file of the products; once for all, or once for each --sku")
+        ->type_name("FILE")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    command
+        ->add_option("--sku", options->definitions,
+                     "A product definition to compare the record and this machine with; may be repeated")
+        ->type_name("FILE")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    command->add_flag("--json", options->bJson, "Print JSON for other programs");
+    command->callback([options, &status] {
+        checkUsage(*options);
+        status = runStatus(*options);
+    });
+}
+
+} // namespace
+
+int runCommandLine(int argc, char* argv[]) {
+    CLI::App app(
+        "Checks a product before it ships, tells what a run would do, and shows what is installed, without "
+        "changing anything.",
+        "InstallInspector");
+    app.set_version_flag("--version", "InstallInspector " INSTALLUTILITY_VERSION);
+    app.require_subcommand(1);
+    int status = Clean;
+    addCheckCommand(app, status);
+    addPlanCommand(app, status);
+    addStatusCommand(app, status);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        // Help and version come this way, too, with status 0.
+        return app.exit(error) == 0 ? Clean : CannotRun;
+    }
+    return status;
+}
