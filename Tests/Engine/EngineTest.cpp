@@ -2,10 +2,10 @@
 
 #include "Foundation/SimpleLog.h"
 #include "Tests/Support/CapturedStdout.h"
+#include "Tests/Support/DebugPlaces.h"
 
 #include <algorithm>
 #include <cstdlib>
-#include <regex>
 #include <sstream>
 
 namespace fs = std::filesystem;
@@ -100,14 +100,13 @@ Lines EngineTest::uninstall(const ProductBuilder& product) {
 }
 
 Lines EngineTest::logOf(const std::function<void()>& action) const {
-    static const std::regex debugPrefix("DEBUG: [^,\n]*,[0-9]+:[A-Za-z]+ ");
     std::string text;
     {
         CapturedStdout output;
         action();
         text = output.text();
     }
-    return linesOf(shortened(std::regex_replace(text, debugPrefix, "DEBUG: ")));
+    return linesOf(shortened(withoutDebugPlaces(text)));
 }
 
 Lines EngineTest::commands() {

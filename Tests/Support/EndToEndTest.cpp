@@ -1,6 +1,7 @@
 #include "Tests/Support/EndToEndTest.h"
 
 #include "Foundation/VLString.h"
+#include "Tests/Support/DebugPlaces.h"
 #include "Tests/Support/OwnedReference.h"
 #include "Tests/Support/SchemaCheck.h"
 
@@ -8,7 +9,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <regex>
 #include <sstream>
 #include <system_error>
 #include <unistd.h>
@@ -245,11 +245,10 @@ void EndToEndTest::ExpectCounts(const Lines& expected, int line, const char* fil
 }
 
 Lines EndToEndTest::logLines(const ProgramResult& result) {
-    static const std::regex debugPrefix("^DEBUG: [^,]*,[0-9]+:[A-Za-z]+ ");
     Lines lines;
     std::istringstream stream(result.standardOutput);
     for (std::string line; std::getline(stream, line);) {
-        lines.push_back(std::regex_replace(line, debugPrefix, "DEBUG: "));
+        lines.push_back(withoutDebugPlaces(line));
     }
     return lines;
 }

@@ -1,5 +1,6 @@
 // The fixtures that the other tests stand on.
 #include "Tests/Support/CapturedStdout.h"
+#include "Tests/Support/DebugPlaces.h"
 #include "Tests/Support/RunProgram.h"
 #include "Tests/Support/ScopedEnvironment.h"
 #include "Tests/Support/TemporaryDirectory.h"
@@ -13,6 +14,20 @@
 #include <unistd.h>
 
 using namespace std::chrono_literals;
+
+TEST(DebugPlaces, AreTakenOutOfEachDebugLine) {
+    EXPECT_EQ(withoutDebugPlaces("DEBUG: a/File.cpp,12:runAll text\nINFO: a,1:b c\nDEBUG: b,3:f more"),
+              "DEBUG: text\nINFO: a,1:b c\nDEBUG: more");
+    EXPECT_EQ(withoutDebugPlaces("x DEBUG: a,1:b DEBUG: a,1:b "), "x DEBUG: DEBUG: ");
+}
+
+TEST(DebugPlaces, StayWhereAPartIsMissing) {
+    for (const char* line :
+         {"", "DEBUG: ", "DEBUG: text", "DEBUG: a,:f text", "DEBUG: a,1 text", "DEBUG: a,1: text",
+          "DEBUG: a,1:f", "DEBUG: a,1:f2 text", "DEBUG: a\n,1:f text"}) {
+        EXPECT_EQ(withoutDebugPlaces(line), line);
+    }
+}
 
 TEST(CapturedStdout, HoldsStdioStreamsAndChildrenInOrder) {
     for (const auto into : {CapturedStdout::Into::File, CapturedStdout::Into::Pipe}) {
