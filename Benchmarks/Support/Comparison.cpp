@@ -106,6 +106,5 @@ void Compare(benchmark::State& state, const Comparison& comparison) {
 
 void OverElements(benchmark::internal::Benchmark* benchmark) {
     benchmark->RangeMultiplier(10)->Range(1'000, 1'000'000)->Unit(benchmark::kMillisecond)->UseManualTime();
-    benchmark->MinTime(2);
     benchmark->Complexity(benchmark::oN);
 }
