@@ -1,5 +1,7 @@
 #include "Tests/Reliability/DisturbedRun.h"
 
+#include "Tests/Support/FullRun.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <iostream>
@@ -181,7 +183,7 @@ std::string DisturbedRun::nameOf(Fault fault) {
 }
 
 bool DisturbedRun::isFull() {
-    return *variable("RELIABILITY_FULL") != '\0';
+    return isFullRun();
 }
 
 std::chrono::seconds DisturbedRun::patience() {
