@@ -211,8 +211,8 @@ TEST_P(CommandFault, LeavesAWholeRecordAndCanBeRepairedByRepeating) {
 // product would do more than to repair. So it comes last where it is installed again.
 INSTANTIATE_TEST_SUITE_P(
     Runs, CommandFault,
-    testing::Values(Scenario{"SmallInstall", {}, "+ALPHA", {"+ALPHA"}, 100},
-                    Scenario{"SmallUninstall", {"+ALPHA"}, "-ALPHA", {"+ALPHA", "-ALPHA"}, 100},
+    testing::Values(Scenario{"SmallInstall", {}, "+ALPHA", {"+ALPHA"}, 3},
+                    Scenario{"SmallUninstall", {"+ALPHA"}, "-ALPHA", {"+ALPHA", "-ALPHA"}, 3},
                     Scenario{"SuiteInstall", {}, "+EmberAndInk", {"+EmberAndInk"}, 2},
                     Scenario{"SuiteReinstall", {"+EmberAndInk"}, "+EmberAndInk", {"+EmberAndInk"}, 2},
                     Scenario{"UpdateOfSharedFiles", {"+Common", "+EmberAndInk"}, "+Ink", {"+Ink"}, 2},

@@ -112,7 +112,7 @@ TEST_F(RunFault, WithoutALockTheSaveStillMindsWhatTheOtherRunHasSaved) {
     const ProductBuilder beta = product("BETA");
     place(alpha);
     place(beta);
-    const int rounds = isFull() ? 100 : 5;
+    const int rounds = isFull() ? 100 : 3;
     for (int round = 0; round < rounds; ++round) {
         Command both{
             "/bin/sh", "-c",

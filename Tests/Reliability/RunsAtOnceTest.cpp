@@ -39,7 +39,7 @@ protected:
         std::uniform_real_distribution<double> offset(0, secondsPerRun(atOnce));
         const std::vector<Lines> expected = endsOfAllOrders(start, atOnce);
 
-        const unsigned long rounds = isFull() ? 120 : 4;
+        const unsigned long rounds = isFull() ? 120 : 2;
         unsigned long wrong = 0;
         unsigned long waited = 0;
         for (unsigned long round = 1; round <= rounds; ++round) {

@@ -442,7 +442,6 @@ TEST(User, IsNobodyWhenNoShellCanBeStarted) {
 }
 
 TEST(User, OfTheMachineHasPreferences) {
-    // cppcheck-suppress getpwuidCalled ; there is one thread
     const struct passwd* user = getpwuid(geteuid()); // NOLINT(concurrency-mt-unsafe)
     if (user == nullptr) {
         GTEST_SKIP() << "this process runs as a user whom the machine does not know by name";

@@ -11,7 +11,6 @@ void openMissingStreams() {
     for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
         if (fcntl(descriptor, F_GETFD) == -1 && errno == EBADF) {
             // The lowest free number is this one, since those below are open by now. It stays open.
-            // cppcheck-suppress leakReturnValNotUsed
             static_cast<void>(open("/dev/null", O_RDWR));
         }
     }
