@@ -78,6 +78,27 @@ TEST(ManPage, DescribesNoRuleThatIsNotThere) {
     EXPECT_EQ(names, std::set<std::string>());
 }
 
+TEST(ManPage, OnlyWhatIsTheSameHasTheSameName) {
+    std::multiset<std::string> names;
+    for (const std::string& rule : allDangerRules()) {
+        names.insert(rule);
+    }
+    for (const Rule& rule : allRules()) {
+        names.insert(rule.name);
+    }
+    for (const StatusRule& rule : allStatusRules()) {
+        names.insert(rule.name);
+    }
+    std::set<std::string> shared;
+    for (const std::string& name : names) {
+        if (names.count(name) > 1) {
+            shared.insert(name);
+        }
+    }
+    // Of plan and status: a product that the record does not list, and a record that cannot be read.
+    EXPECT_EQ(shared, (std::set<std::string>{"product-not-recorded", "record-unreadable"}));
+}
+
 TEST(ManPage, NamesEachSubcommandAndOption) {
     const std::string page = manPage();
     for (const char* command : {"check", "plan", "status"}) {

@@ -3,6 +3,7 @@
 #include "Foundation/FileLibrary.h"
 #include "Foundation/PathLibrary.h"
 #include "Foundation/SimpleLog.h"
+#include "Utility/InstallUtility/KnownNames.h"
 #include "Utility/InstallUtility/Mac/LettrixResources.h"
 #include "Utility/InstallUtility/Mac/Postflight.h"
 #include "Utility/InstallUtility/MapLookup.h"
@@ -131,7 +132,7 @@ bool InstallUtility::checkFilesInFolderRecursively(const VLString& folder, const
 
 bool InstallUtility::copyFilesToTargets() {
     const auto& branches = skuDefinition.installFiles.children;
-    const InstallItem& sharedItem = findOrEmpty(installItems, "VorlaneFX");
+    const InstallItem& sharedItem = findOrEmpty(installItems, Branch::shared);
     const VLString statusFolder = findStatusFolder();
     if (statusFolder.IsSet()) {
         loadStatusFile(statusFolder, false);
@@ -142,12 +143,12 @@ bool InstallUtility::copyFilesToTargets() {
         copyWithRetry(*this, PathLibrary::GetDirectoryWithFile(srcPath, path), node, path, item, subject);
     };
     forEachHostFamily(copyBranch);
-    copyBranch(findOrEmpty(branches, "VorlaneFX"), "VorlaneFX", sharedItem, "VorlaneFX");
-    const auto content = branches.find("Content");
+    copyBranch(findOrEmpty(branches, Branch::shared), Branch::shared, sharedItem, Branch::shared);
+    const auto content = branches.find(Branch::content);
     if (content != branches.end()) {
-        const auto contentItem = installItems.find("Content");
+        const auto contentItem = installItems.find(Branch::content);
         if (contentItem != installItems.end()) {
-            copyBranch(content->second, "Content", contentItem->second, "Content");
+            copyBranch(content->second, Branch::content, contentItem->second, Branch::content);
         } else {
             SimpleLog::printLog(SimpleLog::Error, __FILE__, __FUNCTION__, __LINE__,
                                 "Has content section in SKU but can't find info for its installing");
@@ -163,20 +164,21 @@ bool InstallUtility::copyFilesToTargets() {
 VLString InstallUtility::findStatusFolder() {
     const auto& families = skuDefinition.pluginsByFamily;
     currentFamily = families.empty() ? VLString() : families.begin()->first;
-    const auto folders = getTargetPaths(findOrEmpty(installItems, "VorlaneFX").paths, currentFamily);
+    const auto folders = getTargetPaths(findOrEmpty(installItems, Branch::shared).paths, currentFamily);
     return folders.empty() ? VLString() : folders.front();
 }
 
 void InstallUtility::forEachHostFamily(const HostFamilyHandler& handle) {
-    const InstallItem& hostsItem = findOrEmpty(installItems, "Hosts");
-    for (const auto& [hostName, host] : findOrEmpty(skuDefinition.installFiles.children, "Hosts").children) {
+    const InstallItem& hostsItem = findOrEmpty(installItems, Branch::hosts);
+    for (const auto& [hostName, host] :
+         findOrEmpty(skuDefinition.installFiles.children, Branch::hosts).children) {
         const auto hostItem = hostsItem.items.find(hostName);
         if (hostItem == hostsItem.items.end()) {
             SimpleLog::printLog(SimpleLog::Warning, __FILE__, __FUNCTION__, __LINE__,
                                 "Can't find '%s' host install info", hostName.ConstData());
             continue;
         }
-        const VLString hostPath = PathLibrary::GetDirectoryWithFile("Hosts", hostName);
+        const VLString hostPath = PathLibrary::GetDirectoryWithFile(Branch::hosts, hostName);
         for (const auto& [familyName, family] : host.children) {
             if (skuDefinition.pluginsByFamily.count(familyName) == 0) {
                 SimpleLog::printLog(SimpleLog::Warning, __FILE__, __FUNCTION__, __LINE__,

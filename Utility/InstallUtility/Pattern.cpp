@@ -56,7 +56,7 @@ bool hasControlOrAnyOf(const VLString& text, const char* characters) {
 }
 
 /// Tells that a value is not used. A run looks values up again and again, and tells it once.
-void tellRefused(const VLString& what) {
+void logRefused(const VLString& what) {
     if (OncePerRun::isFirst(what)) {
         SimpleLog::printLog(SimpleLog::Error, __FILE__, __FUNCTION__, __LINE__,
                             "%s holds a character that a shell would act on. It counts as empty.",
@@ -69,7 +69,7 @@ VLString registryValue(const VLString& placeholder) {
     VLString value = RegistryHelper::GetRegistryKeyAtPath(reference.key, reference.valueName,
                                                           InstallUtility::getUserPreferencesPath());
     if (hasControlOrAnyOf(value, "\"$`\\")) {
-        tellRefused(VLString("The preference '") + reference.key + "::" + reference.valueName + "'");
+        logRefused(VLString("The preference '") + reference.key + "::" + reference.valueName + "'");
         value.Clear();
     }
     return value;
@@ -91,7 +91,7 @@ bool isHomeSafe() {
     if (home == nullptr || !hasControlOrAnyOf(home, ";&|<>()$`\\\"'*?[")) {
         return true;
     }
-    tellRefused("The environment variable HOME");
+    logRefused("The environment variable HOME");
     return false;
 }
 

@@ -3,6 +3,7 @@
 #include "Foundation/PathLibrary.h"
 #include "Foundation/SimpleLog.h"
 #include "Utility/InstallUtility/InstallUtility.h"
+#include "Utility/InstallUtility/KnownNames.h"
 #include "Utility/InstallUtility/Mac/Postflight.h"
 #include "Utility/InstallUtility/RunObserver.h"
 
@@ -114,31 +115,31 @@ bool InstallUtility::copyFile(const FileNode& node, const VLString& source, cons
     if (target.IsSet() && !FileLibrary::IsDirectoryExists(target)) {
         FileLibrary::CreateDirectory(target, true);
     }
-    const auto tell = [&](FileCopy result, const VLString& shortCut = VLString()) {
+    const auto end = [&](FileCopy result, const VLString& shortCut = VLString()) {
         observer->fileCopyEnds(treePath, source, destination, result, shortCut);
         return result != FileCopy::Failed;
     };
     if (!statusFile.needReplaceFile(treePath) && exists(destination)) {
         SimpleLog::printLog(SimpleLog::Debug, __FILE__, walk, __LINE__, "Skipped file: %s",
                             destination.ConstData());
-        return tell(FileCopy::Kept);
+        return end(FileCopy::Kept);
     }
     logCopy(source, destination);
     if (!copyPath(source, destination, lastAttempt)) {
         logFailedCopy(source, destination, node);
-        return tell(FileCopy::Failed);
+        return end(FileCopy::Failed);
     }
     VLString shortCut;
     if (node.IsShortCutInfoValid() && createShortCut(destination, node)) {
         createFullShortCutName(node, shortCut);
     }
-    return tell(FileCopy::Written, shortCut);
+    return end(FileCopy::Written, shortCut);
 }
 
 VLString InstallUtility::getFileLockedWarningText(const VLString& name) {
     const VLString displayName = getNLEFullName(name);
     VLString text;
-    if (name.EqualsIgnoreCase("VorlaneFX")) {
+    if (name.EqualsIgnoreCase(Branch::shared)) {
         text =
             VLString("Something is blocking installation of '") + skuDefinition.skuInfo.name +
             "'.\nPlease close all applications and press 'Retry' to try again or 'Cancel' to continue (some "

@@ -2,6 +2,7 @@
 #include "Foundation/PathLibrary.h"
 #include "Foundation/SimpleLog.h"
 #include "Utility/InstallUtility/InstallUtility.h"
+#include "Utility/InstallUtility/KnownNames.h"
 #include "Utility/InstallUtility/Mac/Postflight.h"
 #include "Utility/InstallUtility/MapLookup.h"
 #include "Utility/InstallUtility/OncePerRun.h"
@@ -95,16 +96,17 @@ bool InstallUtility::removeProduct() {
         loadStatusFile(statusFolder, true);
     }
 
-    removeFilesRecursively(VLString(), findOrEmpty(branches, "VorlaneFX"), "VorlaneFX",
-                           findOrEmpty(installItems, "VorlaneFX"));
+    removeFilesRecursively(VLString(), findOrEmpty(branches, Branch::shared), Branch::shared,
+                           findOrEmpty(installItems, Branch::shared));
     forEachHostFamily(
-        [this](const FileNode& node, const VLString& treePath, const InstallItem& hostItem,
-               const VLString&) { removeFilesRecursively(VLString(), node, treePath, hostItem); });
-    const auto content = branches.find("Content");
+        [this](const FileNode& node, const VLString& treePath, const InstallItem& hostItem, const VLString&) {
+            removeFilesRecursively(VLString(), node, treePath, hostItem);
+        });
+    const auto content = branches.find(Branch::content);
     if (content != branches.end()) {
-        const auto contentItem = installItems.find("Content");
+        const auto contentItem = installItems.find(Branch::content);
         if (contentItem != installItems.end()) {
-            removeFilesRecursively(VLString(), content->second, "Content", contentItem->second);
+            removeFilesRecursively(VLString(), content->second, Branch::content, contentItem->second);
         } else {
             SimpleLog::printLog(SimpleLog::Error, __FILE__, __FUNCTION__, __LINE__,
                                 "Has content section in SKU but can't find info for its uninstalling");

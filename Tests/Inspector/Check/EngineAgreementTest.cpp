@@ -249,9 +249,9 @@ TEST(TextScan, ColumnsCountCharacters) {
 }
 
 TEST(Shown, MakesEverythingVisible) {
-    EXPECT_EQ(shown("a\n\x1b\x7f"), "\"a\\n\\x1b\\x7f\"");
-    EXPECT_EQ(shown("\xC3\xA9"), "\"\xC3\xA9\"");
-    EXPECT_EQ(shown("\xC3"), "\"\\xc3\"");
-    EXPECT_EQ(shown("\xC2\x9B\xED\xA0\x80\xC0\xAF"), "\"\\xc2\\x9b\\xed\\xa0\\x80\\xc0\\xaf\"");
-    EXPECT_EQ(shown(toVLString(std::string(300, 'x'))), "\"" + std::string(200, 'x') + "...\"");
+    EXPECT_EQ(quotedText("a\n\x1b\x7f"), "\"a\\n\\x1b\\x7f\"");
+    EXPECT_EQ(quotedText("\xC3\xA9"), "\"\xC3\xA9\"");
+    EXPECT_EQ(quotedText("\xC3"), "\"\\xc3\"");
+    EXPECT_EQ(quotedText("\xC2\x9B\xED\xA0\x80\xC0\xAF"), "\"\\xc2\\x9b\\xed\\xa0\\x80\\xc0\\xaf\"");
+    EXPECT_EQ(quotedText(toVLString(std::string(300, 'x'))), "\"" + std::string(200, 'x') + "...\"");
 }

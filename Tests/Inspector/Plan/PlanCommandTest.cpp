@@ -484,8 +484,8 @@ TEST_F(PlanCommand, AChainWithoutItsDefinitionFails) {
 TEST_F(PlanCommand, WarnsOfTheUninstallOfAProductThatIsNotRecorded) {
     ExpectSuccess(Install(product("BETA", "Beta").file("VorlaneFX/shared", "S").file("VorlaneFX/beta", "B")));
     const Json json = uninstallOf(product().file("VorlaneFX/shared", "S"));
-    EXPECT_EQ(dangersOf(json), Lines{"not-recorded"});
-    EXPECT_EQ(messageOf(json, "not-recorded"),
+    EXPECT_EQ(dangersOf(json), Lines{"product-not-recorded"});
+    EXPECT_EQ(messageOf(json, "product-not-recorded"),
               "the record does not list the product ALPHA: its uninstall lowers no count, and what it has "
               "installed stays");
 }

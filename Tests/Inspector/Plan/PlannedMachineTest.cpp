@@ -414,7 +414,7 @@ TEST_F(PlannedMachineTest, DoesNotNoteWhatTheRunDoesNotAsk) {
     PlannedMachine planned;
     VLString output;
     {
-        const PlannedMachine::Unnoted unnoted(planned);
+        const PlannedMachine::WithoutSteps withoutSteps(planned);
         planned.capture("eval echo $HOME", output);
     }
     EXPECT_TRUE(planned.steps().empty());

@@ -101,16 +101,17 @@ std::vector<std::string> strangers(std::vector<std::string> names, const std::ve
 
 std::string adviseItemOf(const VLString& knownHost, const std::vector<std::string>& slips) {
     const auto slip = nearestName(toString(knownHost), slips);
-    return "Write <item name=" + shown(knownHost) + "> " +
-           (slip.has_value() ? "in place of " + shown(toVLString(*slip)) : "inside <item name=\"Hosts\">") +
+    return "Write <item name=" + quotedText(knownHost) + "> " +
+           (slip.has_value() ? "in place of " + quotedText(toVLString(*slip))
+                             : "inside <item name=\"Hosts\">") +
            ".";
 }
 
 std::string adviseTreeOf(const VLString& knownHost, const std::vector<std::string>& slips) {
     const auto slip = nearestName(toString(knownHost), slips);
-    return slip.has_value()
-               ? "Write " + shown(knownHost) + " in the tree, in place of " + shown(toVLString(*slip)) + "."
-               : "Remove the item, or list the host in the tree.";
+    return slip.has_value() ? "Write " + quotedText(knownHost) + " in the tree, in place of " +
+                                  quotedText(toVLString(*slip)) + "."
+                            : "Remove the item, or list the host in the tree.";
 }
 
 void hostWithoutTarget(const Product& product, const Report& report) {
@@ -126,7 +127,7 @@ void hostWithoutTarget(const Product& product, const Report& report) {
         const VLString& name = host->node->name;
         if (host->node->isDirectory && (item == nullptr || item->child(name) == nullptr)) {
             report(atNode(product, *host),
-                   "the host " + shown(name) + " has no item inside Hosts of the targets",
+                   "the host " + quotedText(name) + " has no item inside Hosts of the targets",
                    "Nothing of the host is installed; the log has a warning.",
                    isKnownHost(name) ? adviseItemOf(name, strangeItems)
                                      : adviseNearest(name, items,
@@ -147,7 +148,7 @@ void targetWithoutHost(const Product& product, const Report& report) {
     const std::vector<std::string> strangeHosts = strangers(inTree, namesOf(item->items));
     for (const TargetItem* host : item->items) {
         if (hosts == nullptr || hosts->child(host->name) == nullptr) {
-            report(atItem(product, *host), "the tree has no host " + shown(host->name),
+            report(atItem(product, *host), "the tree has no host " + quotedText(host->name),
                    "The product installs nothing there.",
                    isKnownHost(host->name)
                        ? adviseTreeOf(host->name, strangeHosts)
@@ -186,7 +187,7 @@ void itemWithoutFolder(const Product& product, const Report& report) {
             if (!nodes.empty() && names.count(toString(child->name)) == 0) {
                 report(
                     atItem(product, *child),
-                    "the tree has no directory " + shown(child->name) + " where this item belongs",
+                    "the tree has no directory " + quotedText(child->name) + " where this item belongs",
                     "Nothing is installed there: an item inside another takes the directory of its own name "
                     "away from the outer one.",
                     adviseNearest(child->name, {names.begin(), names.end()},
@@ -201,7 +202,7 @@ void itemForFile(const Product& product, const Report& report) {
         for (const TreeNode* node : nodes) {
             if (!node->node->isDirectory) {
                 report(
-                    atItem(product, item), shown(item.name) + " is a file of the tree",
+                    atItem(product, item), quotedText(item.name) + " is a file of the tree",
                     "An item takes directories only: the file is installed nowhere, and the customer may be "
                     "told that something blocks the installation.",
                     "Put the file into a directory, and name the item for that.");
@@ -223,8 +224,8 @@ void itemWithoutPath(const Product& product, const Report& report) {
                 std::all_of(node->children.begin(), node->children.end(),
                             [&](const TreeNode* child) { return item.child(child->node->name) != nullptr; });
             if (!bCovered) {
-                report(atItem(product, item), "the item " + shown(item.name) + " has no path",
-                       shown(node->path) + " is installed nowhere, and the install reports success.",
+                report(atItem(product, item), "the item " + quotedText(item.name) + " has no path",
+                       quotedText(node->path) + " is installed nowhere, and the install reports success.",
                        "Write a <path> inside the item.");
                 return;
             }
@@ -248,7 +249,7 @@ void sharedFolderRemoved(const Product& product, const Report& report) {
                 if (!isOwnFolder(path.path, node->node->name)) {
                     report(
                         atNode(product, *node),
-                        shown(node->path) + " lists nothing, and its target is " + shown(path.path),
+                        quotedText(node->path) + " lists nothing, and its target is " + quotedText(path.path),
                         "A directory without children is one piece with its target folder: the uninstall "
                         "removes that folder with everything in it, whoever put it there.",
                         "List the files, or give the item a path of its own below that folder, such as one "

@@ -53,7 +53,7 @@ void slashInProductName(const Product& product, const Report& report) {
     const VLString& name = product.definition.skuInfo.name;
     if (name.HasOf(name.IndexOf("/", 0))) {
         report(
-            atIdentity(product, "name"), "a slash in the product's name " + shown(name),
+            atIdentity(product, "name"), "a slash in the product's name " + quotedText(name),
             "The uninstaller is named after the product: it goes into a folder that does not exist, and is "
             "not placed.",
             "Write the name without \"/\".");
@@ -65,7 +65,7 @@ void commonIdCase(const Product& product, const Report& report) {
     if (ID.EqualsIgnoreCase("COMMON") && ID != "COMMON") {
         report(
             atIdentity(product, "ID"),
-            "the ID " + shown(ID) + " is that of the shared package in another case",
+            "the ID " + quotedText(ID) + " is that of the shared package in another case",
             "It gets the Application Manager's link in place of an uninstaller, as the shared package does, "
             "but does not go with the last product.",
             "Write \"COMMON\" for the shared package, and something else for any other product.");
@@ -110,7 +110,8 @@ void buildNotComparable(const Product& product, const Report& report) {
     }
     report(
         atIdentity(product, "build"),
-        build.IsEmpty() ? "the product has no build" : "the build " + shown(build) + " has no fourth number",
+        build.IsEmpty() ? "the product has no build"
+                        : "the build " + quotedText(build) + " has no fourth number",
         "Builds are compared by their fourth number alone, so that all versions of this product count as "
         "equal: an older one replaces a newer one, and files that another product brought with a fourth "
         "number are never replaced.",
@@ -122,7 +123,7 @@ void buildNotReadWhole(const Product& product, const Report& report) {
     const VLString& build = product.definition.skuInfo.build;
     if (build.IsSet() && !isVersionText(build)) {
         report(atIdentity(product, "build"),
-               "the build " + shown(build) + " is not up to four numbers with dots",
+               "the build " + quotedText(build) + " is not up to four numbers with dots",
                "The engine reads numbers up to the first thing that does not fit and takes the others for 0.",
                "Write four numbers, such as build=\"1.0.0.100\".");
     }
@@ -181,7 +182,7 @@ void familyWithoutPlugins(const Product& product, const Report& report) {
         const VLString name = attributeOf(*entry.element, "name");
         if (name.IsSet() && product.definition.pluginsByFamily.count(name) == 0 && inTree.count(name) == 0) {
             report(
-                at(product, *entry.element, "name"), "the family " + shown(name) + " lists no plug-in",
+                at(product, *entry.element, "name"), "the family " + quotedText(name) + " lists no plug-in",
                 "It is not one of the product's families, and its folders in the tree would be passed over.",
                 "Write <plugins><plugin name=\"...\"/></plugins> inside it.");
         }
@@ -210,9 +211,9 @@ void unknownFamily(const Product& product, const Report& report) {
             }
             const bool bListed = withoutPlugins.count(name) != 0;
             report(at(product, *family->element, "fileName"),
-                   "the definition lists the family " + shown(name) +
+                   "the definition lists the family " + quotedText(name) +
                        (bListed ? " without a plug-in" : " nowhere"),
-                   "Its files for the host " + shown(host->node->name) +
+                   "Its files for the host " + quotedText(host->node->name) +
                        " are not installed; the log has a warning.",
                    bListed ? "Write <plugins><plugin name=\"...\"/></plugins> inside the <family>."
                            : adviseNearest(name, names, "List it in <families>, with a plug-in."));
@@ -231,7 +232,7 @@ void hostFamilyUnknown(const Product& product, const Report& report) {
              StringLibrary::Split(attributeOf(*entry.element, "families"), ";", true)) {
             if (known.count(family) == 0) {
                 report(at(product, *entry.element, "families"),
-                       "the host serves a family " + shown(family) + " that the product does not have",
+                       "the host serves a family " + quotedText(family) + " that the product does not have",
                        "Nothing of that name is found when it is asked which families the host has; blanks "
                        "around \";\" count as part of a name.",
                        adviseNearest(family, names, "List the family in <families>, with a plug-in."));
@@ -244,10 +245,10 @@ void unknownHost(const Product& product, const Report& report) {
     const char* const consequence =
         "The engine knows no application of this name: what it says to the customer "
         "calls it just that, and target items of another name do not match it.";
-    std::set<VLString> told;
+    std::set<VLString> reported;
     const auto check = [&](const Location& where, const VLString& name) {
-        if (name.IsSet() && !isKnownHost(name) && told.insert(name).second) {
-            report(where, "unknown host " + shown(name), consequence, adviseOneOf(name, hostNames()));
+        if (name.IsSet() && !isKnownHost(name) && reported.insert(name).second) {
+            report(where, "unknown host " + quotedText(name), consequence, adviseOneOf(name, hostNames()));
         }
     };
     product.definitionFile.forEach({Kind::Host}, [&](const Entry& entry) {
@@ -271,12 +272,12 @@ void archValue(const Product& product, const Report& report) {
     product.definitionFile.forEach({Kind::Host, Kind::Directory, Kind::File}, [&](const Entry& entry) {
         for (const VLString& part : StringLibrary::Split(attributeOf(*entry.element, "arch"), ";", true)) {
             if (!part.EqualsIgnoreCase("x86") && !part.EqualsIgnoreCase("x64")) {
-                report(at(product, *entry.element, "arch"), "unknown processor " + shown(part) + " in arch",
-                       entry.kind == Kind::Host
-                           ? "The host has no variant for it; one with no other processor "
-                             "has no variant at all."
-                           : "It counts as 64-bit.",
-                       "Write \"x86\", \"x64\" or \"x86;x64\".");
+                report(
+                    at(product, *entry.element, "arch"), "unknown processor " + quotedText(part) + " in arch",
+                    entry.kind == Kind::Host ? "The host has no variant for it; one with no other processor "
+                                               "has no variant at all."
+                                             : "It counts as 64-bit.",
+                    "Write \"x86\", \"x64\" or \"x86;x64\".");
             }
         }
     });
@@ -299,7 +300,7 @@ void compilerOptionsLost(const Product& product, const Report& report) {
         const VLString name = attributeOf(*entry.element, "name");
         if (entry.parent->kind == Kind::Hosts && hasOptions(entry) && replaced.count(name) == 0) {
             report(at(product, *entry.element, "compilerOptions"),
-                   "compilerOptions of " + shown(name) + " in <hosts>, beside a <hostsForBuild>",
+                   "compilerOptions of " + quotedText(name) + " in <hosts>, beside a <hostsForBuild>",
                    "Those of <hostsForBuild> replace all of <hosts>: the host has no options.",
                    "Write them in <hostsForBuild>.");
         }
@@ -317,7 +318,8 @@ void featuresMask(const Product& product, const Report& report) {
             bBad = bBad || !bits.fromString(mask.Substr(begin, end - begin));
         }
         if (bBad) {
-            report(at(product, *entry.element, "name"), "the mask " + shown(mask) + " is not hexadecimal",
+            report(at(product, *entry.element, "name"),
+                   "the mask " + quotedText(mask) + " is not hexadecimal",
                    "The eight digits around the fault are dropped, and all bits above them move down by 32.",
                    "Write hexadecimal digits only.");
         }
@@ -365,7 +367,7 @@ void nameIsPath(const Product& product, const Report& report) {
         const bool bDots = name == "." || name == "..";
         if (bDots || name.HasOf(name.IndexOf("/", 0))) {
             const bool bNode = entry.kind == Kind::Directory || entry.kind == Kind::File;
-            report(at(product, *entry.element, attribute), shown(name) + " is a path, not a name",
+            report(at(product, *entry.element, attribute), quotedText(name) + " is a path, not a name",
                    bNode ? "The copy goes into a folder that nothing creates, and the record, which splits "
                            "paths at \"/\", counts folders that no <directory> lists."
                          : "What is made of it goes into a folder that nothing creates.",
@@ -391,7 +393,7 @@ void blankAtEnd(const Product& product, const Report& report) {
     forEachPathName(product, [&](const Entry& entry, const char* attribute, const VLString& name) {
         if (hasBlankAtEnd(name)) {
             report(at(product, *entry.element, attribute),
-                   "a blank at the beginning or end of " + shown(name),
+                   "a blank at the beginning or end of " + quotedText(name),
                    "It belongs to the name: nothing matches that is written without it.",
                    "Write it without the blank, unless the file's name has it.");
         }
@@ -427,7 +429,7 @@ void duplicateName(const Product& product, const Report& report) {
             const bool bNode = kind == Kind::Directory || kind == Kind::File;
             report(
                 at(product, *entry->element, bNode ? "fileName" : "name"),
-                "the name " + shown(key.second) + " stands in " + lineOf(*winner->element) + " too",
+                "the name " + quotedText(key.second) + " stands in " + lineOf(*winner->element) + " too",
                 kind == Kind::Family ? "The plug-ins, contents and features of the first family of a name "
                                        "count and those here are lost; only its content mask replaces the "
                                        "first one's."
@@ -455,7 +457,7 @@ void caseConflict(const Product& product, const Report& report) {
             }
             report(
                 at(product, *second->element, "fileName"),
-                shown(second->node->name) + " and " + shown(first->node->name) + " of " +
+                quotedText(second->node->name) + " and " + quotedText(first->node->name) + " of " +
                     lineOf(*first->element) + " differ only in case",
                 "To most disks of customers they are one file, which each copy and each removal takes from "
                 "the other, while the record counts two.",
@@ -515,10 +517,10 @@ void neverCopied(const Product& product, const Report& report) {
     for (const TreeNode* child : product.tree.front().children) {
         const VLString& name = child->node->name;
         if (!isBranch(name)) {
-            tell(*child, shown(name) + " stands directly inside <installFiles>",
+            tell(*child, quotedText(name) + " stands directly inside <installFiles>",
                  adviseNearest(name, branchNames(), "Move it into Hosts, VorlaneFX or Content."));
         } else if (!child->node->isDirectory) {
-            tell(*child, shown(name) + " is a file",
+            tell(*child, quotedText(name) + " is a file",
                  "Make it a <directory> that holds what is to be installed.");
         }
     }
@@ -528,14 +530,14 @@ void neverCopied(const Product& product, const Report& report) {
     }
     for (const TreeNode* host : hosts->children) {
         if (!host->node->isDirectory) {
-            tell(*host, "the file " + shown(host->node->name) + " stands directly inside Hosts",
+            tell(*host, "the file " + quotedText(host->node->name) + " stands directly inside Hosts",
                  "Move it into Hosts/HOST/FAMILY.");
         }
         for (const TreeNode* family : host->children) {
             if (!family->node->isDirectory) {
                 tell(*family,
-                     "the file " + shown(family->node->name) + " stands directly inside the host " +
-                         shown(host->node->name),
+                     "the file " + quotedText(family->node->name) + " stands directly inside the host " +
+                         quotedText(host->node->name),
                      "Move it into a directory named for its family.");
             }
         }
@@ -549,7 +551,7 @@ void emptyHost(const Product& product, const Report& report) {
     }
     const auto check = [&](const TreeNode& node, const char* what, const char* advice) {
         if (node.node->isDirectory && node.children.empty()) {
-            report(at(product, *node.element, "fileName"), shown(node.path) + " lists no " + what,
+            report(at(product, *node.element, "fileName"), quotedText(node.path) + " lists no " + what,
                    "Only families, and what is below them, are copied whole: nothing of this is installed.",
                    advice);
         }
@@ -599,7 +601,8 @@ void duplicateShortCut(const Product& product, const Report& report) {
         if (!bNew) {
             report(
                 at(product, *node->element->FirstChildElement("shortCut"), "name"),
-                "the file of " + lineOf(*first->second->element) + " has a shortcut " + shown(name) + " too",
+                "the file of " + lineOf(*first->second->element) + " has a shortcut " + quotedText(name) +
+                    " too",
                 "There is one shortcut, to whichever file is copied last, and it goes with the first of them "
                 "that is removed.",
                 "Give one of them another name.");

@@ -23,7 +23,7 @@ std::string tag(const std::string& name) {
 
 /// As an element's name comes from the file, it may hold anything.
 std::string tagOf(const TiXmlElement& element) {
-    const std::string name = shown(VLString(element.Value()));
+    const std::string name = quotedText(VLString(element.Value()));
     return tag(name.substr(1, name.size() - 2));
 }
 
@@ -91,7 +91,7 @@ void notUtf8(const Product& product, const Report& report) {
                  attribute = attribute->Next()) {
                 if (!isUtf8(attribute->ValueStr())) {
                     report(document.at(*attribute),
-                           "the value of " + shown(VLString(attribute->Name())) + " is not UTF-8",
+                           "the value of " + quotedText(VLString(attribute->Name())) + " is not UTF-8",
                            "The engine passes the bytes on as they are: file systems refuse such a name or "
                            "show another one.",
                            "Save the file as UTF-8 and begin it with <?xml version=\"1.0\" "
@@ -188,7 +188,7 @@ void unknownAttribute(const Product& product, const Report& report) {
                                     format.attributes.end();
                 if (!bKnown && !isForEditors(entry, attribute->Name())) {
                     report(document.at(*attribute),
-                           "nothing reads the attribute " + shown(VLString(attribute->Name())) + " of " +
+                           "nothing reads the attribute " + quotedText(VLString(attribute->Name())) + " of " +
                                tagOf(*entry.element),
                            "The engine passes it over, as if it were not there.",
                            adviceForAttribute(format, name));
@@ -229,7 +229,7 @@ void hiddenElement(const Product& product, const Report& report) {
 void strayText(const Product& product, const Report& report) {
     forEachDocument(product, [&](const LocatedDocument& document) {
         for (const TiXmlText* text : document.texts()) {
-            report(document.at(*text), "text between elements: " + shown(VLString(text->Value())),
+            report(document.at(*text), "text between elements: " + quotedText(VLString(text->Value())),
                    "The engine passes it over.",
                    "Remove it, make it a comment, or put it into the attribute where it belongs.");
         }

@@ -15,22 +15,22 @@ std::optional<TextFault> shellCharacterIn(const VLString& text) {
     fault.advice = "Leave the character out of the name, on disk too.";
     switch (bytes[found]) {
     case '"':
-        fault.message = "a double quote in " + shown(text);
+        fault.message = "a double quote in " + quotedText(text);
         fault.consequence =
             "It ends the quoted path in the engine's shell commands: what follows is run as a "
             "command or taken for further paths.";
         break;
     case '$':
-        fault.message = "a \"$\" in " + shown(text);
+        fault.message = "a \"$\" in " + quotedText(text);
         fault.consequence = "The shell puts a variable or the output of a command in its place, while the "
                             "engine's own tests look for the name as it stands.";
         break;
     case '`':
-        fault.message = "a backquote in " + shown(text);
+        fault.message = "a backquote in " + quotedText(text);
         fault.consequence = "The shell runs what is between backquotes as a command.";
         break;
     default:
-        fault.message = "a backslash in " + shown(text);
+        fault.message = "a backslash in " + quotedText(text);
         fault.consequence = "To the shell it may take the meaning of the character behind it, the closing "
                             "quote of the path included, and vanish.";
         break;
@@ -47,7 +47,7 @@ std::optional<TextFault> controlCharacterIn(const VLString& text) {
     }
     const bool bBreak = *found == '\n' || *found == '\r';
     TextFault fault;
-    fault.message = std::string(bBreak ? "a line break" : "a control character") + " in " + shown(text);
+    fault.message = std::string(bBreak ? "a line break" : "a control character") + " in " + quotedText(text);
     fault.consequence = bBreak
                             ? "Lists of files and log lines have one name on each line: this one comes out "
                               "as two names."
@@ -71,7 +71,7 @@ std::string flagMeantBy(const VLString& text) {
 }
 
 std::string shownAttribute(const char* name, const VLString& text) {
-    return std::string(name) + "=" + shown(text);
+    return std::string(name) + "=" + quotedText(text);
 }
 
 bool hasBlankAtEnd(const VLString& text) {

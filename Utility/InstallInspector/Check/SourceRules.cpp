@@ -23,7 +23,7 @@ std::set<std::string> namesIn(const fs::path& folder) {
 }
 
 std::string shownPath(const fs::path& path) {
-    return shown(toVLString(path.string()));
+    return quotedText(toVLString(path.string()));
 }
 
 /// Calls `visit` with each folder of the tree that is a folder in the source, too, and its path there.
@@ -78,7 +78,7 @@ std::string adviseMissing(const TreeNode& node, const fs::path& folder,
                           const std::vector<std::string>& others) {
     const auto nearest = nearestName(toString(node.node->name), others);
     return nearest.has_value() && isThere(folder / *nearest, node.node->isDirectory)
-               ? "Write " + shown(toVLString(*nearest)) + ", which the source has, or put it there."
+               ? "Write " + quotedText(toVLString(*nearest)) + ", which the source has, or put it there."
                : "Put it there, or take it out of the tree.";
 }
 
@@ -102,9 +102,10 @@ void missingInSource(const Product& product, const Report& report) {
                    bWrongKind ? shownPath(path) + " is no " + (child->node->isDirectory ? "folder" : "file")
                               : "the source has no " + shownPath(path),
                    "The install stops at the first such name, before it has copied anything.",
-                   bWrongKind   ? "List it as what it is, or put the right thing there."
-                   : bOtherCase ? "Write " + shown(toVLString(other->second)) + ", as the source spells it."
-                                : adviseMissing(*child, folder, others));
+                   bWrongKind ? "List it as what it is, or put the right thing there."
+                   : bOtherCase
+                       ? "Write " + quotedText(toVLString(other->second)) + ", as the source spells it."
+                       : adviseMissing(*child, folder, others));
         }
     });
 }

@@ -50,8 +50,8 @@ std::string always(bool bHolds) {
     return bHolds ? "always holds" : "never holds";
 }
 
-std::string shownType(const Entry& entry) {
-    return shown(attributeOf(*entry.element, "type"));
+std::string quotedType(const Entry& entry) {
+    return quotedText(attributeOf(*entry.element, "type"));
 }
 
 bool hasOperands(const Product& product, const Entry& entry) {
@@ -88,7 +88,8 @@ void pathWithoutValue(const Product& product, const Report& report) {
 void conditionWithoutValue(const Product& product, const Report& report) {
     forEachCondition(product, [&](const Entry& entry, Condition::ConditionType type) {
         if (type != Condition::None && !combines(type) && attributeOf(*entry.element, "value").IsEmpty()) {
-            report(at(product, *entry.element, "value"), "a condition " + shownType(entry) + " without value",
+            report(at(product, *entry.element, "value"),
+                   "a condition " + quotedType(entry) + " without value",
                    "It tests nothing and " + always(holdsForNothing(type)) + ".",
                    readsRegistry(type) ? "Write value=\"%REGKEY:key::value name%\"."
                                        : "Write value=\"/...\" with what to look for.");
@@ -105,7 +106,7 @@ void unknownConditionType(const Product& product, const Report& report) {
         }
         const VLString text = attributeOf(*entry.element, "type");
         report(at(product, *entry.element, "type"),
-               text.IsEmpty() ? "a condition without type" : "unknown condition type " + shown(text),
+               text.IsEmpty() ? "a condition without type" : "unknown condition type " + quotedText(text),
                "A condition of no known type always holds.", adviseOneOf(text, conditionNames()));
     });
 }
@@ -113,7 +114,7 @@ void unknownConditionType(const Product& product, const Report& report) {
 void noOperands(const Product& product, const Report& report) {
     forEachCondition(product, [&](const Entry& entry, Condition::ConditionType type) {
         if (combines(type) && !hasOperands(product, entry)) {
-            report(at(product, *entry.element, "type"), shownType(entry) + " without conditions inside it",
+            report(at(product, *entry.element, "type"), quotedType(entry) + " without conditions inside it",
                    std::string("It ") + always(type == Condition::And) + ".",
                    "Write its conditions as <condition> elements inside it.");
         }
@@ -123,7 +124,7 @@ void noOperands(const Product& product, const Report& report) {
 void operandsIgnored(const Product& product, const Report& report) {
     forEachCondition(product, [&](const Entry& entry, Condition::ConditionType type) {
         if (!combines(type) && type != Condition::None && hasOperands(product, entry)) {
-            report(at(product, *entry.element, "type"), "conditions inside one of type " + shownType(entry),
+            report(at(product, *entry.element, "type"), "conditions inside one of type " + quotedType(entry),
                    "Only And and Or look at the conditions inside them: these have no effect.",
                    "Put this condition and those inside it side by side into a <condition type=\"And\"> or "
                    "\"Or\".");
@@ -134,7 +135,7 @@ void operandsIgnored(const Product& product, const Report& report) {
 void valueIgnored(const Product& product, const Report& report) {
     forEachCondition(product, [&](const Entry& entry, Condition::ConditionType type) {
         if (combines(type) && findAttribute(*entry.element, "value") != nullptr) {
-            report(at(product, *entry.element, "value"), "a value for " + shownType(entry),
+            report(at(product, *entry.element, "value"), "a value for " + quotedType(entry),
                    "And and Or do not look at their own value: it is not tested.",
                    "Put a <condition> with that value inside it.");
         }
@@ -144,7 +145,7 @@ void valueIgnored(const Product& product, const Report& report) {
 void operandName(const Product& product, const Report& report) {
     product.targetsFile.forEach({Kind::Operand}, [&](const Entry& entry) {
         if (entry.element->ValueStr() != "condition") {
-            const std::string name = shown(VLString(entry.element->Value()));
+            const std::string name = quotedText(VLString(entry.element->Value()));
             report(product.targetsFile.at(*entry.element), name + " inside a condition is no <condition>",
                    "Behind the first <condition> the engine takes every element for one, whatever its name.",
                    "Write <condition>, or remove the element.");
@@ -178,7 +179,8 @@ void registryTestWithoutPlaceholder(const Product& product, const Report& report
         if (withoutPlaceholders(value).IsSet()) {
             report(
                 at(product, *entry.element, "value"),
-                shownType(entry) + " of " + shown(value) + ", which is not a registry placeholder alone",
+                quotedType(entry) + " of " + quotedText(value) +
+                    ", which is not a registry placeholder alone",
                 "The test is only whether the filled-in value is empty, which text outside the placeholder "
                 "never is: the condition " +
                     always(!holdsForNothing(type)) + ".",
@@ -196,7 +198,7 @@ void bundleAsFile(const Product& product, const Report& report) {
         for (const char* ending : {".app", ".app/", ".bundle", ".plugin", ".framework", "/"}) {
             if (value.EndsWith(ending)) {
                 report(at(product, *entry.element, "type"),
-                       shownType(entry) + " of " + shown(value) + ", which is a folder",
+                       quotedType(entry) + " of " + quotedText(value) + ", which is a folder",
                        "Only regular files count: the condition " + always(holdsForNothing(type)) + ".",
                        type == Condition::FileExist ? "Write type=\"PathExist\"."
                                                     : "Write type=\"PathNotExist\".");
@@ -235,7 +237,7 @@ void unknownPlaceholder(const Product& product, const Report& report) {
             return; // family-in-condition
         }
         const bool bRegistry = text.HasOf(text.IndexOfIgnoreCase("REGKEY", 0));
-        report(where, "unknown placeholder " + shown(text),
+        report(where, "unknown placeholder " + quotedText(text),
                "It stays as it stands: the engine goes on with a name that has percent signs in it.",
                bRegistry ? "Write %REGKEY:key::value name%, with REGKEY in capitals."
                          : adviseNearest(text, {"%FAMILY%", "%USER%"},
@@ -261,7 +263,8 @@ std::string adviseSeparator(const std::string& placeholder) {
                          colon == placeholder.rfind(':') && colon + 2 < placeholder.size();
     return bParted
                ? "Write " +
-                     shown(toVLString(placeholder.substr(0, colon) + ":" + placeholder.substr(colon))) + "."
+                     quotedText(toVLString(placeholder.substr(0, colon) + ":" + placeholder.substr(colon))) +
+                     "."
                : "Write %REGKEY:key::value name%.";
 }
 
@@ -269,7 +272,7 @@ void registryPlaceholder(const Product& product, const Report& report) {
     forEachPlaceholder(product, [&](const Location& where, const Placeholder& placeholder) {
         if (isMalformed(placeholder)) {
             report(where,
-                   "the registry placeholder " + shown(placeholder.text) +
+                   "the registry placeholder " + quotedText(placeholder.text) +
                        " has no \"::\" between key and value",
                    "The engine cannot fill it in: it stays as it stands, with an error in the log.",
                    adviseSeparator(toString(placeholder.text)));
@@ -282,7 +285,7 @@ void registryPlaceholder(const Product& product, const Report& report) {
         const Pattern::RegistryReference reference = Pattern::registryReference(placeholder.text);
         if (reference.key.IsEmpty() || reference.valueName.IsEmpty()) {
             report(where,
-                   "the registry placeholder " + shown(placeholder.text) + " names no " +
+                   "the registry placeholder " + quotedText(placeholder.text) + " names no " +
                        (reference.key.IsEmpty() ? "key" : "value"),
                    "Nothing is found under an empty name: it is filled in with nothing.",
                    "Write %REGKEY:key::value name%.");
@@ -313,13 +316,14 @@ void relativePath(const Product& product, const Report& report) {
         if (value[0] == '/' || bRegistry) {
             return;
         }
-        report(
-            at(product, *entry.element, "value"), "the path " + shown(value) + " does not begin with \"/\"",
-            value[0] == '~' ? "Nothing expands \"~\": it is the name of a folder below whatever folder the "
-                              "installer happens to run in."
-                            : "It is looked for below whatever folder the installer happens to run in.",
-            value[0] == '~' ? "Write /Users/%USER% for the user's home."
-                            : "Write the whole path from \"/\".");
+        report(at(product, *entry.element, "value"),
+               "the path " + quotedText(value) + " does not begin with \"/\"",
+               value[0] == '~'
+                   ? "Nothing expands \"~\": it is the name of a folder below whatever folder the "
+                     "installer happens to run in."
+                   : "It is looked for below whatever folder the installer happens to run in.",
+               value[0] == '~' ? "Write /Users/%USER% for the user's home."
+                               : "Write the whole path from \"/\".");
     });
 }
 
@@ -357,8 +361,8 @@ void duplicateItem(const Product& product, const Report& report) {
         for (const Entry* entry : siblings) {
             if (entry != siblings.back()) {
                 report(at(product, *entry->element, "name"),
-                       "the item " + shown(key.second) + " stands in " + lineOf(*siblings.back()->element) +
-                           " too",
+                       "the item " + quotedText(key.second) + " stands in " +
+                           lineOf(*siblings.back()->element) + " too",
                        "The later one replaces this one whole: none of its paths and items counts.",
                        "Put all paths and items of the name into one <item>.");
             }
@@ -378,7 +382,7 @@ void itemCaseConflict(const Product& product, const Report& report) {
             const TargetItem* first = bLater ? found->second : child;
             const TargetItem* second = bLater ? child : found->second;
             report(at(product, *second->element, "name"),
-                   "the items " + shown(second->name) + " and " + shown(first->name) + " of " +
+                   "the items " + quotedText(second->name) + " and " + quotedText(first->name) + " of " +
                        lineOf(*first->element) + " differ only in case",
                    "Items are found by their exact name: only one of them can match the tree.",
                    "Merge them under the name that the tree has.");
@@ -397,7 +401,7 @@ void duplicatePath(const Product& product, const Report& report) {
         const auto first = unconditional.find(key);
         if (first != unconditional.end()) {
             report(at(product, *entry.element, "value"),
-                   "the path " + shown(value) + " stands in " + lineOf(*first->second->element) +
+                   "the path " + quotedText(value) + " stands in " + lineOf(*first->second->element) +
                        " without a condition",
                    "The folder counts once, in the earlier place, whatever this one's condition says.",
                    "Remove one of the two.");
@@ -413,7 +417,7 @@ void unknownItem(const Product& product, const Report& report) {
         if (std::find(known.begin(), known.end(), toString(item->name)) == known.end()) {
             report(
                 at(product, *item->element, "name"),
-                "nothing looks for an item " + shown(item->name) + " here",
+                "nothing looks for an item " + quotedText(item->name) + " here",
                 "The engine passes it over with all its paths.",
                 adviseNearest(item->name, known,
                               "Write VorlaneFX, Hosts or Content; items of hosts belong inside Hosts, items "
@@ -459,7 +463,7 @@ void recordMoves(const Product& product, const Report& report) {
         reason = "depends on a condition";
     }
     for (const Placeholder& placeholder : placeholdersIn(first.path, false)) {
-        reason = "depends on " + shown(placeholder.text);
+        reason = "depends on " + quotedText(placeholder.text);
     }
     if (!reason.empty()) {
         report(

@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr const char* notRecordedRule = "not-recorded";
+constexpr const char* productNotRecordedRule = "product-not-recorded";
 constexpr const char* leavesRecordRule = "leaves-record";
 constexpr const char* recordRemovedRule = "record-removed";
 constexpr const char* recordUnreadableRule = "record-unreadable";
@@ -74,8 +74,9 @@ private:
                                           " is there but cannot be read: the run takes it for an "
                                           "empty record and leaves it as it is");
         } else if (run.bUninstall && !lists(run.before, run.product.ID)) {
-            add(notRecordedRule, "the record does not list the product " + toString(run.product.ID) +
-                                     ": its uninstall lowers no count, and what it has installed stays");
+            add(productNotRecordedRule,
+                "the record does not list the product " + toString(run.product.ID) +
+                    ": its uninstall lowers no count, and what it has installed stays");
         }
         if (!run.lost.empty()) {
             add(leavesRecordRule, "a folder above them comes to a count of zero, so that " +
@@ -166,7 +167,7 @@ void findDangers(Plan& plan) {
 }
 
 std::vector<std::string> allDangerRules() {
-    return {notRecordedRule,    leavesRecordRule, recordRemovedRule, recordUnreadableRule,
-            recordNotSavedRule, copyFailsRule,    removeFailsRule,   unrecordedFileRule,
-            workingFolderRule,  wholeFolderRule,  shortcutRule,      uninstallerRule};
+    return {productNotRecordedRule, leavesRecordRule, recordRemovedRule, recordUnreadableRule,
+            recordNotSavedRule,     copyFailsRule,    removeFailsRule,   unrecordedFileRule,
+            workingFolderRule,      wholeFolderRule,  shortcutRule,      uninstallerRule};
 }

@@ -4,6 +4,7 @@
 #include "Foundation/SimpleLog.h"
 #include "Foundation/VLVersion.h"
 #include "Utility/InstallInspector/Report/Finding.h"
+#include "Utility/InstallUtility/KnownNames.h"
 #include "Utility/InstallUtility/MapLookup.h"
 #include "Utility/InstallUtility/XMLDocument.h"
 
@@ -23,12 +24,12 @@ using Action = Plan::Action;
 using Verb = PlannedMachine::Verb;
 
 /// Takes what is printed until the end of its scope, and gives it to nobody.
-class Unheard {
+class DiscardedLog {
 public:
-    Unheard() : before(std::exchange(SimpleLog::held, &nothing)) {}
-    ~Unheard() { SimpleLog::held = before; }
-    Unheard(const Unheard&) = delete;
-    Unheard& operator=(const Unheard&) = delete;
+    DiscardedLog() : before(std::exchange(SimpleLog::held, &nothing)) {}
+    ~DiscardedLog() { SimpleLog::held = before; }
+    DiscardedLog(const DiscardedLog&) = delete;
+    DiscardedLog& operator=(const DiscardedLog&) = delete;
 
 private:
     std::string nothing;
@@ -145,14 +146,14 @@ void PlanRecorder::noteWhatIsLeftOut() {
     for (const Plan::Branch& branch : thisRun().branches) {
         entered.insert(branch.treePath);
     }
-    const InstallItem& hostsItem = findOrEmpty(engine.installItems, "Hosts");
+    const InstallItem& hostsItem = findOrEmpty(engine.installItems, Branch::hosts);
     for (const auto& [name, node] : engine.skuDefinition.installFiles.children) {
-        const bool bKnown = name == "Hosts" || name == "VorlaneFX" || name == "Content";
-        if (name == "Content" && entered.count("Content") == 0) {
+        const bool bKnown = name == Branch::hosts || name == Branch::shared || name == Branch::content;
+        if (name == Branch::content && entered.count(Branch::content) == 0) {
             thisRun().leftOut.emplace_back("Content: the target-paths file has no item of that name");
         } else if (!bKnown) {
             thisRun().leftOut.push_back(toString(name) + ": only Hosts, VorlaneFX and Content are installed");
-        } else if (name == "Hosts") {
+        } else if (name == Branch::hosts) {
             for (const auto& [host, families] : node.children) {
                 if (hostsItem.items.count(host) == 0) {
                     thisRun().leftOut.push_back("Hosts/" + toString(host) +
@@ -211,8 +212,8 @@ std::size_t PlanRecorder::beginBranch(const VLString& treePath, const InstallIte
 }
 
 std::vector<Plan::Target> PlanRecorder::explain(const InstallItem& item) {
-    const PlannedMachine::Unnoted unnoted(machine);
-    const Unheard unheard;
+    const PlannedMachine::WithoutSteps withoutSteps(machine);
+    const DiscardedLog discarded;
     std::vector<Plan::Target> targets;
     std::set<VLString> seen;
     for (const InstallItem::ItemPath& candidate : item.paths) {
@@ -238,20 +239,20 @@ std::vector<Plan::Target> PlanRecorder::explain(const InstallItem& item) {
 }
 
 Plan::Condition PlanRecorder::explain(const InstallItem::ItemPath::Condition& condition) {
-    Plan::Condition told;
-    told.type = Condition::nameOf(condition.type);
-    told.value = toString(condition.value);
-    told.bHolds = InstallUtility::isConditionTrue(condition);
+    Plan::Condition explained;
+    explained.type = Condition::nameOf(condition.type);
+    explained.value = toString(condition.value);
+    explained.bHolds = InstallUtility::isConditionTrue(condition);
     if (condition.type == Condition::And || condition.type == Condition::Or) {
         for (const Condition& operand : condition.conditions) {
-            told.operands.push_back(explain(operand));
+            explained.operands.push_back(explain(operand));
         }
     } else {
         const VLString filled = InstallUtility::fillPattern(condition.value);
-        told.filled = toString(filled);
-        told.found = found(condition, filled);
+        explained.filled = toString(filled);
+        explained.found = found(condition, filled);
     }
-    return told;
+    return explained;
 }
 
 std::string PlanRecorder::found(const InstallItem::ItemPath::Condition& condition, const VLString& filled) {
@@ -415,8 +416,8 @@ void PlanRecorder::removalEnds(const VLString& treePath, const FileNode& node) {
     endWalk();
 }
 
-void PlanRecorder::addWhole(Plan::Action action, const VLString& treePath, const std::vector<VLString>& folders,
-                            const std::string& why) {
+void PlanRecorder::addWhole(Plan::Action action, const VLString& treePath,
+                            const std::vector<VLString>& folders, const std::string& why) {
     for (const VLString& folder : folders) {
         add(action, treePath, folder, true, why);
     }

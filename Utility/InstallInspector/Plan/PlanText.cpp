@@ -57,8 +57,8 @@ std::string reasonOf(const Plan::Condition& condition) {
 std::string described(const SKUDefinition::SKUInfo& product) {
     const std::string name = toString(product.name);
     const std::string build = toString(product.build);
-    return visible((name.empty() ? "a product without name" : name) + (build.empty() ? "" : " " + build) +
-                   " (" + toString(product.ID) + ")");
+    return printable((name.empty() ? "a product without name" : name) + (build.empty() ? "" : " " + build) +
+                     " (" + toString(product.ID) + ")");
 }
 
 /// `path` inside `folder`, or nothing when it is somewhere else. The folder itself gives ".".
@@ -112,7 +112,7 @@ private:
         if (!run.leftOut.empty()) {
             heading("Left out");
             for (const std::string& what : run.leftOut) {
-                line("  " + visible(what));
+                line("  " + printable(what));
             }
         }
         tellFolders(run);
@@ -125,8 +125,8 @@ private:
     // Branches
 
     void tell(const Plan::Branch& branch) {
-        heading(branch.host.empty() ? visible(branch.treePath)
-                                    : visible(branch.host) + ", family " + visible(branch.family));
+        heading(branch.host.empty() ? printable(branch.treePath)
+                                    : printable(branch.host) + ", family " + printable(branch.family));
         if (branch.bSecondAttempt) {
             line(painter.paint(Colour::Yellow,
                                "  the second attempt, after the first has failed and nobody was "
@@ -166,16 +166,16 @@ private:
         const bool bApplies = !target.path.empty();
         const std::string reason = target.condition ? reasonOf(*target.condition) : "";
         if (bApplies) {
-            line("  " + painter.paint(Colour::Bold, visible(target.path)));
+            line("  " + painter.paint(Colour::Bold, printable(target.path)));
             if (!reason.empty()) {
-                line("      " + painter.paint(Colour::Dim, visible("since " + reason)));
+                line("      " + painter.paint(Colour::Dim, printable("since " + reason)));
             }
             return;
         }
         const bool bCondition = target.condition && !target.condition->bHolds;
-        line("  " + painter.paint(Colour::Dim, "not " + visible(target.pattern)));
+        line("  " + painter.paint(Colour::Dim, "not " + printable(target.pattern)));
         line("      " +
-             painter.paint(Colour::Dim, visible("since " + (bCondition ? reason : target.whyNot))));
+             painter.paint(Colour::Dim, printable("since " + (bCondition ? reason : target.whyNot))));
     }
 
     /// Takes the entries of a target folder out of `rest`.
@@ -204,15 +204,16 @@ private:
             const Word word = wordOf(entry.entry->action);
             line("      " + painter.paint(word.colour, padded(word.text, 7)) + "  " +
                  padded(shownName(entry), width) + "  " +
-                 painter.paint(Colour::Dim, visible(entry.entry->why)));
+                 painter.paint(Colour::Dim, printable(entry.entry->why)));
             if (!entry.entry->shortCut.empty()) {
-                line("               shortcut " + visible(entry.entry->shortCut));
+                line("               shortcut " + printable(entry.entry->shortCut));
             }
         }
     }
 
     static std::string shownName(const Line& line) {
-        return line.name == "." ? "the whole folder" : visible(line.name) + (line.entry->bFolder ? "/" : "");
+        return line.name == "." ? "the whole folder"
+                                : printable(line.name) + (line.entry->bFolder ? "/" : "");
     }
 
     // Folders, record and uninstaller
@@ -233,10 +234,10 @@ private:
         }
         heading("Folders");
         for (const std::string& folder : made) {
-            line("  " + painter.paint(Colour::Green, "make   ") + "  " + visible(folder));
+            line("  " + painter.paint(Colour::Green, "make   ") + "  " + printable(folder));
         }
         for (const std::string& folder : removed) {
-            line("  " + painter.paint(Colour::Yellow, "remove ") + "  " + visible(folder));
+            line("  " + painter.paint(Colour::Yellow, "remove ") + "  " + printable(folder));
         }
     }
 
@@ -256,7 +257,7 @@ private:
     }
 
     std::string toldWithoutShell(const Plan::Step& step) const {
-        const std::string path = visible(step.path);
+        const std::string path = printable(step.path);
         if (step.verb == Verb::RemoveItem) {
             return step.bSucceeded ? painter.paint(Colour::Yellow, "remove ") + "  " + path : "";
         }
@@ -268,15 +269,15 @@ private:
         }
         if (!step.bSucceeded) {
             return painter.paint(Colour::Red, "FAIL   ") + "  " + path + "  " +
-                   painter.paint(Colour::Dim, visible(step.why));
+                   painter.paint(Colour::Dim, printable(step.why));
         }
         if (step.verb == Verb::CreateLink) {
-            return painter.paint(Colour::Green, "link   ") + "  " + path + " to " + visible(step.source);
+            return painter.paint(Colour::Green, "link   ") + "  " + path + " to " + printable(step.source);
         }
         return painter.paint(Colour::Green, "copy   ") + "  " + path + "  " +
                painter.paint(Colour::Dim, step.source == PlannedMachine::bundle
                                               ? "the bundle of InstallUtility"
-                                              : visible("from " + step.source));
+                                              : printable("from " + step.source));
     }
 
     void tellRecord(const Plan::Run& run) {
@@ -289,7 +290,7 @@ private:
             }
             return;
         }
-        heading("Record " + visible(run.recordPath));
+        heading("Record " + printable(run.recordPath));
         tellProducts(run);
         tellCounts(run);
         if (run.bRecordRemoved) {
@@ -379,7 +380,7 @@ private:
     void tell(const std::string& path, const Change& change) {
         const auto depth = static_cast<std::size_t>(std::count(path.begin(), path.end(), '/'));
         std::string text = aligned(change.before, 8) + aligned(change.after, 7) +
-                           std::string(2 + 2 * depth, ' ') + visible(path.substr(path.rfind('/') + 1)) +
+                           std::string(2 + 2 * depth, ' ') + printable(path.substr(path.rfind('/') + 1)) +
                            (change.bFolder ? "/" : "");
         if (change.isNone()) {
             line(painter.paint(Colour::Dim, text));
@@ -388,7 +389,7 @@ private:
         const bool bChanged =
             !change.oldBuild.empty() && !change.newBuild.empty() && change.oldBuild != change.newBuild;
         const std::string build = bChanged ? change.oldBuild + " to " + change.newBuild : change.newBuild;
-        line(text + (build.empty() ? "" : "  " + painter.paint(Colour::Dim, visible(build))));
+        line(text + (build.empty() ? "" : "  " + painter.paint(Colour::Dim, printable(build))));
     }
 
     static std::string aligned(const std::string& number, std::size_t width) {
@@ -403,7 +404,7 @@ private:
         }
         heading("Dangerous");
         for (const Plan::Danger& danger : plan.dangers) {
-            line("  " + painter.paint(Colour::Red, "!") + " " + visible(danger.message) + " " +
+            line("  " + painter.paint(Colour::Red, "!") + " " + printable(danger.message) + " " +
                  painter.paint(Colour::Dim, "[" + danger.rule + "]"));
         }
     }
@@ -454,7 +455,7 @@ private:
         while (begin < log.size()) {
             const std::size_t end = std::min(log.find('\n', begin), log.size());
             if (end > begin) {
-                text += "  " + visible(log.substr(begin, end - begin)) + "\n";
+                text += "  " + printable(log.substr(begin, end - begin)) + "\n";
             }
             begin = end + 1;
         }

@@ -105,7 +105,7 @@ std::string printed(const std::function<void(FILE*)>& print) {
 // Commands
 
 [[noreturn]] void cannotForesee(const std::string& command, const std::string& reason) {
-    throw CannotForesee(reason + ": " + visible(command));
+    throw CannotForesee(reason + ": " + printable(command));
 }
 
 void mustBePlain(const std::string& command, const std::string& path) {
@@ -270,7 +270,7 @@ bool PlannedMachine::merge(Node& source, Node& destination, std::string& why) {
         } else if (to.type == 0 || (from.type != S_IFDIR && to.type != S_IFDIR)) {
             to = Node(from);
         } else {
-            why = "\"" + visible(name) + "\" is a folder in one of the two and not in the other";
+            why = "\"" + printable(name) + "\" is a folder in one of the two and not in the other";
             bResult = false;
         }
     }
@@ -358,7 +358,7 @@ bool PlannedMachine::capture(const VLString& command, VLString& output) {
         return false;
     }
     answers[text] = toString(output);
-    if (unnoted == 0) {
+    if (withoutSteps == 0) {
         Step step;
         step.command = text;
         taken.push_back(step);
@@ -439,7 +439,7 @@ bool PlannedMachine::makeFolder(Step& step, const std::string& path) {
         return fails(step, "a name in it is too long");
     }
     if (place.node->type != 0) {
-        return isFolder(folder) || fails(step, visible(folder) + " is in the way");
+        return isFolder(folder) || fails(step, printable(folder) + " is in the way");
     }
     place.node->type = S_IFDIR;
     step.made.push_back(folder);
@@ -453,17 +453,17 @@ bool PlannedMachine::copyFile(Step& step, const std::string& path) {
         return fails(step, "the source is not there");
     }
     if (destination.node == nullptr) {
-        return fails(step, visible(folderOf(path)) + " is not there");
+        return fails(step, printable(folderOf(path)) + " is not there");
     }
     if (destination.node->type == S_IFDIR) {
         return path == step.path ? copyFile(step, inside(path, lastName(step.source)))
-                                 : fails(step, visible(path) + " is a folder");
+                                 : fails(step, printable(path) + " is a folder");
     }
     if (destination.node == source.node) {
         return fails(step, "source and destination are the same file");
     }
     if (destination.node->type == 0 && linkTypeOf(toVLString(path)) == S_IFLNK) {
-        return fails(step, visible(path) + " is a link that leads nowhere");
+        return fails(step, printable(path) + " is a link that leads nowhere");
     }
     if (destination.node->type != 0 && destination.node->type != S_IFREG) {
         cannotForesee(step.command, "the destination is no file");
@@ -496,10 +496,10 @@ bool PlannedMachine::link(Step& step) {
     const std::string path = isFolder(step.path) ? inside(step.path, lastName(step.source)) : step.path;
     const Place place = find(path, false);
     if (place.node == nullptr) {
-        return fails(step, visible(folderOf(path)) + " is not there");
+        return fails(step, printable(folderOf(path)) + " is not there");
     }
     if (place.node->type == S_IFDIR) {
-        return fails(step, visible(path) + " is a folder");
+        return fails(step, printable(path) + " is a folder");
     }
     if (place.node == find(step.source, false).node) {
         return fails(step, "the link would lead to itself");
@@ -511,7 +511,7 @@ bool PlannedMachine::link(Step& step) {
 bool PlannedMachine::touch(Step& step) {
     const Place place = find(step.path, true);
     if (place.node == nullptr) {
-        return fails(step, visible(folderOf(step.path)) + " is not there");
+        return fails(step, printable(folderOf(step.path)) + " is not there");
     }
     if (place.node->type == 0) {
         place.node->type = S_IFREG;
@@ -607,7 +607,7 @@ bool PlannedMachine::removeItem(Step& step) {
 bool PlannedMachine::copyItem(Step& step) {
     const Place destination = find(step.path, false);
     if (destination.node == nullptr) {
-        return fails(step, visible(folderOf(step.path)) + " is not there");
+        return fails(step, printable(folderOf(step.path)) + " is not there");
     }
     if (destination.node->type != 0) {
         return fails(step, "it is there already");
@@ -619,7 +619,7 @@ bool PlannedMachine::copyItem(Step& step) {
     const Place source = find(step.source, false);
     if (source.node == nullptr ||
         (source.node->type != S_IFREG && source.node->type != S_IFDIR && source.node->type != S_IFLNK)) {
-        return fails(step, visible(step.source) + " cannot be copied");
+        return fails(step, printable(step.source) + " cannot be copied");
     }
     if (std::count(destination.folders.begin(), destination.folders.end(), source.node) != 0) {
         return fails(step, "a folder cannot be copied into itself");
@@ -631,7 +631,7 @@ bool PlannedMachine::copyItem(Step& step) {
 bool PlannedMachine::createLink(Step& step) {
     const Place place = find(step.path, false);
     if (place.node == nullptr) {
-        return fails(step, visible(folderOf(step.path)) + " is not there");
+        return fails(step, printable(folderOf(step.path)) + " is not there");
     }
     if (place.node->type != 0) {
         return fails(step, "it is there already");

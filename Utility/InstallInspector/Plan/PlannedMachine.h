@@ -58,12 +58,12 @@ public:
     const std::vector<Step>& steps() const { return taken; }
 
     /// Until the end of its scope nothing is noted. For questions that the run itself does not ask.
-    class Unnoted {
+    class WithoutSteps {
     public:
-        explicit Unnoted(PlannedMachine& noting) : fileSystem(noting) { ++fileSystem.unnoted; }
-        ~Unnoted() { --fileSystem.unnoted; }
-        Unnoted(const Unnoted&) = delete;
-        Unnoted& operator=(const Unnoted&) = delete;
+        explicit WithoutSteps(PlannedMachine& noting) : fileSystem(noting) { ++fileSystem.withoutSteps; }
+        ~WithoutSteps() { --fileSystem.withoutSteps; }
+        WithoutSteps(const WithoutSteps&) = delete;
+        WithoutSteps& operator=(const WithoutSteps&) = delete;
 
     private:
         PlannedMachine& fileSystem;
@@ -133,5 +133,5 @@ private:
     Node root;
     std::vector<Step> taken;
     std::map<std::string, std::string> answers; ///< to commands that ask
-    int unnoted = 0;
+    int withoutSteps = 0;
 };

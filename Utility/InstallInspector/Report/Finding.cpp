@@ -35,17 +35,17 @@ void sortFindings(std::vector<Finding>& findings) {
                      [](const Finding& a, const Finding& b) { return sortKey(a) < sortKey(b); });
 }
 
-std::string shown(const VLString& text) {
+std::string quotedText(const VLString& text) {
     const std::string bytes = toString(text);
     // Not to part a character, the one that begins before the limit is shown whole.
     std::size_t end = 0;
     while (end < bytes.size() && end < longestShown) {
         end += std::max<std::size_t>(utf8Length(bytes, end), 1);
     }
-    return "\"" + visible(bytes.substr(0, end)) + (end < bytes.size() ? "...\"" : "\"");
+    return "\"" + printable(bytes.substr(0, end)) + (end < bytes.size() ? "...\"" : "\"");
 }
 
-std::string visible(const std::string& bytes) {
+std::string printable(const std::string& bytes) {
     std::string result;
     std::size_t index = 0;
     while (index < bytes.size()) {

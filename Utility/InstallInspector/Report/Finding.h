@@ -33,9 +33,9 @@ void sortFindings(std::vector<Finding>& findings);
 
 /// `text` between double quotes, fit for a terminal and a line: control characters, and bytes that are no
 /// UTF-8, as \n, \x1b and the like, and no more than its first 200 bytes.
-std::string shown(const VLString& text);
+std::string quotedText(const VLString& text);
 /// The whole text, without quotes.
-std::string visible(const std::string& text);
+std::string printable(const std::string& text);
 
 std::string toString(const VLString& text);
 VLString toVLString(const std::string& text);

@@ -14,7 +14,7 @@ std::size_t countOf(const std::vector<Finding>& findings, Severity severity) {
 
 std::string describe(const Location& where) {
     // A path may hold what a terminal would obey.
-    std::string text = plain(toVLString(where.file));
+    std::string text = printableText(toVLString(where.file));
     if (where.line > 0) {
         text += ":" + std::to_string(where.line) + ":" + std::to_string(where.column);
     }
@@ -35,8 +35,8 @@ const char* nameOf(Severity severity) {
     return severity == Severity::Error ? "error" : "warning";
 }
 
-std::string plain(const VLString& text) {
-    const std::string quoted = shown(text);
+std::string printableText(const VLString& text) {
+    const std::string quoted = quotedText(text);
     return quoted.substr(1, quoted.size() - 2);
 }
 

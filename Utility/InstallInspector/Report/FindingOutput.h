@@ -8,8 +8,8 @@
 
 const char* nameOf(Severity severity);
 
-/// As `shown`, without the quotes.
-std::string plain(const VLString& text);
+/// As `quotedText`, without the quotes.
+std::string printableText(const VLString& text);
 
 /// Each finding in three lines, and below them how many there are. There has to be one.
 std::string printed(const std::vector<Finding>& findings, const Painter& painter);

@@ -45,7 +45,7 @@ VLString folderAbove(const VLString& path) {
 }
 
 std::string quoted(const SKUDefinition::SKUInfo& info) {
-    return shown(info.ID.IsSet() ? info.ID : info.name);
+    return quotedText(info.ID.IsSet() ? info.ID : info.name);
 }
 
 std::string withEntries(std::size_t count) {
@@ -80,7 +80,7 @@ std::set<VLString> pathsOf(const std::vector<Place>& places) {
 std::string listed(const std::vector<Place>& places) {
     std::string text;
     for (const Place& place : places) {
-        text += (text.empty() ? "" : " and ") + shown(place.path);
+        text += (text.empty() ? "" : " and ") + quotedText(place.path);
     }
     return text;
 }
@@ -123,8 +123,8 @@ void missingFile(Status& status, const StatusReport& report) {
     for (const auto& [path, loss] : lossesIn(status)) {
         if (!loss.bOtherKind) {
             report(status.record.near(loss.node->path),
-                   shown(loss.node->path) + withEntries(loss.leaves.size()) + " is missing: there is no " +
-                       shown(path),
+                   quotedText(loss.node->path) + withEntries(loss.leaves.size()) +
+                       " is missing: there is no " + quotedText(path),
                    "The record counts it as installed. It was removed by other hands, could not be copied, "
                    "or the "
                    "host came after the install.",
@@ -148,7 +148,7 @@ void changedKind(Status& status, const StatusReport& report) {
     for (const auto& [path, loss] : lossesIn(status)) {
         if (loss.bOtherKind) {
             report(status.record.near(loss.node->path),
-                   shown(path) + " is " + kindOf(path) + ", where " + shown(loss.node->path) +
+                   quotedText(path) + " is " + kindOf(path) + ", where " + quotedText(loss.node->path) +
                        " should be a " + (loss.node->node->isDirectory ? "folder" : "file"),
                    "An uninstall does not remove it, and an install may not be able to replace it.",
                    "Move it away, and install the product again.");
@@ -161,7 +161,7 @@ void changedKind(Status& status, const StatusReport& report) {
             if (recorded != nullptr && recorded->recorded->isDirectory != bFolder) {
                 report(
                     status.record.at(*recorded),
-                    shown(spot.node->path) + " is a " + (bFolder ? "file" : "folder") +
+                    quotedText(spot.node->path) + " is a " + (bFolder ? "file" : "folder") +
                         " in the record and a " + (bFolder ? "folder" : "file") + " in the definition of " +
                         quoted(product->info()),
                     bFolder
@@ -200,7 +200,7 @@ void recordElsewhere(Status& status, const StatusReport& report) {
             report(product->product().targetsFile.start(),
                    own.IsEmpty()
                        ? "no path of the item VorlaneFX applies here, for " + quoted(product->info())
-                       : quoted(product->info()) + " keeps its record in " + shown(own),
+                       : quoted(product->info()) + " keeps its record in " + quotedText(own),
                    own.IsEmpty() ? "The engine keeps no record for the product on this machine."
                                  : "The record shown is not the one that its install and uninstall use.",
                    own.IsEmpty() ? "Begin the item with a path that always applies."
@@ -218,8 +218,8 @@ void otherBuild(Status& status, const StatusReport& report) {
         const VLString& build = status.record.content.products[static_cast<unsigned long>(index)].build;
         if (build != product->info().build) {
             report(status.record.start(),
-                   "installed is the build " + shown(build) + " of " + quoted(product->info()) +
-                       ", the definition is of " + shown(product->info().build),
+                   "installed is the build " + quotedText(build) + " of " + quoted(product->info()) +
+                       ", the definition is of " + quotedText(product->info().build),
                    "Where the two list different files the findings here say so, too.",
                    "Give the definition that was installed; the uninstaller has it in its Contents folder.");
         }
@@ -230,7 +230,7 @@ void notRecorded(Status& status, const StatusReport& report) {
     if (!canBeCompared(status)) {
         return;
     }
-    std::set<VLString> told;
+    std::set<VLString> reported;
     for (const auto& product : status.products) {
         std::map<const TreeNode*, std::vector<VLString>> found; // by the uppermost that is not recorded
         for (const Spot& spot : product->spots()) {
@@ -244,11 +244,11 @@ void notRecorded(Status& status, const StatusReport& report) {
             found[top].push_back(spot.places.front().path);
         }
         for (const auto& [node, paths] : found) {
-            if (told.insert(node->path).second) {
+            if (reported.insert(node->path).second) {
                 report(status.record.near(node->path),
-                       shown(node->path) + withEntries(paths.size()) +
+                       quotedText(node->path) + withEntries(paths.size()) +
                            " is on this machine and not in the record" +
-                           (paths.size() > 1 ? ", such as " : ": ") + shown(paths.front()),
+                           (paths.size() > 1 ? ", such as " : ": ") + quotedText(paths.front()),
                        "No uninstall removes it.",
                        "Install " + quoted(product->info()) +
                            " again, which enters it, or remove it by hand.");
@@ -271,7 +271,7 @@ void leftBehind(Status& status, const StatusReport& report) {
             }
         }
     }
-    std::set<VLString> told; // target folders
+    std::set<VLString> reported; // target folders
     for (const auto& product : status.products) {
         for (const Spot& spot : product->spots()) {
             const Record::Node* recorded = status.record.find(spot.node->path);
@@ -279,12 +279,12 @@ void leftBehind(Status& status, const StatusReport& report) {
                 // A target folder alone may be anyone's.
                 const bool bFound = spot.bLeaf && recorded != nullptr && place.path != place.target &&
                                     inUse.count(place.path.ToLower()) == 0 && fits(spot, place.path);
-                if (bFound && told.insert(place.target).second) {
+                if (bFound && reported.insert(place.target).second) {
                     report(status.record.at(*recorded),
-                           shown(spot.node->path) + " is in " + shown(place.target) +
+                           quotedText(spot.node->path) + " is in " + quotedText(place.target) +
                                ", of which the condition does not hold today (line " +
                                std::to_string(place.element->Row()) + " of " +
-                               plain(toVLString(product->product().targetsFile.path())) + ")",
+                               printableText(toVLString(product->product().targetsFile.path())) + ")",
                            "The conditions are weighed again at an uninstall: it does not look there, and "
                            "leaves the "
                            "files.",
@@ -297,7 +297,7 @@ void leftBehind(Status& status, const StatusReport& report) {
 }
 
 void severalFolders(Status& status, const StatusReport& report) {
-    std::set<VLString> told;
+    std::set<VLString> reported;
     for (const auto& first : status.products) {
         for (const auto& second : status.products) {
             if (first.get() >= second.get()) {
@@ -310,11 +310,11 @@ void severalFolders(Status& status, const StatusReport& report) {
                     status.record.find(spot.node->path) == nullptr) {
                     continue;
                 }
-                const bool bBelow = told.count(spot.node->parent->path) != 0;
-                told.insert(spot.node->path);
+                const bool bBelow = reported.count(spot.node->parent->path) != 0;
+                reported.insert(spot.node->path);
                 if (!bBelow) {
                     report(status.record.near(spot.node->path),
-                           shown(spot.node->path) + " lies in " + listed(spot.places) + " for " +
+                           quotedText(spot.node->path) + " lies in " + listed(spot.places) + " for " +
                                quoted(first->info()) + ", in " + listed(other->places) + " for " +
                                quoted(second->info()),
                            "The record has one count for both. The product that goes first leaves its files, "
@@ -350,14 +350,14 @@ void inNoDefinition(Status& status, const StatusReport& report) {
     if (!isComplete(status)) {
         return;
     }
-    std::set<const Record::Node*> told;
+    std::set<const Record::Node*> reported;
     for (const Record::Node& node : status.record.nodes) {
         if (node.parent == nullptr || usesOf(status, node.path) > 0) {
             continue;
         }
-        told.insert(&node);
-        if (told.count(node.parent) == 0) {
-            report(status.record.at(node), "no installed product lists " + shown(node.path),
+        reported.insert(&node);
+        if (reported.count(node.parent) == 0) {
+            report(status.record.at(node), "no installed product lists " + quotedText(node.path),
                    "An earlier build did, and its count stays: no uninstall removes it.",
                    "Remove it by hand; the record forgets it with the last product.");
         }
@@ -368,18 +368,18 @@ void countDiffers(Status& status, const StatusReport& report) {
     if (!isComplete(status)) {
         return;
     }
-    std::map<const Record::Node*, std::int32_t> told; // how much too high
+    std::map<const Record::Node*, std::int32_t> reported; // how much too high
     for (const Record::Node& node : status.record.nodes) {
         const std::int32_t uses = node.parent == nullptr ? 0 : usesOf(status, node.path);
         const std::int32_t excess = uses == 0 ? 0 : node.recorded->ref - uses;
         if (excess == 0) {
             continue;
         }
-        told[&node] = excess;
-        const auto above = told.find(node.parent);
-        if (above == told.end() || above->second != excess) {
+        reported[&node] = excess;
+        const auto above = reported.find(node.parent);
+        if (above == reported.end() || above->second != excess) {
             report(status.record.at(node),
-                   shown(node.path) + " has the count " + std::to_string(node.recorded->ref) + ", and " +
+                   quotedText(node.path) + " has the count " + std::to_string(node.recorded->ref) + ", and " +
                        counted(static_cast<std::size_t>(uses), "installed product", "installed products") +
                        (uses == 1 ? " lists it" : " list it"),
                    excess > 0 ? "The count never comes to 0: no uninstall removes it."
@@ -398,21 +398,22 @@ VLString targetOfLink(const VLString& link) {
 }
 
 void shortCut(Status& status, const StatusReport& report) {
-    std::set<VLString> told;
+    std::set<VLString> reported;
     forEachRecordedLeaf(status, [&](const Spot& spot, const Record::Node& recorded) {
         VLString link;
         if (!recorded.recorded->IsShortCutInfoValid() || !isThere(spot) ||
-            !InstallUtility::createFullShortCutName(*recorded.recorded, link) || !told.insert(link).second) {
+            !InstallUtility::createFullShortCutName(*recorded.recorded, link) ||
+            !reported.insert(link).second) {
             return;
         }
         const VLString target = targetOfLink(link);
         if (pathsOf(spot.places).count(target.ToLower()) == 0) {
             report(status.record.at(recorded),
-                   shown(link) +
-                       (target.IsSet()      ? " leads to " + shown(target)
+                   quotedText(link) +
+                       (target.IsSet()      ? " leads to " + quotedText(target)
                         : isSomething(link) ? std::string(" is no link")
                                             : std::string(" is missing")) +
-                       ", and should lead to " + shown(spot.places.front().path),
+                       ", and should lead to " + quotedText(spot.places.front().path),
                    isSomething(link) ? "The uninstall that removes the file removes it all the same."
                                      : "Users do not find the file where the product says.",
                    "Install the product again, which makes the shortcut when it copies the file.");

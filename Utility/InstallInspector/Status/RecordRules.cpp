@@ -103,9 +103,9 @@ void recordEntryIgnored(Status& status, const StatusReport& report) {
     for (const auto* list : {&file.unknownElements(), &file.repeatedElements(), &file.hiddenElements()}) {
         for (const auto& unread : *list) {
             tell(file.at(*unread.element),
-                 "nothing reads the element " + shown(VLString(unread.element->Value())) +
+                 "nothing reads the element " + quotedText(VLString(unread.element->Value())) +
                      (unread.parent == nullptr ? std::string(" at the top")
-                                               : " inside " + shown(VLString(unread.parent->Value()))) +
+                                               : " inside " + quotedText(VLString(unread.parent->Value()))) +
                      (list == &file.repeatedElements() ? " but the first" : ""));
         }
     }
@@ -128,7 +128,8 @@ void recordDuplicate(Status& status, const StatusReport& report) {
         const auto [first, bNew] = seen.emplace(std::make_pair(entry.parent, name), &entry);
         if (!bNew) {
             report(file.at(*entry.element, attribute),
-                   shown(name) + " stands in line " + std::to_string(first->second->element->Row()) + " too",
+                   quotedText(name) + " stands in line " + std::to_string(first->second->element->Row()) +
+                       " too",
                    consequence, "Keep one of the two.");
         }
     };
@@ -162,7 +163,7 @@ void countNotANumber(Status& status, const StatusReport& report) {
         if (text.IsSet() && countOf(entry) < 1) {
             report(
                 status.record.file.at(*entry.element, "ref"),
-                "ref=" + shown(text) + " is no number from 1 on",
+                "ref=" + quotedText(text) + " is no number from 1 on",
                 "The engine reads what digits it begins with, else 0. With less than 1 the path leaves the "
                 "record at the next save, with everything below it.",
                 "Write how many of the products use the path.");
@@ -172,17 +173,17 @@ void countNotANumber(Status& status, const StatusReport& report) {
 
 void countAboveProducts(Status& status, const StatusReport& report) {
     const auto most = static_cast<long>(status.record.content.products.size());
-    std::set<const Entry*> told;
+    std::set<const Entry*> reported;
     forEachPath(status, [&](const Entry& entry) {
         if (countOf(entry) <= most) {
             return;
         }
-        told.insert(&entry);
-        if (told.count(entry.parent) == 0) {
+        reported.insert(&entry);
+        if (reported.count(entry.parent) == 0) {
             report(
                 status.record.file.at(*entry.element, "ref"),
-                shown(attributeOf(*entry.element, "fileName")) + " is in use by " + products(countOf(entry)) +
-                    ", and the record lists " + std::to_string(most),
+                quotedText(attributeOf(*entry.element, "fileName")) + " is in use by " +
+                    products(countOf(entry)) + ", and the record lists " + std::to_string(most),
                 "The count never comes to 0: no uninstall removes the path, nor what is below it with such "
                 "a count.",
                 "Write how many of the products use the path.");
@@ -195,7 +196,7 @@ void countAboveFolder(Status& status, const StatusReport& report) {
         if (entry.parent->kind == Kind::RecordedDirectory && countOf(*entry.parent) >= 1 &&
             countOf(entry) > countOf(*entry.parent)) {
             report(status.record.file.at(*entry.element, "ref"),
-                   shown(attributeOf(*entry.element, "fileName")) + " is in use by " +
+                   quotedText(attributeOf(*entry.element, "fileName")) + " is in use by " +
                        products(countOf(entry)) + ", its folder by " + std::to_string(countOf(*entry.parent)),
                    "The folder's count comes to 0 first. Everything below it then leaves the record while "
                    "products use it, and is not removed when they go.",

@@ -51,12 +51,12 @@ Row rowOf(const Status& status, const Node& node, const std::string& branch) {
     Row row;
     row.count = std::to_string(recorded.ref);
     row.branch = branch;
-    row.name = plain(recorded.name) + (recorded.isDirectory ? "/" : "");
-    row.build = plain(recorded.build);
+    row.name = printableText(recorded.name) + (recorded.isDirectory ? "/" : "");
+    row.build = printableText(recorded.build);
     row.condition = conditionOf(status, node);
     VLString link;
     if (recorded.IsShortCutInfoValid() && InstallUtility::createFullShortCutName(recorded, link)) {
-        row.shortCut = "shortcut " + plain(link);
+        row.shortCut = "shortcut " + printableText(link);
     }
     return row;
 }
@@ -139,15 +139,15 @@ std::string printedProducts(const Status& status, const Painter& painter) {
     std::size_t ID = 7;
     std::size_t name = 4;
     for (const auto& info : products) {
-        ID = std::max(ID, widthOf(plain(info.ID)));
-        name = std::max(name, widthOf(plain(info.name)));
+        ID = std::max(ID, widthOf(printableText(info.ID)));
+        name = std::max(name, widthOf(printableText(info.name)));
     }
     std::string text =
         "\n  " +
         painter.paint(Colour::Bold, padded("product", ID) + "  " + padded("name", name) + "  build") + "\n";
     for (const auto& info : products) {
-        text += "  " + padded(plain(info.ID), ID) + "  " + padded(plain(info.name), name) + "  " +
-                plain(info.build) + "\n";
+        text += "  " + padded(printableText(info.ID), ID) + "  " + padded(printableText(info.name), name) +
+                "  " + printableText(info.build) + "\n";
     }
     return text;
 }
@@ -225,7 +225,7 @@ nlohmann::ordered_json jsonOf(const Status& status, const Node& node) {
 } // namespace
 
 std::string statusAsText(const Status& status, const Painter& painter) {
-    std::string text = painter.paint(Colour::Bold, plain(toVLString(status.record.path))) + "\n";
+    std::string text = painter.paint(Colour::Bold, printableText(toVLString(status.record.path))) + "\n";
     switch (status.record.state) {
     case Record::State::Missing:
         text += "\n  There is no record here: no product is installed.\n";
