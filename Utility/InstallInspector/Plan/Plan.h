@@ -38,7 +38,7 @@ struct Plan {
     /// A file, or a folder that is installed or removed as a whole, in one target folder.
     struct Entry {
         std::string treePath; ///< components joined by "/"
-        std::string path; ///< on this machine
+        std::string path;     ///< on this machine
         bool bFolder = false;
         Action action = Action::Keep;
         std::string why;
@@ -48,7 +48,7 @@ struct Plan {
     /// A branch of the tree of files that has a target item of its own.
     struct Branch {
         std::string treePath; ///< components joined by "/"
-        std::string host; ///< empty but for a family of a host
+        std::string host;     ///< empty but for a family of a host
         std::string family;
         std::string item; ///< the target item, components joined by "/"
         std::vector<Target> targets;

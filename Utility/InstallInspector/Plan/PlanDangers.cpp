@@ -3,6 +3,7 @@
 #include "Utility/InstallInspector/Report/Finding.h"
 
 #include <algorithm>
+#include <map>
 #include <sys/stat.h>
 
 namespace {
@@ -35,7 +36,13 @@ std::string listed(const std::vector<std::string>& names) {
 
 class DangerFinder {
 public:
-    explicit DangerFinder(Plan& toFill) : plan(toFill) {}
+    explicit DangerFinder(Plan& toFill) : plan(toFill) {
+        for (const Plan::Step& step : plan.steps) {
+            if (step.verb == Verb::RemoveFolder && step.removed > 0) {
+                removedFromFolders.emplace(step.path, step.removed);
+            }
+        }
+    }
 
     void look() {
         for (const Plan::Run& run : plan.runs) {
@@ -133,13 +140,11 @@ private:
 
     /// One whose path does not say that it is the family's.
     void lookAtRemovedFolder(const std::string& path) {
-        for (const Plan::Step& step : plan.steps) {
-            if (step.verb == Verb::RemoveFolder && step.path == path && step.removed > 0) {
-                add(wholeFolderRule, path + " is removed as a whole, with the " +
-                                         counted(step.removed, "file or folder", "files and folders") +
-                                         " in it, whoever put them there");
-                return;
-            }
+        const auto removed = removedFromFolders.find(path);
+        if (removed != removedFromFolders.end()) {
+            add(wholeFolderRule, path + " is removed as a whole, with the " +
+                                     counted(removed->second, "file or folder", "files and folders") +
+                                     " in it, whoever put them there");
         }
     }
 
@@ -158,6 +163,7 @@ private:
     }
 
     Plan& plan;
+    std::map<std::string, std::size_t> removedFromFolders; ///< how much, by the folder that was removed first
 };
 
 } // namespace
