@@ -479,6 +479,15 @@ TEST_F(PlanCommand, AChainWithoutItsDefinitionFails) {
     EXPECT_EQ(json["runs"][1]["product"]["ID"], "COMMON");
 }
 
+TEST_F(PlanCommand, ARecordThatGoesWithItsFolderHoldsNothing) {
+    // The product takes the whole shared folder for its own.
+    const ProductBuilder alpha = product().folder("VorlaneFX").unlistedFile("VorlaneFX/a", "A");
+    ExpectSuccess(Install(alpha));
+    const Json json = uninstallOf(alpha);
+    EXPECT_EQ(json["runs"][0]["record"]["saved"], false);
+    EXPECT_EQ(countsOf(json["runs"][0]), Lines{"VorlaneFX 1 -"});
+}
+
 // Dangers
 
 TEST_F(PlanCommand, WarnsOfTheUninstallOfAProductThatIsNotRecorded) {

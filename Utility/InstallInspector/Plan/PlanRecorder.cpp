@@ -188,6 +188,8 @@ void PlanRecorder::recordSaved(const StatusFile& record, bool bSaved) {
         StatusFile saved = record;
         keepWhatIsSaved(saved.root);
         thisRun().after = recordOf(saved);
+    } else if (machine.typeOf(toVLString(thisRun().recordPath)) == 0) {
+        thisRun().after = {}; // it has gone with its folder, or was never there
     }
 }
 
