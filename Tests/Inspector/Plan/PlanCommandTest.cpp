@@ -433,6 +433,20 @@ TEST_F(PlanCommand, TellsTheCountsBeforeAndAfter) {
               (Lines{"VorlaneFX 2 1", "VorlaneFX/alpha 1 -", "VorlaneFX/shared 2 1"}));
 }
 
+TEST_F(PlanCommand, AReinstallChangesNothingInTheRecord) {
+    const ProductBuilder alpha = product().file("VorlaneFX/Sub/a", "A");
+    ExpectSuccess(Install(alpha));
+    const std::string text = plan(alpha).standardOutput;
+    EXPECT_NE(text.find("3 other paths keep their counts and builds"), std::string::npos) << text;
+    EXPECT_EQ(text.find("before  after"), std::string::npos) << text;
+}
+
+TEST_F(PlanCommand, AnUninstallOnAnEmptyMachineHasNothingToDo) {
+    const ProductBuilder alpha = product().file("VorlaneFX/a", "A");
+    place(alpha);
+    EXPECT_EQ(dangersOf(uninstallOf(alpha)), Lines());
+}
+
 TEST_F(PlanCommand, TheLastProductTakesTheRecordAlong) {
     const ProductBuilder alpha = product().file("VorlaneFX/a", "A");
     ExpectSuccess(Install(alpha));

@@ -80,7 +80,7 @@ private:
             add(recordUnreadableRule, run.recordPath +
                                           " is there but cannot be read: the run takes it for an "
                                           "empty record and leaves it as it is");
-        } else if (run.bUninstall && !lists(run.before, run.product.ID)) {
+        } else if (run.bUninstall && !run.before.products.empty() && !lists(run.before, run.product.ID)) {
             add(productNotRecordedRule,
                 "the record does not list the product " + toString(run.product.ID) +
                     ": its uninstall lowers no count, and what it has installed stays");

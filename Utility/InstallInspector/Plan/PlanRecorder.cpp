@@ -72,14 +72,17 @@ Plan::Record recordOf(const StatusFile& file) {
     return record;
 }
 
-/// What of the record a save keeps: neither a path without a use nor anything below it, and of a shortcut
-/// only what is valid.
+/// What of the record a save keeps: neither a path without a use nor anything below it, of folders the name
+/// and the count alone, and of shortcuts those that are valid.
 void keepWhatIsSaved(StatusFile::FileNodeRef& folder) {
     for (auto child = folder.refChildren.begin(); child != folder.refChildren.end();) {
         StatusFile::FileNodeRef& node = child->second;
         if (node.ref < 1) {
             child = folder.refChildren.erase(child);
             continue;
+        }
+        if (node.isDirectory) {
+            node.build.Clear();
         }
         if (node.isDirectory || !node.IsShortCutInfoValid()) {
             node.shortCut = {};
