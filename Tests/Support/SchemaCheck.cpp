@@ -4,6 +4,8 @@
 #include "Tests/Support/RunProgram.h"
 #include "Tests/Support/TemporaryDirectory.h"
 
+#include <algorithm>
+
 const std::string& SchemaCheck::whyNot() {
     static const std::string reason =
         runProgram({"xmllint", "--version"}).exitStatus == 0 ? "" : "there is no xmllint here";
@@ -12,11 +14,21 @@ const std::string& SchemaCheck::whyNot() {
 
 std::string SchemaCheck::mistakes(const std::string& schema,
                                   const std::vector<std::filesystem::path>& documents) {
-    std::vector<std::string> command = {"xmllint", "--noout", "--nonet", "--schema",
-                                        SCHEMAS_FOLDER "/" + schema};
-    command.insert(command.end(), documents.begin(), documents.end());
-    const ProgramResult result = runProgram(command);
-    return result.exitStatus == 0 ? "" : "xmllint " + schema + ": " + result.standardError;
+    // A command takes only so many arguments.
+    constexpr std::size_t mostAtOnce = 1000;
+    for (std::size_t first = 0; first < documents.size(); first += mostAtOnce) {
+        std::vector<std::string> command = {"xmllint", "--noout", "--nonet", "--schema",
+                                            SCHEMAS_FOLDER "/" + schema};
+        const std::size_t end = std::min(first + mostAtOnce, documents.size());
+        for (std::size_t i = first; i < end; ++i) {
+            command.push_back(documents[i]);
+        }
+        const ProgramResult result = runProgram(command);
+        if (result.exitStatus != 0) {
+            return "xmllint " + schema + ": " + result.standardError;
+        }
+    }
+    return "";
 }
 
 std::string SchemaCheck::mistakesInText(const std::string& schema, const std::string& text) {
