@@ -55,15 +55,7 @@ TEST_F(RecordOfRuns, UninstallOfWhatIsNotThereTakesNothingFromOthers) {
 }
 
 TEST_F(RecordOfRuns, UninstallThatDiedAfterItsSaveIsCompleted) {
-    Install(common());
-    Install(product());
-    const std::string saved = [&] {
-        ExpectSuccess(Uninstall(product().targetsText("<root/>"))); // places aside: only the uninstaller goes
-        return record();
-    }();
-    EXPECT_NE(saved, "");
     // What a run that is killed between its save and the shared package leaves: the record with COMMON alone.
-    takeNewMachine();
     Install(common());
     const ProgramResult result = Uninstall(product());
     ExpectSuccess(result);
