@@ -10,6 +10,7 @@
 #include <cstring>
 #include <string>
 #include <sys/stat.h>
+#include <utility>
 
 namespace {
 
@@ -50,7 +51,7 @@ const char* whyUnreadable(const FileContent& content) {
 
 void RecordFile::load(StatusFile& record) {
     record.clear();
-    const FileContent content = Machine::current().readFile(path);
+    FileContent content = Machine::current().readFile(path);
     found = content.state;
     bLoaded = true;
     bDamaged = false;
@@ -63,7 +64,7 @@ void RecordFile::load(StatusFile& record) {
                  "The record '%s' cannot be read (%s). It stays as it is, and this run is not recorded.",
                  path, why);
     } else if (content.size > 0) {
-        bDamaged = !record.parseBytes(content.bytes.get());
+        bDamaged = !record.parseBytes(std::move(content.bytes));
     }
 }
 

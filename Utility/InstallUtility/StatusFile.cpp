@@ -237,10 +237,11 @@ bool StatusFile::parse(const VLString& path) {
     return true;
 }
 
-bool StatusFile::parseBytes(char* bytes) {
+bool StatusFile::parseBytes(std::unique_ptr<char[]> bytes) {
     clear();
     TiXmlDocument document;
-    XMLDocument::ParseBytes(bytes, document);
+    XMLDocument::ParseBytes(bytes.get(), document);
+    bytes.reset(); // not in memory together with the record
     return readDocument(document);
 }
 

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <map>
+#include <memory>
 
 /// The record of what is installed: the products, and for each file and folder of their trees how many
 /// products use it. Paths are those of the tree of files to install, components joined by "/".
@@ -33,9 +34,9 @@ public:
     /// Replaces the record by that of the file at `path`, by an empty one if that cannot be read. Always
     /// true.
     bool parse(const VLString& path);
-    /// Replaces the record by that of a file's bytes, which end with a zero byte and are changed. False, and
+    /// Replaces the record by that of a file's bytes, which end with a zero byte. False, and
     /// the record is empty, when they are no record: malformed, or a document of another kind.
-    bool parseBytes(char* bytes);
+    bool parseBytes(std::unique_ptr<char[]> bytes);
     /// Saves the record, without the paths that no product uses. At every moment the file is the old one or
     /// the new one, whole; a link is followed, mode and owner of an existing file are kept, no other file
     /// stays behind (see AtomicFile). False when the file cannot be opened for writing or saving fails; it is
