@@ -1,9 +1,9 @@
 #pragma once
 
+#include "Utility/InstallInspector/Documents/PlacedProduct.h"
 #include "Utility/InstallInspector/Documents/Record.h"
 #include "Utility/InstallInspector/Report/Finding.h"
 #include "Utility/InstallInspector/Report/Output.h"
-#include "Utility/InstallInspector/Status/PlacedProduct.h"
 
 #include <map>
 #include <memory>

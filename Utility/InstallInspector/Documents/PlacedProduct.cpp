@@ -1,4 +1,4 @@
-#include "Utility/InstallInspector/Status/PlacedProduct.h"
+#include "Utility/InstallInspector/Documents/PlacedProduct.h"
 
 #include "Foundation/PathLibrary.h"
 
