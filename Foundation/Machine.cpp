@@ -5,14 +5,17 @@
 #include "Platform/AtomicFile.h"
 #include "Platform/PlatformServices.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
+#include <filesystem>
 #include <string>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <system_error>
 #include <thread>
 #include <unistd.h>
 #include <utility>
@@ -81,6 +84,22 @@ bool Machine::hasProgram(const VLString& name) {
         }
     }
     return false;
+}
+
+std::vector<VLString> Machine::namesIn(const VLString& folder) {
+    std::vector<std::string> names;
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(folder.ConstData(), error), end; !error && entry != end;
+         entry.increment(error)) {
+        names.push_back(entry->path().filename().string());
+    }
+    std::sort(names.begin(), names.end());
+    std::vector<VLString> sorted;
+    sorted.reserve(names.size());
+    for (const std::string& name : names) {
+        sorted.emplace_back(name.c_str());
+    }
+    return sorted;
 }
 
 FileContent Machine::readFile(const VLString& path) {

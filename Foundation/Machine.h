@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <functional>
 #include <sys/types.h>
+#include <vector>
 
 /// All that the system asks of the machine to run a command, to learn what a path is or what a file holds,
 /// and to place an uninstaller. This class asks the machine itself. A program that wants to know what would
@@ -35,6 +36,9 @@ public:
     /// Whether the shell would find an executable file of this name, which holds no slash, in its search
     /// path.
     virtual bool hasProgram(const VLString& name);
+    /// The names of what is in the folder, without "." and "..", sorted by their bytes. Empty when there is
+    /// no such folder or it cannot be read.
+    virtual std::vector<VLString> namesIn(const VLString& folder);
     /// See WholeFile::Read.
     virtual FileContent readFile(const VLString& path);
     enum class Saved { Yes, No, ChangedMeanwhile };

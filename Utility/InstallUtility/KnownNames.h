@@ -23,3 +23,17 @@ constexpr const char* content = "Content";
 constexpr const char* all[] = {hosts, shared, content};
 
 } // namespace Branch
+
+/// The shared package: what all products need. It goes with the last of them.
+namespace SharedPackage {
+
+constexpr const char* ID = "COMMON";
+constexpr const char* definitionsFolder = "SKU"; ///< in the folder of the record; keeps its definition
+constexpr const char* definitionsFolderWithoutRecord = "/Library/Application Support/Vorlane/SKU/";
+constexpr const char* managerLink = "/Applications/Vorlane Application Manager.app";
+constexpr const char* manager = "/Library/Application Support/Vorlane/Common/ApplicationManager.app";
+
+} // namespace SharedPackage
+
+/// The uninstaller of a product is "Uninstall NAME.app" in this folder. Two products of one name share it.
+constexpr const char* uninstallersFolder = "/Applications/Vorlane Uninstallers/";

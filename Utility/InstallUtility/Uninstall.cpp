@@ -124,12 +124,13 @@ bool InstallUtility::removeProduct() {
 
 bool InstallUtility::removeSharedPackageIfLast(const VLString& statusFolder) {
     const auto& products = statusFile.getProductList();
-    if (products.size() != 1 || !(products.front().ID == "COMMON")) {
+    if (products.size() != 1 || !(products.front().ID == SharedPackage::ID)) {
         return true;
     }
-    const VLString definitionsFolder = statusFolder.IsSet()
-                                           ? PathLibrary::GetDirectoryWithFile(statusFolder, "SKU")
-                                           : VLString("/Library/Application Support/Vorlane/SKU/");
+    const VLString definitionsFolder =
+        statusFolder.IsSet()
+            ? PathLibrary::GetDirectoryWithFile(statusFolder, SharedPackage::definitionsFolder)
+            : VLString(SharedPackage::definitionsFolderWithoutRecord);
     const VLString definitionPath =
         PathLibrary::GetDirectoryWithFile(definitionsFolder, products.front().ID + ".xml");
     SKUDefinition sharedPackage;

@@ -1,14 +1,13 @@
 #include "Utility/InstallInspector/Documents/LocatedDocument.h"
 
 #include "Foundation/FileLibrary.h"
+#include "Foundation/Machine.h"
 #include "Platform/Utf8.h"
 #include "Utility/InstallInspector/Report/NearestName.h"
 #include "Utility/InstallUtility/XMLDocument.h"
 #include "Utility/InstallUtility/XMLTextCheck.h"
 
-#include <cerrno>
 #include <cstring>
-#include <unistd.h>
 
 namespace {
 
@@ -76,11 +75,12 @@ bool LocatedDocument::read(const std::string& filePath, Location::Document docum
         error = FileLibrary::IsDirectoryExists(name) ? "is a folder" : "is not an existing file";
         return false;
     }
-    if (access(name.ConstData(), R_OK) != 0) {
-        error = std::strerror(errno);
+    const FileContent content = Machine::current().readFile(name);
+    if (content.error != 0) {
+        error = std::strerror(content.error);
         return false;
     }
-    std::string bytes = toString(FileLibrary::readFile(name));
+    const std::string bytes(content.bytes.get(), content.size);
     const std::size_t zero = bytes.find('\0');
     bCutByZeroByte = zero != std::string::npos && !isUtf16(bytes);
     text = withLineFeeds(bytes.substr(0, zero));

@@ -186,7 +186,7 @@ PlannedMachine::Node& PlannedMachine::childOf(Node& folder, const std::string& n
     return child->second;
 }
 
-std::vector<std::string> PlannedMachine::namesIn(Node& folder) {
+std::vector<std::string> PlannedMachine::childNames(Node& folder) {
     if (!folder.origin.empty()) {
         std::error_code error;
         for (std::filesystem::directory_iterator entry(folder.origin, error), end; !error && entry != end;
@@ -205,7 +205,7 @@ std::vector<std::string> PlannedMachine::namesIn(Node& folder) {
 
 std::size_t PlannedMachine::countBelow(Node& folder) {
     std::size_t count = 0;
-    for (const std::string& name : namesIn(folder)) {
+    for (const std::string& name : childNames(folder)) {
         Node& child = childOf(folder, name);
         count += 1 + (child.type == S_IFDIR ? countBelow(child) : 0);
     }
@@ -262,7 +262,7 @@ bool PlannedMachine::isFolder(const std::string& path) {
 /// Copies what is in one folder into another; goes on where it cannot.
 bool PlannedMachine::merge(Node& source, Node& destination, std::string& why) {
     bool bResult = true;
-    for (const std::string& name : namesIn(source)) {
+    for (const std::string& name : childNames(source)) {
         Node& from = childOf(source, name);
         Node& to = childOf(destination, name);
         if (from.type == S_IFDIR && to.type == S_IFDIR) {
@@ -287,6 +287,17 @@ mode_t PlannedMachine::typeOf(const VLString& path) {
 mode_t PlannedMachine::linkTypeOf(const VLString& path) {
     const Place place = find(toString(path), false);
     return place.node == nullptr ? 0 : place.node->type;
+}
+
+std::vector<VLString> PlannedMachine::namesIn(const VLString& folder) {
+    const Place place = find(toString(folder), true);
+    std::vector<VLString> names;
+    if (place.node != nullptr && place.node->type == S_IFDIR) {
+        for (const std::string& name : childNames(*place.node)) {
+            names.push_back(toVLString(name));
+        }
+    }
+    return names;
 }
 
 FileContent PlannedMachine::readFile(const VLString& path) {
@@ -315,11 +326,6 @@ VLString PlannedMachine::mainBundlePath() {
 
 bool PlannedMachine::showRetryCancelAlert(const VLString& /*title*/, const VLString& /*text*/) {
     return false;
-}
-
-std::size_t PlannedMachine::countOfEntries(const VLString& folder) {
-    const Place place = find(toString(folder), true);
-    return place.node == nullptr || place.node->type != S_IFDIR ? 0 : namesIn(*place.node).size();
 }
 
 Machine::Saved PlannedMachine::saveFile(const VLString& path, const std::function<void(FILE*)>& print,
@@ -556,7 +562,7 @@ bool PlannedMachine::removeEmptyFolder(Step& step) {
     if (place.node == nullptr || place.node->type != S_IFDIR) {
         return fails(step, "it is no folder itself");
     }
-    if (place.folders.empty() || name == "." || name == ".." || !namesIn(*place.node).empty()) {
+    if (place.folders.empty() || name == "." || name == ".." || !childNames(*place.node).empty()) {
         return fails(step, "it is not empty");
     }
     *place.node = Node();

@@ -69,13 +69,11 @@ public:
         PlannedMachine& fileSystem;
     };
 
-    /// How many entries the folder has; 0 when it is none.
-    std::size_t countOfEntries(const VLString& folder);
-
     bool run(const Command& command) override;
     bool capture(const VLString& command, VLString& output) override;
     mode_t typeOf(const VLString& path) override;
     mode_t linkTypeOf(const VLString& path) override;
+    std::vector<VLString> namesIn(const VLString& folder) override;
     FileContent readFile(const VLString& path) override;
     Saved saveFile(const VLString& path, const std::function<void(FILE*)>& print, const FileState* expected,
                    int& error) override;
@@ -109,7 +107,7 @@ private:
 
     static Node nodeAt(const std::string& path);
     static Node& childOf(Node& folder, const std::string& name);
-    static std::vector<std::string> namesIn(Node& folder);
+    static std::vector<std::string> childNames(Node& folder);
     static std::size_t countBelow(Node& folder);
     static bool merge(Node& source, Node& destination, std::string& why);
     Place find(const std::string& path, bool bFollow);

@@ -5,15 +5,12 @@
 #include "Foundation/PathLibrary.h"
 #include "Foundation/SimpleLog.h"
 #include "Platform/PlatformServices.h"
+#include "Utility/InstallUtility/KnownNames.h"
 #include "Utility/InstallUtility/SKUDefinition.h"
 
 #include <string>
 
 namespace {
-
-const char* const uninstallersFolder = "/Applications/Vorlane Uninstallers/";
-const char* const applicationManagerLink = "/Applications/Vorlane Application Manager.app";
-const char* const applicationManager = "/Library/Application Support/Vorlane/Common/ApplicationManager.app";
 
 void logError(const char* function, long line, const char* message) {
     SimpleLog::printLog(SimpleLog::Error, __FILE__, function, line, "%s", message);
@@ -37,9 +34,9 @@ void placeUninstaller(const VLString& uninstaller, const VLString& bundle, const
 }
 
 void renewApplicationManagerLink(bool install) {
-    Machine::current().removeItem(applicationManagerLink);
+    Machine::current().removeItem(SharedPackage::managerLink);
     if (install) {
-        Machine::current().createSymbolicLink(applicationManagerLink, applicationManager);
+        Machine::current().createSymbolicLink(SharedPackage::managerLink, SharedPackage::manager);
     }
 }
 
@@ -65,7 +62,7 @@ void postflight(VLString skuXmlPath, VLString targetPathsXmlPath, bool install) 
     }
 
     const VLString bundle = Machine::current().mainBundlePath();
-    if (product.ID.EqualsIgnoreCase("COMMON")) {
+    if (product.ID.EqualsIgnoreCase(SharedPackage::ID)) {
         renewApplicationManagerLink(install);
         return;
     }
