@@ -218,6 +218,28 @@ TEST_F(InstallRun, FamilyThatTheDefinitionLacksIsSkippedWithAWarning) {
     EXPECT_EQ(engine.currentFamily, VLString("Known"));
 }
 
+TEST_F(InstallRun, WarningsStandWhereTheirBranchWouldBeCopied) {
+    SimpleLog::bEnableDebugLogs = true;
+    const auto copied = [](const std::string& path, const std::string& target) {
+        return "DEBUG: Copy '$T/product/files/" + path + "' to '$T/" + target + "'";
+    };
+    EXPECT_EQ(install(ProductBuilder("ALPHA")
+                          .family("A")
+                          .file("Hosts/Edius/A/a", "")
+                          .file("Hosts/Edius/B/b", "")
+                          .file("Hosts/OpenFX/A/a", "")
+                          .file("Hosts/X/A/c", "")
+                          .file("VorlaneFX/d", "")
+                          .file("Content/e", "")
+                          .target("Hosts/Edius", at("edius"))
+                          .target("Hosts/X", at("x"))
+                          .target("VorlaneFX", at("shared"))),
+              (Lines{"Warning: Can't find 'OpenFX' host install info", copied("Hosts/Edius/A/a", "edius/a"),
+                     "Warning: Family 'B' not found in SKU XML, while exists in file tree.",
+                     copied("Hosts/X/A/c", "x/c"), copied("VorlaneFX/d", "shared/d"),
+                     "Error: Has content section in SKU but can't find info for its installing"}));
+}
+
 TEST_F(InstallRun, ContentWithoutItemIsAnErrorAndTheRestIsInstalled) {
     EXPECT_EQ(install(ProductBuilder("ALPHA")
                           .file("Content/a", "")
@@ -316,6 +338,37 @@ TEST_F(InstallRun, RecordIsSavedWhateverFails) {
     record.parse(at("shared/InstallationStatusFile.xml").c_str());
     EXPECT_TRUE(record.hasProduct(VLString("BETA")));
     EXPECT_NE(record.getFileInfo("VorlaneFX/a"), nullptr);
+}
+
+namespace {
+
+/// Notes the current family of the time when the record has been read.
+class FamilyOfTheRecord : public RunObserver {
+public:
+    explicit FamilyOfTheRecord(const InstallUtility& toObserve) : engine(toObserve) {}
+    void recordLoaded(const VLString& /*path*/, const StatusFile& /*record*/) override {
+        family = engine.currentFamily;
+    }
+
+    const InstallUtility& engine;
+    VLString family;
+};
+
+} // namespace
+
+TEST_F(InstallRun, FirstFamilyIsTheCurrentOneWhenTheRecordIsRead) {
+    fs::create_directories(at("shared"));
+    prepare(product()
+                .family("A")
+                .family("B")
+                .file("Hosts/Edius/B/a", "")
+                .target("Hosts/Edius", at("edius"))
+                .target("VorlaneFX", at("shared")));
+    FamilyOfTheRecord notes(engine);
+    engine.observer = &notes;
+    engine.currentFamily = "B";
+    EXPECT_TRUE(engine.copyFilesToTargets());
+    EXPECT_EQ(notes.family, VLString("A"));
 }
 
 // The loop around a copy that fails

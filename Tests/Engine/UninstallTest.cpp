@@ -319,6 +319,27 @@ TEST_F(Uninstall, ContentWithoutItemIsAnError) {
     EXPECT_TRUE(exists("content/a"));
 }
 
+TEST_F(Uninstall, WarningsStandWhereTheirBranchWouldBeRemoved) {
+    const auto alpha = [this] {
+        return product()
+            .family("A")
+            .file("VorlaneFX/Sub/s", "")
+            .file("Hosts/Edius/A/a", "")
+            .file("Hosts/OpenFX/A/o", "")
+            .file("Hosts/X/A/c", "")
+            .file("Content/e", "")
+            .target("Hosts/Edius", at("edius"))
+            .target("Hosts/X", at("x"));
+    };
+    install(alpha().target("Hosts/OpenFX", at("openfx")).target("Content", at("content")));
+    EXPECT_EQ(
+        uninstall(alpha().file("Hosts/Edius/B/b", "")),
+        (Lines{cannotRemove("$T/target/s"), "Warning: Can't find 'OpenFX' host install info",
+               cannotRemove("$T/edius/a"),
+               "Warning: Family 'B' not found in SKU XML, while exists in file tree.", cannotRemove("$T/x/c"),
+               "Error: Has content section in SKU but can't find info for its uninstalling"}));
+}
+
 TEST_F(Uninstall, SubItemTakesItsFolderAwayFromTheItemsOwnTargets) {
     const ProductBuilder alpha = product().file("VorlaneFX/Sub/a", "A");
     install(alpha);

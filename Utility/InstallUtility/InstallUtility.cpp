@@ -3,10 +3,9 @@
 #include "Foundation/FileLibrary.h"
 #include "Foundation/PathLibrary.h"
 #include "Foundation/SimpleLog.h"
-#include "Utility/InstallUtility/KnownNames.h"
+#include "Utility/InstallUtility/Branches.h"
 #include "Utility/InstallUtility/Mac/LettrixResources.h"
 #include "Utility/InstallUtility/Mac/Postflight.h"
-#include "Utility/InstallUtility/MapLookup.h"
 #include "Utility/InstallUtility/OncePerRun.h"
 #include "Utility/InstallUtility/RunLock.h"
 #include "Utility/InstallUtility/RunObserver.h"
@@ -15,6 +14,8 @@
 #include <utility>
 
 namespace {
+
+using LeftOut = TreeBranch::LeftOut;
 
 bool isLettrixFamily(const VLString& family) {
     return family.EqualsIgnoreCase("Lettrix") || family.EqualsIgnoreCase("LettrixLive");
@@ -28,18 +29,40 @@ void logMissingSource(const char* function, long line, const VLString& path) {
 
 /// Copies one branch of the tree, asking the user for as long as it fails and the user wants to try again.
 /// The copy after that is the last one, whatever comes of it.
-void copyWithRetry(InstallUtility& engine, const VLString& sourceFolder, const FileNode& node,
-                   const VLString& treePath, const InstallUtility::InstallItem& item,
-                   const VLString& subject) {
+void copyWithRetry(InstallUtility& engine, const TreeBranch& branch) {
+    const VLString sourceFolder = PathLibrary::GetDirectoryWithFile(engine.srcPath, branch.treePath);
     const auto attempt = [&](bool bLast) {
         engine.observer->attemptBegins(bLast);
-        return engine.copyFilesRecursively(VLString(), sourceFolder, node, treePath, item, bLast);
+        return engine.copyFilesRecursively(VLString(), sourceFolder, branch.node, branch.treePath,
+                                           branch.item, bLast);
     };
     while (!attempt(false)) {
-        if (!engine.filesLockedWarningTryAgain(subject)) {
+        if (!engine.filesLockedWarningTryAgain(branch.host.IsSet() ? branch.host : branch.treePath)) {
             attempt(true);
             return;
         }
+    }
+}
+
+void logLeftOut(const TreeBranch& branch, bool remove) {
+    switch (branch.leftOut) {
+    case LeftOut::HostWithoutItem:
+        SimpleLog::printLog(SimpleLog::Warning, __FILE__, __FUNCTION__, __LINE__,
+                            "Can't find '%s' host install info", branch.host.ConstData());
+        return;
+    case LeftOut::UnknownFamily:
+        SimpleLog::printLog(SimpleLog::Warning, __FILE__, __FUNCTION__, __LINE__,
+                            "Family '%s' not found in SKU XML, while exists in file tree.",
+                            branch.node.name.ConstData());
+        return;
+    case LeftOut::ContentWithoutItem:
+        SimpleLog::printLog(SimpleLog::Error, __FILE__, __FUNCTION__, __LINE__,
+                            remove ? "Has content section in SKU but can't find info for its uninstalling"
+                                   : "Has content section in SKU but can't find info for its installing");
+        return;
+    case LeftOut::No:
+    case LeftOut::UnknownName:
+        return;
     }
 }
 
@@ -131,66 +154,29 @@ bool InstallUtility::checkFilesInFolderRecursively(const VLString& folder, const
 }
 
 bool InstallUtility::copyFilesToTargets() {
-    const auto& branches = skuDefinition.installFiles.children;
-    const InstallItem& sharedItem = findOrEmpty(installItems, Branch::shared);
-    const VLString statusFolder = findStatusFolder();
-    if (statusFolder.IsSet()) {
-        loadStatusFile(statusFolder, false);
-    }
-
-    const auto copyBranch = [this](const FileNode& node, const VLString& path, const InstallItem& item,
-                                   const VLString& subject) {
-        copyWithRetry(*this, PathLibrary::GetDirectoryWithFile(srcPath, path), node, path, item, subject);
-    };
-    forEachHostFamily(copyBranch);
-    copyBranch(findOrEmpty(branches, Branch::shared), Branch::shared, sharedItem, Branch::shared);
-    const auto content = branches.find(Branch::content);
-    if (content != branches.end()) {
-        const auto contentItem = installItems.find(Branch::content);
-        if (contentItem != installItems.end()) {
-            copyBranch(content->second, Branch::content, contentItem->second, Branch::content);
-        } else {
-            SimpleLog::printLog(SimpleLog::Error, __FILE__, __FUNCTION__, __LINE__,
-                                "Has content section in SKU but can't find info for its installing");
-        }
-    }
-
-    if (statusFolder.IsSet()) {
-        saveStatusFile(statusFolder);
-    }
+    forEachBranch(false, [this](const TreeBranch& branch) { copyWithRetry(*this, branch); });
     return true;
 }
 
-VLString InstallUtility::findStatusFolder() {
-    const auto& families = skuDefinition.pluginsByFamily;
-    currentFamily = families.empty() ? VLString() : families.begin()->first;
-    const auto folders = getTargetPaths(findOrEmpty(installItems, Branch::shared).paths, currentFamily);
-    return folders.empty() ? VLString() : folders.front();
-}
-
-void InstallUtility::forEachHostFamily(const HostFamilyHandler& handle) {
-    const InstallItem& hostsItem = findOrEmpty(installItems, Branch::hosts);
-    for (const auto& [hostName, host] :
-         findOrEmpty(skuDefinition.installFiles.children, Branch::hosts).children) {
-        const auto hostItem = hostsItem.items.find(hostName);
-        if (hostItem == hostsItem.items.end()) {
-            SimpleLog::printLog(SimpleLog::Warning, __FILE__, __FUNCTION__, __LINE__,
-                                "Can't find '%s' host install info", hostName.ConstData());
-            continue;
-        }
-        const VLString hostPath = PathLibrary::GetDirectoryWithFile(Branch::hosts, hostName);
-        for (const auto& [familyName, family] : host.children) {
-            if (skuDefinition.pluginsByFamily.count(familyName) == 0) {
-                SimpleLog::printLog(SimpleLog::Warning, __FILE__, __FUNCTION__, __LINE__,
-                                    "Family '%s' not found in SKU XML, while exists in file tree.",
-                                    familyName.ConstData());
-                continue;
-            }
-            currentFamily = familyName;
-            handle(family, PathLibrary::GetDirectoryWithFile(hostPath, familyName), hostItem->second,
-                   hostName);
+VLString InstallUtility::forEachBranch(bool remove, const std::function<void(const TreeBranch&)>& handle) {
+    currentFamily = firstFamilyOf(skuDefinition);
+    const VLString statusFolder = statusFolderOf(skuDefinition, installItems);
+    if (statusFolder.IsSet()) {
+        loadStatusFile(statusFolder, remove);
+    }
+    const auto order = remove ? TreeBranch::Order::Uninstall : TreeBranch::Order::Install;
+    for (const TreeBranch& branch : branchesOf(skuDefinition, installItems, order)) {
+        currentFamily = branch.family;
+        if (branch.leftOut == LeftOut::No) {
+            handle(branch);
+        } else {
+            logLeftOut(branch, remove);
         }
     }
+    if (statusFolder.IsSet()) {
+        saveStatusFile(statusFolder);
+    }
+    return statusFolder;
 }
 
 void InstallUtility::loadStatusFile(const VLString& directory, bool remove) {

@@ -13,6 +13,7 @@
 
 class RunObserver;
 class TiXmlNode;
+struct TreeBranch;
 
 /// The install engine: everything that one run needs, and the operations that drive it. One object serves
 /// one run. Each group of operations below has a source file of its own.
@@ -86,16 +87,11 @@ public:
     /// is logged, shown to the user, or passed over.
     bool copyFilesToTargets();
 
-    /// Makes the definition's first family the current one, and finds the folder that holds the status file:
-    /// the first target of the "VorlaneFX" item, empty when there is none.
-    VLString findStatusFolder();
-    /// A family's folder of the tree, its path there, and the target item and name of its host.
-    using HostFamilyHandler = std::function<void(const FileNode& node, const VLString& treePath,
-                                                 const InstallItem& hostItem, const VLString& hostName)>;
-    /// Hands each family folder of each host in the tree to `handle`, its family being the current one. One
-    /// warning line for each host without target item and each family without plug-ins, which are passed
-    /// over.
-    void forEachHostFamily(const HostFamilyHandler& handle);
+    /// What an install and an uninstall have in common. Reads the record and enters the product, or takes it
+    /// off with `remove`; hands each branch of the tree to `handle`, its family being the current one; saves
+    /// the record. One line is logged for each branch that is left out. Gives the folder of the record, empty
+    /// when none is kept.
+    VLString forEachBranch(bool remove, const std::function<void(const TreeBranch&)>& handle);
 
     // The status file of the run's product (InstallUtility.cpp)
 

@@ -1,10 +1,9 @@
 #include "Foundation/FileLibrary.h"
 #include "Foundation/PathLibrary.h"
 #include "Foundation/SimpleLog.h"
-#include "Utility/InstallUtility/InstallUtility.h"
+#include "Utility/InstallUtility/Branches.h"
 #include "Utility/InstallUtility/KnownNames.h"
 #include "Utility/InstallUtility/Mac/Postflight.h"
-#include "Utility/InstallUtility/MapLookup.h"
 #include "Utility/InstallUtility/OncePerRun.h"
 #include "Utility/InstallUtility/RunLock.h"
 #include "Utility/InstallUtility/RunObserver.h"
@@ -90,34 +89,11 @@ bool InstallUtility::uninstall() {
 }
 
 bool InstallUtility::removeProduct() {
-    const auto& branches = skuDefinition.installFiles.children;
-    const VLString statusFolder = findStatusFolder();
-    if (statusFolder.IsSet()) {
-        loadStatusFile(statusFolder, true);
-    }
-
-    removeFilesRecursively(VLString(), findOrEmpty(branches, Branch::shared), Branch::shared,
-                           findOrEmpty(installItems, Branch::shared));
-    forEachHostFamily(
-        [this](const FileNode& node, const VLString& treePath, const InstallItem& hostItem, const VLString&) {
-            removeFilesRecursively(VLString(), node, treePath, hostItem);
-        });
-    const auto content = branches.find(Branch::content);
-    if (content != branches.end()) {
-        const auto contentItem = installItems.find(Branch::content);
-        if (contentItem != installItems.end()) {
-            removeFilesRecursively(VLString(), content->second, Branch::content, contentItem->second);
-        } else {
-            SimpleLog::printLog(SimpleLog::Error, __FILE__, __FUNCTION__, __LINE__,
-                                "Has content section in SKU but can't find info for its uninstalling");
-        }
-    }
-
-    if (statusFolder.IsSet()) {
-        saveStatusFile(statusFolder);
-        if (recordFile.isOurs() && statusFile.getProductList().empty()) {
-            FileLibrary::RemoveFile(statusFilePath(statusFolder));
-        }
+    const VLString statusFolder = forEachBranch(true, [this](const TreeBranch& branch) {
+        removeFilesRecursively(VLString(), branch.node, branch.treePath, branch.item);
+    });
+    if (statusFolder.IsSet() && recordFile.isOurs() && statusFile.getProductList().empty()) {
+        FileLibrary::RemoveFile(statusFilePath(statusFolder));
     }
     return removeSharedPackageIfLast(statusFolder);
 }
