@@ -4,8 +4,7 @@
 #include "Foundation/SimpleLog.h"
 #include "Foundation/VLVersion.h"
 #include "Utility/InstallInspector/Report/Finding.h"
-#include "Utility/InstallUtility/KnownNames.h"
-#include "Utility/InstallUtility/MapLookup.h"
+#include "Utility/InstallUtility/Branches.h"
 #include "Utility/InstallUtility/XMLDocument.h"
 
 #include <tinyxml.h>
@@ -92,6 +91,22 @@ void keepWhatIsSaved(StatusFile::FileNodeRef& folder) {
     }
 }
 
+std::string whyLeftOut(TreeBranch::LeftOut leftOut) {
+    switch (leftOut) {
+    case TreeBranch::LeftOut::HostWithoutItem:
+        return "the target-paths file has no item for this host";
+    case TreeBranch::LeftOut::UnknownFamily:
+        return "the definition has no plug-ins of this family";
+    case TreeBranch::LeftOut::ContentWithoutItem:
+        return "the target-paths file has no item of that name";
+    case TreeBranch::LeftOut::UnknownName:
+        return "only Hosts, VorlaneFX and Content are installed";
+    case TreeBranch::LeftOut::No:
+        break;
+    }
+    return "";
+}
+
 /// The paths in use below a folder that no product uses.
 void appendLost(const StatusFile::FileNodeRef& folder, const std::string& path, bool bLost,
                 std::vector<std::string>& lost) {
@@ -145,31 +160,10 @@ void PlanRecorder::endRun() {
 }
 
 void PlanRecorder::noteWhatIsLeftOut() {
-    std::set<std::string> entered;
-    for (const Plan::Branch& branch : thisRun().branches) {
-        entered.insert(branch.treePath);
-    }
-    const InstallItem& hostsItem = findOrEmpty(engine.installItems, Branch::hosts);
-    for (const auto& [name, node] : engine.skuDefinition.installFiles.children) {
-        const bool bKnown = name == Branch::hosts || name == Branch::shared || name == Branch::content;
-        if (name == Branch::content && entered.count(Branch::content) == 0) {
-            thisRun().leftOut.emplace_back("Content: the target-paths file has no item of that name");
-        } else if (!bKnown) {
-            thisRun().leftOut.push_back(toString(name) + ": only Hosts, VorlaneFX and Content are installed");
-        } else if (name == Branch::hosts) {
-            for (const auto& [host, families] : node.children) {
-                if (hostsItem.items.count(host) == 0) {
-                    thisRun().leftOut.push_back("Hosts/" + toString(host) +
-                                                ": the target-paths file has no item for this host");
-                    continue;
-                }
-                for (const auto& [family, files] : families.children) {
-                    const std::string path = "Hosts/" + toString(host) + "/" + toString(family);
-                    if (entered.count(path) == 0) {
-                        thisRun().leftOut.push_back(path + ": the definition has no plug-ins of this family");
-                    }
-                }
-            }
+    for (const TreeBranch& found :
+         branchesOf(engine.skuDefinition, engine.installItems, TreeBranch::Order::Tree)) {
+        if (found.leftOut != TreeBranch::LeftOut::No) {
+            thisRun().leftOut.push_back(toString(found.treePath) + ": " + whyLeftOut(found.leftOut));
         }
     }
 }
