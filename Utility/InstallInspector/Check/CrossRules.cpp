@@ -4,6 +4,7 @@
 #include "Utility/InstallInspector/Report/NearestName.h"
 
 #include <algorithm>
+#include <map>
 #include <set>
 
 namespace {
@@ -38,10 +39,6 @@ std::vector<std::string> namesOf(const TreeNodes& nodes) {
     return names;
 }
 
-bool isFamily(const Product& product, const TreeNode& node) {
-    return node.node->isDirectory && product.definition.pluginsByFamily.count(node.node->name) != 0;
-}
-
 /// Calls `visit` with each item that the copy walk hands a part of the tree to, and those parts: family
 /// folders for a host's item, folders of the item's name further down.
 template <class Visitor>
@@ -60,28 +57,15 @@ void forEachWalkedItem(const TargetItem& item, const TreeNodes& nodes, Visitor& 
 
 template <class Visitor>
 void forEachWalkedItem(const Product& product, Visitor visit) {
-    for (const char* name : {Branch::shared, Branch::content}) {
-        const TargetItem* item = product.topItem(name);
-        const TreeNode* node = product.branch(name);
-        if (item != nullptr && node != nullptr) {
-            forEachWalkedItem(*item, {node}, visit);
+    std::map<const TargetItem*, TreeNodes> parts;
+    for (const Product::CopiedBranch& branch : product.copiedBranches()) {
+        // A file in the place of a family's folder is not the item's mistake.
+        if (branch.node->node->isDirectory || branch.node->parent == &product.tree.front()) {
+            parts[branch.item].push_back(branch.node);
         }
     }
-    const TargetItem* hostsItem = product.topItem(Branch::hosts);
-    const TreeNode* hosts = product.branch(Branch::hosts);
-    if (hostsItem == nullptr || hosts == nullptr) {
-        return;
-    }
-    for (const TargetItem* hostItem : hostsItem->items) {
-        if (const TreeNode* host = hosts->child(hostItem->name)) {
-            TreeNodes families;
-            for (const TreeNode* family : host->children) {
-                if (isFamily(product, *family)) {
-                    families.push_back(family);
-                }
-            }
-            forEachWalkedItem(*hostItem, families, visit);
-        }
+    for (const auto& [item, nodes] : parts) {
+        forEachWalkedItem(*item, nodes, visit);
     }
 }
 

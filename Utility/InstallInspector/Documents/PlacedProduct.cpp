@@ -1,6 +1,7 @@
 #include "Utility/InstallInspector/Documents/PlacedProduct.h"
 
 #include "Foundation/PathLibrary.h"
+#include "Utility/InstallUtility/Branches.h"
 
 #include <algorithm>
 #include <set>
@@ -89,7 +90,6 @@ const PlacedProduct::Spot* PlacedProduct::find(const VLString& treePath) const {
     return found == byPath.end() ? nullptr : &spotList[found->second];
 }
 
-/// The engine's walk: hosts, then VorlaneFX and Content with the family that was the last then.
 void PlacedProduct::place() {
     for (const Product::TreeNode& node : files.tree) {
         if (node.parent != nullptr) {
@@ -97,40 +97,9 @@ void PlacedProduct::place() {
             spotList.push_back({&node, {}, {}, !node.node->isDirectory || node.children.empty()});
         }
     }
-    const auto& families = files.definition.pluginsByFamily;
-    VLString family = families.empty() ? VLString() : families.begin()->first;
-    const Product::TargetItem* shared = files.topItem(Branch::shared);
-    if (shared != nullptr) {
-        const auto folders = InstallUtility::getTargetPaths(shared->item->paths, family);
-        recordFolder = folders.empty() ? VLString() : folders.front();
-    }
-    placeHosts(family);
-    for (const char* name : {Branch::shared, Branch::content}) {
-        const Product::TreeNode* branch = files.branch(name);
-        const Product::TargetItem* item = files.topItem(name);
-        if (branch != nullptr && item != nullptr) {
-            placeNode(*branch, item, family, {}, {});
-        }
-    }
-}
-
-void PlacedProduct::placeHosts(VLString& family) {
-    const Product::TreeNode* hosts = files.branch(Branch::hosts);
-    const Product::TargetItem* hostsItem = files.topItem(Branch::hosts);
-    if (hosts == nullptr || hostsItem == nullptr) {
-        return;
-    }
-    for (const Product::TreeNode* host : hosts->children) {
-        const Product::TargetItem* item = hostsItem->child(host->node->name);
-        if (item == nullptr) {
-            continue;
-        }
-        for (const Product::TreeNode* folder : host->children) {
-            if (files.definition.pluginsByFamily.count(folder->node->name) != 0) {
-                family = folder->node->name;
-                placeNode(*folder, item, family, {}, {});
-            }
-        }
+    recordFolder = statusFolderOf(files.definition, files.items);
+    for (const Product::CopiedBranch& branch : files.copiedBranches()) {
+        placeNode(*branch.node, branch.item, branch.family, {}, {});
     }
 }
 

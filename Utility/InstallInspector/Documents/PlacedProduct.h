@@ -39,7 +39,6 @@ private:
     using Places = std::vector<Place>;
 
     void place();
-    void placeHosts(VLString& family);
     void placeNode(const Product::TreeNode& node, const Product::TargetItem* item, const VLString& family,
                    Places places, Places idle);
 

@@ -1,6 +1,7 @@
 #include "Utility/InstallInspector/Documents/Product.h"
 
 #include "Foundation/PathLibrary.h"
+#include "Utility/InstallUtility/Branches.h"
 #include "Utility/InstallUtility/XMLDocument.h"
 
 #include <algorithm>
@@ -92,6 +93,25 @@ void Product::addItems(std::size_t index, TiXmlElement& element) {
         targetItems[index].items.push_back(&targetItems.back());
         addItems(targetItems.size() - 1, *elements.at(name));
     }
+}
+
+std::vector<Product::CopiedBranch> Product::copiedBranches() const {
+    std::vector<CopiedBranch> copied;
+    for (const TreeBranch& found : branchesOf(definition, items, TreeBranch::Order::Install)) {
+        const bool bHost = found.host.IsSet();
+        const VLString top = bHost ? Branch::hosts : found.treePath;
+        const TreeNode* node = branch(top.ConstData());
+        const TargetItem* item = topItem(top.ConstData());
+        if (found.leftOut != TreeBranch::LeftOut::No || node == nullptr || item == nullptr) {
+            continue;
+        }
+        if (bHost) {
+            node = node->child(found.host)->child(found.node.name);
+            item = item->child(found.host);
+        }
+        copied.push_back({node, item, found.family});
+    }
+    return copied;
 }
 
 const Product::TreeNode* Product::branch(const char* name) const {

@@ -48,6 +48,15 @@ struct Product {
     /// Fills what is derived from the two documents.
     void interpret();
 
+    /// A branch that an install copies and that is in both files, see branchesOf.
+    struct CopiedBranch {
+        const TreeNode* node;
+        const TargetItem* item;
+        VLString family; ///< the current one
+    };
+    /// In the order of an install.
+    std::vector<CopiedBranch> copiedBranches() const;
+
     /// A node right below the root of the tree, or an item right below that of the targets. Null for none.
     /// `name` is mostly one of Branch.
     const TreeNode* branch(const char* name) const;
