@@ -210,9 +210,9 @@ void InstallUtility::updateStatusFile(const VLString& directory, const FileNode&
     if (node.children.empty()) {
         return; // most nodes are files, for which no path is put together
     }
-    const VLString path = PathLibrary::GetDirectoryWithFile(directory, node.name);
+    const VLString treePath = PathLibrary::GetDirectoryWithFile(directory, node.name);
     for (const auto& [name, child] : node.children) {
-        updateStatusFile(path, child, remove);
+        updateStatusFile(treePath, child, remove);
     }
 }
 

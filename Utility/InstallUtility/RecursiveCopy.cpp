@@ -78,17 +78,19 @@ bool InstallUtility::copyNode(const VLString& targetSubPath, const VLString& sou
     bool bResult = true;
     for (const auto& [name, child] : node.children) {
         const VLString source = PathLibrary::GetDirectoryWithFile(sourceFolder, name);
-        const VLString path = PathLibrary::GetDirectoryWithFile(treePath, name);
+        const VLString childTreePath = PathLibrary::GetDirectoryWithFile(treePath, name);
         const auto subItem = item.items.find(name);
         if (subItem != item.items.end()) {
-            bResult &= copyFilesRecursively(VLString(), source, child, path, subItem->second, lastAttempt);
+            bResult &=
+                copyFilesRecursively(VLString(), source, child, childTreePath, subItem->second, lastAttempt);
             continue;
         }
         for (const VLString& target : targets) {
             const VLString destination = PathLibrary::GetDirectoryWithFile(target, name);
             if (child.isDirectory) {
-                bResult &= copyFilesRecursively(destination, source, child, path, InstallItem(), lastAttempt);
-            } else if (!copyFile(child, source, path, target, destination, lastAttempt)) {
+                bResult &= copyFilesRecursively(destination, source, child, childTreePath, InstallItem(),
+                                                lastAttempt);
+            } else if (!copyFile(child, source, childTreePath, target, destination, lastAttempt)) {
                 // Intended: the flag is assigned, so that a later ignored failure clears an earlier one.
                 bResult = child.ignoreInstallErrors;
             }
@@ -181,17 +183,19 @@ bool InstallUtility::getFileListRecursively(const VLString& targetSubPath, const
     bool bResult = true;
     for (const auto& [name, child] : node.children) {
         const VLString source = PathLibrary::GetDirectoryWithFile(sourceFolder, name);
-        const VLString path = PathLibrary::GetDirectoryWithFile(treePath, name);
+        const VLString childTreePath = PathLibrary::GetDirectoryWithFile(treePath, name);
         const auto subItem = item.items.find(name);
         if (subItem != item.items.end()) {
-            bResult &= getFileListRecursively(VLString(), source, child, path, subItem->second, paths);
+            bResult &=
+                getFileListRecursively(VLString(), source, child, childTreePath, subItem->second, paths);
             continue;
         }
         for (const VLString& target : targets) {
             const VLString destination = PathLibrary::GetDirectoryWithFile(target, name);
             if (child.isDirectory) {
-                bResult &= getFileListRecursively(destination, source, child, path, InstallItem(), paths);
-            } else if (statusFile.needReplaceFile(path)) {
+                bResult &=
+                    getFileListRecursively(destination, source, child, childTreePath, InstallItem(), paths);
+            } else if (statusFile.needReplaceFile(childTreePath)) {
                 if (FileLibrary::IsFileExists(source, false)) {
                     paths.push_back(destination);
                 } else {

@@ -423,26 +423,26 @@ int StatusFile::decrementFileRef(const VLString& directory, const FileNode& node
     return recorded->ref;
 }
 
-StatusFile::FileNodeRef* StatusFile::getFileInfo(const VLString& path) {
-    FileNodeRef* recorded = find(&root, path);
+StatusFile::FileNodeRef* StatusFile::getFileInfo(const VLString& treePath) {
+    FileNodeRef* recorded = find(&root, treePath);
     return recorded == &root ? nullptr : recorded;
 }
 
-const StatusFile::FileNodeRef* StatusFile::getFileInfo(const VLString& path) const {
-    const FileNodeRef* recorded = find(&root, path);
+const StatusFile::FileNodeRef* StatusFile::getFileInfo(const VLString& treePath) const {
+    const FileNodeRef* recorded = find(&root, treePath);
     return recorded == &root ? nullptr : recorded;
 }
 
-bool StatusFile::needRemove(const VLString& path) const {
-    const FileNodeRef* recorded = getFileInfo(path);
+bool StatusFile::needRemove(const VLString& treePath) const {
+    const FileNodeRef* recorded = getFileInfo(treePath);
     return recorded != nullptr && recorded->ref < 1;
 }
 
-bool StatusFile::needReplaceFile(const VLString& path) const {
-    const FileNodeRef* recorded = getFileInfo(path);
+bool StatusFile::needReplaceFile(const VLString& treePath) const {
+    const FileNodeRef* recorded = getFileInfo(treePath);
     return recorded != nullptr && recorded->needReplace;
 }
 
-StatusFile::FileNodeRef* StatusFile::getFileRef(const VLString& /*path*/) {
+StatusFile::FileNodeRef* StatusFile::getFileRef(const VLString& /*treePath*/) {
     return nullptr;
 }

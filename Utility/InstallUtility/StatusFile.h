@@ -67,14 +67,14 @@ public:
     int decrementFileRef(const VLString& directory, const FileNode& node);
 
     /// The recorded path, owned by the record, or null. The root is not a path.
-    FileNodeRef* getFileInfo(const VLString& path);
-    const FileNodeRef* getFileInfo(const VLString& path) const;
+    FileNodeRef* getFileInfo(const VLString& treePath);
+    const FileNodeRef* getFileInfo(const VLString& treePath) const;
     /// Recorded, and no product uses it any more.
-    bool needRemove(const VLString& path) const;
+    bool needRemove(const VLString& treePath) const;
     /// Recorded, and the product being installed must write it.
-    bool needReplaceFile(const VLString& path) const;
+    bool needReplaceFile(const VLString& treePath) const;
     /// Always null; use getFileInfo.
-    FileNodeRef* getFileRef(const VLString& path);
+    FileNodeRef* getFileRef(const VLString& treePath);
 
 private:
     /// Reads the build number of a version text, once for all that follow with the same text.

@@ -209,7 +209,7 @@ void itemWithoutPath(const Product& product, const Report& report) {
                             [&](const TreeNode* child) { return item.child(child->node->name) != nullptr; });
             if (!bCovered) {
                 report(atItem(product, item), "the item " + quotedText(item.name) + " has no path",
-                       quotedText(node->path) + " is installed nowhere, and the install reports success.",
+                       quotedText(node->treePath) + " is installed nowhere, and the install reports success.",
                        "Write a <path> inside the item.");
                 return;
             }
@@ -233,7 +233,8 @@ void sharedFolderRemoved(const Product& product, const Report& report) {
                 if (!isOwnFolder(path.path, node->node->name)) {
                     report(
                         atNode(product, *node),
-                        quotedText(node->path) + " lists nothing, and its target is " + quotedText(path.path),
+                        quotedText(node->treePath) + " lists nothing, and its target is " +
+                            quotedText(path.path),
                         "A directory without children is one piece with its target folder: the uninstall "
                         "removes that folder with everything in it, whoever put it there.",
                         "List the files, or give the item a path of its own below that folder, such as one "

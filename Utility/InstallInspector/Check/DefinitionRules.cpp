@@ -551,7 +551,7 @@ void emptyHost(const Product& product, const Report& report) {
     }
     const auto check = [&](const TreeNode& node, const char* what, const char* advice) {
         if (node.node->isDirectory && node.children.empty()) {
-            report(at(product, *node.element, "fileName"), quotedText(node.path) + " lists no " + what,
+            report(at(product, *node.element, "fileName"), quotedText(node.treePath) + " lists no " + what,
                    "Only families, and what is below them, are copied whole: nothing of this is installed.",
                    advice);
         }

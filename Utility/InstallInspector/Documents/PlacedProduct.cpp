@@ -93,7 +93,7 @@ const PlacedProduct::Spot* PlacedProduct::find(const VLString& treePath) const {
 void PlacedProduct::place() {
     for (const Product::TreeNode& node : files.tree) {
         if (node.parent != nullptr) {
-            byPath[node.path] = spotList.size();
+            byPath[node.treePath] = spotList.size();
             spotList.push_back({&node, {}, {}, !node.node->isDirectory || node.children.empty()});
         }
     }
@@ -120,7 +120,7 @@ void PlacedProduct::placeNode(const Product::TreeNode& node, const Product::Targ
             placeNode(*child, nullptr, family, inside(places, name), inside(idle, name));
         }
     }
-    Spot& spot = spotList[byPath.at(node.path)];
+    Spot& spot = spotList[byPath.at(node.treePath)];
     spot.places = std::move(places);
     spot.idle = std::move(idle);
 }

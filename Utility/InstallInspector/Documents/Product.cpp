@@ -75,8 +75,9 @@ void Product::addTree(std::size_t index, TiXmlElement& element) {
         });
     }
     for (const auto& [name, child] : tree[index].node->children) {
-        const VLString path = index == 0 ? name : PathLibrary::GetDirectoryWithFile(tree[index].path, name);
-        tree.push_back({&child, elements.at(name), path, &tree[index], {}});
+        const VLString treePath =
+            index == 0 ? name : PathLibrary::GetDirectoryWithFile(tree[index].treePath, name);
+        tree.push_back({&child, elements.at(name), treePath, &tree[index], {}});
         tree[index].children.push_back(&tree.back());
         addTree(tree.size() - 1, *elements.at(name));
     }

@@ -16,7 +16,7 @@ struct Product {
     struct TreeNode {
         const FileNode* node;
         const TiXmlElement* element;
-        VLString path;                         ///< in the tree, components joined by "/"
+        VLString treePath;                     ///< components joined by "/"
         const TreeNode* parent;                ///< null for the root
         std::vector<const TreeNode*> children; ///< in the engine's order
 

@@ -72,7 +72,7 @@ void Record::addNodes(std::size_t index, TiXmlElement& element) {
             continue; // the file has changed since it was looked at first
         }
         const VLString treePath =
-            index == 0 ? name : PathLibrary::GetDirectoryWithFile(nodes[index].path, name);
+            index == 0 ? name : PathLibrary::GetDirectoryWithFile(nodes[index].treePath, name);
         nodes.push_back({&child, found->second, treePath, &nodes[index], {}});
         nodes[index].children.push_back(&nodes.back());
         byPath[treePath] = &nodes.back();

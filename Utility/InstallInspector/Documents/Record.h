@@ -12,7 +12,7 @@ struct Record {
     struct Node {
         const StatusFile::FileNodeRef* recorded;
         const TiXmlElement* element;
-        VLString path;      ///< components joined by "/"
+        VLString treePath;  ///< components joined by "/"
         const Node* parent; ///< null for the root
         std::vector<const Node*> children;
     };

@@ -61,7 +61,7 @@ template <class Visitor>
 void forEachRecordedLeaf(const Status& status, Visitor visit) {
     for (const auto& product : status.products) {
         for (const Spot& spot : product->spots()) {
-            const Record::Node* recorded = status.record.find(spot.node->path);
+            const Record::Node* recorded = status.record.find(spot.node->treePath);
             if (spot.bLeaf && recorded != nullptr) {
                 visit(spot, *recorded);
             }
@@ -110,7 +110,7 @@ std::map<VLString, Loss> lossesIn(const Status& status) {
                 node = node->parent;
             }
             Loss& loss = losses.try_emplace(top, Loss{node, {}, isSomething(top)}).first->second;
-            loss.leaves.insert(spot.node->path);
+            loss.leaves.insert(spot.node->treePath);
         }
     });
     return losses;
@@ -122,8 +122,8 @@ void missingFile(Status& status, const StatusReport& report) {
     }
     for (const auto& [path, loss] : lossesIn(status)) {
         if (!loss.bOtherKind) {
-            report(status.record.near(loss.node->path),
-                   quotedText(loss.node->path) + withEntries(loss.leaves.size()) +
+            report(status.record.near(loss.node->treePath),
+                   quotedText(loss.node->treePath) + withEntries(loss.leaves.size()) +
                        " is missing: there is no " + quotedText(path),
                    "The record counts it as installed. It was removed by other hands, could not be copied, "
                    "or the "
@@ -147,8 +147,8 @@ void changedKind(Status& status, const StatusReport& report) {
     }
     for (const auto& [path, loss] : lossesIn(status)) {
         if (loss.bOtherKind) {
-            report(status.record.near(loss.node->path),
-                   quotedText(path) + " is " + kindOf(path) + ", where " + quotedText(loss.node->path) +
+            report(status.record.near(loss.node->treePath),
+                   quotedText(path) + " is " + kindOf(path) + ", where " + quotedText(loss.node->treePath) +
                        " should be a " + (loss.node->node->isDirectory ? "folder" : "file"),
                    "An uninstall does not remove it, and an install may not be able to replace it.",
                    "Move it away, and install the product again.");
@@ -156,12 +156,12 @@ void changedKind(Status& status, const StatusReport& report) {
     }
     for (const auto& product : status.products) {
         for (const Spot& spot : product->spots()) {
-            const Record::Node* recorded = status.record.find(spot.node->path);
+            const Record::Node* recorded = status.record.find(spot.node->treePath);
             const bool bFolder = spot.node->node->isDirectory;
             if (recorded != nullptr && recorded->recorded->isDirectory != bFolder) {
                 report(
                     status.record.at(*recorded),
-                    quotedText(spot.node->path) + " is a " + (bFolder ? "file" : "folder") +
+                    quotedText(spot.node->treePath) + " is a " + (bFolder ? "file" : "folder") +
                         " in the record and a " + (bFolder ? "folder" : "file") + " in the definition of " +
                         quoted(product->info()),
                     bFolder
@@ -234,19 +234,19 @@ void notRecorded(Status& status, const StatusReport& report) {
     for (const auto& product : status.products) {
         std::map<const TreeNode*, std::vector<VLString>> found; // by the uppermost that is not recorded
         for (const Spot& spot : product->spots()) {
-            if (!spot.bLeaf || !isThere(spot) || status.record.find(spot.node->path) != nullptr) {
+            if (!spot.bLeaf || !isThere(spot) || status.record.find(spot.node->treePath) != nullptr) {
                 continue;
             }
             const TreeNode* top = spot.node;
-            while (top->parent->parent != nullptr && status.record.find(top->parent->path) == nullptr) {
+            while (top->parent->parent != nullptr && status.record.find(top->parent->treePath) == nullptr) {
                 top = top->parent;
             }
             found[top].push_back(spot.places.front().path);
         }
         for (const auto& [node, paths] : found) {
-            if (reported.insert(node->path).second) {
-                report(status.record.near(node->path),
-                       quotedText(node->path) + withEntries(paths.size()) +
+            if (reported.insert(node->treePath).second) {
+                report(status.record.near(node->treePath),
+                       quotedText(node->treePath) + withEntries(paths.size()) +
                            " is on this machine and not in the record" +
                            (paths.size() > 1 ? ", such as " : ": ") + quotedText(paths.front()),
                        "No uninstall removes it.",
@@ -274,14 +274,14 @@ void leftBehind(Status& status, const StatusReport& report) {
     std::set<VLString> reported; // target folders
     for (const auto& product : status.products) {
         for (const Spot& spot : product->spots()) {
-            const Record::Node* recorded = status.record.find(spot.node->path);
+            const Record::Node* recorded = status.record.find(spot.node->treePath);
             for (const Place& place : spot.idle) {
                 // A target folder alone may be anyone's.
                 const bool bFound = spot.bLeaf && recorded != nullptr && place.path != place.target &&
                                     inUse.count(place.path.ToLower()) == 0 && fits(spot, place.path);
                 if (bFound && reported.insert(place.target).second) {
                     report(status.record.at(*recorded),
-                           quotedText(spot.node->path) + " is in " + quotedText(place.target) +
+                           quotedText(spot.node->treePath) + " is in " + quotedText(place.target) +
                                ", of which the condition does not hold today (line " +
                                std::to_string(place.element->Row()) + " of " +
                                printableText(toVLString(product->product().targetsFile.path())) + ")",
@@ -304,17 +304,17 @@ void severalFolders(Status& status, const StatusReport& report) {
                 continue;
             }
             for (const Spot& spot : first->spots()) {
-                const Spot* other = second->find(spot.node->path);
+                const Spot* other = second->find(spot.node->treePath);
                 if (other == nullptr || spot.places.empty() || other->places.empty() ||
                     pathsOf(spot.places) == pathsOf(other->places) ||
-                    status.record.find(spot.node->path) == nullptr) {
+                    status.record.find(spot.node->treePath) == nullptr) {
                     continue;
                 }
-                const bool bBelow = reported.count(spot.node->parent->path) != 0;
-                reported.insert(spot.node->path);
+                const bool bBelow = reported.count(spot.node->parent->treePath) != 0;
+                reported.insert(spot.node->treePath);
                 if (!bBelow) {
-                    report(status.record.near(spot.node->path),
-                           quotedText(spot.node->path) + " lies in " + listed(spot.places) + " for " +
+                    report(status.record.near(spot.node->treePath),
+                           quotedText(spot.node->treePath) + " lies in " + listed(spot.places) + " for " +
                                quoted(first->info()) + ", in " + listed(other->places) + " for " +
                                quoted(second->info()),
                            "The record has one count for both. The product that goes first leaves its files, "
@@ -352,12 +352,12 @@ void inNoDefinition(Status& status, const StatusReport& report) {
     }
     std::set<const Record::Node*> reported;
     for (const Record::Node& node : status.record.nodes) {
-        if (node.parent == nullptr || usesOf(status, node.path) > 0) {
+        if (node.parent == nullptr || usesOf(status, node.treePath) > 0) {
             continue;
         }
         reported.insert(&node);
         if (reported.count(node.parent) == 0) {
-            report(status.record.at(node), "no installed product lists " + quotedText(node.path),
+            report(status.record.at(node), "no installed product lists " + quotedText(node.treePath),
                    "An earlier build did, and its count stays: no uninstall removes it.",
                    "Remove it by hand; the record forgets it with the last product.");
         }
@@ -370,7 +370,7 @@ void countDiffers(Status& status, const StatusReport& report) {
     }
     std::map<const Record::Node*, std::int32_t> reported; // how much too high
     for (const Record::Node& node : status.record.nodes) {
-        const std::int32_t uses = node.parent == nullptr ? 0 : usesOf(status, node.path);
+        const std::int32_t uses = node.parent == nullptr ? 0 : usesOf(status, node.treePath);
         const std::int32_t excess = uses == 0 ? 0 : node.recorded->ref - uses;
         if (excess == 0) {
             continue;
@@ -379,7 +379,8 @@ void countDiffers(Status& status, const StatusReport& report) {
         const auto above = reported.find(node.parent);
         if (above == reported.end() || above->second != excess) {
             report(status.record.at(node),
-                   quotedText(node.path) + " has the count " + std::to_string(node.recorded->ref) + ", and " +
+                   quotedText(node.treePath) + " has the count " + std::to_string(node.recorded->ref) +
+                       ", and " +
                        counted(static_cast<std::size_t>(uses), "installed product", "installed products") +
                        (uses == 1 ? " lists it" : " list it"),
                    excess > 0 ? "The count never comes to 0: no uninstall removes it."
@@ -426,7 +427,7 @@ void shortCut(Status& status, const StatusReport& report) {
 void weighConditions(Status& status) {
     for (const auto& product : status.products) {
         for (const Spot& spot : product->spots()) {
-            const Record::Node* recorded = status.record.find(spot.node->path);
+            const Record::Node* recorded = status.record.find(spot.node->treePath);
             if (recorded == nullptr) {
                 continue;
             }

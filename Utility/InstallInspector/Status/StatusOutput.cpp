@@ -192,7 +192,7 @@ nlohmann::ordered_json jsonOf(const SKUDefinition::SKUInfo& info) {
 nlohmann::ordered_json jsonOf(const Status& status, const Node& node) {
     const auto& recorded = *node.recorded;
     nlohmann::ordered_json entry;
-    entry["path"] = toString(node.path);
+    entry["path"] = toString(node.treePath);
     entry["kind"] = recorded.isDirectory ? "directory" : "file";
     entry["count"] = recorded.ref;
     if (!recorded.isDirectory) {
@@ -207,7 +207,7 @@ nlohmann::ordered_json jsonOf(const Status& status, const Node& node) {
     }
     nlohmann::ordered_json places = nlohmann::ordered_json::array();
     for (const auto& product : status.products) {
-        if (const auto* spot = product->find(node.path)) {
+        if (const auto* spot = product->find(node.treePath)) {
             for (const auto& place : spot->places) {
                 const std::string path = toString(place.path);
                 if (std::find(places.begin(), places.end(), path) == places.end()) {
