@@ -16,7 +16,7 @@ constexpr unsigned long groupBytes = 3;
 constexpr unsigned long groupCharacters = 4;
 constexpr unsigned int characterBits = 6;
 
-/// For each byte its position in the alphabet, or -1.
+/// The position of each byte in the alphabet, or -1.
 constexpr std::array<signed char, UCHAR_MAX + 1> makeValues() {
     std::array<signed char, UCHAR_MAX + 1> values{};
     for (signed char& value : values) {
@@ -52,7 +52,7 @@ private:
     unsigned long size = 0;
 };
 
-/// Puts the four characters for the first `count` bytes, from one to three.
+/// Writes the four characters of the first `count` bytes. `count` is 1 to 3.
 bool putGroup(Target<char>& target, const unsigned char* bytes, unsigned long count) {
     unsigned int bits = 0;
     for (unsigned long i = 0; i < groupBytes; ++i) {
@@ -142,7 +142,7 @@ unsigned long Base64EstimateEncodedDataSize(unsigned long sourceSize, int lineLe
         return ULONG_MAX;
     }
     const unsigned long characters = groups * groupCharacters;
-    const int usedLength = lineLength < 1 ? standardLineLength : lineLength; // nothing is divided by zero
+    const int usedLength = lineLength < 1 ? standardLineLength : lineLength; // avoids a division by zero
     const unsigned long lines = ceilingOfQuotient(characters, static_cast<unsigned long>(usedLength));
     return lines > (ULONG_MAX - characters) / 2 ? ULONG_MAX : characters + 2 * lines;
 }

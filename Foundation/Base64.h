@@ -1,25 +1,24 @@
 #pragma once
 
-// Base64 with the standard alphabet of RFC 4648 and "=" padding, in lines that end with CR LF. In all
-// functions sizes are in bytes, null is allowed for a block of size 0, and nothing throws.
+// Base64 with the standard alphabet of RFC 4648 and "=" padding, in lines that end with CR LF.
+// Sizes are in bytes. A block of size 0 may be null. Nothing throws.
 
-/// Encodes `sourceSize` bytes into lines of `lineLength` characters, rounded down to a multiple of four (64
-/// when it is below 4); the last line ends with CR LF too, and no zero byte follows. `*targetSize` is the
-/// room at `target` on entry and what was written on exit. Where the room is too small the result is false
-/// and
-/// `*targetSize` 0, and what fitted stands in `target`.
+/// Encodes `sourceSize` bytes into lines of `lineLength` characters. `lineLength` is rounded down to a
+/// multiple of four. A `lineLength` below 4 counts as 64. The last line ends with CR LF too. No zero byte is
+/// added. `*targetSize` is the size of `target` on entry, and the number of written bytes on exit.
+/// Returns false if `target` is too small: `*targetSize` is then 0, and `target` has what fits.
 bool Base64EncodeData(const void* source, unsigned long sourceSize, char* target, unsigned long* targetSize,
                       int lineLength);
 
-/// Decodes the characters of the alphabet among the `sourceSize` bytes and skips all others, line breaks and
-/// "=" included. Of a last group of fewer than four characters all whole bytes are given. `*targetSize` as
-/// for the encoder. The room that decoded bytes do not fill is filled with ".".
+/// Decodes the characters of the alphabet. Skips all other characters, line breaks and "=" included. A last
+/// group of fewer than four characters gives its complete bytes. `*targetSize` and the result are as for the
+/// encoder. The unused rest of `target` is filled with ".".
 bool Base64DecodeData(const void* source, unsigned long sourceSize, void* target, unsigned long* targetSize);
 
-/// Room for the encoded characters, and a CR LF for every `lineLength` of them; `lineLength` must be
-/// positive. The encoder needs exactly as much when `lineLength` is a multiple of four. The largest number
-/// when the result exceeds it.
+/// The size of the encoded characters, with a CR LF for every `lineLength` of them. `lineLength` must be
+/// positive. If it is a multiple of four, the encoder needs exactly this size. Returns the largest number if
+/// the result would exceed it.
 unsigned long Base64EstimateEncodedDataSize(unsigned long sourceSize, int lineLength);
 
-/// Room for the bytes that `sourceSize` characters can stand for.
+/// The largest size that `sourceSize` characters can decode to.
 unsigned long Base64EstimateDecodedDataSize(unsigned long sourceSize);

@@ -6,11 +6,10 @@ VLString quoted(const VLString& path) {
     return VLString("\"") + path + "\"";
 }
 
-/// ditto makes the destination and its parents, copies links as links, never writes through a link that it
-/// finds in the destination, and keeps permissions, times, hard links and extended attributes. cp does as
-/// much with these options, and like ditto fails where a directory would have to replace a file or a link, or
-/// one of these a directory. It goes further in one thing: directories that are already in the destination
-/// take on permissions and times of those in the source.
+/// ditto makes the destination and its parents, copies links as links, never writes through a link in the
+/// destination, and keeps permissions, times, hard links and extended attributes. cp does the same with these
+/// options. Both fail if a directory would replace a file or a link, or the reverse. There is one difference:
+/// with cp, existing directories in the destination get the permissions and times of the source.
 VLString mergingCopy(const VLString& source, const VLString& destination) {
     return VLString("mkdir -p ") + quoted(destination) + " && cp -a --remove-destination " +
            quoted(source + "/.") + " " + quoted(destination);

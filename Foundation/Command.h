@@ -2,25 +2,25 @@
 
 #include "Foundation/VLString.h"
 
-/// One change of the file system, which a shell command makes.
+/// One change of the file system that a shell command makes.
 struct Command {
     enum class Verb {
         RemoveFile,
-        RemoveFolder, ///< with all that is in it
+        RemoveFolder, ///< with everything in it
         RemoveEmptyFolder,
         MakeFolder,
         MakeFolderWithParents,
         CopyFile,
         CopyFolder,          ///< merges the content of `source` into `path`
         CopyFolderWithDitto, ///< the same, with the platform's own tool
-        Link,                ///< a symbolic link at `path` to `source`, in the place of what is there
-        Touch                ///< renews the time of the last change
+        Link,                ///< makes a symbolic link at `path` to `source`, replaces what is there
+        Touch                ///< sets the modification time to now
     };
 
     Verb verb;
-    VLString path;   ///< what is changed
-    VLString source; ///< of a copy; of a link, what it leads to
+    VLString path;   ///< the file or folder to change
+    VLString source; ///< the source of a copy, or the target of a link; otherwise empty
 
-    /// What the shell is given. The paths stand between double quotes exactly as they are.
+    /// The text for the shell. Paths are between double quotes and not escaped.
     VLString text() const;
 };

@@ -5,7 +5,7 @@
 
 namespace {
 
-/// The lines that the command prints, without the empty ones.
+/// The lines of the command's output that are not empty.
 Vector<VLString> linesOf(VLString command) {
     VLString output;
     return exec(command, output) ? StringLibrary::Split(output, "\n", true) : Vector<VLString>();

@@ -20,8 +20,8 @@ bool run(Verb verb, const VLString& path, const VLString& source = VLString()) {
     return Machine::current().run({verb, path, source});
 }
 
-/// Whether CopyFolder has to take the destination away before it copies. The value is that of a symbolic
-/// link, but as a mask it also meets regular files, of which RemoveFolder takes no notice. Intended.
+/// Whether CopyFolder has to remove the destination before it copies. The value means a symbolic link, but as
+/// a mask it also matches regular files. RemoveFolder ignores those. Intended.
 bool isInTheWay(const VLString& destination) {
     constexpr mode_t linkTypeMask = 0xA000;
     return (Machine::current().linkTypeOf(destination) & linkTypeMask) != 0;
@@ -63,7 +63,7 @@ void VLMemoryBuffer::init(const char* bytes, unsigned long newSize) {
     if (copy.data != nullptr) {
         std::memcpy(copy.data, bytes, newSize);
     }
-    // The old block goes last, with `copy`: `bytes` may be part of it.
+    // `copy` now has the old block and frees it last, because `bytes` may be part of it.
     std::swap(data, copy.data);
     std::swap(size, copy.size);
 }
@@ -139,7 +139,7 @@ bool FileLibrary::writeFile(const VLString& content, const VLString& path, bool 
         return false;
     }
     const bool bAllTaken = std::fwrite(content.ConstData(), 1, content.Size(), file.get()) == content.Size();
-    // A full disk often shows only when the buffered bytes go out.
+    // On a full disk, often only fclose fails, when it writes the buffered bytes.
     const bool bAllOut = std::fclose(file.release()) == 0;
     return bAllTaken && bAllOut;
 }

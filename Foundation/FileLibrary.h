@@ -2,12 +2,11 @@
 
 #include "Foundation/VLString.h"
 
-/// Runs the shell command `command` to its end and puts its standard output into `output`. True whenever it
-/// could be started, whatever its status; callers judge by the text. What this program printed before comes
-/// out before anything that the command prints.
+/// Runs the shell command `command` to its end and puts its standard output into `output`. Returns true if it
+/// could be started, whatever its exit status is. Flushes this program's own output first.
 bool exec(VLString& command, VLString& output);
 
-/// An owned block of bytes. No operation throws: where memory cannot be had the buffer is empty.
+/// An owned block of bytes. No operation throws. If no memory is available, the buffer is empty.
 struct VLMemoryBuffer {
     /// Owned; null when the buffer is empty.
     char* data = nullptr;
@@ -19,56 +18,56 @@ struct VLMemoryBuffer {
     ~VLMemoryBuffer();
     VLMemoryBuffer& operator=(const VLMemoryBuffer& other);
 
-    /// Replaces the block by one of `newSize` bytes of unspecified content; 0 empties the buffer.
+    /// Replaces the block with `newSize` bytes of unspecified content. 0 empties the buffer.
     void init(unsigned long newSize);
-    /// Replaces the block by a copy of `newSize` bytes, which may be part of the old block; null or 0 empties
-    /// the buffer.
+    /// Replaces the block with a copy of `newSize` bytes. `bytes` may be part of the old block. Null or 0
+    /// empties the buffer.
     void init(const char* bytes, unsigned long newSize);
 };
 
-/// Questions about, and changes to, the file system. Nothing throws and nothing prints, apart from what the
-/// commands themselves print; every failure is a false or an empty result.
+/// Reads and changes the file system, through Machine. Nothing throws. Only the commands themselves print. On
+/// failure, the result is false or empty.
 ///
-/// Every change is a shell command, and its result whether the command's status was 0. A path goes into the
-/// command between double quotes exactly as it is: blanks, apostrophes and the like are safe there, but a
-/// double quote, "$", a backquote or a backslash means to the shell what it means inside double quotes, and
-/// a relative path that begins with "-" is an option to the tool. Intended; callers know their paths.
-///
-/// Commands run, and paths are looked at, through Machine.
+/// Every change is a shell command. The result is true if the exit status of the command is 0. Paths are put
+/// into the command between double quotes and are not escaped. So the shell interprets a double quote, "$", a
+/// backquote and a backslash, and the tool takes a relative path that begins with "-" for an option.
+/// Intended: callers know their paths.
 namespace FileLibrary {
 
-/// Whether `path`, through links, is a directory (`wantDirectory`) or a regular file (otherwise).
+/// Whether `path` is a directory (`wantDirectory`) or a regular file (otherwise). Follows links.
 bool IsFileExists(const VLString& path, bool wantDirectory);
 bool IsDirectoryExists(const VLString& path);
 
-/// rm -f: true also when there is no such file. An empty path is false.
+/// Runs rm -f. Returns true if the file does not exist. Returns false for an empty path.
 bool RemoveFile(const VLString& path);
-/// mkdir, with `withParents` mkdir -p, which is true also when the directory is there.
+/// Runs mkdir, or mkdir -p if `withParents` is set. mkdir -p also succeeds if the directory exists.
 bool CreateDirectory(const VLString& path, bool withParents);
-/// cp -f: copies a regular file (anything else is false, and nothing runs). Into the folder, when
-/// `destination` is one.
+/// Runs cp -f. `source` must be a regular file, otherwise nothing runs and the result is false. If
+/// `destination` is a folder, copies into it.
 bool CopyFile(const VLString& source, const VLString& destination);
-/// ln -sf: makes `link` a symbolic link to `target`, which must be an existing file or directory, else
-/// nothing runs. Replaces what is there; where that is a directory the link is made inside it.
+/// Runs ln -sf to make `link` a symbolic link to `target`. `target` must be an existing file or directory,
+/// otherwise nothing runs and the result is false. Replaces an existing `link`. If `link` is a directory, the
+/// link is made inside it.
 bool CreateShortCut(const VLString& target, const VLString& link);
-/// rm -rf, of the collapsed path. True, with nothing run, when `path` is not an existing directory; false,
-/// with nothing run, for "/", ".", "/*" and "*".
+/// Runs rm -rf with the collapsed path. If `path` is not an existing directory, nothing runs and the result
+/// is true. For "/", ".", "/*" and "*", nothing runs and the result is false.
 bool RemoveFolder(const VLString& path);
-/// rmdir: true, with nothing run, when `path` is not an existing directory; false when it is not empty.
+/// Runs rmdir. If `path` is not an existing directory, nothing runs and the result is true. If it is not
+/// empty, the result is false.
 bool RemoveEmptyDirectory(const VLString& path);
-/// Copies what is in the directory `source` into the directory `destination`, which is made if need be with
-/// its parents: adds to what is there, replaces files and links of the same name, and keeps permissions,
-/// times, hard and symbolic links. Where `destination` is a link to a directory, the link is replaced by a
-/// real directory. `flag` is ignored. Not atomic: what was copied before a failure stays.
+/// Merges the content of the directory `source` into the directory `destination`, which is made with its
+/// parents if it does not exist. Replaces files and links with the same name. Keeps permissions, times, hard
+/// and symbolic links. If `destination` is a link to a directory, the link is replaced by a directory. `flag`
+/// is ignored. Not atomic: on failure, what was copied stays.
 ///
-/// Runs rm -rf for such a link, then ditto, or where the machine has none mkdir -p and cp, then touch for the
-/// destination's modification time, the result of which is ignored.
+/// Runs rm -rf for such a link, then ditto (or mkdir -p and cp on machines without ditto), then touch for
+/// `destination`. The result of touch is ignored.
 bool CopyFolder(const VLString& source, const VLString& destination, bool flag);
 
-/// Writes all bytes of `content` to the file, behind what it holds (`append`) or in place of it. False when
-/// the file cannot be opened or not every byte could be written; what could be written stays. No command.
+/// Writes all bytes of `content` to the file. Replaces the file, or appends to it if `append` is set. Returns
+/// false if the file cannot be opened or written completely; a part may have been written. Runs no command.
 bool writeFile(const VLString& content, const VLString& path, bool append);
-/// All bytes of the file; "" when it cannot be opened or read in full. No command.
+/// All bytes of the file. "" if it cannot be opened or read completely. Runs no command.
 VLString readFile(const VLString& path);
 
 } // namespace FileLibrary

@@ -31,7 +31,7 @@ bool isExecutableFile(const VLString& path) {
            access(path.ConstData(), X_OK) == 0;
 }
 
-/// The folders, separated by colons, that the shell searches; an empty one is the working folder.
+/// The folders that the shell searches, separated by colons. An empty one is the working folder.
 VLString searchPath() {
     if (const char* path = std::getenv("PATH")) {
         return VLString(path);
@@ -151,7 +151,7 @@ Machine::Lock Machine::tryToLock() {
 
 void Machine::unlock() {
     if (lockedFolder >= 0) {
-        close(std::exchange(lockedFolder, -1)); // gives the lock back, too
+        close(std::exchange(lockedFolder, -1)); // also releases the lock
     }
 }
 

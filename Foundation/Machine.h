@@ -11,30 +11,29 @@
 #include <sys/types.h>
 #include <vector>
 
-/// All that the system asks of the machine to run a command, to learn what a path is or what a file holds,
-/// and to place an uninstaller. This class asks the machine itself. A program that wants to know what would
-/// be done, rather than do it, derives from it, overrides what it answers otherwise, and puts its object in
-/// place with setCurrent.
+/// The only access of the engine to the machine: runs commands, reads and saves files, places an uninstaller.
+/// This class uses the real machine. To preview or test a run, derive from it, override operations, and
+/// install the object with setCurrent.
 ///
-/// Not asked here: preference files are read, and FileLibrary::writeFile writes, directly.
+/// Two things do not go through this class: preference files, and FileLibrary::writeFile.
 class Machine {
 public:
     virtual ~Machine() = default;
 
-    /// Runs the shell command to its end. Its output goes where this program's goes, after all that was
-    /// printed before. True when it was started and its status was 0.
+    /// Runs the shell command to its end. Flushes this program's own output first. Returns true if the
+    /// command was started and its exit status is 0.
     virtual bool run(const Command& command);
-    /// Runs a shell command that changes nothing and gives its standard output, whatever its status. False,
-    /// and `output` empty, when it cannot be started. Of a piece of a line that holds a zero byte the rest is
-    /// lost.
+    /// Runs a shell command that changes nothing, and puts its standard output into `output`, whatever its
+    /// exit status is. Returns false and an empty `output` if the command cannot be started. A zero byte in
+    /// the output ends its line.
     virtual bool capture(const VLString& command, VLString& output);
-    /// The file-type bits (S_IFREG, S_IFDIR ...) of what `path` leads to, through links; 0 when that is not
-    /// there or cannot be looked at.
+    /// The file-type bits (S_IFREG, S_IFDIR ...) of `path`. Follows links. 0 if it does not exist or cannot
+    /// be examined.
     virtual mode_t typeOf(const VLString& path);
-    /// The same for `path` itself: a link is S_IFLNK.
+    /// The same, but does not follow a link at `path`: S_IFLNK.
     virtual mode_t linkTypeOf(const VLString& path);
-    /// Whether the shell would find an executable file of this name, which holds no slash, in its search
-    /// path.
+    /// Whether the shell would find an executable file with this name in its search path. `name` has no
+    /// slash.
     virtual bool hasProgram(const VLString& name);
     /// The names of what is in the folder, without "." and "..", sorted by their bytes. Empty when there is
     /// no such folder or it cannot be read.
@@ -42,22 +41,21 @@ public:
     /// See WholeFile::Read.
     virtual FileContent readFile(const VLString& path);
     enum class Saved { Yes, No, ChangedMeanwhile };
-    /// Replaces the file at `path` as a whole by what `print` prints, see AtomicFile. ChangedMeanwhile, and
-    /// nothing done: right before the new file would take its place, the state of the old one is no more
-    /// `*expected`; null expects nothing. No: `error` says why, an errno value.
+    /// Replaces the file at `path` atomically with what `print` prints, see AtomicFile. If `expected` is not
+    /// null and the state of the old file is no longer `*expected` right before the replacement, does nothing
+    /// and returns ChangedMeanwhile. On failure, returns No and sets `error` to an errno value.
     virtual Saved saveFile(const VLString& path, const std::function<void(FILE*)>& print,
                            const FileState* expected, int& error);
     /// See WholeFile::Create.
     virtual bool createFile(const VLString& path, const char* bytes, std::size_t size, int& error);
 
     enum class Lock { Held, HeldByAnother, CannotBeHad };
-    /// Tries to take the lock that a run holds while it changes this machine, and does not wait. It is an
-    /// advisory lock (flock) on the folder "/", which is always there, may be opened by everyone and is never
-    /// replaced. The system takes it away from a process that dies; commands that the process runs do not
-    /// hold it.
+    /// Tries to take the lock of a run, without waiting. It is an advisory lock (flock) on the folder "/",
+    /// which always exists, can be opened by every user and is never replaced. The system releases it when
+    /// the process dies. Commands that the process runs do not hold it.
     virtual Lock tryToLock();
     virtual void unlock();
-    /// Waits for that long; how long it was by the monotonic clock.
+    /// Waits for `duration`. Returns the time that has passed on the monotonic clock.
     virtual std::chrono::milliseconds pause(std::chrono::milliseconds duration);
 
     // See PlatformServices.
@@ -67,13 +65,13 @@ public:
     virtual bool createFolder(const VLString& path);
     virtual bool copyItem(const VLString& source, const VLString& destination);
     virtual bool createSymbolicLink(const VLString& link, const VLString& target);
-    /// True for Retry. Where there is nobody to ask, both texts are logged in one line.
+    /// Returns true for Retry. If nobody can be asked, logs both texts in one line and returns false.
     virtual bool showRetryCancelAlert(const VLString& title, const VLString& text);
 
-    /// What is in use; the machine itself at first.
+    /// The object in use. By default, the real machine.
     static Machine& current();
-    /// Puts `access`, which stays the caller's, in use until the next call; null stands for the machine
-    /// itself. Returns what it takes the place of.
+    /// Sets the object in use. The caller keeps ownership. Null selects the real machine. Returns the
+    /// previous object.
     static Machine* setCurrent(Machine* access);
 
 private:

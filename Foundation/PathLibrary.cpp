@@ -7,7 +7,7 @@ namespace {
 
 constexpr std::string_view stepUp = "/../";
 
-/// The position of the last slash; past the end when there is none.
+/// The position of the last slash. Past the end if there is none.
 unsigned long lastSlash(const VLString& path) {
     return path.IndexLastOf("/");
 }
@@ -53,8 +53,8 @@ VLString PathLibrary::GetDirectoryWithFile(const VLString& directory, const VLSt
     return endsWithSlash(directory) ? directory + file : directory + "/" + file;
 }
 
-// One walk over the path. What is kept so far holds no "/../", so one that completes at its end is the
-// leftmost of the whole text; after a removal the slash at the new end can begin the next.
+// One walk over the path. The text so far contains no "/../", so one that is complete at its end is the
+// leftmost of the whole text. After a removal, the slash at the new end can begin the next one.
 VLString PathLibrary::CollapsePath(const VLString& path) {
     const std::string_view text(path.ConstData(), path.Size());
     std::string kept;

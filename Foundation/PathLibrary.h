@@ -2,30 +2,30 @@
 
 #include "Foundation/VLString.h"
 
-/// Operations on the text of paths; none looks at the file system, and none fails. "/" is the only
-/// separator. The rules are as simple as they are on purpose: results of the engine depend on them.
+/// Operations on the text of paths. They do not read the file system and cannot fail. "/" is the only
+/// separator. The simple rules are intended: results of the engine depend on them.
 namespace PathLibrary {
 
-/// The text after the last dot, also when that dot stands in the name of a folder; "" without one.
+/// The text after the last dot, even if that dot is in the name of a folder. "" if there is no dot.
 VLString GetExtension(const VLString& path);
-/// The text before the first dot, not the last (intended, unlike GetExtension); the whole path without one.
+/// The text before the first dot (intended, unlike GetExtension). The whole path if there is no dot.
 VLString RemoveExtension(const VLString& path);
 
-/// The path without its final slash; only one is removed.
+/// The path without one slash at its end.
 VLString GetDirectoryPathWithoutLastSlash(const VLString& path);
-/// The path up to its last slash, which is included; "" without one.
+/// The path up to and including its last slash. "" if there is no slash.
 VLString GetDirectoryWithoutFile(const VLString& path);
-/// The path of the folder that holds `path`, without a slash at its end; "" for a name alone and for what
-/// stands directly below "/".
+/// The path of the folder that contains `path`, without a slash at its end. "" for a bare name and for a path
+/// directly below "/".
 VLString GetParentDir(const VLString& path);
-/// The text after the last slash; the whole path when that slash is its end, or when there is none.
+/// The text after the last slash. The whole path if it ends with that slash or has no slash.
 VLString GetFileNameFromPath(const VLString& path);
-/// `directory` and `file` with a slash between them; an empty directory gives "/" and the file.
+/// `directory` and `file` with a slash between them. An empty directory gives "/" and the file.
 VLString GetDirectoryWithFile(const VLString& directory, const VLString& file);
 
-/// Takes away each folder name that a "/../" follows, together with that "/../", from left to right. Ends at
-/// a "/../" that begins the path and at one whose folder no slash precedes, and leaves these and all that
-/// follows as they stand. A final "/..", "/./" and repeated slashes are not touched.
+/// Removes each folder name before a "/../" together with the "/../", from left to right. Stops at a "/../"
+/// at the beginning of the path, and at one whose folder has no slash before it. That and the rest of the
+/// path stay. A final "/..", "/./" and repeated slashes stay.
 VLString CollapsePath(const VLString& path);
 
 } // namespace PathLibrary

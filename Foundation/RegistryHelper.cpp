@@ -18,7 +18,7 @@ namespace {
 constexpr int base64LineLength = 64;
 constexpr const char* temporaryFolder = "/tmp/";
 
-/// A reference that is released at the end of its scope. May be null.
+/// Releases its reference at the end of its scope. May be null.
 template <class Reference>
 class Owned {
 public:
@@ -73,13 +73,13 @@ bool isDictionary(CFTypeRef object) {
 
 // Names
 
-/// The file and the preferences application that a key stands for.
+/// The file name and the preferences application of a key.
 struct KeyName {
     explicit KeyName(const char* key) {
         std::array<char, RegistryHelper::nameBufferSize> normalized{};
         RegistryHelper::Normalize(normalized.data(), key == nullptr ? "" : key);
         stem = normalized.data();
-        // A long stem loses the end of its file name. Intended: the length of the name is what is bounded.
+        // The end of a long file name is cut. Intended: the limit applies to the whole name.
         fileName = ("com.vorlane." + stem + ".plist").substr(0, RegistryHelper::nameBufferSize - 1);
     }
 
@@ -138,7 +138,7 @@ bool writeDictionary(CFDictionaryRef dictionary, const OwnedURL& file) {
 
 // Entries
 
-/// A new reference to the entry `name`; null when there is none of the type.
+/// A new reference to the entry `name`. Null if there is none of the type.
 template <class Reference>
 Reference copyEntry(const OwnedDictionary& dictionary, CFStringRef name, bool (*isOfType)(CFTypeRef)) {
     const void* entry =
@@ -153,7 +153,7 @@ void appendValue(const void* key, const void* value, void* values) {
     }
 }
 
-/// What `readAtPath` and `readAtDomain` give for the first location that has something.
+/// The result of `readAtPath` or `readAtDomain` for the first location that has one.
 template <class Reference>
 Owned<Reference> firstOfLocations(const VLString& key, const VLString& name,
                                   Reference (*readAtPath)(CFStringRef, CFStringRef, CFStringRef),
@@ -183,7 +183,7 @@ OwnedMutableDictionary mutableCopy(const OwnedDictionary& dictionary) {
                                                &kCFTypeDictionaryValueCallBacks));
 }
 
-/// What is written: a value, in the dictionary on top or in a subkey of it.
+/// A value to write, in the dictionary at the top or in a subkey.
 struct Entry {
     OwnedString valueName;
     OwnedString value;
@@ -193,7 +193,7 @@ struct Entry {
     bool isValid() const { return valueName && value && (!bInSubkey || subkey); }
 };
 
-/// A copy of `dictionary`, which may be null, with the entry set; null when that cannot be made.
+/// A copy of `dictionary` with the entry set. `dictionary` may be null. On failure, null.
 OwnedMutableDictionary withEntry(const OwnedDictionary& dictionary, const Entry& entry) {
     OwnedMutableDictionary top = mutableCopy(dictionary);
     if (!top || !entry.isValid()) {
@@ -213,7 +213,7 @@ OwnedMutableDictionary withEntry(const OwnedDictionary& dictionary, const Entry&
     return top;
 }
 
-/// Writes the entry into the key's file, of which `read` gives the dictionary and `findFolder` the folder.
+/// Writes the entry into the file of the key. `read` gives its dictionary, `findFolder` its folder.
 bool setEntry(const char* key, const Entry& entry, const std::function<CFDictionaryRef(CFStringRef)>& read,
               const std::function<OwnedURL()>& findFolder) {
     const KeyName keyName(key);
@@ -311,8 +311,8 @@ void FixPermissions(CFURLRef file) {
         return;
     }
     constexpr mode_t permissionBits = 07777;
-    // Only a program of the superuser can give the file away; the mode is set all the same, and last, since a
-    // change of the owner takes bits away.
+    // Only the superuser can change the owner. The mode is set in any case, and last, because a change of
+    // the owner clears bits of the mode.
     [[maybe_unused]] const int owner = chown(filePath.data(), status.st_uid, status.st_gid);
     [[maybe_unused]] const int mode = chmod(filePath.data(), status.st_mode & permissionBits);
 }

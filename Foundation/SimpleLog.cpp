@@ -25,7 +25,7 @@ std::string prefixOf(SimpleLog::LogType type, const char* file, const char* func
     return "";
 }
 
-/// `line` as a print without arguments gives it: the only directive that needs none is "%%".
+/// `line` after a second formatting without arguments. Only "%%" needs no argument.
 std::string formattedWithoutArguments(std::string_view line) {
     std::string result;
     result.reserve(line.size());
@@ -37,8 +37,8 @@ std::string formattedWithoutArguments(std::string_view line) {
     return result;
 }
 
-// Only byte output is ever used: a glibc stream that has seen wide output swallows byte output and the other
-// way round, and its "C" locale has no wide form for the bytes above 127 of a UTF-8 path.
+// Only byte output is used. A glibc stream that was used for wide output drops byte output, and the reverse.
+// Its "C" locale has no wide form for the bytes above 127 of a UTF-8 path.
 void write(std::string_view text) {
     if (SimpleLog::held != nullptr) {
         SimpleLog::held->append(text);
@@ -68,14 +68,14 @@ void SimpleLog::printLog(LogType type, const char* file, const char* function, l
     if (type == Debug && !bEnableDebugLogs) {
         return;
     }
-    // Filling it with zeros would take longer than all the rest.
+    // Not initialised: filling it with zeros would take longer than everything else here.
     std::array<char, longestMessage + 1> message; // NOLINT(cppcoreguidelines-pro-type-member-init)
     message.front() = '\0';
     va_list arguments;
     va_start(arguments, format);
     (void)std::vsnprintf(message.data(), message.size(), format, arguments);
     va_end(arguments);
-    // A message that ends with a line feed of its own is followed by an empty line. Intended.
+    // If the message itself ends with a line feed, an empty line follows. Intended.
     write(formattedWithoutArguments(prefixOf(type, file, function, line) + message.data() + "\n"));
 }
 

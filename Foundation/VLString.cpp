@@ -19,7 +19,7 @@
 
 namespace {
 
-/// Characters of formatted output that are kept.
+/// Formatted output is cut after this many characters.
 constexpr unsigned long longestFormatted = 510;
 constexpr unsigned long longestWideDouble = 29;
 
@@ -50,9 +50,9 @@ wchar_t upperCase(wchar_t c) {
     return static_cast<wchar_t>(std::towupper(static_cast<wint_t>(c)));
 }
 
-// Storage. A block's length follows from the size of its text alone, so that no field is spent on it: up to
-// 64 characters it is exact, above that a power of two, which makes appending in a loop cost time in
-// proportion to the text.
+// Storage. The length of a block depends only on the size of its text, so no field stores it. Up to 64
+// characters it is exact. Above that it is a power of two, so appending in a loop takes time in proportion to
+// the text.
 
 template <class Char>
 constexpr unsigned long largestSize = ULONG_MAX / (4 * sizeof(Char));
@@ -69,8 +69,8 @@ unsigned long blockLength(unsigned long size) {
     return length;
 }
 
-/// `block`, which may be null, made long enough for a text of `size` characters; null where that fails, and
-/// the block is then as it was.
+/// `block` made long enough for a text of `size` characters. `block` may be null. On failure, returns null
+/// and does not change the block.
 template <class Char>
 Char* resize(Char* block, unsigned long size) {
     if (size > largestSize<Char>) {
@@ -86,7 +86,7 @@ void assign(Char*& data, unsigned long& size, const Char* text, unsigned long le
         std::memcpy(block, text, length * sizeof(Char));
         block[length] = 0;
     }
-    // The old text goes last: `text` may be part of it.
+    // The old text is freed last, because `text` may be part of it.
     std::free(data);
     data = block;
     size = block == nullptr ? 0 : length;
@@ -110,7 +110,7 @@ void append(Char*& data, unsigned long& size, const Char* text, unsigned long le
     data[size] = 0;
 }
 
-/// An array for work in passing; null where memory cannot be had.
+/// A temporary array. Null if no memory is available.
 template <class Element>
 std::unique_ptr<Element[]> tryAllocate(unsigned long count) {
     return std::unique_ptr<Element[]>(new (std::nothrow) Element[count]);
@@ -131,8 +131,8 @@ bool isLess(const String& a, const String& b) {
     return a.IsSet() && compare(a.Data(), b.Data(), a.Size()) < 0;
 }
 
-// Searches: Knuth, Morris and Pratt, "Fast pattern matching in strings", SIAM J. Comput. 6 (1977), so that no
-// text makes one slow.
+// Searches use the algorithm of Knuth, Morris and Pratt, "Fast pattern matching in strings", SIAM J. Comput.
+// 6 (1977). Its time is linear for every text.
 
 enum class Case { Matters, Ignored };
 enum class Direction { Forward, Backward };
@@ -153,12 +153,12 @@ private:
     unsigned long length;
 };
 
-/// Where the first occurrence of `needle`, which is not empty, ends in `text`. None gives VLString::maxLen,
-/// and so does a lack of memory for a long needle.
+/// The position in `text` where the first `needle` ends. `needle` must not be empty. VLString::maxLen if
+/// there is none, or if no memory is available for a long needle.
 template <class Searched>
 unsigned long endOfFirst(const Searched& needle, const Searched& text) {
     // border[i]: length of the longest proper prefix of the needle that also ends at its position i.
-    unsigned long fewBorders[32]; // most needles are a separator or a placeholder
+    unsigned long fewBorders[32]; // enough for most needles: a separator or a placeholder
     std::unique_ptr<unsigned long[]> manyBorders;
     unsigned long* border = fewBorders;
     if (needle.size() > std::size(fewBorders)) {
@@ -191,8 +191,9 @@ unsigned long endOfFirst(const Searched& needle, const Searched& text) {
     return VLString::maxLen;
 }
 
-/// How much of a needle the comparison looks at: it stops after a zero character, as strncmp, wcsncmp and
-/// strncasecmp do. There is no wide strncasecmp, and what stands in for it sees zero characters as any other.
+/// The length of the needle that is compared. A comparison stops after a zero character, like strncmp,
+/// wcsncmp and strncasecmp. There is no wide strncasecmp; its replacement here treats a zero character like
+/// any other.
 template <Case letters, class String>
 unsigned long comparedLength(const String& needle) {
     if (letters == Case::Ignored && std::is_same_v<String, VLUnicodeString>) {
@@ -273,37 +274,37 @@ String mapCharacters(String string, Mapping mapping) {
     return string;
 }
 
-// Conversions follow the locale, which the program that links the library sets, and never the library. Where
-// a character is one byte, each byte is one wide character and back: that is what the "C" locale does with
-// ASCII everywhere and with all bytes on macOS, while glibc refuses the bytes above 127.
+// Conversions use the locale. The program sets the locale; this library never does. If a character is one
+// byte, each byte is one wide character and back. The "C" locale does this for ASCII everywhere and for all
+// bytes on macOS, but glibc refuses the bytes above 127.
 
-/// What a conversion returns for text that it cannot convert.
+/// The result of a conversion that fails.
 constexpr std::size_t refused = static_cast<std::size_t>(-1);
 
 bool isLocaleMultibyte() {
     return MB_CUR_MAX > 1;
 }
 
-/// As mbstowcs, for `length` bytes of which none is zero.
+/// Like mbstowcs, for `length` bytes without a zero byte.
 std::size_t widenEachByte(wchar_t* converted, const char* text, std::size_t length) {
     std::transform(text, text + length, converted,
                    [](char c) { return static_cast<wchar_t>(static_cast<unsigned char>(c)); });
     return length;
 }
 
-/// As wcstombs: writes at most `limit` bytes, and gives their number.
+/// Like wcstombs. Writes at most `limit` bytes and returns their number.
 std::size_t narrowToOneByteEach(char* converted, const wchar_t* text, std::size_t limit) {
     std::size_t length = 0;
     for (; length < limit && text[length] != L'\0'; ++length) {
         if (static_cast<unsigned long>(text[length]) > UCHAR_MAX) {
-            return refused; // a negative character too
+            return refused; // also for a negative character
         }
         converted[length] = static_cast<char>(text[length]);
     }
     return length;
 }
 
-/// What `convert` makes of `text`, in a block of `limit` characters.
+/// The result of `convert` for `text`, in a block of `limit` characters.
 template <class Target, class TargetChar, class SourceChar>
 Target convertText(const SourceChar* text, std::size_t limit,
                    std::size_t (*convert)(TargetChar*, const SourceChar*, std::size_t)) {
@@ -321,12 +322,12 @@ Target convertText(const SourceChar* text, std::size_t limit,
 
 /// At most `limit` characters, each of one byte or more.
 VLUnicodeString widen(const char* text, unsigned long limit) {
-    // Text that ends earlier, counted in bytes, has fewer characters: no room is made for more.
+    // A text has at most as many characters as bytes, so the block need not be longer.
     return convertText<VLUnicodeString>(text, strnlen(text, limit),
                                         isLocaleMultibyte() ? std::mbstowcs : widenEachByte);
 }
 
-/// At most `limit` bytes; a character that does not fit in whole is left out.
+/// At most `limit` bytes. A character that does not fit completely is left out.
 VLString narrow(const wchar_t* text, unsigned long limit) {
     return convertText<VLString>(text, limit, isLocaleMultibyte() ? std::wcstombs : narrowToOneByteEach);
 }
@@ -454,7 +455,7 @@ VLString& VLString::FromCFString(CFStringRef cfString) {
     return *this;
 }
 
-// The format is taken by value because va_start must not be given a reference.
+// The format is passed by value because va_start does not allow a reference.
 // NOLINTNEXTLINE(performance-unnecessary-value-param)
 VLString& VLString::FromFormat(VLString format, ...) {
     std::array<char, longestFormatted + 1> buffer{};
@@ -462,7 +463,7 @@ VLString& VLString::FromFormat(VLString format, ...) {
     va_start(arguments, format);
     (void)std::vsnprintf(buffer.data(), buffer.size(), format.ConstData(), arguments);
     va_end(arguments);
-    // The old text goes last: an argument may be part of it.
+    // The old text is freed last, because an argument may be part of it.
     return *this = VLString(buffer.data());
 }
 
@@ -484,8 +485,8 @@ VLString& VLString::FromGUID(const _GUID& guid) {
                       bytes[0], bytes[1], bytes[2], bytes[3], bytes[4], bytes[5], bytes[6], bytes[7]);
 }
 
-// Numbers are read with the scanf family on purpose: what counts as a number, and what an overlong one gives,
-// is what the platform's scanning makes of it.
+// Numbers are read with the scanf family. Intended: the platform's scanf decides what is a number, and what a
+// number that is too long gives.
 // NOLINTBEGIN(cert-err34-c)
 
 int VLString::GetLong(int defaultValue) const {
@@ -648,13 +649,13 @@ VLString VLUnicodeString::ToUTF16(bool) const {
     return VLString();
 }
 
-// By value for the same reason as above.
+// By value for the same reason as in VLString::FromFormat.
 // NOLINTNEXTLINE(performance-unnecessary-value-param)
 VLUnicodeString& VLUnicodeString::FromFormat(VLUnicodeString format, ...) {
     std::array<wchar_t, longestFormatted + 1> buffer{};
     va_list arguments;
     va_start(arguments, format);
-    // Too long an output counts as an error here, but the buffer holds its beginning all the same.
+    // An output that is too long is an error here, but the buffer contains its beginning.
     (void)std::vswprintf(buffer.data(), buffer.size(), format.ConstData(), arguments);
     va_end(arguments);
     return *this = VLUnicodeString(buffer.data());

@@ -21,22 +21,21 @@ struct _GUID { // NOLINT(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cp
     std::uint8_t Data4[8];
 };
 
-/// Text of 8-bit characters with value semantics, UTF-8 where it meets the platform. Every operation takes
-/// the bytes as they are and may meet zero bytes among them; comparisons and searches, like the C functions
-/// they follow, look no further than a zero byte in both texts.
+/// Text of 8-bit characters with value semantics. The platform gets and gives UTF-8. A text may contain zero
+/// bytes. Comparisons and searches stop after a zero byte in both texts, like the C functions.
 ///
-/// No operation throws. Where memory cannot be had, what is being built stays empty and what is being
-/// extended stays as it was.
+/// No operation throws. If no memory is available, a new text is empty, and a text to be extended stays as it
+/// was.
 class VLString {
 public:
-    /// "The whole text", "to the end", and what a search returns when it finds nothing.
+    /// As an argument: the whole text, or to the end. As the result of a search: nothing found.
     static constexpr unsigned long maxLen = ~0UL;
 
     VLString() = default;
     VLString(std::nullptr_t, unsigned long = maxLen) {}
-    /// Copies `length` bytes of `text`, or all up to its terminator for `maxLen`. A null `text` gives "".
+    /// Copies `length` bytes of `text` (`maxLen`: up to the terminator). A null `text` gives "".
     VLString(const char* text, unsigned long length = maxLen);
-    /// Narrows `length` characters of `text` (`maxLen`: up to the terminator), see VLUnicodeString::ToUTF8.
+    /// Converts `length` characters of `text` (`maxLen`: up to the terminator), see VLUnicodeString::ToUTF8.
     VLString(const wchar_t* text, unsigned long length);
     VLString(const VLString& other);
     VLString(VLString&& other) noexcept;
@@ -45,86 +44,85 @@ public:
     VLString& operator=(const VLString& other);
     VLString& operator=(VLString&& other) noexcept;
 
-    /// Replaces the text by `length` bytes of `text`; a null `text` or a zero `length` empties it.
+    /// Replaces the text with `length` bytes of `text`. A null `text` or a zero `length` empties it.
     void init(const char* text, unsigned long length);
     void Clear();
 
-    /// Number of bytes, the terminator not counted.
+    /// The number of bytes without the terminator.
     unsigned long Size() const { return size; }
-    /// The zero-terminated bytes, owned by the string; null when it is empty.
+    /// The zero-terminated bytes, owned by the string. Null if it is empty.
     char* Data() { return data; }
     const char* Data() const { return data; }
-    /// As Data(), but never null.
+    /// Like Data(), but "" in place of null.
     const char* ConstData() const { return size == 0 ? "" : data; }
     bool IsEmpty() const { return size == 0; }
     bool IsSet() const { return size != 0; }
-    /// Whether `index` lies inside the text; tells whether a search found something.
+    /// Whether `index` is inside the text. For the result of a search: whether it found something.
     bool HasOf(unsigned long index) const { return index < size; }
-    /// The byte at `index`, 0 past the end.
+    /// The byte at `index`. 0 past the end.
     char operator[](unsigned long index) const { return HasOf(index) ? data[index] : '\0'; }
 
     bool Equals(const VLString& other) const;
     bool EqualsIgnoreCase(const VLString& other) const;
     bool operator==(const VLString& other) const { return Equals(other); }
     bool operator!=(const VLString& other) const { return !Equals(other); }
-    /// Longest first: a longer text sorts before a shorter one, and only texts of one length are compared
-    /// byte by byte. Intended: every walk over a map of names, and every file written from one, has this
-    /// order.
+    /// Longest first: a longer text comes before a shorter one. Texts of equal length are compared byte by
+    /// byte. Intended: every walk over a map of names, and every file written from it, has this order.
     bool operator<(const VLString& other) const;
     /// False for an empty `suffix`.
     bool EndsWith(const VLString& suffix) const;
 
-    /// The first position from `start` on at which `needle` occurs, or `maxLen`. An empty `needle` is found
-    /// at `start`, if that is inside the text.
+    /// The first position of `needle` at or after `start`, or `maxLen`. An empty `needle` is found at `start`
+    /// if that is inside the text.
     unsigned long IndexOf(const VLString& needle, unsigned long start) const;
     unsigned long IndexOfIgnoreCase(const VLString& needle, unsigned long start) const;
-    /// The last position at which `needle` occurs, or `maxLen`. An empty `needle` is found at Size().
+    /// The last position of `needle`, or `maxLen`. An empty `needle` is found at Size().
     unsigned long IndexLastOf(const VLString& needle) const;
     unsigned long IndexLastOfIgnoreCase(const VLString& needle) const;
 
-    /// At most `count` bytes from `start` (`maxLen`: all to the end); empty when `start` is past the end.
+    /// At most `count` bytes from `start` (`maxLen`: to the end). "" if `start` is past the end.
     VLString Substr(unsigned long start, unsigned long count) const;
     VLString& Append(const VLString& other);
     VLString& operator+=(const VLString& other) { return Append(other); }
     VLString& operator+=(const char* text) { return Append(VLString(text)); }
     VLString operator+(const VLString& other) const;
     VLString operator+(const char* text) const { return *this + VLString(text); }
-    /// A copy with every occurrence of `what` replaced, left to right; inserted text is not searched again.
-    /// An empty `what` gives a plain copy.
+    /// A copy in which every `what` is replaced, from left to right. Inserted text is not searched again.
+    /// With an empty `what`, the copy is unchanged.
     VLString Replace(const VLString& what, const VLString& with) const;
     VLString ToUpper() const;
     VLString ToLower() const;
 
-    /// A plain copy: the text is UTF-8 already.
+    /// A copy, because the text is already UTF-8.
     VLString ToUTF8() const { return *this; }
-    /// The wide form of the text up to its first zero byte, in the locale that the program has set. Empty
-    /// when that locale cannot convert all of the text. In a locale of one byte a character, as in a program
-    /// that has set none, each byte is one wide character: any text then comes back unchanged from
-    /// VLUnicodeString::ToUTF8, on every platform.
+    /// The text up to its first zero byte as wide characters, converted with the locale of the program. Empty
+    /// if that locale cannot convert the whole text. If a character of the locale is one byte (also if the
+    /// program has set no locale), each byte becomes one wide character. VLUnicodeString::ToUTF8 then gives
+    /// the same text again, on every platform.
     VLUnicodeString GetUnicode() const;
 
-    /// A new platform string with this text, up to its first zero byte. The caller releases it. Null when the
+    /// A new platform string with the text up to its first zero byte. The caller releases it. Null if the
     /// text is not UTF-8.
     CFStringRef CreateCFString() const;
-    /// Replaces the text by that of `cfString`, which may be null. Intended: there is room for one byte for
-    /// each of its UTF-16 units, so that any text that is not all ASCII comes out empty.
+    /// Replaces the text with that of `cfString`, which may be null. Intended: there is one byte for each
+    /// UTF-16 unit, so a text with characters outside ASCII gives "".
     VLString& FromCFString(CFStringRef cfString);
 
-    /// Replaces the text by printf-formatted output, of which the first 510 bytes are kept.
+    /// Replaces the text with printf-formatted output, cut after 510 bytes.
     VLString& FromFormat(VLString format, ...);
     VLString& FromInt(int value);
     VLString& FromDword(unsigned int value);
-    /// With six decimals.
+    /// Six decimals.
     VLString& FromDouble(double value);
     /// 36 characters: lower-case hexadecimal digits in groups of 8, 4, 4, 4 and 12, without braces.
     VLString& FromGUID(const _GUID& guid);
 
-    /// The number that the text begins with, after white space; `defaultValue` when there is none.
+    /// The number at the beginning of the text, after white space. `defaultValue` if there is none.
     int GetLong(int defaultValue) const;
-    /// As GetLong; a negative number wraps around.
+    /// Like GetLong. A negative number wraps around.
     unsigned int GetULong(unsigned int defaultValue) const;
     double GetDouble(double defaultValue) const;
-    /// Reads what FromGUID writes. All zeros and `*ok` false when that fails; `ok` may be null.
+    /// Reads the format of FromGUID. On failure, returns zeros and sets `*ok` to false. `ok` may be null.
     _GUID GetGUID(bool* ok) const;
 
 private:
@@ -132,8 +130,8 @@ private:
     char* data = nullptr;
 };
 
-/// Text of wide characters, with the operations and the rules of VLString. Comparisons and searches that
-/// ignore case see zero characters as any other.
+/// Text of wide characters. Operations are those of VLString. One difference: comparisons and searches that
+/// ignore case treat a zero character like any other.
 class VLUnicodeString {
 public:
     static constexpr unsigned long maxLen = VLString::maxLen;
@@ -141,7 +139,7 @@ public:
     VLUnicodeString() = default;
     VLUnicodeString(std::nullptr_t, unsigned long = maxLen) {}
     VLUnicodeString(const wchar_t* text, unsigned long length = maxLen);
-    /// Widens the text, see VLString::GetUnicode.
+    /// Converts the text, see VLString::GetUnicode.
     VLUnicodeString(const char* text, unsigned long length = maxLen);
     VLUnicodeString(const VLUnicodeString& other);
     VLUnicodeString(VLUnicodeString&& other) noexcept;
@@ -153,7 +151,7 @@ public:
     void init(const wchar_t* text, unsigned long length);
     void Clear();
 
-    /// Number of characters, the terminator not counted.
+    /// The number of characters without the terminator.
     unsigned long Size() const { return size; }
     wchar_t* Data() { return data; }
     const wchar_t* Data() const { return data; }
@@ -185,29 +183,29 @@ public:
     VLUnicodeString ToUpper() const;
     VLUnicodeString ToLower() const;
 
-    /// The narrow form of the text up to its first zero character, in the locale that the program has set.
-    /// Empty when that locale cannot convert all of the text. At most four bytes for each character. In a
-    /// locale of one byte a character, as in a program that has set none, a character up to 255 is the byte
-    /// of that value, and no other can be converted.
+    /// The text up to its first zero character as bytes, converted with the locale of the program. Empty if
+    /// that locale cannot convert the whole text. At most four bytes for each character. If a character of
+    /// the locale is one byte (also if the program has set no locale), a character up to 255 becomes the byte
+    /// with that value, and other characters cannot be converted.
     VLString ToUTF8() const;
-    /// As ToUTF8, but of at most Size() bytes, whole characters only. Intended: text with characters of
-    /// several bytes comes out cut.
+    /// Like ToUTF8, but at most Size() bytes, and only complete characters. Intended: a text with characters
+    /// of several bytes is cut.
     VLString GetMultibyteString() const;
-    /// Replaces the text by the wide form (see VLString::GetUnicode) of the first `length` characters of
-    /// `text` (`maxLen`: up to the terminator). They may be more bytes than `length`: `text` holds that many
-    /// characters, or a terminator. A null `text` gives "", and so does a length, or a number of characters
-    /// converted, that is not positive as a 32-bit signed number.
+    /// Replaces the text with the first `length` characters of `text` (`maxLen`: up to the terminator),
+    /// converted as in VLString::GetUnicode. `text` must contain that many characters or a terminator;
+    /// `length` characters can be more than `length` bytes. The result is "" if `text` is null, or if
+    /// `length` or the number of converted characters is not positive as a 32-bit signed number.
     VLUnicodeString& FromUTF8(const char* text, unsigned long length);
-    /// Text of 16-bit units is not supported on these platforms: does nothing, and gives nothing.
+    /// Does nothing. Text of 16-bit units is not supported on these platforms.
     void FromUTF16(void* text, bool bigEndian, unsigned long length);
     VLString ToUTF16(bool bigEndian) const;
 
-    /// Replaces the text by wprintf-formatted output, of which the first 510 characters are kept. The
-    /// platform's rules for wide formats hold: %ls takes wide text, %s narrow text.
+    /// Replaces the text with wprintf-formatted output, cut after 510 characters. %ls is for wide text, %s
+    /// for narrow text.
     VLUnicodeString& FromFormat(VLUnicodeString format, ...);
     VLUnicodeString& FromInt(int value);
     VLUnicodeString& FromDword(unsigned int value);
-    /// With six decimals, of which the first 29 characters are kept.
+    /// Six decimals, cut after 29 characters.
     VLUnicodeString& FromDouble(double value);
 
     int GetLong(int defaultValue) const;
@@ -219,12 +217,12 @@ private:
     wchar_t* data = nullptr;
 };
 
-/// A standard vector that can remove an element by its index.
+/// A std::vector that can remove an element by its index.
 template <class T>
 struct Vector : std::vector<T> {
     using std::vector<T>::vector;
 
-    /// Removes the element at `index`; does nothing past the end.
+    /// Removes the element at `index`. Does nothing past the end.
     void remove(unsigned long index) {
         if (index < this->size()) {
             this->erase(this->begin() + static_cast<std::ptrdiff_t>(index));
@@ -234,8 +232,8 @@ struct Vector : std::vector<T> {
 
 namespace StringLibrary {
 
-/// The pieces of `text` between the delimiters, without the empty ones when `skipEmpty` is set. Intended: the
-/// last piece counts only when it is at least as long as the delimiter. An empty delimiter splits nothing.
+/// The pieces of `text` between the delimiters. If `skipEmpty` is set, empty pieces are left out. Intended: a
+/// last piece that is shorter than the delimiter is left out. An empty delimiter gives the whole text.
 template <class String>
 Vector<String> Split(String text, std::common_type_t<String> delimiter, bool skipEmpty) {
     Vector<String> pieces;

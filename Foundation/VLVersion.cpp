@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-// The braces of the initialisers matter: some systems have macros named "major(" and "minor(".
+// Initialised with braces, because some systems have macros named "major(" and "minor(".
 
 VLVersion::VLVersion(int majorNumber, int minorNumber, int revisionNumber, int buildNumber)
     : major{majorNumber}, minor{minorNumber}, revision{revisionNumber}, build{buildNumber} {}

@@ -13,25 +13,25 @@
 
 namespace {
 
-/// As many links as systems follow before they take them for a loop.
+/// The number of links after which systems assume a loop.
 constexpr int maxLinks = 40;
 constexpr mode_t permissionBits = 07777;
-/// How often another process may come between before a save gives up.
+/// How often another process may interrupt a save before it fails.
 constexpr int mostTries = 100;
 
-/// What the link at `path` says; empty when there is no link.
+/// The target text of the link at `path`. Empty if there is no link.
 std::string readLink(const std::string& path) {
     std::array<char, PATH_MAX> text = {};
     const ssize_t length = readlink(path.c_str(), text.data(), text.size());
     return {text.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0))};
 }
 
-/// The folder that holds `path`, with a slash behind it; empty for a bare name.
+/// The folder of `path`, with a slash at its end. Empty for a bare name.
 std::string folderOf(const std::string& path) {
     return path.substr(0, path.rfind('/') + 1);
 }
 
-/// Where the links that begin at `path` end, whether or not something is there. Of a loop, any of its links.
+/// The path at the end of the links that begin at `path`. It need not exist. In a loop, any of its links.
 std::string followLinks(std::string path) {
     for (int links = 0; links < maxLinks; ++links) {
         const std::string link = readLink(path);
@@ -43,7 +43,8 @@ std::string followLinks(std::string path) {
     return path;
 }
 
-/// The name of the new file: with ".new" behind it, and cut before that where no folder takes one so long.
+/// The name of the new file: `path` with ".new" appended. A name that is too long for the folder is cut
+/// first.
 std::string newNameOf(const std::string& path) {
     const std::string ending = ".new";
     const std::size_t longest = folderOf(path).size() + NAME_MAX - ending.size();
@@ -64,7 +65,8 @@ bool mayBeWritten(const std::string& path) {
     return file >= 0 && close(file) == 0;
 }
 
-/// Tries to lock the open file; a file system without locks has none of another process either.
+/// Whether another process has locked the open file. Otherwise locks it. False on a file system without
+/// locks.
 bool isLockedByAnother(int file) {
     return flock(file, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
 }
@@ -76,20 +78,20 @@ bool isAt(const std::string& path, int file) {
            there.st_ino == here.st_ino;
 }
 
-/// True when nothing of that name is there any more.
+/// Removes the file. Returns true if nothing with this name exists any more.
 bool removeName(const std::string& path) {
     return unlink(path.c_str()) == 0 || errno == ENOENT;
 }
 
-/// Removes what has the name of a new file: one that a killed process has left, or something planted there,
-/// which is never opened for writing. False when that cannot be removed, and with EBUSY when it is the new
-/// file of a process that lives: each locks its own.
+/// Removes whatever has the name of a new file: the file of a killed process, or something that was planted
+/// there. It is never opened for writing. Returns false if it cannot be removed. EBUSY: it is locked, so it
+/// belongs to a running process.
 bool removeLeftOver(const std::string& path) {
     for (int i = 0; i < mostTries; ++i) {
         const int file = open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
         if (file < 0) {
-            // A link, or another user's file. Where there is nothing, another process may have just made its
-            // own.
+            // A link, or a file of another user. If there is nothing, another process may just have made its
+            // new file.
             return errno == ENOENT || removeName(path);
         }
         const bool bInUse = isLockedByAnother(file);
@@ -108,7 +110,8 @@ bool removeLeftOver(const std::string& path) {
 
 bool syncToDisk(int file) {
 #ifdef F_FULLFSYNC
-    // Where this exists, fsync leaves the data in the drive's own memory. Not every file system has it.
+    // On systems with F_FULLFSYNC, fsync leaves the data in the memory of the drive. Not every file system
+    // supports it.
     if (fcntl(file, F_FULLFSYNC) == 0) {
         return true;
     }
@@ -131,19 +134,19 @@ AtomicFile::~AtomicFile() {
 }
 
 bool AtomicFile::Open() {
-    return noted(begin());
+    return keepError(begin());
 }
 
 bool AtomicFile::Sync() {
-    return noted(bringToDisk());
+    return keepError(bringToDisk());
 }
 
 bool AtomicFile::Commit() {
-    return noted(putInPlace());
+    return keepError(putInPlace());
 }
 
-/// Remembers the reason of the first failure, which stands in errno.
-bool AtomicFile::noted(bool bSucceeded) {
+/// Returns `bSucceeded`. Stores errno if this is the first failure.
+bool AtomicFile::keepError(bool bSucceeded) {
     if (!bSucceeded && error == 0) {
         error = errno != 0 ? errno : EIO;
     }
@@ -182,8 +185,8 @@ bool AtomicFile::create(mode_t mode) {
     return false;
 }
 
-/// Makes the file that has just been made the one that this object writes. False when another process has
-/// taken it for a left-over meanwhile.
+/// Locks the file that was just made. Returns false if another process has meanwhile removed it as a
+/// left-over.
 bool AtomicFile::claim(const std::string& path) {
     claimed = fcntl(fileno(stream), F_DUPFD_CLOEXEC, 0);
     newPath = path;
@@ -206,18 +209,18 @@ bool AtomicFile::keepModeAndOwner(const struct stat& old) {
     const int file = fileno(stream);
     oldMode = old.st_mode & permissionBits;
     const bool bSameOwner = created.st_uid == old.st_uid && created.st_gid == old.st_gid;
-    // In this order: a change of owner may clear bits of the mode.
+    // The owner comes first, because changing it may clear bits of the mode.
     return (bSameOwner || fchown(file, old.st_uid, old.st_gid) == 0) && fchmod(file, oldMode) == 0;
 }
 
-/// A write takes these bits away, unless it is the superuser's.
+/// Sets these bits again, because a write clears them unless the superuser writes.
 bool AtomicFile::keepSpecialBits() {
     constexpr mode_t specialBits = S_ISUID | S_ISGID;
     return (oldMode & specialBits) == 0 || fchmod(fileno(stream), oldMode) == 0;
 }
 
 bool AtomicFile::bringToDisk() {
-    // A stream remembers an error of any earlier print; a full disk may show only when the last bytes go.
+    // ferror reports errors of earlier prints. On a full disk, often only fflush fails.
     const bool bWritten = std::ferror(stream) == 0 && std::fflush(stream) == 0 && keepSpecialBits();
     bSynced = bWritten && (newPath.empty() || syncToDisk(fileno(stream)));
     return bSynced;
@@ -241,15 +244,16 @@ bool AtomicFile::putInPlace() {
     return true;
 }
 
-/// Where files cannot be locked, another process that saves the same file removes our new one and makes its
-/// own.
+/// Whether the new file is still the one of this object. Without locks, another process that saves the same
+/// file removes it and makes its own.
 bool AtomicFile::isOurs() const {
     struct stat status = {};
     return !newPath.empty() && lstat(newPath.c_str(), &status) == 0 && status.st_dev == created.st_dev &&
            status.st_ino == created.st_ino;
 }
 
-/// Makes the new name survive a power failure. Not every file system can; the file is in place all the same.
+/// Syncs the folder, so that the new name survives a power failure. Not every file system supports this, so
+/// errors are ignored.
 void AtomicFile::syncFolder() const {
     const std::string parent = folderOf(target);
     const int folder = open(parent.empty() ? "." : parent.c_str(), O_RDONLY | O_CLOEXEC);

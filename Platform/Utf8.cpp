@@ -2,7 +2,7 @@
 
 namespace {
 
-/// What may follow a lead byte: how many continuation bytes, and the range that the first of them lies in.
+/// The number of continuation bytes after a lead byte, and the range of the first of them.
 struct Sequence {
     std::size_t continuations;
     unsigned char lowest;

@@ -20,7 +20,7 @@ FileState stateFrom(const struct stat& status) {
             static_cast<std::int64_t>(changed.tv_sec),    static_cast<std::int64_t>(changed.tv_nsec)};
 }
 
-/// Reads `size` bytes. 0, or why that is not possible.
+/// Reads `size` bytes. Returns 0 or an errno value.
 int readAll(int file, char* to, std::size_t size) {
     while (size > 0) {
         const ssize_t count = read(file, to, size);
@@ -36,7 +36,7 @@ int readAll(int file, char* to, std::size_t size) {
     return 0;
 }
 
-/// Fills `content` from the open file. 0, or why that is not possible.
+/// Reads the open file into `content`. Returns 0 or an errno value.
 int readInto(FileContent& content, int file, std::size_t largest) {
     struct stat status {};
     if (fstat(file, &status) != 0) {
@@ -61,7 +61,7 @@ int readInto(FileContent& content, int file, std::size_t largest) {
     return error;
 }
 
-/// What errno says; a failure always has a reason.
+/// errno, or another value than 0 if errno is 0.
 int reason() {
     return errno != 0 ? errno : EIO;
 }
@@ -88,7 +88,7 @@ bool FileState::operator==(const FileState& other) const {
 
 FileContent WholeFile::Read(const std::string& path, std::size_t largest) {
     FileContent content;
-    // Not to wait for someone to write into a named pipe, and not to be under the terminal that this may be.
+    // O_NONBLOCK: do not wait for the writer of a named pipe. O_NOCTTY: a terminal must not become ours.
     const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (file < 0) {
         content.error = reason();

@@ -5,8 +5,8 @@
 
 namespace {
 
-/// Whether this process belongs to the session of a user who has logged in to the windows. It does not at the
-/// login window, over ssh, and for a program that device management starts.
+/// Whether this process belongs to the window session of a logged-in user. Not so at the login window, over
+/// ssh, and for a program that device management starts.
 bool hasWindowSession() {
     CFDictionaryRef session = CGSessionCopyCurrentDictionary();
     if (session == nullptr) {
@@ -18,9 +18,9 @@ bool hasWindowSession() {
 }
 
 NSInteger runAlert(NSString* title, NSString* text) {
-    // An alert can only be made once there is an application.
+    // An alert needs an application object.
     [NSApplication sharedApplication];
-    // Deprecated, and without a replacement that answers with NSAlertDefaultReturn.
+    // Deprecated, but no other function answers with NSAlertDefaultReturn.
 #pragma clang diagnostic push
 #pragma clang diagnostic ignored "-Wdeprecated-declarations"
     NSAlert* alert = [NSAlert alertWithMessageText:title

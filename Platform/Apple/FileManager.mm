@@ -2,12 +2,12 @@
 
 #import <Foundation/Foundation.h>
 
-// Compiled without automatic reference counting. Every operation is in an autorelease pool of its own, since
-// a program without a run loop has no other.
+// Compiled without automatic reference counting. Every operation has its own autorelease pool, because a
+// program without a run loop has no other.
 
 namespace {
 
-/// Nil for an empty path and for text that is not UTF-8.
+/// Nil for an empty path and for a text that is not UTF-8.
 NSString* pathOf(const std::string& text) {
     NSString* path = [NSString stringWithUTF8String:text.c_str()];
     while ([path length] > 1 && [path hasSuffix:@"/"]) {

@@ -33,8 +33,8 @@ std::vector<char*> pointersTo(std::vector<std::string>& texts) {
     return pointers;
 }
 
-/// This process's environment without the variables that change zenity's exit statuses, and with UTF-8 as the
-/// encoding of its arguments: in the "C" locale zenity refuses all but ASCII.
+/// The environment of this process without the variables that change zenity's exit statuses, and with a UTF-8
+/// locale. In the "C" locale, zenity accepts only ASCII.
 std::vector<std::string> zenityEnvironment() {
     std::vector<std::string> result = {"LC_CTYPE=C.UTF-8"};
     for (char** entry = environ; *entry != nullptr; ++entry) {
@@ -50,7 +50,7 @@ std::vector<std::string> zenityEnvironment() {
     return result;
 }
 
-/// The exit status of the program, which is found through PATH and has no standard input and output; -1 when
+/// Runs the program, found through PATH, without standard input and output. Returns its exit status, or -1 if
 /// it could not be started or was ended by a signal.
 int exitStatus(std::vector<std::string> arguments, std::vector<std::string> environment) {
     posix_spawn_file_actions_t actions;
@@ -72,13 +72,13 @@ int exitStatus(std::vector<std::string> arguments, std::vector<std::string> envi
     return ended == child && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-// Each way of asking answers NobodyToAsk when it could not ask.
+// Each of the next functions returns NobodyToAsk if it could not ask.
 
 AlertAnswer askInDialog(const std::string& title, const std::string& text) {
     if (!isSet("DISPLAY") && !isSet("WAYLAND_DISPLAY")) {
         return AlertAnswer::NobodyToAsk;
     }
-    // Each text is joined to its option, so that none is taken as an option itself.
+    // Each text is joined to its option, so that it is not read as an option itself.
     const int status = exitStatus({"zenity", "--question", "--title=" + title, "--text=" + text,
                                    "--ok-label=Retry", "--cancel-label=Cancel", "--no-markup", "--width=420"},
                                   zenityEnvironment());
@@ -93,8 +93,8 @@ AlertAnswer askInDialog(const std::string& title, const std::string& text) {
     return status == 0 ? AlertAnswer::Retry : AlertAnswer::Cancel;
 }
 
-/// The next line of standard input without its end, in lower case; nothing at the end of input. Reads byte by
-/// byte: what follows the line stays for others.
+/// The next line of standard input without its line feed, in lower case. No value at the end of input. Reads
+/// byte by byte, so that the rest of the input stays unread.
 std::optional<std::string> readAnswer() {
     std::string line;
     while (true) {
@@ -119,7 +119,7 @@ void printText(const char* text) {
 }
 
 AlertAnswer askInTerminal(const std::string& title, const std::string& text) {
-    // A process in the background would be stopped when it reads.
+    // A background process would be stopped when it reads.
     if (isatty(STDIN_FILENO) == 0 || isatty(STDOUT_FILENO) == 0 || tcgetpgrp(STDIN_FILENO) != getpgrp()) {
         return AlertAnswer::NobodyToAsk;
     }

@@ -19,7 +19,7 @@ std::optional<std::string_view> utf8Text(const std::string& text) {
     return isUtf8(view) ? std::optional(view) : std::nullopt;
 }
 
-/// Nothing for an empty path and for text that is not UTF-8.
+/// No value for an empty path and for a text that is not UTF-8.
 std::optional<fs::path> pathOf(const std::string& text) {
     auto path = utf8Text(text);
     while (path && path->size() > 1 && path->back() == '/') {
@@ -33,7 +33,7 @@ bool isThere(const fs::path& path) {
     return fs::exists(fs::symlink_status(path, error));
 }
 
-/// Gives `copy` the times of `original`; a link its own.
+/// Gives `copy` the times of `original`. Does not follow a link at `copy`.
 bool copyTimes(const fs::path& original, const fs::path& copy) {
     struct stat status {};
     if (lstat(original.c_str(), &status) != 0) {
@@ -58,12 +58,12 @@ bool copyFolder(const fs::path& source, const fs::path& destination) {
     if (error) {
         return false;
     }
-    // Last, since a folder may forbid to write into it.
+    // Last, because the mode of a folder may forbid writing into it.
     fs::permissions(destination, fs::status(source, error).permissions(), error);
     return !error;
 }
 
-/// A write takes the bits that set user and group away, unless it is the superuser's.
+/// A write clears the set-user and set-group bits, unless the superuser writes.
 bool copyMode(const fs::path& source, const fs::path& destination) {
     std::error_code error;
     fs::permissions(destination, fs::status(source, error).permissions(), error);
@@ -103,12 +103,12 @@ bool isFolder(const fs::path& path) {
     return fs::is_directory(fs::symlink_status(path, error));
 }
 
-/// Links resolved; empty when unknown.
+/// With links resolved. Empty if unknown.
 fs::path programPath() {
     std::error_code error;
     fs::path path = fs::read_symlink("/proc/self/exe", error);
     if (error) {
-        // A root folder without /proc, as in a plain container: the program was started with this path.
+        // A root folder without /proc, as in some containers. The program was started with this path.
         // NOLINTNEXTLINE(performance-no-int-to-ptr): the kernel hands pointers over as numbers
         const auto* startedWith = reinterpret_cast<const char*>(getauxval(AT_EXECFN));
         path = startedWith != nullptr ? fs::canonical(startedWith, error) : fs::path();
@@ -171,7 +171,7 @@ bool PlatformServices::CopyItem(const std::string& source, const std::string& de
     if (!from || !to || (isFolder(*from) && isInside(*to, *from))) {
         return false;
     }
-    // Each kind of item is made by a call that fails when anything is there.
+    // Each kind of item is made with a call that fails if anything exists there.
     return copyAnything(*from, *to);
 }
 

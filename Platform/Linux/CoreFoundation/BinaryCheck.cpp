@@ -11,7 +11,7 @@ constexpr std::size_t trailerSize = 32;
 
 enum Marker : unsigned { Data = 0x4, Ascii = 0x5, Utf16 = 0x6, Array = 0xA, Set = 0xC, Dictionary = 0xD };
 
-/// What an object costs with all that it refers to.
+/// The cost of an object, including everything that it refers to.
 struct Cost {
     std::size_t depth = 0;
     std::size_t objects = 1;
@@ -46,7 +46,7 @@ public:
     }
 
 private:
-    /// The big-endian number in `size` bytes, at most 8, at `position`; nothing past the end.
+    /// The big-endian number in `size` bytes (at most 8) at `position`. No value past the end.
     std::optional<std::uint64_t> number(std::uint64_t position, std::uint64_t size) const {
         if (position > list.size() || size > list.size() - position) {
             return std::nullopt;
@@ -78,7 +78,7 @@ private:
         return object;
     }
 
-    /// How many references the object holds; nothing when they do not fit into the file.
+    /// The number of references in the object. No value if they do not fit into the file.
     std::optional<std::size_t> referenceCount(const Object& object) const {
         if (object.marker != Array && object.marker != Set && object.marker != Dictionary) {
             return 0;
@@ -90,7 +90,8 @@ private:
         return count <= (list.size() - object.content) / referenceSize ? std::optional(count) : std::nullopt;
     }
 
-    /// The length of the object's text or data; nothing when that does not fit, or holds a zero character.
+    /// The length of the object's text or data. No value if it does not fit into the file, or contains a zero
+    /// character.
     std::optional<std::size_t> contentSize(const Object& object) const {
         if (object.marker != Data && object.marker != Ascii && object.marker != Utf16) {
             return 0;
@@ -108,7 +109,7 @@ private:
         return size;
     }
 
-    // The walk keeps its own stack, and looks at each object once however often it is referred to.
+    // The walk uses its own stack, and visits each object once.
 
     enum class Visit : unsigned char { None, Open, Done };
     struct State {
@@ -146,7 +147,7 @@ private:
                whole.bytes <= limits.mostBytes;
     }
 
-    /// Goes on with the innermost open object.
+    /// Continues with the innermost open object.
     bool advance() {
         Step& step = steps.back();
         if (step.next == step.references) {

@@ -1,16 +1,16 @@
 #pragma once
 
 // The part of the CoreFoundation C interface that this system calls, with the framework's names, types and
-// ownership rules: a function with Create or Copy in its name gives a reference that the caller releases, one
-// with Get does not. References may not be null unless a comment says so. Allocator arguments are ignored.
+// ownership rules: the caller releases the result of a function with Create or Copy in its name, but not of
+// one with Get. References must not be null unless a comment says so. Allocator arguments are ignored.
 //
-// Where it differs from the framework:
-//  - Property lists are read from XML in UTF-8 and from binary lists of version 00. Old-style text, UTF-16
-//  and
-//    Latin-1 give null, as do more than 512 nested elements, 64 MiB of text, and a million objects.
-//  - Some documents that the framework refuses are read, for example a number that is none (as 0).
-//  - Numbers, dates and data can be kept and written, but not looked into.
-//  - A file is replaced whole or left as it was, by a rename; a hard link to it keeps the old text.
+// Differences from the framework:
+//  - Property lists are read from XML in UTF-8 and from binary lists of version 00. Other formats (old-style
+//    text, UTF-16, Latin-1) give null. So do more than 512 nested elements, 64 MiB of text, or a million
+//    objects.
+//  - Some documents that the framework refuses are read, for example <integer>x</integer> (as 0).
+//  - Numbers, dates and data are kept and written, but their values cannot be read.
+//  - A file is replaced atomically by a rename. A hard link to it keeps the old text.
 
 #include <cstddef>
 
@@ -47,7 +47,7 @@ CFTypeID CFGetTypeID(CFTypeRef object);
 constexpr CFStringEncoding kCFStringEncodingUTF8 = 0x08000100;
 
 CFTypeID CFStringGetTypeID();
-/// The encoding has to be UTF-8. A leading byte order mark is dropped. Null when `text` is not well-formed.
+/// `encoding` must be UTF-8. A byte order mark at the beginning is dropped. Null if `text` is malformed.
 CFStringRef CFStringCreateWithCString(CFAllocatorRef allocator, const char* text, CFStringEncoding encoding);
 /// In UTF-16 units.
 CFIndex CFStringGetLength(CFStringRef string);
@@ -60,25 +60,26 @@ Boolean CFStringGetCString(CFStringRef string, char* buffer, CFIndex capacity, C
 using CFURLPathStyle = CFIndex;
 constexpr CFURLPathStyle kCFURLPOSIXPathStyle = 0;
 
-/// A relative path is resolved against the working folder now. Null for "" and where there is no such folder.
+/// A relative path is resolved against the current working folder. Null for "", and if that folder does not
+/// exist.
 CFURLRef CFURLCreateWithFileSystemPath(CFAllocatorRef allocator, CFStringRef path, CFURLPathStyle style,
                                        Boolean isDirectory);
 CFURLRef CFURLCreateCopyAppendingPathComponent(CFAllocatorRef allocator, CFURLRef url, CFStringRef component,
                                                Boolean isDirectory);
 CFURLRef CFURLCreateCopyDeletingLastPathComponent(CFAllocatorRef allocator, CFURLRef url);
-/// The absolute path with a terminator, whatever `resolveAgainstBase`. False when `capacity` bytes are too
-/// few.
+/// Writes the absolute path with a terminator. `resolveAgainstBase` is ignored. Returns false if `capacity`
+/// bytes are too few.
 Boolean CFURLGetFileSystemRepresentation(CFURLRef url, Boolean resolveAgainstBase, UInt8* buffer,
                                          CFIndex capacity);
-/// Reads a file of at most 64 MiB. False, null data and error code -10 when that fails or it is no regular
-/// file. `errorCode` may be null; no properties are given.
+/// Reads a regular file of at most 64 MiB. On failure, returns false, null data and error code -10.
+/// `errorCode` may be null. Properties are not supported.
 Boolean CFURLCreateDataAndPropertiesFromResource(CFAllocatorRef allocator, CFURLRef url, CFDataRef* data,
                                                  CFDictionaryRef* properties, CFArrayRef desiredProperties,
                                                  SInt32* errorCode);
-/// Writes a new file (mode 0666 less the umask), or replaces an existing one, whose mode and owner it keeps
-/// and whose link it follows. Waits up to a second for another process that writes the same file. False and
-/// error code -10 when that fails, and nothing has changed then. `errorCode` may be null; properties are not
-/// written. Atomic.
+/// Makes a new file (mode 0666 less the umask), or replaces an existing file atomically. Keeps mode and owner
+/// and follows a link. Waits up to a second for another process that writes the same file. On failure,
+/// returns false and error code -10, and changes nothing. `errorCode` may be null. Properties are not
+/// written.
 Boolean CFURLWriteDataAndPropertiesToResource(CFURLRef url, CFDataRef data, CFDictionaryRef properties,
                                               SInt32* errorCode);
 
@@ -94,13 +95,13 @@ CFTypeID CFDictionaryGetTypeID();
 CFMutableDictionaryRef CFDictionaryCreateMutable(CFAllocatorRef allocator, CFIndex capacity,
                                                  const CFDictionaryKeyCallBacks* keyCallBacks,
                                                  const CFDictionaryValueCallBacks* valueCallBacks);
-/// Independent of the original; the values are shared.
+/// A copy that is independent of `dictionary`. Both share the values.
 CFMutableDictionaryRef CFDictionaryCreateMutableCopy(CFAllocatorRef allocator, CFIndex capacity,
                                                      CFDictionaryRef dictionary);
-/// Null when the key is not there. The dictionary keeps the value.
+/// Null if the key does not exist. The dictionary keeps its reference to the value.
 const void* CFDictionaryGetValue(CFDictionaryRef dictionary, const void* key);
 void CFDictionarySetValue(CFMutableDictionaryRef dictionary, const void* key, const void* value);
-/// Nothing may depend on the order of the calls.
+/// The order of the calls is not specified.
 void CFDictionaryApplyFunction(CFDictionaryRef dictionary, CFDictionaryApplierFunction applier,
                                void* context);
 
@@ -108,12 +109,12 @@ void CFDictionaryApplyFunction(CFDictionaryRef dictionary, CFDictionaryApplierFu
 
 constexpr CFOptionFlags kCFPropertyListImmutable = 0;
 
-/// The list in `data`, XML or binary; null when it cannot be read. `errorText` may be null; otherwise it
-/// takes a text for the caller to release when the result is null, and null when it is not.
+/// Reads the property list in `data`, XML or binary. On failure, returns null and sets `*errorText` to a
+/// text, which the caller releases. On success, sets `*errorText` to null. `errorText` may be null.
 CFPropertyListRef CFPropertyListCreateFromXMLData(CFAllocatorRef allocator, CFDataRef data,
                                                   CFOptionFlags mutability, CFStringRef* errorText);
-/// The list as XML in UTF-8, keys sorted by UTF-16 unit.
+/// The property list as XML in UTF-8, with keys in the order of their UTF-16 units.
 CFDataRef CFPropertyListCreateXMLData(CFAllocatorRef allocator, CFPropertyListRef propertyList);
 
-/// Always true: no service keeps preferences in memory here, so there is nothing to synchronize.
+/// Does nothing and returns true, because no service caches preferences here.
 Boolean CFPreferencesAppSynchronize(CFStringRef applicationID);

@@ -8,7 +8,8 @@ const std::string& textOf(const void* key) {
     return static_cast<CFStringRef>(key)->utf8;
 }
 
-/// Sorts the lead bytes of what UTF-16 writes as surrogates (F0 and above) before those of U+E000 to U+FFFF.
+/// Puts the lead bytes of characters that are surrogates in UTF-16 (F0 and above) before those of U+E000 to
+/// U+FFFF.
 unsigned char utf16Rank(char byte) {
     const auto value = static_cast<unsigned char>(byte);
     return value == 0xEE || value == 0xEF ? static_cast<unsigned char>(value + 0x10) : value;

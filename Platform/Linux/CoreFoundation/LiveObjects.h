@@ -2,6 +2,5 @@
 
 #include <cstddef>
 
-/// How many CoreFoundation objects exist. What is released as often as it was made leaves the number as it
-/// was.
+/// The number of CoreFoundation objects that exist now. For tests that look for leaks.
 std::size_t liveCoreFoundationObjects();

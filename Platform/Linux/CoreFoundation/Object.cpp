@@ -7,7 +7,7 @@ namespace {
 std::size_t liveObjects = 0;
 
 const CoreFoundationObject* objectOf(CFTypeRef reference) {
-    // Every object begins with its CoreFoundationObject: one base class, which is polymorphic.
+    // Valid for every object: CoreFoundationObject is its only base class and polymorphic.
     return static_cast<const CoreFoundationObject*>(reference);
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-// What stands behind the references of CoreFoundation.h. Only the files of this folder include it.
+// The objects behind the references of CoreFoundation.h. Only files of this folder include this header.
 
 #include "Platform/Linux/CoreFoundation/CoreFoundation.h"
 
@@ -32,10 +32,10 @@ private:
     mutable std::size_t references = 1;
 };
 
-/// A counted reference that a container holds.
+/// A reference that a container owns.
 class RetainedObject {
 public:
-    /// Shares `object`.
+    /// Retains `object`.
     explicit RetainedObject(CFTypeRef object) : target(CFRetain(object)) {}
     RetainedObject(const RetainedObject& other) : RetainedObject(other.target) {}
     RetainedObject(RetainedObject&& other) noexcept : target(std::exchange(other.target, nullptr)) {}
@@ -55,14 +55,14 @@ private:
     CFTypeRef target;
 };
 
-/// Orders UTF-8 text as its UTF-16 units sort.
+/// Orders UTF-8 texts by their UTF-16 units.
 struct Utf16Order {
     bool operator()(const std::string& a, const std::string& b) const;
 };
 
 // NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): the framework's names
 struct __CFString final : CoreFoundationObject {
-    /// `text` is well-formed UTF-8 of `units` UTF-16 units.
+    /// `text` is UTF-8. Its length in UTF-16 units is `units`.
     __CFString(std::string text, std::size_t units)
         : CoreFoundationObject(String), utf8(std::move(text)), length(units) {}
 
@@ -77,7 +77,7 @@ struct __CFData final : CoreFoundationObject {
 };
 
 struct __CFURL final : CoreFoundationObject {
-    /// `absolutePath` loses a slash at its end.
+    /// Removes one slash at the end of `absolutePath`.
     explicit __CFURL(std::string absolutePath);
 
     const std::string path;
@@ -108,5 +108,5 @@ struct OtherPropertyListValue final : CoreFoundationObject {
     plist_t node;
 };
 
-/// A string with the text of `utf8`; null when that is not well-formed.
+/// A new string with the text of `utf8`. Null if it is not UTF-8.
 CFStringRef createString(std::string utf8);

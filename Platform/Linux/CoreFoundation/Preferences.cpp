@@ -1,8 +1,8 @@
-// In a file of its own, so that a test program can have its own and see what is called.
+// In a separate file, so that a test program can replace it and record the calls.
 
 #include <CoreFoundation/CoreFoundation.h>
 
-// There is no cache of preferences here that could be behind the files.
+// There is no cache of preferences here.
 Boolean CFPreferencesAppSynchronize(CFStringRef) {
     return 1;
 }

@@ -35,11 +35,11 @@ OwnedNode nodeFromBinary(std::string_view list) {
     return OwnedNode(node);
 }
 
-// libplist's nodes to objects; null for text that is not UTF-8, at any depth
+// From nodes of libplist to objects. Null if a text at any depth is not UTF-8.
 
 CFTypeRef objectFromNode(plist_t node);
 
-/// Adds what `object` refers to, and takes the reference over. False for null.
+/// Adds `object` and takes over its reference. Returns false for null.
 template <class Add>
 bool addObject(CFTypeRef object, Add add) {
     if (object == nullptr) {
@@ -113,7 +113,7 @@ CFTypeRef objectFromNode(plist_t node) {
     }
 }
 
-// Objects to libplist's nodes
+// From objects to nodes of libplist
 
 plist_t nodeFromObject(CFTypeRef object);
 

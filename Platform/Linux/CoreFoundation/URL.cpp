@@ -26,7 +26,7 @@ std::string joined(const std::string& folder, const std::string& component) {
     return component.empty() ? folder : folder + (folder == "/" ? "" : "/") + component;
 }
 
-/// The bytes of a regular file; null when it is none, cannot be read or is too large.
+/// The bytes of a regular file. Null if it is not a regular file, cannot be read or is too large.
 CFDataRef readData(const std::string& path) {
     const FileContent content = WholeFile::Read(path, largestFile);
     if (content.error != 0 || content.state.type != S_IFREG) {
@@ -35,8 +35,8 @@ CFDataRef readData(const std::string& path) {
     return new __CFData(content.size == 0 ? std::string() : std::string(content.bytes.get(), content.size));
 }
 
-/// As AtomicFile does it, but refuses what is no regular file. 0, or why that is not possible: EBUSY when
-/// another process saves the file just now.
+/// Saves with AtomicFile, but only regular files. Returns 0 or an errno value. EBUSY: another process is
+/// saving the file.
 int replaceOnce(const std::string& path, const std::string& bytes) {
     const mode_t type = WholeFile::StateOf(path).type;
     if (type != 0 && type != S_IFREG) {
@@ -44,7 +44,7 @@ int replaceOnce(const std::string& path, const std::string& bytes) {
     }
     AtomicFile file(path);
     if (file.Open()) {
-        // The stream remembers an error until Sync.
+        // Sync reports an error of the stream.
         (void)std::fwrite(bytes.data(), 1, bytes.size(), file.Stream());
         (void)(file.Sync() && file.Commit());
     }

@@ -34,7 +34,7 @@ public:
 private:
     bool isInValue() const { return !open.empty() && !isContainer(open.back()); }
 
-    /// Takes the text up to and with `end` off the front.
+    /// Removes the text up to and including `end` from the front.
     bool skipPast(std::string_view end) {
         const auto found = rest.find(end);
         if (found == std::string_view::npos) {
@@ -54,8 +54,8 @@ private:
         return true;
     }
 
-    /// libplist moves the rest of a run of text for each entity in it. An empty CDATA section ends the run,
-    /// so that a text full of entities takes time in proportion to its length.
+    /// For each entity, libplist moves the rest of the text up to the next section. An empty CDATA section
+    /// ends that text, so the time for many entities is proportional to the length.
     void appendText(std::string_view text) {
         constexpr int mostEntities = 64;
         int entities = 0;
@@ -85,8 +85,8 @@ private:
         }
         if (startsWith(rest, "<!DOCTYPE")) {
             const auto end = findUnquoted("[>");
-            const bool bPlain = end != std::string_view::npos && rest[end] == '>';
-            return bPlain && skipPast(rest.substr(0, end + 1));
+            const bool bNoSubset = end != std::string_view::npos && rest[end] == '>';
+            return bNoSubset && skipPast(rest.substr(0, end + 1));
         }
         return readStartTag();
     }
@@ -101,7 +101,7 @@ private:
         return true;
     }
 
-    /// The first position outside of quotes that holds one of `characters`.
+    /// The first position of one of `characters` outside of quotes.
     std::size_t findUnquoted(std::string_view characters) const {
         char quote = '\0';
         for (std::size_t i = 0; i < rest.size(); ++i) {
@@ -164,7 +164,7 @@ private:
 
     void close() {
         open.pop_back();
-        // What follows the first element is not looked at, as in the framework.
+        // Like the framework, ignores what follows the first element.
         bDone = open.empty();
     }
 

@@ -16,13 +16,13 @@ constexpr SInt16 kUserDomain = -32763;
 constexpr SInt16 kLocalDomain = -32765;
 constexpr OSType kPreferencesFolderType = 0x70726566; // 'pref'
 
-/// A file or folder. Its fields are private to these functions.
+/// A file or folder. Only these functions use its fields.
 struct FSRef {
     char path[4096];
 };
 
-/// Finds the folder of the domain, and makes it when `createFolder` is set. fnfErr when it is not there or
-/// cannot be made, when $HOME is no absolute path, and for another domain or type.
+/// Finds the folder of the domain. Makes it if `createFolder` is set. Returns fnfErr if it does not exist or
+/// cannot be made, if $HOME is not an absolute path, and for any other domain or type.
 OSErr FSFindFolder(FSVolumeRefNum domain, OSType folderType, Boolean createFolder, FSRef* folder);
 
 CFURLRef CFURLCreateFromFSRef(CFAllocatorRef allocator, const FSRef* item);
