@@ -15,13 +15,13 @@ class RunObserver;
 class TiXmlNode;
 struct TreeBranch;
 
-/// The install engine: everything that one run needs, and the operations that drive it. One object serves
-/// one run. Each group of operations below has a source file of its own.
+/// The install engine: the data and the operations of one run. Use a new object for each run. Each group of
+/// operations has its own source file.
 class InstallUtility {
 public:
-    /// Where one kind of installed item may go on this machine: candidate folders, and items inside it.
+    /// An item of the target paths: its candidate folders and the items inside it.
     struct InstallItem {
-        /// One candidate folder, which applies when its condition holds.
+        /// A candidate folder. It applies if its condition holds.
         struct ItemPath {
             /// A test of this machine.
             struct Condition {
@@ -41,13 +41,12 @@ public:
                 ConditionType type = None;
                 std::vector<Condition> conditions; ///< operands of And and Or
 
-                /// Fills the condition from a `condition` element. Null, or another kind of node, changes
-                /// nothing.
+                /// Reads a `condition` element. Does nothing if `node` is null or not an element.
                 void parse(TiXmlNode* node);
-                /// The kind of that name in any case. An unknown name gives None.
+                /// The type with this name, in upper or lower case. None if the name is unknown.
                 static ConditionType fromString(const VLString& text);
-                /// The name of that kind. None, and a number that is no kind, have an empty one. The kinds
-                /// behind None are numbered without a gap.
+                /// The name of a type. "" for None and for a number that is no type. The types after None are
+                /// numbered without a gap.
                 static const char* nameOf(ConditionType type);
             };
 
@@ -55,51 +54,51 @@ public:
             Condition condition;
         };
 
-        std::vector<ItemPath> paths; ///< in the order of the file, which is the order of preference
+        std::vector<ItemPath> paths; ///< in the order of the file; the first that applies is preferred
         std::map<VLString, InstallItem> items;
     };
 
-    VLString srcPath; ///< folder that holds the files to install
+    VLString srcPath; ///< the folder with the files to install
     SKUDefinition skuDefinition;
-    std::map<VLString, InstallItem> installItems; ///< top level of the target-paths file
+    std::map<VLString, InstallItem> installItems; ///< the items at the top of the target-paths file
     StatusFile statusFile;
     VLString skuXmlPath;               ///< set by an uninstall only
     VLString targetPathsXmlPath;       ///< set by an uninstall only
-    VLString currentFamily;            ///< what %FAMILY% in a target path stands for
-    RecordFile recordFile;             ///< where `statusFile` comes from
-    bool bRemoves = false;             ///< the product was taken off the record, not entered
-    RunObserver* observer = &nobody(); ///< told of what is decided; not owned, never null
+    VLString currentFamily;            ///< the value of %FAMILY% in a target path
+    RecordFile recordFile;             ///< the file of `statusFile`
+    bool bRemoves = false;             ///< the product was removed from the record, not added
+    RunObserver* observer = &nobody(); ///< receives the decisions; not owned, never null
 
     // The install run (InstallUtility.cpp)
 
-    /// Installs the product that `skuXmlPath` defines from the folder `sourcePath`. False when the run cannot
-    /// be prepared or the source folder is incomplete; a copy that fails does not fail the run.
+    /// Installs the product of the definition `skuXmlPath` from the folder `sourcePath`. Returns false if the
+    /// run cannot be prepared or the source folder is incomplete. A failed copy does not change the result.
     bool run(const VLString& sourcePath, const VLString& skuXmlPath, const VLString& targetPathsXmlPath);
     bool prepare(const VLString& sourcePath, const VLString& skuXmlPath, const VLString& targetPathsXmlPath);
-    /// False, and one error line, when `path` is not an existing folder.
+    /// Sets srcPath. If `path` is not an existing folder, logs an error and returns false.
     bool setSrcPath(const VLString& path);
-    /// Reads skuDefinition. False, and one error line, only when the file does not exist: a malformed one
-    /// gives an empty definition.
+    /// Reads skuDefinition. If the file does not exist, logs an error and returns false. A malformed file
+    /// gives an empty definition and true.
     bool parseXMLDefinitionFile(const VLString& path);
-    /// Whether everything that `node` lists exists in `folder`; prints what is missing first and stops there.
+    /// Whether `folder` contains everything that `node` lists. Prints the first missing file or folder.
     bool checkFilesInFolderRecursively(const VLString& folder, const FileNode& node);
-    /// Copies the branches of the tree to their targets and records the product. Always true: what goes wrong
-    /// is logged, shown to the user, or passed over.
+    /// Copies the branches of the tree to their targets and records the product. Returns true in any case:
+    /// failures are logged, or the user is asked.
     bool copyFilesToTargets();
 
-    /// What an install and an uninstall have in common. Reads the record and enters the product, or takes it
-    /// off with `remove`; hands each branch of the tree to `handle`, its family being the current one; saves
-    /// the record. One line is logged for each branch that is left out. Gives the folder of the record, empty
-    /// when none is kept.
+    /// The steps that an install and an uninstall share. Reads the record and adds the product to it, or with
+    /// `remove` removes it. Calls `handle` for each branch of the tree, with its family as the current one,
+    /// and logs a line for each branch that is left out. Then saves the record. Returns the folder of the
+    /// record, or "" if no record is kept.
     VLString forEachBranch(bool remove, const std::function<void(const TreeBranch&)>& handle);
 
     // The status file of the run's product (InstallUtility.cpp)
 
-    /// Reads the record in the folder `directory` and enters the product's tree, or takes it off with
-    /// `remove`. A product that the record does not list is not taken off, since what the record counts is
-    /// then used by others; one warning line says so.
+    /// Reads the record in the folder `directory` and adds the tree of the product to it, or with `remove`
+    /// removes it. If the record does not list the product, nothing is removed, because the counts are then
+    /// those of other products, and a warning is logged.
     void loadStatusFile(const VLString& directory, bool remove);
-    /// Enters the product's tree into the record in memory, or takes it off if the record lists the product.
+    /// Adds the tree of the product to the record in memory, or removes it if the record lists the product.
     void enterProduct(bool remove);
     void updateStatusFile(const VLString& directory, const FileNode& node, bool remove);
     /// Saves the record in the folder `directory`, see RecordFile::save.
@@ -108,67 +107,66 @@ public:
 
     // Target paths and conditions (TargetPaths.cpp)
 
-    /// Reads installItems. On failure (the file is missing, is malformed or has no root) gives false, and
-    /// logs an error line.
+    /// Reads installItems. If the file is missing, is malformed or has no root, logs an error and returns
+    /// false.
     bool parseTargetsPathXMLFile(const VLString& path);
-    /// Replaces `items` by the `item` children of `parent`. Always true.
+    /// Replaces `items` with the `item` children of `parent`. Always true.
     static bool parseXMLwithTargetPathsRecursively(TiXmlNode* parent, std::map<VLString, InstallItem>& items);
 
-    /// The folders of all candidates that apply, in their order. Folders that differ only in case count once.
-    /// In each path %FAMILY% is replaced by `family`, see Pattern::fillFamily, and then the pattern is
-    /// filled. A path that would become too long is left out.
+    /// The folders of all candidates that apply, in their order. Folders that differ only in case are given
+    /// once. In each path, %FAMILY% becomes `family` (see Pattern::fillFamily), then the pattern is filled
+    /// in. A path that would be too long is left out.
     static std::vector<VLString> getTargetPaths(const std::vector<InstallItem::ItemPath>& candidates,
                                                 const VLString& family);
-    /// Whether the condition holds on this machine. One of the kind None, or of no known kind, always does.
+    /// Whether the condition holds on this machine. True for None and for a number that is no type.
     static bool isConditionTrue(const InstallItem::ItemPath::Condition& condition);
 
     // Patterns and the user (Pattern.cpp)
 
-    /// Fills in %USER% (in any case) with the user's name, and %REGKEY:key name::value name% with that value
-    /// of the user's preference file for the key. An absent value counts as empty. A value with a character
-    /// that a shell acts on counts as empty too, and one error line says so. What is filled in is looked at
-    /// again. Other text between percent signs stays as it is.
+    /// Replaces %USER% (in upper or lower case) with the name of the user, and %REGKEY:key name::value name%
+    /// with that value from the user's preference file for the key. A missing value is empty. A value with a
+    /// character that a shell interprets counts as empty, and an error is logged. Placeholders in inserted
+    /// text are replaced too. Other text between percent signs stays.
     ///
-    /// A registry placeholder without "::" stays as it is. When filling in does not come to an end, or the
-    /// text would grow beyond 1 MiB, the rest stays as it is. Each of the two gives one error line.
+    /// A registry placeholder without "::" stays, and an error is logged. After 256 replacements, or if the
+    /// text would be longer than 1 MiB, the rest stays, and an error is logged.
     static VLString fillPattern(const VLString& pattern);
-    /// What $HOME holds without "/Users/". A home elsewhere gives its whole path. Runs "eval echo $HOME".
-    /// When HOME holds a character that a shell would act on, gives an empty name, and one error line says
-    /// so.
+    /// $HOME without "/Users/". A home folder elsewhere gives its whole path. Runs "eval echo $HOME". If HOME
+    /// contains a character that a shell interprets, logs an error and returns "".
     static VLString getUserName();
-    /// Home folder of the user of that name, as the shell finds it. Runs "eval echo '~NAME'".
+    /// The home folder of the user with this name, as the shell finds it. Runs "eval echo '~NAME'".
     static VLString getUserHomePath();
-    /// The folder Library/Preferences in it.
+    /// The folder Library/Preferences in the user's home folder.
     static VLString getUserPreferencesPath();
     /// See ::exec.
     static bool exec(const VLString& command, VLString& output);
 
     // The recursive copy and locked files (RecursiveCopy.cpp)
 
-    /// Copies what `node` lists from `sourceFolder` to the target folders of `item` and to `targetSubPath`,
-    /// unless that is empty. `treePath` is the node's path in the tree, `lastAttempt` goes to
-    /// FileLibrary::CopyFolder. True when everything that counts was copied.
+    /// Copies what `node` lists from `sourceFolder` to the target folders of `item`, and to `targetSubPath`
+    /// if that is not empty. `treePath` is the path of the node in the tree. `lastAttempt` is passed to
+    /// FileLibrary::CopyFolder. Returns false if a copy fails, except of files with ignoreInstallErrors.
     bool copyFilesRecursively(const VLString& targetSubPath, const VLString& sourceFolder,
                               const FileNode& node, const VLString& treePath, const InstallItem& item,
                               bool lastAttempt);
     bool copyNode(const VLString& targetSubPath, const VLString& sourceFolder, const FileNode& node,
                   const VLString& treePath, const InstallItem& item, bool lastAttempt);
-    /// Copies the file `node`, or the folder that it is on disk, from `source` to `destination` inside the
-    /// folder `target`, which is made when it is missing, and makes its shortcut. A file that is there and
-    /// that the record does not ask to replace is passed over. False when the copy fails.
+    /// Copies `node` from `source` to `destination` and makes its shortcut. `node` is a file of the tree, and
+    /// a file or folder on disk. `destination` is inside the folder `target`, which is made if it does not
+    /// exist. Skips an existing file that the record says not to replace. Returns false if the copy fails.
     bool copyFile(const FileNode& node, const VLString& source, const VLString& treePath,
                   const VLString& target, const VLString& destination, bool lastAttempt);
-    /// What the user is told when the branch `name` cannot be copied, on one line.
+    /// The question to the user after a failed copy of the branch `name`, on one line.
     VLString getFileLockedWarningText(const VLString& name);
-    /// Tells the user; true to try again.
+    /// Asks the user. Returns true for Retry.
     bool filesLockedWarningTryAgain(const VLString& name);
 
-    // A probe for files in use, which no run calls and which finds nothing (RecursiveCopy.cpp)
+    // A probe for files in use. No run calls it, and it finds nothing (RecursiveCopy.cpp)
 
     static bool isFileBlocked(const VLString& path);
     static bool isFilesBlocked(const std::vector<VLString>& paths);
-    /// Appends the paths that a copy with these arguments would write to `paths`. False when a source is
-    /// missing.
+    /// Appends the paths that a copy with these arguments would write to `paths`. Returns false if a source
+    /// does not exist.
     bool getFileListRecursively(const VLString& targetSubPath, const VLString& sourceFolder,
                                 const FileNode& node, const VLString& treePath, const InstallItem& item,
                                 std::vector<VLString>& paths);
@@ -178,32 +176,33 @@ public:
 
     // Shortcuts (ShortCuts.cpp)
 
-    /// Path of the node's shortcut. Intended: it lies in /Applications whatever folder the node names. When
-    /// the node has no valid shortcut, gives false and one error line, and `out` is as it was.
+    /// Sets `out` to the path of the node's shortcut. Intended: it is in /Applications, whatever folder the
+    /// node names. If the node has no valid shortcut, logs an error, returns false and does not change `out`.
     static bool createFullShortCutName(const FileNode& node, VLString& out);
-    /// Makes the node's shortcut a symbolic link to `installedPath`, replacing what is there.
+    /// Makes the node's shortcut, a symbolic link to `installedPath`. Replaces an existing file or link.
     static bool createShortCut(const VLString& installedPath, const FileNode& node);
-    /// Removes the node's shortcut. `installedPath` does not matter.
+    /// Removes the node's shortcut. `installedPath` is ignored.
     static bool removeShortCut(const VLString& installedPath, const FileNode& node);
-    /// The name under which users know the host; `shortName` itself for an unknown one.
+    /// The name of the host for users. `shortName` itself if the host is unknown.
     static VLString getNLEFullName(const VLString& shortName);
 
     // Uninstall (Uninstall.cpp)
 
-    /// Takes the product that `skuXmlPath` defines away, and the shared package with the last product that
-    /// uses it. False when one of the two files cannot be read.
+    /// Uninstalls the product of the definition `skuXmlPath`. With the last product, also uninstalls the
+    /// shared package. Returns false if one of the two files cannot be read.
     bool runUninstall(VLString skuXmlPath, VLString targetPathsXmlPath);
     bool removeProduct();
-    /// Removes what no product uses any more of the tree below `node`, whose path in the tree is
-    /// `treePath`, from the target folders of `item` and from `folder`, unless that is empty. Always true.
+    /// Removes the files and folders below `node` that no product uses any more, from the target folders of
+    /// `item`, and from `folder` if that is not empty. `treePath` is the path of `node` in the tree. Always
+    /// true.
     bool removeFilesRecursively(const VLString& folder, const FileNode& node, const VLString& treePath,
                                 const InstallItem& item);
-    /// The same for a node that may be deleted.
+    /// The same for a node without dontDelete.
     void removeNode(const VLString& folder, const FileNode& node, const VLString& treePath,
                     const InstallItem& item);
-    /// Removes the file or folder `node`, which lies at `path`, if no product uses it any more.
+    /// Removes the file or folder `node` at `path` if no product uses it any more.
     void removeChild(const FileNode& node, const VLString& path, const VLString& treePath);
-    /// Uninstalls the shared package when it is the only product left in the record. False when that fails.
+    /// Uninstalls the shared package if it is the only product in the record. Returns false if that fails.
     bool removeSharedPackageIfLast(const VLString& statusFolder);
 
 private:

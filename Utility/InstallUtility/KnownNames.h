@@ -1,9 +1,9 @@
 #pragma once
 
-/// A host application that the engine knows. The engine installs for any other name too.
+/// A host application with a display name. The engine also installs for hosts that are not listed here.
 struct KnownHost {
     const char* name;        ///< in the definition, the tree and the target-paths file
-    const char* displayName; ///< under which users know it
+    const char* displayName; ///< in questions to the user
 };
 
 constexpr KnownHost knownHosts[] = {
@@ -12,12 +12,11 @@ constexpr KnownHost knownHosts[] = {
     {"Lettrix", "Vorlane Lettrix"},         {"Final Cut Pro X", "Apple Final Cut Pro X"},
 };
 
-/// The branches: the folders right below the root of the tree that a run copies, and the target items that
-/// say where to.
+/// The branches: the folders at the top of the tree that a run copies. The target items have the same names.
 namespace Branch {
 
-constexpr const char* hosts = "Hosts";      ///< one folder for each host, and in it one for each family
-constexpr const char* shared = "VorlaneFX"; ///< what products share; its first target holds the record
+constexpr const char* hosts = "Hosts";      ///< contains a folder for each host, with one for each family
+constexpr const char* shared = "VorlaneFX"; ///< shared files; its first target contains the record
 constexpr const char* content = "Content";
 
 constexpr const char* all[] = {hosts, shared, content};

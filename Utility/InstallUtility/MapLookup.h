@@ -4,8 +4,8 @@
 
 #include <map>
 
-/// The value of `key`, or an empty value that outlives every caller. Unlike operator[] it adds nothing: a
-/// walk that only looks a name up must leave no trace in the tree, the items or the record.
+/// The value of `key`, or an empty value with static lifetime. Unlike operator[], does not add `key` to the
+/// map: a lookup must not change the tree, the items or the record.
 template <class Value>
 const Value& findOrEmpty(const std::map<VLString, Value>& values, const VLString& key) {
     static const Value empty{};

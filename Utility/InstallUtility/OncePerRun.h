@@ -2,8 +2,8 @@
 
 #include "Foundation/VLString.h"
 
-/// Keeps a run from saying the same thing again and again, since it looks the same values up for each folder.
-/// A run holds an object of this class from its beginning to its end; inside another one it does nothing.
+/// Prevents repeated log lines in a run, which reads the same values for each folder. A run has an object of
+/// this class from its beginning to its end. An object inside the lifetime of another does nothing.
 class OncePerRun {
 public:
     OncePerRun();
@@ -11,6 +11,6 @@ public:
     OncePerRun(const OncePerRun&) = delete;
     OncePerRun& operator=(const OncePerRun&) = delete;
 
-    /// Whether this run has not asked with the same text before. Always true outside a run.
+    /// Whether this is the first call with this text in the run. Always true outside a run.
     static bool isFirst(const VLString& text);
 };

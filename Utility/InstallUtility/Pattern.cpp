@@ -15,8 +15,8 @@ namespace {
 
 using Pattern::Placeholder;
 
-// A value that brings its own placeholder back, directly or through others, would be filled in for ever. No
-// pattern that is meant comes near these limits.
+// If a value contains its own placeholder, directly or through others, the replacements would never end. No
+// useful pattern reaches these limits.
 
 constexpr unsigned int mostExpansions = 256;
 constexpr unsigned long longestExpansion = 1UL << 20;
@@ -25,7 +25,7 @@ VLString withoutLastCharacter(const VLString& text) {
     return text.IsEmpty() ? text : text.Substr(0, text.Size() - 1);
 }
 
-/// The text behind the opening "%REGKEY:".
+/// The text after "%REGKEY:".
 VLString behindOpening(const VLString& placeholder) {
     return placeholder.Substr(VLString("%REGKEY:").Size(), VLString::maxLen);
 }
@@ -42,8 +42,8 @@ Placeholder::Kind kindOf(const VLString& placeholder) {
     return reference.HasOf(reference.IndexOf("::", 0)) ? Kind::Registry : Kind::MalformedRegistry;
 }
 
-// What comes from a user's preferences or environment ends up in commands that the superuser runs. A shell
-// acts on some characters inside double quotes, and on more outside of them.
+// Text from a user's preferences or environment becomes part of commands that the superuser runs. A shell
+// interprets some characters inside double quotes, and more outside of them.
 
 bool isControl(char c) {
     return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
@@ -55,7 +55,7 @@ bool hasControlOrAnyOf(const VLString& text, const char* characters) {
                        [&](char c) { return isControl(c) || std::strchr(characters, c) != nullptr; });
 }
 
-/// Tells that a value is not used. A run looks values up again and again, and tells it once.
+/// Logs that a value is not used, once in a run.
 void logRefused(const VLString& what) {
     if (OncePerRun::isFirst(what)) {
         SimpleLog::printLog(SimpleLog::Error, __FILE__, __FUNCTION__, __LINE__,
@@ -84,8 +84,8 @@ VLString valueOf(const Placeholder& placeholder) {
                                                        : registryValue(placeholder.text);
 }
 
-/// Whether HOME can be given to "eval echo $HOME", which splits it, looks for files that match it, and runs
-/// the result as a command once more.
+/// Whether HOME is safe in "eval echo $HOME". The shell splits its value, replaces wildcards with file names,
+/// and evaluates the result again.
 bool isHomeSafe() {
     const char* home = std::getenv("HOME"); // NOLINT(concurrency-mt-unsafe): one thread
     if (home == nullptr || !hasControlOrAnyOf(home, ";&|<>()$`\\\"'*?[")) {
@@ -104,8 +104,8 @@ unsigned long countOf(const VLString& needle, const VLString& text) {
     return count;
 }
 
-/// Fills in the value wherever the placeholder stands in `text`. When `text` would grow too long, gives false
-/// and changes nothing.
+/// Replaces every such placeholder in `text` with its value. If `text` would be too long, returns false and
+/// changes nothing.
 bool expand(VLString& text, const VLString& placeholder, const VLString& value) {
     const unsigned long count = countOf(placeholder, text);
     const unsigned long size = text.Size() - count * placeholder.Size() + count * value.Size();
@@ -144,7 +144,7 @@ RegistryReference registryReference(const VLString& placeholder) {
 }
 
 bool fillFamily(VLString& path, const VLString& family) {
-    // No command could be given a longer path.
+    // A longer path does not fit into a command.
     if (!expand(path, "%FAMILY%", family)) {
         sayEndless(path);
         return false;

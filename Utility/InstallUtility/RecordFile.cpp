@@ -16,7 +16,7 @@ namespace {
 
 using Saved = Machine::Saved;
 
-/// How often a save begins anew because another run has saved meanwhile, or is saving: for a minute. That
+/// How often a save starts again because another run has saved meanwhile, or is saving: up to a minute. This
 /// happens only to runs that go on without the lock.
 constexpr int mostTries = 3000;
 constexpr std::chrono::milliseconds pauseBetweenTries{20};
@@ -30,7 +30,7 @@ bool hasNothingToSave(const StatusFile& record, const VLString& path) {
            !FileLibrary::IsDirectoryExists(PathLibrary::GetDirectoryWithoutFile(path));
 }
 
-/// `format` takes the path of the record and the other text.
+/// `format` has two %s: for the path of the record and for `text`.
 void logError(long line, const char* format, const VLString& path, const char* other) {
     SimpleLog::printLog(SimpleLog::Error, __FILE__, __FUNCTION__, line, format, path.ConstData(), other);
 }
@@ -39,7 +39,7 @@ const char* textOf(int error) {
     return std::strerror(error); // NOLINT(concurrency-mt-unsafe): one thread
 }
 
-/// Null when it was read.
+/// Null if the file was read.
 const char* whyUnreadable(const FileContent& content) {
     if (content.error != 0) {
         return textOf(content.error);
@@ -96,7 +96,7 @@ void RecordFile::save(StatusFile& record, const std::function<void()>& enterAgai
     }
 }
 
-/// Copies a damaged file to a name beside it. False when that is not possible; the file is then left alone.
+/// Copies a damaged file to another name in its folder. On failure, logs an error and returns false.
 bool RecordFile::keepDamaged() {
     if (!bDamaged) {
         return true;
@@ -104,7 +104,7 @@ bool RecordFile::keepDamaged() {
     Machine& machine = Machine::current();
     const FileContent content = machine.readFile(path);
     if (content.state != found) {
-        return true; // another file now, as the save will find
+        return true; // the file has changed; the save notices this
     }
     int error = content.error;
     for (int number = 1; error == 0 || error == EEXIST; ++number) {

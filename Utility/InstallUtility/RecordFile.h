@@ -7,28 +7,28 @@
 #include <functional>
 #include <utility>
 
-/// The file that holds the record, over one run: how it was found, and so what may be done with it.
+/// The file of the record during one run. Remembers how it was loaded, which decides how it may be saved.
 ///
-/// What cannot be known is never written over. A file that is there and cannot be read stays: the run goes on
-/// with an empty record and saves none. A damaged one is kept beside the new one, under its name with
-/// ".damaged" appended, and a number when that name is taken. Each of these is told by one error line.
+/// If the file exists and cannot be read, it is not changed: the run goes on with an empty record and does
+/// not save. If the file is damaged, a copy is kept as PATH.damaged, or with a number after this name if it
+/// is taken. Both are logged as errors.
 class RecordFile {
 public:
     RecordFile() = default;
     explicit RecordFile(VLString recordPath) : path(std::move(recordPath)) {}
 
-    /// Reads the file into `record`, which is empty when there is none or it cannot be read.
+    /// Reads the file into `record`. If it does not exist or cannot be read, `record` is empty.
     void load(StatusFile& record);
 
-    /// Saves `record`, see StatusFile::write. When the file is no more the one that was loaded, it is read
-    /// again, and `enterAgain` has to enter into `record` what this run has changed. An empty record for
-    /// which there is no folder is not saved. A failure is told by one error line.
+    /// Saves `record`, see StatusFile::write. If the file has changed since it was loaded, reads it again and
+    /// calls `enterAgain`, which must apply the changes of this run to `record`. Does not save an empty
+    /// record if its folder does not exist. On failure, logs an error.
     void save(StatusFile& record, const std::function<void()>& enterAgain);
 
     bool isAt(const VLString& other) const { return path == other; }
     /// Whether the file may be replaced or removed.
     bool isOurs() const { return bOurs; }
-    /// Whether the file that was loaded is no record, so that its bytes have to be kept.
+    /// Whether the loaded file is malformed, so that a copy must be kept.
     bool isDamaged() const { return bDamaged; }
     bool isSaved() const { return bSaved; }
 
@@ -36,7 +36,7 @@ private:
     bool keepDamaged();
 
     VLString path;
-    FileState found; ///< as it was loaded
+    FileState found; ///< the state when it was loaded
     bool bLoaded = false;
     bool bDamaged = false;
     bool bOurs = true;

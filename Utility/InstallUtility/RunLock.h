@@ -1,10 +1,11 @@
 #pragma once
 
-/// Held while a run changes the machine, so that two runs give what one after the other gives. Waits for the
-/// end of another run, and says so once. After ten minutes, and where there is no such lock, the run goes on
-/// without it: the other run may be one whose question nobody answers.
+/// Holds the lock of a run while the run changes the machine, so that runs follow each other. The constructor
+/// waits for another run and logs this once. After ten minutes it logs a warning and goes on without the
+/// lock, because the other run may show a question that nobody answers. On systems without such a lock, it
+/// goes on at once.
 ///
-/// A process holds the lock once: an object that is made while there is another does nothing.
+/// A second object in the same process does nothing.
 class RunLock {
 public:
     RunLock();

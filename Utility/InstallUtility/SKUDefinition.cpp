@@ -15,7 +15,7 @@ using XMLDocument::ForEachChild;
 
 namespace {
 
-/// Copies the attribute into `text`, which keeps its value when there is none.
+/// Copies the attribute into `text`. Without the attribute, `text` keeps its value.
 void copyAttribute(const TiXmlElement& element, const char* name, VLString& text) {
     if (const char* value = element.Attribute(name)) {
         text = VLString(value);
@@ -56,7 +56,7 @@ void parseFamily(SKUDefinition& definition, TiXmlElement& element) {
         bits.fromString(XMLDocument::Attribute(*mask, "name"));
         definition.featuresMaskByFamily.emplace(family, std::move(bits));
     }
-    // Intended: of several families of one name the last gives the content mask, the first all the rest.
+    // Intended: of several families with the same name, the last gives the content mask, the first the rest.
     if (const TiXmlElement* mask = FirstChild(element, "contentmask"); mask != nullptr && hasName(*mask)) {
         definition.contentMaskByFamily[family] = XMLDocument::Attribute(*mask, "name");
     }
@@ -70,9 +70,9 @@ bool contains(const Vector<VLString>& names, const VLString& name) {
     return std::find(names.begin(), names.end(), name) != names.end();
 }
 
-/// The names of the host's variants, in the order of `arch`. An unknown variant has none.
+/// The names of the host's variants, in the order of `arch`. An unknown variant gives no name.
 Vector<VLString> archQualifiedNames(const VLString& host, const VLString& arch) {
-    // More than that are repetitions, which would multiply a long name until the memory is full.
+    // More variants are repetitions. With a long name, they could use up the memory.
     constexpr unsigned long mostNamesWithRepetitions = 8;
     const Vector<VLString> variants = splitList(arch);
     if (variants.empty()) {
@@ -94,14 +94,14 @@ Vector<VLString> archQualifiedNames(const VLString& host, const VLString& arch) 
     return names;
 }
 
-/// What folders and files have in common.
+/// Reads the attributes that folders and files have in common.
 FileNode parseNode(const TiXmlElement& element, const FileNode& parent, const VLString& parentName) {
     const auto flag = [&element](const char* name, bool inherited) {
         return getBoolFlagFromString(XMLDocument::Attribute(element, name), inherited);
     };
     FileNode node;
     node.name = XMLDocument::Attribute(element, "fileName");
-    // Children would multiply a long name until the memory is full.
+    // Each child stores a copy. With a long name, they could use up the memory.
     if (parentName.Size() <= FileNode::longestParentName) {
         node.parentName = parentName;
     }
@@ -123,7 +123,7 @@ FileNode parseFile(TiXmlElement& element, const FileNode& parent, const VLString
     return node;
 }
 
-/// Stores `node` under its name, in place of what is there with all that lies below it.
+/// Stores `node` under its name. Replaces an existing node with everything below it.
 FileNode& addChild(FileNode& parent, FileNode node) {
     const VLString name = node.name;
     return parent.children.insert_or_assign(name, std::move(node)).first->second;
@@ -132,7 +132,7 @@ FileNode& addChild(FileNode& parent, FileNode node) {
 } // namespace
 
 bool getBoolFlagFromString(const VLString& text, bool defaultValue) {
-    // Most flags are absent, and every node of the tree asks for three.
+    // Fast path: every node reads three flags, and most of them are missing.
     const char flag = text.Size() == 1 ? text[0] : '\0';
     return flag == '1' || (flag != '0' && defaultValue);
 }
@@ -149,7 +149,7 @@ bool VLBitSet::fromString(const VLString& hexadecimal) {
         const unsigned long begin = end - std::min(end, chunkDigits);
         stream.clear();
         stream.str(std::string(hexadecimal.Data() + begin, end - begin));
-        // Whatever a stream takes for a number counts: leading blanks, a sign and "0x" too.
+        // Everything that a stream reads as a number counts, also with leading blanks, a sign or "0x".
         std::uint32_t chunk = 0;
         if (stream >> chunk && stream.peek() == std::istringstream::traits_type::eof()) {
             for (unsigned int bit = 0; bit < chunkBits; ++bit) {
@@ -268,7 +268,7 @@ void SKUDefinition::fillHostsInfo(TiXmlElement* hosts, Vector<VLString>& names, 
 }
 
 void SKUDefinition::parseInstallFiles(FileNode& parent, TiXmlNode* element, const VLString& parentName) {
-    // The document is taken down while the tree grows: the two never stand in memory as a whole.
+    // The elements are removed while the tree grows, so that both are never complete in memory.
     ForEachChild(element, "directory", [&](TiXmlElement& child) {
         FileNode node = parseNode(child, parent, parentName);
         if (node.name.IsSet()) {

@@ -21,10 +21,10 @@ using SKUInfo = SKUDefinition::SKUInfo;
 
 namespace {
 
-// Reading. The document is taken down while the record grows: the two never stand in memory as a whole.
+// Reading. Elements are removed while the record grows, so that both are never complete in memory.
 
 void readProducts(TiXmlNode* element, Vector<SKUInfo>& products) {
-    // Intended: one for all elements, so that a missing attribute keeps the value of the product before.
+    // Intended: one variable for all elements. A missing attribute keeps the value of the product before.
     SKUInfo info;
     const auto readAttribute = [](const TiXmlElement& sku, const char* name, VLString& text) {
         if (const char* value = sku.Attribute(name)) {
@@ -40,25 +40,25 @@ void readProducts(TiXmlNode* element, Vector<SKUInfo>& products) {
     });
 }
 
-/// The fresh child of `parent` that `element` describes, or null when it has no name or no count.
+/// Adds a child for `element` to `parent` and returns it. Null if the element has no name or no count.
 FileNodeRef* readNode(const TiXmlElement& element, FileNodeRef& parent) {
     VLString name = XMLDocument::Attribute(element, "fileName");
     const char* ref = element.Attribute("ref");
     if (name.IsEmpty() || ref == nullptr || *ref == '\0') {
         return nullptr;
     }
-    // A record is written in the order of the map, so that the end is the right place.
+    // A record is written in the order of the map, so the end is usually the right place.
     FileNodeRef& node = parent.refChildren.try_emplace(parent.refChildren.end(), name)->second;
     if (node.name.IsSet()) {
-        node = FileNodeRef(); // this one replaces an earlier one
+        node = FileNodeRef(); // replaces an earlier node with the same name
     }
     node.name = std::move(name);
-    node.ref = static_cast<std::int32_t>(std::strtol(ref, nullptr, 10)); // 0 for what is no number
+    node.ref = static_cast<std::int32_t>(std::strtol(ref, nullptr, 10)); // 0 if it is not a number
     return &node;
 }
 
-// Writing. Element by element, so that no document of the whole record is ever built, in the text that
-// TiXmlDocument::SaveFile gives for such a document.
+// Writing. Prints element by element, without a document in memory. The text is the one that
+// TiXmlDocument::SaveFile prints.
 
 class ElementPrinter {
 public:
@@ -108,7 +108,7 @@ private:
         text.append(width * depth, ' ');
     }
 
-    /// An error stays with the stream, where AtomicFile looks for it.
+    /// AtomicFile checks the stream for errors.
     void endLine(const char* ending) {
         text += ending;
         (void)std::fwrite(text.data(), 1, text.size(), file);
@@ -116,7 +116,7 @@ private:
     }
 
     FILE* file;
-    std::string text; ///< of the line so far
+    std::string text; ///< the current line
     unsigned long depth = 0;
     bool bInStartTag = false;
 };
@@ -140,7 +140,7 @@ void printShortCut(ElementPrinter& printer, const FileNode::ShortCutInfo& shortC
     printer.end("shortCut");
 }
 
-/// Leaves out what no product uses, with all that lies below it.
+/// Leaves out paths that no product uses, with everything below them.
 void printChildren(ElementPrinter& printer, const FileNodeRef& parent) {
     for (const auto& [name, node] : parent.refChildren) {
         if (node.ref < 1) {
@@ -161,13 +161,13 @@ void printChildren(ElementPrinter& printer, const FileNodeRef& parent) {
     }
 }
 
-// Walking the tree. A path is a directory and a name below it, never joined: this runs for every file.
+// Walking the tree. A path is passed as a directory and a name, because joining them for every file is slow.
 
-/// The longest path whose element can be read again: install and installFiles stand above its components, a
-/// shortcut may stand below.
+/// The largest number of components of a path that can be read again. There are two more levels above them,
+/// install and installFiles, and one below, a shortcut.
 constexpr unsigned long maxComponents = XMLTextCheck::maxDepth - 3;
 
-/// The components of a path from left to right, without the empty ones.
+/// The components of a path from left to right, without empty ones.
 class Components {
 public:
     explicit Components(const VLString& path) : rest(path.ConstData()) {}
@@ -193,7 +193,7 @@ unsigned long countComponents(const VLString& path) {
     return count;
 }
 
-/// The node that `path` leads to from `node`; null when there is none, or no `node`.
+/// The node at `path` below `node`. Null if there is none or `node` is null.
 template <class Node>
 Node* find(Node* node, const VLString& path) {
     Components components(path);
@@ -205,7 +205,7 @@ Node* find(Node* node, const VLString& path) {
     return node;
 }
 
-// Recording. A damaged record may hold any count: none overflows.
+// Recording. A damaged record can contain any count, so counts must not overflow.
 
 void addUse(FileNodeRef& recorded) {
     recorded.ref += recorded.ref == std::numeric_limits<std::int32_t>::max() ? 0 : 1;
@@ -241,11 +241,11 @@ bool StatusFile::parseBytes(std::unique_ptr<char[]> bytes) {
     clear();
     TiXmlDocument document;
     XMLDocument::ParseBytes(bytes.get(), document);
-    bytes.reset(); // not in memory together with the record
+    bytes.reset(); // frees the text before the record is built
     return readDocument(document);
 }
 
-/// False when the document is that of no record.
+/// Returns false if the document is not a record.
 bool StatusFile::readDocument(TiXmlDocument& document) {
     TiXmlNode* install = document.FirstChild("install");
     if (install == nullptr) {
@@ -272,7 +272,7 @@ void StatusFile::readFile(TiXmlElement& element, FileNodeRef& parent) {
     }
 }
 
-/// Fills the children of `parent`. Files come after all folders and replace those of their name.
+/// Reads the children of `parent`. Files are read after all folders and replace folders with the same name.
 void StatusFile::readChildren(TiXmlNode& element, FileNodeRef& parent) {
     XMLDocument::ForEachChild(&element, "directory", [&](TiXmlElement& child) {
         if (FileNodeRef* directory = readNode(child, parent)) {
@@ -388,7 +388,7 @@ void StatusFile::recordAgain(FileNodeRef& recorded, const FileNode& node) {
 }
 
 int StatusFile::incrementFileRef(const VLString& directory, const FileNode& node) {
-    // A deeper one could be written, but the file would not be read again, and the record would be lost.
+    // A file with a deeper path could be written but not read again, so the record would be lost.
     if (countComponents(directory) + countComponents(node.name) > maxComponents) {
         return 0;
     }

@@ -9,75 +9,74 @@
 #include <map>
 #include <memory>
 
-/// The record of what is installed: the products, and for each file and folder of their trees how many
-/// products use it. Paths are those of the tree of files to install, components joined by "/".
+/// The record of installed products, and of how many products use each file and folder of their trees. See
+/// Docs/status-file-format.md. Paths are paths in the tree, with "/" between components.
 ///
-/// An install or uninstall is recorded between startProcessProduct and endProcessProduct, one call of
-/// incrementFileRef or decrementFileRef per tree node, parents first. Nothing reports an error beyond its
-/// result: a record that cannot be read is an empty one.
+/// To record an install or uninstall, call startProcessProduct, then incrementFileRef or decrementFileRef for
+/// each node of the tree, parents first, then endProcessProduct. No operation logs. A record that cannot be
+/// read is empty.
 class StatusFile {
 public:
-    /// One recorded path. Of what it inherits it uses name, isDirectory and shortCut.
+    /// A recorded path. Uses only name, isDirectory and shortCut of its base.
     struct FileNodeRef : FileNode {
-        std::int32_t ref = 0;         ///< number of installed products that use the path
-        std::int32_t buildNumber = 0; ///< fourth component of `build` read as a version
-        VLString build;               ///< version text of the product that last wrote the file
-        bool needReplace = false;     ///< the product being installed must write the file
+        std::int32_t ref = 0;         ///< the number of installed products that use the path
+        std::int32_t buildNumber = 0; ///< the fourth number of `build`, see VLVersion
+        VLString build;               ///< the version text of the product that last wrote the file
+        bool needReplace = false;     ///< the current install must write the file
         std::map<VLString, FileNodeRef> refChildren;
     };
 
-    Vector<SKUDefinition::SKUInfo> products; ///< in the order of their installation; without prefix
+    Vector<SKUDefinition::SKUInfo> products; ///< in the order of their first installation; without prefix
     FileNodeRef root;                        ///< a folder without a name
     SKUDefinition::SKUInfo currentProduct;
-    bool countReferences = false; ///< recording an install raises counts: the product is a new one
+    bool countReferences = false; ///< the current install raises counts, because its product is new
 
-    /// Replaces the record by that of the file at `path`, by an empty one if that cannot be read. Always
-    /// true.
+    /// Replaces the record with that of the file at `path`. If the file cannot be read, the record is empty.
+    /// Always true.
     bool parse(const VLString& path);
-    /// Replaces the record by that of a file's bytes, which end with a zero byte. False, and
-    /// the record is empty, when they are no record: malformed, or a document of another kind.
+    /// Replaces the record with that in `bytes`, which end with a zero byte. If they are malformed or another
+    /// kind of document, returns false and the record is empty.
     bool parseBytes(std::unique_ptr<char[]> bytes);
-    /// Saves the record, without the paths that no product uses. At every moment the file is the old one or
-    /// the new one, whole; a link is followed, mode and owner of an existing file are kept, no other file
-    /// stays behind (see AtomicFile). False when the file cannot be opened for writing or saving fails; it is
-    /// then the old one.
+    /// Saves the record atomically (see AtomicFile), without paths that no product uses. On failure, returns
+    /// false and does not change the file.
     bool write(const VLString& path);
-    /// Prints what write() saves. An error stays with the stream.
+    /// Prints the text that write() saves. Check the stream for errors.
     void print(FILE* stream) const;
     void clear();
 
     Vector<SKUDefinition::SKUInfo>& getProductList() { return products; }
-    /// Index of the product with that ID, or -1.
+    /// The index of the product with this ID, or -1.
     int getProductIndex(const SKUDefinition::SKUInfo& info) const;
     bool hasProduct(const SKUDefinition::SKUInfo& info) const;
     bool hasProduct(const VLString& ID) const;
-    /// Appends the product unless its ID is there. Always true.
+    /// Appends the product unless its ID is already recorded. Always true.
     bool addProduct(const SKUDefinition::SKUInfo& info);
     /// Always true.
     bool removeProduct(const SKUDefinition::SKUInfo& info);
 
-    /// Makes `info` the current product and enters it into the list, or with `remove` takes it off.
+    /// Makes `info` the current product and adds it to the list, or with `remove` removes it.
     void startProcessProduct(const SKUDefinition::SKUInfo& info, bool remove);
     void endProcessProduct();
 
-    /// Records `node`, which lies in the folder `directory`, for the current product. A path of more than 997
-    /// components is not recorded: a file that says so could not be read again. Always 0.
+    /// Records `node` in the folder `directory` for the current product. A path of more than 997 components
+    /// is not recorded, because the saved file could not be read again. Always 0.
     int incrementFileRef(const VLString& directory, const FileNode& node);
-    /// Takes one use off the path; the uses left, or -1 when the path is not recorded.
+    /// Subtracts one use of the path. Returns the number of remaining uses, or -1 if the path is not
+    /// recorded.
     int decrementFileRef(const VLString& directory, const FileNode& node);
 
-    /// The recorded path, owned by the record, or null. The root is not a path.
+    /// The recorded path, owned by the record. Null if it is not recorded. The root is not a path.
     FileNodeRef* getFileInfo(const VLString& treePath);
     const FileNodeRef* getFileInfo(const VLString& treePath) const;
-    /// Recorded, and no product uses it any more.
+    /// Whether the path is recorded and no product uses it any more.
     bool needRemove(const VLString& treePath) const;
-    /// Recorded, and the product being installed must write it.
+    /// Whether the path is recorded and the current install must write it.
     bool needReplaceFile(const VLString& treePath) const;
-    /// Always null; use getFileInfo.
+    /// Always null. Use getFileInfo.
     FileNodeRef* getFileRef(const VLString& treePath);
 
 private:
-    /// Reads the build number of a version text, once for all that follow with the same text.
+    /// Reads the build number of a version text. Remembers the last text, because most files have the same.
     class BuildNumbers {
     public:
         std::int32_t of(const VLString& build);

@@ -89,7 +89,7 @@ void InstallUtility::InstallItem::ItemPath::Condition::parse(TiXmlNode* node) {
     }
     value = XMLDocument::Attribute(*element, "value");
     type = fromString(XMLDocument::Attribute(*element, "type"));
-    // Intended: behind the first operand every element is one, whatever its name.
+    // Intended: after the first operand, every element is an operand, whatever its name is.
     for (TiXmlNode* operand = node->FirstChild("condition"); operand != nullptr;
          operand = operand->NextSibling()) {
         if (operand->ToElement() != nullptr) {
@@ -113,7 +113,7 @@ Condition::ConditionType InstallUtility::InstallItem::ItemPath::Condition::fromS
 }
 
 const char* InstallUtility::InstallItem::ItemPath::Condition::nameOf(ConditionType type) {
-    // There is no default, so that a kind without a name does not compile.
+    // There is no default, so that a type without a name does not compile.
     switch (type) {
     case None:
         break;
@@ -147,7 +147,7 @@ std::vector<VLString> InstallUtility::getTargetPaths(const std::vector<InstallIt
         if (!isConditionTrue(candidate.condition)) {
             continue;
         }
-        // Only the path names the family; a condition keeps the placeholder.
+        // %FAMILY% is replaced in the path only, not in the condition.
         VLString pattern = candidate.path;
         if (!Pattern::fillFamily(pattern, family)) {
             continue;
@@ -171,7 +171,7 @@ bool InstallUtility::isConditionTrue(const InstallItem::ItemPath::Condition& con
         return isFile(condition.value);
     case Condition::FileNotExist:
         return !isFile(condition.value);
-    // The registry is read through the placeholder in the value: one that is empty counts as absent.
+    // fillPattern reads the registry. An empty value counts as missing.
     case Condition::RegKeyExist:
         return fillPattern(condition.value).IsSet();
     case Condition::RegKeyNotExist:

@@ -10,8 +10,8 @@ namespace {
 
 bool parseText(const char* text, TiXmlDocument& document) {
     document.Clear();
-    // Without tabs the parser does not keep track of rows and columns, which TinyXML 2.6.2 as released cannot
-    // do for a text that ends in a lone 0xEF (CVE-2021-42260: it never returns).
+    // With a tab size of 0, the parser does not count rows and columns. TinyXML 2.6.2 as released never
+    // returns when it counts them in a text that ends with a single 0xEF (CVE-2021-42260).
     document.SetTabSize(0);
     if (!XMLTextCheck::passes(text)) {
         return false;
@@ -23,7 +23,7 @@ bool parseText(const char* text, TiXmlDocument& document) {
     return !document.Error();
 }
 
-/// Turns CR LF, and CR alone, into LF.
+/// Replaces CR LF, and CR alone, with LF.
 void normaliseLineEnds(char* text) {
     char* to = std::strchr(text, '\r');
     if (to == nullptr) {

@@ -20,7 +20,7 @@ unsigned char byteOf(char c) {
     return static_cast<unsigned char>(c);
 }
 
-/// What TinyXML takes each byte for. It asks the C library, and so the locale.
+/// The classes of bytes as TinyXML sees them. It uses the C library, so they depend on the locale.
 class ByteClasses {
 public:
     ByteClasses() {
@@ -46,19 +46,18 @@ private:
     std::array<unsigned char, 256> classes = {};
 };
 
-/// Follows the text as the parser will, and builds nothing.
+/// Reads the text like the parser, but builds nothing.
 ///
-/// It has to see the same tags as the parser, with all the parser's oddities. Otherwise a document could hide
-/// its depth, for example in a quoted value that a cut-off UTF-8 character leads out of. So it keeps
-/// TinyXML's own rules of what ends what. Where the parser gives up, the check may end or go on: it never
-/// needs to tell.
+/// It must see the same tags as the parser, including the parser's strange cases. Otherwise a document could
+/// hide its depth, for example after an incomplete UTF-8 character that hides the end of a quoted value. So
+/// it follows TinyXML's own rules. Where the parser stops with an error, this check may stop or go on.
 class TextCheck {
 public:
     explicit TextCheck(const char* text)
         : p(text),
           stepsLeft(std::max(XMLTextCheck::maxSteps, XMLTextCheck::maxStepsPerByte * std::strlen(text))) {}
 
-    /// Whether the parser can be given the text.
+    /// Whether the text is safe for the parser.
     bool passes() {
         if (startsWith(p, "\xEF\xBB\xBF")) {
             encoding = Encoding::UTF8;
@@ -73,16 +72,16 @@ private:
     enum class Encoding { Unknown, UTF8, Other };
 
     const ByteClasses bytes;
-    const char* p;           ///< the byte that the parser looks at next
-    unsigned long stepsLeft; ///< that the parser may take
+    const char* p;           ///< the next byte that the parser reads
+    unsigned long stepsLeft; ///< how many more steps the parser may need
     Encoding encoding = Encoding::Unknown;
     unsigned long depth = 0;          ///< of open elements
     const char* valueBegin = nullptr; ///< the last attribute value, as it stands in the text
     const char* valueEnd = nullptr;
     bool bRefused = false;
 
-    // Each of these steps over what stands at `p`. False means that the parser gives up here, or that the
-    // text is refused.
+    // Each of these functions skips one part at `p`. False: the parser stops here with an error, or the text
+    // is refused.
 
     bool refuse() {
         bRefused = true;
@@ -121,7 +120,7 @@ private:
         return bytes.isNameStart(p[1]) ? element() : through(">");
     }
 
-    /// Byte order marks count as space, wherever they are.
+    /// Byte order marks count as space everywhere.
     void skipSpace() {
         for (;;) {
             if (bytes.isSpace(*p)) {
@@ -158,7 +157,7 @@ private:
         if (*p == '&') {
             return reference();
         }
-        // The bytes that follow the first are not looked at: a quote or a "<" among them is text.
+        // The parser does not check the bytes after the first. A quote or a "<" among them is text.
         for (unsigned long left = characterSize(); left > 0; --left, ++p) {
             if (*p == '\0') {
                 return refuse();
@@ -175,8 +174,8 @@ private:
         return first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
     }
 
-    /// The parser takes a number's end to be the next ";" wherever that is, past quotes and tags, and reads
-    /// the digits backwards from there.
+    /// To the parser, a number ends at the next ";", even after quotes and tags. It reads the digits
+    /// backwards from there.
     bool reference() {
         if (p[1] != '#') {
             ++p;
@@ -298,7 +297,7 @@ private:
                 if (!attribute()) {
                     return refuse();
                 }
-                // No encoding has a reference in its name; the parser would resolve it.
+                // The parser would resolve a reference here. No name of an encoding contains one.
                 if (bEncoding && std::find(valueBegin, valueEnd, '&') != valueEnd) {
                     return refuse();
                 }

@@ -3,7 +3,7 @@
 #include "Utility/InstallUtility/InstallUtility.h"
 
 bool RegisterLettrixResources() {
-    // Intended: the shell look-ups behind the path are all that happens here.
+    // Intended: the only effect is that the shell commands for this path run.
     InstallUtility().getUserPreferencesPath();
     return true;
 }

@@ -1,5 +1,5 @@
 #pragma once
 
-/// Called once per install run whose product has one of the Lettrix families. Looks up the user's
-/// preferences folder and does nothing else; always true.
+/// Called once in each install of a product with one of the Lettrix families. Finds the user's preferences
+/// folder and does nothing else. Always true.
 bool RegisterLettrixResources();

@@ -42,7 +42,7 @@ void renewApplicationManagerLink(bool install) {
 
 } // namespace
 
-// By value because programs that link this function without the header declare it so.
+// By value, because programs that link this function without the header declare it in this form.
 // NOLINTNEXTLINE(performance-unnecessary-value-param)
 void postflight(VLString skuXmlPath, VLString targetPathsXmlPath, bool install) {
     if (!FileLibrary::IsFileExists(skuXmlPath, false)) {
@@ -71,7 +71,7 @@ void postflight(VLString skuXmlPath, VLString targetPathsXmlPath, bool install) 
         PlatformServices::AppendPathComponent(uninstallersFolder, uninstallerName.ConstData());
     const VLString uninstaller(uninstallerPath.data(), uninstallerPath.size());
     if (uninstaller.IsEmpty()) {
-        return; // the product's name is not text that the platform knows
+        return; // the name of the product is not UTF-8
     }
     Machine::current().removeItem(uninstaller);
     if (install) {
@@ -84,6 +84,6 @@ void postflight(VLString skuXmlPath, VLString targetPathsXmlPath, bool install) 
 // By value for the same reason.
 // NOLINTNEXTLINE(performance-unnecessary-value-param)
 bool showRetryCancelAlert(VLString title, VLString text) {
-    // The text is a format without arguments, in which nothing but "%%" stands for something else.
+    // The text is a format without arguments, so only "%%" is replaced.
     return Machine::current().showRetryCancelAlert(title, text.Replace("%%", "%"));
 }

@@ -2,14 +2,13 @@
 
 #include "Foundation/VLString.h"
 
-// Both take their texts by value: a program that links them may declare them itself, in this form.
+// Arguments are passed by value, because other programs link these functions with their own declarations.
 
-/// Places the product's uninstaller after an install, a copy of the bundle that holds this program together
-/// with both XML files, or removes it before an uninstall (`install` false). For the shared product COMMON it
-/// places or removes the link to the Application Manager instead. What goes wrong is logged and changes no
-/// run's result.
+/// If `install` is set, places the uninstaller of the product: a copy of this program's bundle with both XML
+/// files. Otherwise removes it. For the shared product COMMON, places or removes the link to the Application
+/// Manager. On failure, logs an error; the result of the run does not change.
 void postflight(VLString skuXmlPath, VLString targetPathsXmlPath, bool install);
 
-/// Shows the user an alert with the buttons "Retry" and "Cancel"; true for Retry. Where nobody can answer,
-/// Cancel.
+/// Shows an alert with the buttons "Retry" and "Cancel". Returns true for Retry, and false if nobody can be
+/// asked.
 bool showRetryCancelAlert(VLString title, VLString text);

@@ -1,8 +1,8 @@
 #pragma once
 
-/// To be called once, before anything is opened or printed:
-/// - Whichever of standard input, output and error is closed is opened on /dev/null, so that no file that is
-///   opened later can take its number and get log lines written into it.
-/// - A reader of standard output that goes away does not end this process half way through a run. Child
-///   processes start with the default again.
+/// Call once, before anything is opened or printed.
+/// - Opens closed standard streams on /dev/null. Otherwise a file that is opened later could get the number
+/// of
+///   standard output, and log lines would be written into it.
+/// - Keeps this process alive if the reader of standard output ends. Child processes have the default again.
 void makeStandardStreamsSafe();

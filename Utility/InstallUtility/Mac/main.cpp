@@ -8,9 +8,8 @@
 
 namespace {
 
-/// Keeps what the caller's process has been given from doing harm: with a umask of 077 nobody but the
-/// superuser could load what is installed, and SIGXFSZ would end a run at a limit of the size of files, which
-/// a failed write tells.
+/// Resets two settings of the caller. With a umask of 077, only the superuser could read the installed files.
+/// At a limit on file sizes, SIGXFSZ would end the run; ignored, the write fails and the run goes on.
 void prepareProcess() {
     makeStandardStreamsSafe();
     umask(022);
