@@ -479,7 +479,7 @@ void flagValue(const Product& product, const Report& report) {
             const std::string meant = flagMeantBy(value);
             report(
                 product.definitionFile.at(*attribute),
-                shownAttribute(flag, value) + " is neither \"0\" nor \"1\"",
+                attributeText(flag, value) + " is neither \"0\" nor \"1\"",
                 "It counts as if it were not there: the enclosing directory's value holds, \"0\" at the top.",
                 meant.empty() ? std::string("Write ") + flag + "=\"1\" or \"0\"."
                               : std::string("Write ") + flag + "=" + quoted(meant) + ".");
@@ -506,7 +506,7 @@ bool isBranch(const VLString& name) {
 }
 
 void neverCopied(const Product& product, const Report& report) {
-    const auto tell = [&](const TreeNode& node, const std::string& message, const std::string& advice) {
+    const auto reportNode = [&](const TreeNode& node, const std::string& message, const std::string& advice) {
         report(at(product, *node.element, "fileName"), message,
                "It must be there in the source folder and counts in the record, but no install copies it.",
                advice);
@@ -517,11 +517,11 @@ void neverCopied(const Product& product, const Report& report) {
     for (const TreeNode* child : product.tree.front().children) {
         const VLString& name = child->node->name;
         if (!isBranch(name)) {
-            tell(*child, quotedText(name) + " stands directly inside <installFiles>",
-                 adviseNearest(name, branchNames(), "Move it into Hosts, VorlaneFX or Content."));
+            reportNode(*child, quotedText(name) + " stands directly inside <installFiles>",
+                       adviseNearest(name, branchNames(), "Move it into Hosts, VorlaneFX or Content."));
         } else if (!child->node->isDirectory) {
-            tell(*child, quotedText(name) + " is a file",
-                 "Make it a <directory> that holds what is to be installed.");
+            reportNode(*child, quotedText(name) + " is a file",
+                       "Make it a <directory> that holds what is to be installed.");
         }
     }
     const TreeNode* hosts = product.branch(Branch::hosts);
@@ -530,15 +530,15 @@ void neverCopied(const Product& product, const Report& report) {
     }
     for (const TreeNode* host : hosts->children) {
         if (!host->node->isDirectory) {
-            tell(*host, "the file " + quotedText(host->node->name) + " stands directly inside Hosts",
-                 "Move it into Hosts/HOST/FAMILY.");
+            reportNode(*host, "the file " + quotedText(host->node->name) + " stands directly inside Hosts",
+                       "Move it into Hosts/HOST/FAMILY.");
         }
         for (const TreeNode* family : host->children) {
             if (!family->node->isDirectory) {
-                tell(*family,
-                     "the file " + quotedText(family->node->name) + " stands directly inside the host " +
-                         quotedText(host->node->name),
-                     "Move it into a directory named for its family.");
+                reportNode(*family,
+                           "the file " + quotedText(family->node->name) +
+                               " stands directly inside the host " + quotedText(host->node->name),
+                           "Move it into a directory named for its family.");
             }
         }
     }
@@ -579,7 +579,7 @@ void shortCutDirIgnored(const Product& product, const Report& report) {
     product.definitionFile.forEach({Kind::ShortCut}, [&](const Entry& entry) {
         const VLString folder = attributeOf(*entry.element, "dir");
         if (folder.IsSet() && folder != "/Applications" && folder != "/Applications/") {
-            report(at(product, *entry.element, "dir"), shownAttribute("dir", folder) + " is not used",
+            report(at(product, *entry.element, "dir"), attributeText("dir", folder) + " is not used",
                    "A shortcut lies in /Applications whatever its dir says.", "Write dir=\"/Applications\".");
         }
     });

@@ -70,7 +70,7 @@ std::string flagMeantBy(const VLString& text) {
     return "";
 }
 
-std::string shownAttribute(const char* name, const VLString& text) {
+std::string attributeText(const char* name, const VLString& text) {
     return std::string(name) + "=" + quotedText(text);
 }
 

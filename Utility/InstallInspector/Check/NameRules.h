@@ -17,11 +17,11 @@ std::optional<TextFault> shellCharacterIn(const VLString& text);
 /// A line break or another control character.
 std::optional<TextFault> controlCharacterIn(const VLString& text);
 
-/// The value an author who wrote `text` most likely meant by it, "0" or "1"; empty when that is not clear.
+/// The value that the author of `text` probably intended, "0" or "1". "" if that is not clear.
 std::string flagMeantBy(const VLString& text);
 
-/// `text` in the form attribute="text", with control characters made visible.
-std::string shownAttribute(const char* name, const VLString& text);
+/// `text` in the form attribute="text", with control characters escaped.
+std::string attributeText(const char* name, const VLString& text);
 
 bool hasBlankAtEnd(const VLString& text);
 

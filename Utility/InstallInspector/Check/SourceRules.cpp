@@ -22,7 +22,7 @@ std::set<std::string> namesIn(const fs::path& folder) {
     return names;
 }
 
-std::string shownPath(const fs::path& path) {
+std::string quotedPath(const fs::path& path) {
     return quotedText(toVLString(path.string()));
 }
 
@@ -99,8 +99,8 @@ void missingInSource(const Product& product, const Report& report) {
             std::error_code error;
             const bool bWrongKind = !bOtherCase && fs::exists(path, error);
             report(product.definitionFile.at(*child->element, "fileName"),
-                   bWrongKind ? shownPath(path) + " is no " + (child->node->isDirectory ? "folder" : "file")
-                              : "the source has no " + shownPath(path),
+                   bWrongKind ? quotedPath(path) + " is no " + (child->node->isDirectory ? "folder" : "file")
+                              : "the source has no " + quotedPath(path),
                    "The install stops at the first such name, before it has copied anything.",
                    bWrongKind ? "List it as what it is, or put the right thing there."
                    : bOtherCase

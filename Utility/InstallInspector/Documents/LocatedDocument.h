@@ -13,10 +13,10 @@
 #include <string>
 #include <vector>
 
-/// One of the two XML files as the engine's parser sees it, with the place of everything in it.
+/// An XML file as the engine's parser reads it, with the position of each element and attribute.
 class LocatedDocument {
 public:
-    /// An element that the engine reads, or would read if its attributes were right.
+    /// An element that the engine reads, or would read if its attributes were correct.
     struct Entry {
         TiXmlElement* element;
         Kind kind;
@@ -26,29 +26,28 @@ public:
     struct Unread {
         const TiXmlElement* element;
         const TiXmlElement* parent; ///< null at the top of the document
-        /// Where children are known: null at the top of the document.
-        const Entry* place;
-        const TiXmlNode* first; ///< what is read, or taken for the element, in its stead; may be null
+        const Entry* place;         ///< the entry of `parent`; null at the top of the document
+        const TiXmlNode* first;     ///< the node that the engine reads in its place; may be null
     };
-    /// Why the parser gives up.
+    /// The error at which the parser stops.
     struct Fault {
         TextPosition where;
         std::string text; ///< without a full stop
         std::string advice;
     };
 
-    /// Reads the file at `filePath`, the root of which should be of the kind `root`. When there is no such
-    /// file, or it cannot be read, gives false, and `error` says why.
+    /// Reads the file at `filePath`. Its root element should be of the kind `root`. If the file does not
+    /// exist or cannot be read, returns false and sets `error` to the reason.
     bool read(const std::string& filePath, Location::Document document, Kind root, std::string& error);
 
     const std::string& path() const { return file; }
     Kind rootKind() const { return rootElementKind; }
     const std::optional<Fault>& fault() const { return parserFault; }
-    /// Well-formed, with the root element that the engine looks for.
+    /// Whether the document is well-formed and has the expected root element.
     bool isReadable() const { return !entryList.empty(); }
     TiXmlDocument& xml() { return parsed; }
 
-    /// In document order; parents first.
+    /// In document order, parents first.
     const std::vector<Entry>& entries() const { return entryList; }
     /// Calls `visit` with each entry of one of these kinds, in document order.
     template <class Visitor>
@@ -59,25 +58,25 @@ public:
             }
         }
     }
-    /// Elements of a name that nothing reads where they stand.
+    /// Elements with a name that the engine does not read at this place.
     const std::vector<Unread>& unknownElements() const { return unknown; }
-    /// Elements of which only the first is read.
+    /// Second and later elements where the engine reads only the first.
     const std::vector<Unread>& repeatedElements() const { return repeated; }
-    /// Elements of which a comment or text that is exactly their name takes the place.
+    /// Elements that are not read because a comment or text before them is exactly their name.
     const std::vector<Unread>& hiddenElements() const { return hidden; }
     const std::vector<const TiXmlText*>& texts() const { return textNodes; }
     const TextScan& scan() const { return textScan; }
-    /// Where the parser stops although it finds no fault.
+    /// The position at which the parser stops without an error. No value if it reads the whole text.
     const std::optional<TextPosition>& unreadRest() const { return rest; }
-    /// A zero byte ends the text for the parser.
+    /// Whether a zero byte ends the text for the parser.
     bool bCutByZeroByte = false;
 
-    /// The first entry of that kind; null when there is none.
+    /// The first entry of this kind. Null if there is none.
     const Entry* find(Kind kind) const;
 
     Location at(const TextPosition& position) const;
     Location at(const TiXmlBase& node) const;
-    /// The place of the attribute, or of the element when it has none of that name.
+    /// The position of the attribute, or of the element if it has no such attribute.
     Location at(const TiXmlElement& element, const char* attribute) const;
     Location start() const { return at(TextPosition{}); }
 
@@ -90,7 +89,7 @@ private:
     void sortInto(TiXmlElement& element, Level& level);
 
     std::string file;
-    std::string text; ///< with line feeds alone for line ends
+    std::string text; ///< with LF as the only line end
     Location::Document documentKind = Location::Document::Definition;
     Kind rootElementKind = Kind::Product;
     TiXmlDocument parsed;
@@ -104,11 +103,11 @@ private:
     std::vector<const TiXmlText*> textNodes;
 };
 
-/// The attribute of that name. An absent one gives null.
+/// The attribute with this name. Null if it is missing.
 const TiXmlAttribute* findAttribute(const TiXmlElement& element, const char* name);
 
 /// "line " and the number of the line in which the node begins.
 std::string lineOf(const TiXmlBase& node);
 
-/// Whether `a` stands before `b` in their document.
+/// Whether `a` comes before `b` in their document.
 bool comesBefore(const TiXmlBase& a, const TiXmlBase& b);

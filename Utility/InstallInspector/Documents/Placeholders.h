@@ -4,12 +4,12 @@
 
 #include <vector>
 
-/// The placeholders of `pattern` as the engine finds them, in their order. In a path (`bPath`) %FAMILY% is
-/// none of them, since the engine replaces it before it looks for others.
+/// The placeholders of `pattern`, as the engine finds them. In a path (`bPath`), %FAMILY% is left out,
+/// because the engine replaces it before it looks for placeholders.
 std::vector<Pattern::Placeholder> placeholdersIn(const VLString& pattern, bool bPath);
 
-/// Whether `pattern` has a percent sign that no second one closes: placeholders take them two at a time.
+/// Whether `pattern` has a percent sign without a second one. Each placeholder uses two.
 bool hasLonePercentSign(const VLString& pattern);
 
-/// What `pattern`, read as a path, has outside of %USER% and registry placeholders, whole or malformed.
+/// `pattern` as a path, without %USER% and without registry placeholders, also malformed ones.
 VLString withoutPlaceholders(const VLString& pattern);

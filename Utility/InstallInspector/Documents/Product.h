@@ -9,18 +9,18 @@
 #include <string>
 #include <vector>
 
-/// What is checked: a product definition, and the target-paths file and source folder that go with it, each
-/// with what the engine's own readers make of it.
+/// The files of a product: the definition, and optionally target paths and source folder. Contains the XML
+/// documents and the results of the engine's own readers.
 struct Product {
     /// A node of the tree of files, with the element that it comes from.
     struct TreeNode {
         const FileNode* node;
         const TiXmlElement* element;
-        VLString treePath;                     ///< components joined by "/"
+        VLString treePath;                     ///< with "/" between components
         const TreeNode* parent;                ///< null for the root
         std::vector<const TreeNode*> children; ///< in the engine's order
 
-        /// The child of that name; null when there is none.
+        /// The child with this name. Null if there is none.
         const TreeNode* child(const VLString& name) const;
     };
     /// An item of the target-paths file, with the element that gives its paths.
@@ -36,16 +36,16 @@ struct Product {
     LocatedDocument definitionFile;
     LocatedDocument targetsFile; ///< empty unless bTargets
     bool bTargets = false;
-    std::string source; ///< empty for none
+    std::string source; ///< empty if there is none
 
     SKUDefinition definition;
     std::map<VLString, InstallUtility::InstallItem> items;
 
-    /// All nodes of the tree, parents first. The first is the root; empty without `installFiles`.
+    /// All nodes of the tree, parents first. The first is the root. Empty without `installFiles`.
     std::vector<TreeNode> tree;
-    std::vector<TargetItem> targetItems; ///< the first stands for `root`
+    std::vector<TargetItem> targetItems; ///< the first is for the element `root`
 
-    /// Fills what is derived from the two documents.
+    /// Reads the two documents with the engine's readers, and fills the other members.
     void interpret();
 
     /// A branch that an install copies and that is in both files, see branchesOf.
@@ -57,8 +57,8 @@ struct Product {
     /// In the order of an install.
     std::vector<CopiedBranch> copiedBranches() const;
 
-    /// A node right below the root of the tree, or an item right below that of the targets. Null for none.
-    /// `name` is mostly one of Branch.
+    /// The node at the top of the tree, or the item at the top of the target paths, with this name. Null if
+    /// there is none. `name` is usually one of Branch.
     const TreeNode* branch(const char* name) const;
     const TargetItem* topItem(const char* name) const;
 
@@ -67,5 +67,5 @@ private:
     void addItems(std::size_t index, TiXmlElement& element);
 };
 
-/// The attribute of that name; empty when there is none.
+/// The attribute with this name. "" if it is missing.
 VLString attributeOf(const TiXmlElement& element, const char* name);

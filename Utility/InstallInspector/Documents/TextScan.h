@@ -4,30 +4,29 @@
 #include <string>
 #include <vector>
 
-/// A place in a text: line and column from 1, columns in characters.
+/// A position in a text. Lines and columns begin with 1. Columns count characters.
 struct TextPosition {
     int line = 1;
     int column = 1;
 };
 
-/// What the tree that a parser builds no longer shows.
+/// Facts about an XML text that are missing in the tree of the parser.
 struct TextScan {
-    /// Each "&" that opens no reference the parser knows; it drops these.
+    /// Each "&" that does not begin a reference. The parser drops it.
     std::vector<TextPosition> strayAmpersands;
-    /// The first tag that closes another element than the one that is open, or an element that nothing
-    /// closes.
+    /// The first tag that closes a wrong element, or the first element that is not closed.
     struct Mismatch {
-        std::string open; ///< the element to be closed; empty when none is open
+        std::string open; ///< the open element; empty if none is open
         TextPosition opened;
-        std::string closed; ///< what is closed instead; empty at the end of the text
+        std::string closed; ///< the element that is closed instead; empty at the end of the text
         TextPosition where;
     };
     std::optional<Mismatch> mismatch;
     TextPosition end;
 };
 
-/// One pass over an XML text. Comments, CDATA sections and declarations are passed over.
+/// Scans an XML text once. Ignores comments, CDATA sections and declarations.
 TextScan scanText(const std::string& text);
 
-/// The place of the byte at `offset`.
+/// The position of the byte at `offset`.
 TextPosition positionOf(const std::string& text, std::size_t offset);

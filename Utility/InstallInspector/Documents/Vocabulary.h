@@ -5,7 +5,8 @@
 #include <string>
 #include <vector>
 
-/// What the engine reads in its XML files: each element, by the place where it stands.
+/// The elements that the engine reads in its XML files. An element with different meanings at different
+/// places has several kinds.
 enum class Kind {
     Product,
     Sku,
@@ -27,8 +28,8 @@ enum class Kind {
     Root,
     Item,
     Path,
-    Condition, ///< the one that guards a path
-    Operand,   ///< one inside another condition
+    Condition, ///< directly inside a path
+    Operand,   ///< inside another condition
     Install,
     Products,
     RecordedSku,
@@ -43,7 +44,7 @@ struct ElementFormat {
     const char* name;
     std::vector<const char*> attributes;
     std::vector<Kind> children;
-    /// Of several in one parent only the first is read.
+    /// Whether only the first of these elements in a parent is read.
     bool bFirstOnly;
 };
 
@@ -51,16 +52,16 @@ struct ElementFormat {
 const std::vector<ElementFormat>& elementFormats();
 const ElementFormat& formatOf(Kind kind);
 std::string nameOf(Kind kind);
-/// The root element of the document in which the kind is read: Product, Root or Install.
+/// The root element of the documents that contain this kind: Product, Root or Install.
 Kind rootOf(Kind kind);
 
-// The names that the engine knows, as lists to compare a name with and to choose a similar one from.
+// Lists of names that the engine knows.
 
 /// See KnownHost.
 const std::vector<std::string>& hostNames();
-/// Whether it is the name of a known host or of its 32-bit variant.
+/// Whether `name` is the name of a known host or of its 32-bit variant.
 bool isKnownHost(const VLString& name);
-/// The kinds of condition, as they are usually written.
+/// The types of conditions, in their usual spelling.
 const std::vector<std::string>& conditionNames();
 /// See Branch.
 const std::vector<std::string>& branchNames();

@@ -10,50 +10,51 @@
 #include <string>
 #include <vector>
 
-/// What a run would do on this machine. Texts are the engine's own bytes; whoever shows them makes them fit.
+/// What a run would do on this machine. Texts are the bytes that the engine uses. Escape them before
+/// printing.
 struct Plan {
     using Step = PlannedMachine::Step;
 
-    /// A condition of a target path, with what it found.
+    /// A condition of a target path, with its result.
     struct Condition {
-        std::string type;  ///< as target-paths files name it; empty for one that no engine knows
-        std::string value; ///< the pattern
-        std::string filled;
+        std::string type;   ///< its name in the target-paths file; empty for an unknown type
+        std::string value;  ///< the pattern
+        std::string filled; ///< the pattern after its placeholders were filled in
         bool bHolds = true;
-        std::string found; ///< a sentence without full stop; empty for And and Or
+        std::string found; ///< the reason, a sentence without a full stop; empty for And and Or
         std::vector<Condition> operands;
     };
 
-    /// A target path, whether it applies or not.
+    /// A target path, whether or not it applies.
     struct Target {
         std::string pattern;
         std::string path; ///< empty unless it applies
         std::string whyNot;
         std::optional<Condition> condition;
-        bool bThere = false; ///< whether the folder is there when the branch begins
+        bool bThere = false; ///< whether the folder exists when the branch begins
     };
 
     enum class Action { Copy, Replace, Keep, Remove, Missing, Fail };
 
-    /// A file, or a folder that is installed or removed as a whole, in one target folder.
+    /// A file, or a folder that is copied or removed as a whole, in one target folder.
     struct Entry {
-        std::string treePath; ///< components joined by "/"
+        std::string treePath; ///< with "/" between components
         std::string path;     ///< on this machine
         bool bFolder = false;
         Action action = Action::Keep;
         std::string why;
-        std::string shortCut; ///< its path; empty when none is made or removed
+        std::string shortCut; ///< its path; empty if none is made or removed
     };
 
-    /// A branch of the tree of files that has a target item of its own.
+    /// A branch of the tree of files that has its own target item.
     struct Branch {
-        std::string treePath; ///< components joined by "/"
-        std::string host;     ///< empty but for a family of a host
+        std::string treePath; ///< with "/" between components
+        std::string host;     ///< only for a family of a host
         std::string family;
-        std::string item; ///< the target item, components joined by "/"
+        std::string item; ///< the target item, with "/" between components
         std::vector<Target> targets;
         std::vector<Entry> entries;
-        bool bSecondAttempt = false; ///< the first failed, and nobody is asked to clear the way
+        bool bSecondAttempt = false; ///< a copy failed, so the branch is copied once more
     };
 
     struct RecordedPath {
@@ -63,7 +64,7 @@ struct Plan {
         bool bFolder = false;
     };
 
-    /// Paths with all that lies below them right behind them.
+    /// Orders paths so that everything below a folder comes directly after it.
     struct TreeOrder {
         bool operator()(const std::string& a, const std::string& b) const;
     };
@@ -78,17 +79,17 @@ struct Plan {
         bool bUninstall = false;
         SKUDefinition::SKUInfo product;
         std::vector<Branch> branches;
-        std::vector<std::string> leftOut; ///< what of the tree no run touches, and why
-        std::string recordPath;           ///< empty when no record is kept
+        std::vector<std::string> leftOut; ///< parts of the tree that the run ignores, with the reason
+        std::string recordPath;           ///< empty if there is no record
         Record before;
         Record after;
-        std::vector<std::string> lost; ///< paths in use that leave the record with a folder above them
-        bool bRecordLeftAlone = false; ///< it is there and cannot be read, so it is neither saved nor removed
-        bool bRecordDamaged = false; ///< it is there and taken for an empty one; its bytes are kept beside it
+        std::vector<std::string> lost; ///< paths in use that leave the record together with a folder above
+        bool bRecordLeftAlone = false; ///< it exists and cannot be read, so it is not saved or removed
+        bool bRecordDamaged = false;   ///< it is malformed; the run keeps a copy and uses an empty record
         bool bRecordSaved = false;
         bool bRecordRemoved = false;
         std::size_t firstStep = 0;
-        std::size_t endStep = 0; ///< steps of a run that follows are not among them
+        std::size_t endStep = 0; ///< past the last step of this run
     };
 
     struct Danger {
@@ -100,25 +101,25 @@ struct Plan {
     std::string source; ///< empty for an uninstall
     std::string definition;
     std::string targets;
-    std::vector<Run> runs; ///< the second is that of the shared package
+    std::vector<Run> runs; ///< the second is the uninstall of the shared package
     std::vector<Step> steps;
     std::vector<Danger> dangers;
-    std::string log;        ///< what the run would print
+    std::string log;        ///< the output of the run
     bool bSucceeds = false; ///< whether its exit status would be 0
 };
 
-/// Takes an install, or an uninstall, which needs no `source`, through the engine on a machine that is only
-/// thought. Writes nothing, and prints nothing. Throws CannotForesee.
+/// Runs the engine against an in-memory machine and records each step in a Plan. `source` is not used for an
+/// uninstall. Writes and prints nothing. Throws CannotForesee if a result cannot be predicted.
 Plan planRun(bool bUninstall, const std::string& source, const std::string& definition,
              const std::string& targets);
 
-/// Fills `dangers` from all the rest.
+/// Fills `dangers` from the other members.
 void findDangers(Plan& plan);
 
-/// Names in kebab case; never changed, since scripts rely on them.
+/// The names of all dangers. Names never change, because scripts use them.
 std::vector<std::string> allDangerRules();
 
 std::string asText(const Plan& plan, const Painter& painter);
 std::string asJson(const Plan& plan);
-/// The shell commands, in their order, one in each line.
+/// The shell commands in their order, one in each line.
 std::string asCommands(const Plan& plan);

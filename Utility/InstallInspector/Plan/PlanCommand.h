@@ -2,7 +2,7 @@
 
 #include <string>
 
-/// What the subcommand "plan" is told.
+/// The arguments of the subcommand "plan".
 struct PlanOptions {
     std::string source; ///< empty for an uninstall
     std::string definition;
@@ -12,5 +12,5 @@ struct PlanOptions {
     bool bCommands = false;
 };
 
-/// The exit status.
+/// Returns the exit status.
 int runPlan(const PlanOptions& options);

@@ -42,14 +42,14 @@ const char* nameOf(Verb verb) {
     }
 }
 
-Json told(const Plan::Condition& condition) {
+Json toJson(const Plan::Condition& condition) {
     Json json;
     json["type"] = condition.type;
     json["holds"] = condition.bHolds;
     if (condition.type == "And" || condition.type == "Or") {
         json["operands"] = Json::array();
         for (const Plan::Condition& operand : condition.operands) {
-            json["operands"].push_back(told(operand));
+            json["operands"].push_back(toJson(operand));
         }
         return json;
     }
@@ -59,7 +59,7 @@ Json told(const Plan::Condition& condition) {
     return json;
 }
 
-Json told(const Plan::Target& target) {
+Json toJson(const Plan::Target& target) {
     Json json;
     json["pattern"] = target.pattern;
     json["applies"] = !target.path.empty();
@@ -70,12 +70,12 @@ Json told(const Plan::Target& target) {
         json["exists"] = target.bThere;
     }
     if (target.condition) {
-        json["condition"] = told(*target.condition);
+        json["condition"] = toJson(*target.condition);
     }
     return json;
 }
 
-Json told(const Plan::Entry& entry) {
+Json toJson(const Plan::Entry& entry) {
     Json json;
     json["name"] = entry.treePath;
     json["path"] = entry.path;
@@ -88,7 +88,7 @@ Json told(const Plan::Entry& entry) {
     return json;
 }
 
-Json told(const Plan::Branch& branch) {
+Json toJson(const Plan::Branch& branch) {
     Json json;
     json["name"] = branch.treePath;
     if (!branch.host.empty()) {
@@ -99,16 +99,16 @@ Json told(const Plan::Branch& branch) {
     json["secondAttempt"] = branch.bSecondAttempt;
     json["targets"] = Json::array();
     for (const Plan::Target& target : branch.targets) {
-        json["targets"].push_back(told(target));
+        json["targets"].push_back(toJson(target));
     }
     json["entries"] = Json::array();
     for (const Plan::Entry& entry : branch.entries) {
-        json["entries"].push_back(told(entry));
+        json["entries"].push_back(toJson(entry));
     }
     return json;
 }
 
-Json told(const SKUDefinition::SKUInfo& product) {
+Json toJson(const SKUDefinition::SKUInfo& product) {
     Json json;
     json["ID"] = toString(product.ID);
     json["name"] = toString(product.name);
@@ -116,11 +116,11 @@ Json told(const SKUDefinition::SKUInfo& product) {
     return json;
 }
 
-Json told(const Plan::Record& record) {
+Json toJson(const Plan::Record& record) {
     Json json;
     json["products"] = Json::array();
     for (const SKUDefinition::SKUInfo& product : record.products) {
-        json["products"].push_back(told(product));
+        json["products"].push_back(toJson(product));
     }
     json["paths"] = Json::array();
     for (const auto& [path, recorded] : record.paths) {
@@ -139,7 +139,7 @@ Json told(const Plan::Record& record) {
     return json;
 }
 
-Json toldSteps(const Plan& plan, const Plan::Run& run) {
+Json stepsOf(const Plan& plan, const Plan::Run& run) {
     Json steps = Json::array();
     for (std::size_t i = run.firstStep; i < run.endStep; ++i) {
         const Plan::Step& step = plan.steps[i];
@@ -168,13 +168,13 @@ Json toldSteps(const Plan& plan, const Plan::Run& run) {
     return steps;
 }
 
-Json told(const Plan& plan, const Plan::Run& run) {
+Json toJson(const Plan& plan, const Plan::Run& run) {
     Json json;
     json["action"] = run.bUninstall ? "uninstall" : "install";
-    json["product"] = told(run.product);
+    json["product"] = toJson(run.product);
     json["branches"] = Json::array();
     for (const Plan::Branch& branch : run.branches) {
-        json["branches"].push_back(told(branch));
+        json["branches"].push_back(toJson(branch));
     }
     json["leftOut"] = run.leftOut;
     if (!run.recordPath.empty()) {
@@ -182,10 +182,10 @@ Json told(const Plan& plan, const Plan::Run& run) {
         record["path"] = run.recordPath;
         record["saved"] = run.bRecordSaved;
         record["removed"] = run.bRecordRemoved;
-        record["before"] = told(run.before);
-        record["after"] = told(run.after);
+        record["before"] = toJson(run.before);
+        record["after"] = toJson(run.after);
     }
-    json["steps"] = toldSteps(plan, run);
+    json["steps"] = stepsOf(plan, run);
     return json;
 }
 
@@ -205,7 +205,7 @@ std::string asJson(const Plan& plan) {
     }
     document["runs"] = Json::array();
     for (const Plan::Run& run : plan.runs) {
-        document["runs"].push_back(told(plan, run));
+        document["runs"].push_back(toJson(plan, run));
     }
     document["log"] = plan.log;
     return printed(document);

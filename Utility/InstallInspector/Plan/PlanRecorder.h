@@ -3,13 +3,12 @@
 #include "Utility/InstallInspector/Plan/Plan.h"
 #include "Utility/InstallUtility/RunObserver.h"
 
-/// Records in a Plan what the engine decides while it runs against a PlannedMachine, and what that has done
-/// to the machine's files.
+/// Writes the decisions of the engine into a Plan, while the engine runs against a PlannedMachine.
 class PlanRecorder : public RunObserver {
 public:
     using Verb = PlannedMachine::Verb;
 
-    /// All must outlive this object. The machine must be in use.
+    /// All arguments must outlive this object. `inUse` must be the current Machine.
     PlanRecorder(const InstallUtility& toObserve, PlannedMachine& inUse, Plan& toFill)
         : engine(toObserve), machine(inUse), plan(toFill) {}
 
@@ -35,9 +34,9 @@ public:
 private:
     /// A folder of the tree that is being copied or removed.
     struct Walk {
-        std::size_t branchBefore; ///< the current one when the walk began
+        std::size_t branchBefore; ///< the current branch when the walk began
         std::size_t firstStep;
-        std::vector<VLString> there; ///< of a removal, the folders that exist
+        std::vector<VLString> there; ///< the existing folders, for a removal
     };
 
     Plan::Run& thisRun() { return plan.runs.back(); }
@@ -45,10 +44,10 @@ private:
     void endRun();
     void noteWhatIsLeftOut();
 
-    /// Begins a walk, and with it a branch if the node has a target item of its own.
+    /// Begins a walk. Also begins a branch if the node has its own target item.
     void beginWalk(const VLString& treePath, bool bOwnItem, const InstallItem& item);
     void endWalk();
-    /// Begins a branch and makes it the current one; gives the one that was it before.
+    /// Begins a branch and makes it the current one. Returns the previous one.
     std::size_t beginBranch(const VLString& treePath, const InstallItem& item);
     std::vector<Plan::Target> explain(const InstallItem& item);
     Plan::Condition explain(const InstallItem::ItemPath::Condition& condition);
@@ -64,11 +63,11 @@ private:
     std::string whyWritten(const VLString& treePath, bool bThere);
     std::string whyKept(const VLString& treePath);
     std::string whoUses(const VLString& treePath);
-    /// Whether something was at `path` when this was first asked.
+    /// Whether `path` existed at the first call with this path.
     bool wasThere(const VLString& path);
-    /// `folder`, or without one the target folders of the branch, as far as they are there.
+    /// `folder` if it is not empty, otherwise the target folders of the branch. Only existing folders.
     std::vector<VLString> foldersThere(const VLString& folder);
-    /// Why the first step since `firstStep` that failed did so; `otherwise` when none did.
+    /// The reason of the first failed step since `firstStep`. `otherwise` if no step failed.
     std::string failureSince(std::size_t firstStep, const std::string& otherwise) const;
 
     const InstallUtility& engine;
@@ -77,8 +76,8 @@ private:
     std::size_t currentBranch = 0;
     std::size_t firstOfAttempt = 0; ///< the first branch of this attempt
     std::vector<Walk> walks;
-    std::size_t firstOfFile = 0; ///< the first step of the file that is copied or removed
-    bool bFileWasThere = false;  ///< of the file that is removed
+    std::size_t firstOfFile = 0; ///< the first step of the current file
+    bool bFileWasThere = false;  ///< for the file that is removed
     bool bFileWasFolder = false;
     std::map<std::string, bool> thereOnce; ///< see wasThere
 };

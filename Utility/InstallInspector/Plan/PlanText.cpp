@@ -76,7 +76,7 @@ std::string relativeTo(const std::string& folder, const std::string& path) {
 
 class Report {
 public:
-    Report(const Plan& told, const Painter& colours) : plan(told), painter(colours) {}
+    Report(const Plan& toPrint, const Painter& colours) : plan(toPrint), painter(colours) {}
 
     std::string text() {
         for (const Plan::Run& run : plan.runs) {
@@ -245,7 +245,7 @@ private:
         bool bHeading = false;
         for (std::size_t i = run.firstStep; i < run.endStep; ++i) {
             const Plan::Step& step = plan.steps[i];
-            const std::string what = toldWithoutShell(step);
+            const std::string what = stepWithoutShell(step);
             if (!what.empty()) {
                 if (!bHeading) {
                     heading(toString(run.product.ID) == "COMMON" ? "Application Manager" : "Uninstaller");
@@ -256,7 +256,7 @@ private:
         }
     }
 
-    std::string toldWithoutShell(const Plan::Step& step) const {
+    std::string stepWithoutShell(const Plan::Step& step) const {
         const std::string path = printable(step.path);
         if (step.verb == Verb::RemoveItem) {
             return step.bSucceeded ? painter.paint(Colour::Yellow, "remove ") + "  " + path : "";

@@ -7,17 +7,17 @@
 #include <string>
 #include <vector>
 
-/// What would happen cannot be told: the run would do something whose outcome is not known here.
+/// The result of a step of the run cannot be predicted.
 class CannotForesee : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// The machine as a run would change it, held in memory. Commands are noted and not run; what they would do
-/// shows in the answers to later questions. The machine itself is only read.
+/// An in-memory machine. Commands are recorded as steps and change only the files in memory, which later
+/// calls see. The real machine is only read.
 ///
-/// A command in whose paths the shell would find something to interpret throws CannotForesee. Commands
-/// succeed and fail as for the superuser on a disk that has room and tells upper from lower case.
+/// Commands succeed and fail as for the superuser, on a disk with room where upper and lower case differ. If
+/// the shell would interpret a part of a path, throws CannotForesee.
 class PlannedMachine : public Machine {
 public:
     enum class Verb {
@@ -30,7 +30,7 @@ public:
         RemoveFile,
         RemoveFolder,
         RemoveEmptyFolder,
-        // What the program does without a shell:
+        // Without a shell:
         RemoveItem,
         CreateFolder,
         CopyItem,
@@ -38,26 +38,26 @@ public:
     };
 
     struct Step {
-        std::string command; ///< empty for what the program does without a shell
+        std::string command; ///< empty for a step without a shell
         Verb verb = Verb::Ask;
-        std::string source; ///< of a copy; of a link, what it leads to
-        std::string path;   ///< what is changed
-        mode_t before = 0;  ///< the type of `path` itself before the step; 0 for nothing
+        std::string source; ///< the source of a copy, or the target of a link
+        std::string path;   ///< the path that is changed
+        mode_t before = 0;  ///< the type of `path` before the step, without following a link; 0 if missing
         bool bSucceeded = true;
-        std::string why;               ///< of a failure
-        std::vector<std::string> made; ///< folders that come into being, but for those below a copied folder
-        std::size_t removed = 0;       ///< of a removed folder, how many files and folders it held
+        std::string why;               ///< the reason of a failure
+        std::vector<std::string> made; ///< new folders, without those inside a copied folder
+        std::size_t removed = 0;       ///< the number of files and folders in a removed folder
     };
 
-    /// Stands for the program's bundle, which has a folder "Contents"; no path on this machine.
+    /// The program's bundle in memory, with a folder "Contents". Not a path on this machine.
     static constexpr const char* bundle = "InstallUtility.app";
 
     PlannedMachine();
 
-    /// In the order in which the run takes them.
+    /// In the order of the run.
     const std::vector<Step>& steps() const { return taken; }
 
-    /// Until the end of its scope nothing is noted. For questions that the run itself does not ask.
+    /// No steps are recorded until the end of its scope. For calls that are not part of the run.
     class WithoutSteps {
     public:
         explicit WithoutSteps(PlannedMachine& noting) : fileSystem(noting) { ++fileSystem.withoutSteps; }
@@ -78,7 +78,7 @@ public:
     Saved saveFile(const VLString& path, const std::function<void(FILE*)>& print, const FileState* expected,
                    int& error) override;
     bool createFile(const VLString& path, const char* bytes, std::size_t size, int& error) override;
-    /// No other run is waited for: nothing is changed.
+    /// Does not lock, because nothing is changed.
     Lock tryToLock() override { return Lock::Held; }
     void unlock() override {}
     VLString mainBundlePath() override;
@@ -86,23 +86,23 @@ public:
     bool createFolder(const VLString& path) override;
     bool copyItem(const VLString& source, const VLString& destination) override;
     bool createSymbolicLink(const VLString& link, const VLString& target) override;
-    /// Cancel, as where nobody can be asked.
+    /// Returns false (Cancel), as if nobody can be asked.
     bool showRetryCancelAlert(const VLString& title, const VLString& text) override;
 
 private:
-    /// A file, a folder or a link, or that nothing is there.
+    /// A file, a folder or a link. Type 0: nothing exists.
     struct Node {
         mode_t type = 0;
-        /// Where on this machine the content of a file, or what is in a folder besides `children`, is found;
-        /// empty for nowhere.
+        /// The path on this machine with the content of a file, or with the entries of a folder that are not
+        /// in `children`. Empty if there is none.
         std::string origin;
-        std::string text; ///< what a link leads to; what a file without origin holds
+        std::string text; ///< the target of a link, or the content of a file without origin
         std::map<std::string, Node> children;
     };
-    /// Where a path leads.
+    /// The result of following a path.
     struct Place {
-        Node* node = nullptr;       ///< null when a folder on the way is missing, or the path is no path
-        std::vector<Node*> folders; ///< those on the way, from "/"
+        Node* node = nullptr;       ///< null if a folder in the path is missing, or the path is invalid
+        std::vector<Node*> folders; ///< the folders in the path, from "/"
     };
 
     static Node nodeAt(const std::string& path);
@@ -130,6 +130,6 @@ private:
 
     Node root;
     std::vector<Step> taken;
-    std::map<std::string, std::string> answers; ///< to commands that ask
+    std::map<std::string, std::string> answers; ///< outputs of captured commands
     int withoutSteps = 0;
 };

@@ -5,36 +5,36 @@
 #include <string>
 #include <vector>
 
-/// An error does harm as it stands; a warning may be meant.
+/// An error does harm in any case. A warning may be intended.
 enum class Severity { Error, Warning };
 
 struct Location {
-    /// Where it comes in a list of findings: in this order.
+    /// Findings are sorted in this order.
     enum class Document { Definition, Targets, Source, Record };
 
     Document document = Document::Definition;
     std::string file;
-    int line = 0; ///< from 1; 0 for the file as a whole
+    int line = 0; ///< from 1; 0 for the whole file
     int column = 0;
 };
 
-/// One mistake.
+/// A mistake.
 struct Finding {
     Location where;
     std::string rule;
     Severity severity = Severity::Error;
     std::string message;     ///< what is wrong, without a full stop
-    std::string consequence; ///< what the engine will do because of it
-    std::string advice;      ///< what to write instead
+    std::string consequence; ///< the effect on a run
+    std::string advice;      ///< how to correct it
 };
 
 /// By document, file, line and column.
 void sortFindings(std::vector<Finding>& findings);
 
-/// `text` between double quotes, fit for a terminal and a line: control characters, and bytes that are no
-/// UTF-8, as \n, \x1b and the like, and no more than its first 200 bytes.
+/// `text` between double quotes, safe for a terminal and for one line. Control characters and bytes that are
+/// not UTF-8 become \n, \x1b and so on. Cut after 200 bytes.
 std::string quotedText(const VLString& text);
-/// The whole text, without quotes.
+/// The same, without quotes and not cut.
 std::string printable(const std::string& text);
 
 std::string toString(const VLString& text);

@@ -8,10 +8,10 @@
 
 const char* nameOf(Severity severity);
 
-/// As `quotedText`, without the quotes.
+/// Like quotedText, without the quotes.
 std::string printableText(const VLString& text);
 
-/// Each finding in three lines, and below them how many there are. There has to be one.
+/// Each finding in three lines, then the number of findings. `findings` must not be empty.
 std::string printed(const std::vector<Finding>& findings, const Painter& painter);
 
 /// Adds the members "errors", "warnings" and "findings".

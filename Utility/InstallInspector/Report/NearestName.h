@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
-/// The one of `candidates` that someone who wrote `text` most likely meant: the fewest characters to insert,
-/// drop, replace or swap, whatever the case; the first of several. None when all are too far away.
+/// The candidate that is most similar to `text`: with the fewest characters to insert, delete, replace or
+/// swap (the optimal string alignment distance), in upper or lower case. The first of several. No value if
+/// all differ too much.
 std::optional<std::string> nearestName(const std::string& text, const std::vector<std::string>& candidates);

@@ -96,24 +96,25 @@ void recordEntryIgnored(Status& status, const StatusReport& report) {
     if (status.record.state != Record::State::Readable) {
         return;
     }
-    const auto tell = [&](const Location& where, const std::string& message) {
+    const auto reportIgnored = [&](const Location& where, const std::string& message) {
         report(where, message, "The engine passes it over, and the next run that saves the record drops it.",
                "Mend it as Docs/status-file-format.md says, or remove it.");
     };
     for (const auto* list : {&file.unknownElements(), &file.repeatedElements(), &file.hiddenElements()}) {
         for (const auto& unread : *list) {
-            tell(file.at(*unread.element),
-                 "nothing reads the element " + quotedText(VLString(unread.element->Value())) +
-                     (unread.parent == nullptr ? std::string(" at the top")
-                                               : " inside " + quotedText(VLString(unread.parent->Value()))) +
-                     (list == &file.repeatedElements() ? " but the first" : ""));
+            reportIgnored(file.at(*unread.element),
+                          "nothing reads the element " + quotedText(VLString(unread.element->Value())) +
+                              (unread.parent == nullptr
+                                   ? std::string(" at the top")
+                                   : " inside " + quotedText(VLString(unread.parent->Value()))) +
+                              (list == &file.repeatedElements() ? " but the first" : ""));
         }
     }
     forEachPath(status, [&](const Entry& entry) {
         for (const char* attribute : {"fileName", "ref"}) {
             if (attributeOf(*entry.element, attribute).IsEmpty()) {
-                tell(file.at(*entry.element, attribute),
-                     "<" + nameOf(entry.kind) + "> without " + attribute + ", with everything in it");
+                reportIgnored(file.at(*entry.element, attribute), "<" + nameOf(entry.kind) + "> without " +
+                                                                      attribute + ", with everything in it");
                 return;
             }
         }
