@@ -67,11 +67,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return 0;
     }
     const VLString result = InstallUtility::fillPattern(pattern);
-    const std::string said = output.take();
+    const std::string printed = output.take();
     // A line about something else may name a pattern that holds these words.
     const std::string words = "does not come to an end";
     const bool bEndless =
-        said.find(words) != std::string::npos &&
+        printed.find(words) != std::string::npos &&
         std::string(reinterpret_cast<const char*>(data), size).find(words) == std::string::npos;
     require(!expected || (!bEndless && view(result) == *expected), "a pattern is filled as the rules read");
     require(result.Size() <= pattern.Size() + (1UL << 20), "no pattern grows without end");

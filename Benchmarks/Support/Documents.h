@@ -4,18 +4,18 @@
 
 #include <string>
 
-/// A product of a given number of files, at most a hundred in a folder at every level. Names and paths are of
-/// usual lengths.
+/// The documents of a product with a given number of files. A folder has at most a hundred entries. Names and
+/// paths have usual lengths.
 namespace Documents {
 
-/// The product definition, its tree below VorlaneFX.
+/// The product definition, with all files below VorlaneFX.
 std::string Definition(long files);
-/// The record of one such product, whose files are used twice.
+/// The record of such a product, with two uses of each file.
 std::string Record(long files);
-/// A target-paths file with that many target folders, half of them under a condition.
+/// A target-paths file with this number of target folders. Half of them have a condition.
 std::string TargetPaths(long folders);
 
-/// A new empty folder in memory, where the machine has such a place, until the end of the scope.
+/// A new empty folder, removed at the end of the scope. In memory, if the machine has a file system for that.
 class Folder {
 public:
     Folder();
@@ -30,7 +30,7 @@ private:
     std::string name;
 };
 
-/// Makes the file at `path` hold `content`. Throws std::runtime_error when it cannot.
+/// Writes `content` to the file at `path`. Throws std::runtime_error on failure.
 void Write(const VLString& path, const std::string& content);
 
 } // namespace Documents

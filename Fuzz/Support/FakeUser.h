@@ -11,8 +11,8 @@
 
 namespace Fuzz {
 
-/// In the machine's place for the whole program: starts no command. Every user has the same home folder with
-/// one preference file, "com.vorlane.fuzz", of which some values name each other for ever.
+/// Replaces the machine in the whole program. Runs no command. Every user has the same home folder with one
+/// preference file, "com.vorlane.fuzz". Some of its values contain each other's placeholders without end.
 class FakeUser : public Machine {
 public:
     FakeUser() {
@@ -39,7 +39,7 @@ public:
     mode_t linkTypeOf(const VLString& path) override { return typeOf(path); }
     bool hasProgram(const VLString& /*name*/) override { return false; }
 
-    VLString homeVariable; ///< what the shell's $HOME holds
+    VLString homeVariable; ///< the shell's $HOME
 
 private:
     VLString userName() const {

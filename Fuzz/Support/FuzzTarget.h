@@ -6,30 +6,30 @@
 #include <cstdint>
 #include <string_view>
 
-// What every target includes. A target checks one reader with one hostile input: that it comes to its end,
-// and that what it gives has the properties that hold for any input whatever.
+// Included by every target. A target passes one hostile input to one reader and checks that the reader ends
+// and that its result has the properties that hold for every input.
 
-/// Runs the target once. Always 0. Called by the fuzzer, or by CorpusMain.cpp for the kept inputs.
+/// Runs the target once. Always 0. The fuzzer calls it, or CorpusMain.cpp for the inputs in Fuzz/Corpus.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 namespace Fuzz {
 
-/// Ends the program, for the fuzzer a finding, unless `bHolds`; says `property`.
+/// If `bHolds` is false, prints `property` and ends the program, which the fuzzer reports as a finding.
 void require(bool bHolds, const char* property);
 
-/// An input taken apart from its beginning.
+/// Reads the parts of an input from its beginning.
 class Input {
 public:
     Input(const std::uint8_t* data, std::size_t size)
         : rest(size == 0 ? "" : reinterpret_cast<const char*>(data), size) {}
 
-    /// The next byte; 0 at the end.
+    /// The next byte. 0 at the end.
     std::uint8_t byte();
-    /// What comes before the next line feed, which is skipped; all that is left when there is none.
+    /// The text before the next line feed, which is skipped. The rest if there is no line feed.
     VLString line();
-    /// All that is left.
+    /// The rest.
     std::string_view bytes() const { return rest; }
-    /// The same, up to its first zero byte.
+    /// The rest up to its first zero byte.
     VLString text() const { return VLString(bytesToZero().data(), bytesToZero().size()); }
 
 private:

@@ -9,7 +9,7 @@
 
 namespace Fuzz {
 
-/// Standard output of the whole program, which goes into a file without a name.
+/// Redirects standard output of the whole program to a temporary file.
 class Output {
 public:
     Output() {
@@ -18,7 +18,7 @@ public:
         static_cast<void>(std::fclose(unnamed));
     }
 
-    /// All that was printed since the last call.
+    /// The output since the last call.
     std::string take() {
         const off_t size = lseek(STDOUT_FILENO, 0, SEEK_CUR);
         std::string text(static_cast<std::size_t>(size), '\0');

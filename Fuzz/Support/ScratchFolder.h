@@ -7,8 +7,8 @@
 
 namespace Fuzz {
 
-/// A new empty folder, in memory where the machine has such a place, which is removed with all it holds when
-/// the program ends. A program that a finding ends leaves it behind.
+/// A new empty folder, in memory if the machine has a file system for that. Removed with everything in it
+/// when the program ends. After a finding, it stays.
 class ScratchFolder {
 public:
     ScratchFolder();
@@ -17,7 +17,7 @@ public:
     ScratchFolder& operator=(const ScratchFolder&) = delete;
 
     VLString path() const { return VLString(folder.c_str()); }
-    /// The path of the file `name`, which is made to hold `content`.
+    /// Writes `content` to the file `name` and returns its path.
     VLString write(const char* name, std::string_view content) const;
 
 private:

@@ -2,12 +2,11 @@
 
 #include <string>
 
-/// Takes everything that this process and its children write to standard output (file descriptor 1) until
-/// the end of the scope. What was buffered before goes to the old output.
+/// Captures the standard output (file descriptor 1) of this process and its children until the end of the
+/// scope. Output that was buffered before goes to the old standard output.
 class CapturedStdout {
 public:
-    /// A pipe holds 64 KiB until it is read; who writes more into it without a text() in between waits for
-    /// ever.
+    /// A pipe has room for 64 KiB. Without a call of text(), a writer of more waits without end.
     enum class Into { File, Pipe };
 
     explicit CapturedStdout(Into into = Into::File);
@@ -15,9 +14,9 @@ public:
     CapturedStdout(const CapturedStdout&) = delete;
     CapturedStdout& operator=(const CapturedStdout&) = delete;
 
-    /// All bytes so far, with those in the buffers of this process, which it flushes. Capturing goes on.
+    /// Flushes the buffers of this process and returns all bytes so far. Capturing goes on.
     std::string text();
-    /// The bytes that have left the buffers so far.
+    /// The bytes that were flushed so far.
     std::string unbufferedText();
 
 private:

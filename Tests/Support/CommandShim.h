@@ -7,29 +7,29 @@
 #include <string>
 #include <vector>
 
-/// Stands between the code under test and the machine's tools until the end of the scope: a folder of small
-/// scripts, first in PATH, each of which notes its arguments and then becomes the tool itself. What the shell
-/// does on its own (cd, echo) is not seen.
+/// Records the tools that the code under test runs, until the end of the scope. Puts a folder of small
+/// scripts first in PATH. Each script records its arguments and then runs the tool. Commands inside the shell
+/// (cd, echo) are not recorded.
 class CommandShim {
 public:
-    /// The name of a tool, then its arguments as the shell passed them.
+    /// The name of a tool, then the arguments that the shell passed to it.
     using Call = std::vector<std::string>;
 
     /// The tools that FileLibrary and FileFinder run.
     static const std::vector<std::string>& usualTools();
 
-    /// Shims those of the tools that the machine has.
+    /// Replaces those tools that the machine has.
     explicit CommandShim(const std::vector<std::string>& tools = usualTools());
 
-    /// From now on `tool`, which the machine need not have, is noted and then runs `script`, shell text that
-    /// finds its arguments in "$@" and the path of the machine's tool in "$tool".
+    /// From now on, `tool` is recorded and then runs `script`. The machine need not have `tool`. In the shell
+    /// text `script`, "$@" are the arguments and "$tool" is the path of the machine's tool.
     void replace(const std::string& tool, const std::string& script);
 
-    /// All calls since the beginning or the last forget(), in the order in which they started.
+    /// All calls since the beginning or the last forget(), in the order of their starts.
     std::vector<Call> calls() const;
     void forget();
-    /// The calls that a script has noted in `log`: for each the number of arguments, the name and the
-    /// arguments, all with a zero byte behind them.
+    /// The calls that a script has recorded in `log`. Each call is the number of arguments, the name and the
+    /// arguments, each followed by a zero byte.
     static std::vector<Call> callsIn(const std::filesystem::path& log);
 
 private:

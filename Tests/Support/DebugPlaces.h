@@ -2,6 +2,5 @@
 
 #include <string>
 
-/// `text` with every "DEBUG: FILE,LINE:FUNCTION " as "DEBUG: ", so that expectations do not change with the
-/// code.
+/// `text` with "DEBUG: " in place of every "DEBUG: FILE,LINE:FUNCTION ", which changes with the code.
 std::string withoutDebugPlaces(const std::string& text);

@@ -11,28 +11,27 @@
 #include <string>
 #include <vector>
 
-/// Runs the real program on a machine of its own; skipped, with the reason, where that cannot be had.
-/// Products lie below PrivateRoot::installerFolder, each in a folder with the name of its ID; nothing may
-/// change them. Every record that a run writes has to be valid by its schema, and each run has to be what
-/// InstallInspector's plan says about it, see PlanComparison.
+/// Runs the real program in a private root. Where no private root is possible, the test is skipped with the
+/// reason. Products are below PrivateRoot::installerFolder, each in a folder with the name of its ID. The
+/// test fails if a run changes a product, writes a record that is not valid against its schema, or differs
+/// from the plan of InstallInspector (see PlanComparison).
 class EndToEndTest : public testing::Test {
 protected:
     using Lines = FileTree::Lines;
     using Options = PrivateRoot::Options;
 
-    /// Where the products of these tests have their "VorlaneFX" files, and so the record of what is
-    /// installed.
+    /// The target folder of "VorlaneFX" for the products of these tests. It also contains the record.
     static constexpr const char* statusFolder = "/Library/Application Support/Vorlane";
 
-    /// Whether each run is compared with its plan. Not where a test disturbs the run.
+    /// Whether each run is compared with its plan. False for tests that disturb the run.
     virtual bool comparesPlans() const { return true; }
 
     void SetUp() override;
     PrivateRoot& root() { return *machine; }
-    /// Goes on with a fresh machine on which nothing is placed.
+    /// Continues with a new private root without products.
     void takeNewMachine();
 
-    /// Puts the product on the installer's disk, where an earlier one of its ID is replaced.
+    /// Writes the product below PrivateRoot::installerFolder. Replaces an earlier one with the same ID.
     void place(const ProductBuilder& product);
     static std::string folderOf(const ProductBuilder& product);
     static std::vector<std::string> installCommand(const ProductBuilder& product);
@@ -44,18 +43,18 @@ protected:
                           const Options& options = Options());
     ProgramResult Uninstall(const ProductBuilder& product, const std::vector<std::string>& more = {},
                             const Options& options = Options());
-    /// Starts the installed uninstaller as opening it does.
+    /// Runs the launcher of the installed uninstaller, as opening it does.
     ProgramResult OpenUninstaller(const ProductBuilder& product, const std::vector<std::string>& more = {},
                                   const Options& options = Options());
 
-    /// The whole tree, but for what a fresh machine has. The record stands as "record" and an uninstaller
-    /// that is whole as "uninstaller of ID" in place of the content.
+    /// Compares the whole tree, without the lines of a new private root. The content of the record is
+    /// "record". A complete uninstaller is one line, "uninstaller of ID".
     void ExpectTree(const Lines& expected, int line = __builtin_LINE(), const char* file = __builtin_FILE());
-    /// The record, in its order: "product ID, name, build", then "path count", with ", build" after it for a
-    /// file and ", shortcut name in folder" after that.
+    /// Compares the record. Its lines are "product ID, name, build", then "path count". For a file, ", build"
+    /// follows, and then ", shortcut name in folder" if it has one.
     void ExpectCounts(const Lines& expected, int line = __builtin_LINE(),
                       const char* file = __builtin_FILE());
-    /// Standard output, line by line; the place in the source is taken out of debug lines.
+    /// Compares standard output line by line, without the source positions of debug lines.
     static void ExpectLog(const ProgramResult& result, const Lines& expected, int line = __builtin_LINE(),
                           const char* file = __builtin_FILE());
     static void ExpectSuccess(const ProgramResult& result, int line = __builtin_LINE(),
@@ -64,9 +63,9 @@ protected:
     Lines counts(const std::string& folder = statusFolder);
     static Lines logLines(const ProgramResult& result);
     static bool hasLine(const ProgramResult& result, const std::string& line);
-    /// The line about a file that the product ALPHA, in whose `files` it has this path, could not place.
+    /// The log line for a failed copy. `path` is the path in `files` of the product ALPHA.
     static std::string failedCopy(const std::string& path, const std::string& target);
-    /// The line about a record that cannot be read, or cannot be saved, for this reason.
+    /// The log line for a record that cannot be read (cannot be saved) for this reason.
     static std::string recordLeftAlone(const std::string& reason);
     static std::string recordNotSaved(const std::string& reason);
     /// A path in the status folder.
@@ -78,6 +77,6 @@ private:
                               const std::vector<std::string>& more, const Options& options);
 
     std::optional<PrivateRoot> machine;
-    std::optional<PlanComparison> comparison;  ///< in use while `machine` is there
-    std::map<std::string, std::string> placed; ///< uninstaller by ID
+    std::optional<PlanComparison> comparison;  ///< uses `machine`
+    std::map<std::string, std::string> placed; ///< uninstallers by ID
 };

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-/// Takes the machine's place until the end of the scope: notes every command and runs none, and notes which
-/// paths are asked for. What paths are is still asked of the machine, unless a test says otherwise.
+/// Replaces the machine until the end of the scope. Records every command and runs none. Records the paths
+/// whose type is read. Types of paths come from the real machine unless a test sets them.
 class FakeMachine : public Machine {
 public:
     FakeMachine() : before(setCurrent(this)) {}
@@ -15,19 +15,19 @@ public:
     FakeMachine(const FakeMachine&) = delete;
     FakeMachine& operator=(const FakeMachine&) = delete;
 
-    /// One whose user is `name`, with the home folder `home`.
+    /// A machine with the user `name` and the home folder `home`.
     FakeMachine(const VLString& name, const VLString& home) : FakeMachine() {
         answers["eval echo $HOME"] = std::string("/Users/") + name.ConstData() + "\n";
         answers[std::string("eval echo '~") + name.ConstData() + "'"] = std::string(home.ConstData()) + "\n";
     }
 
     std::vector<std::string> commands;
-    std::vector<std::string> paths; ///< whose type was asked for, through links
-    /// What every command gives.
+    std::vector<std::string> paths; ///< the arguments of typeOf
+    /// The result of every command.
     bool bResult = true;
-    std::string output; ///< of those that have no answer
-    std::map<std::string, std::string> answers;
-    /// The answers for paths that do not come from the machine, and the programs that there are.
+    std::string output;                         ///< of commands that are not in `answers`
+    std::map<std::string, std::string> answers; ///< outputs by command
+    /// Types of paths in place of those of the real machine, and the existing programs.
     std::map<std::string, mode_t> types;
     std::map<std::string, mode_t> linkTypes;
     std::vector<std::string> programs;
@@ -60,7 +60,7 @@ public:
         }
         return false;
     }
-    /// The machine's own lock would make tests wait for each other.
+    /// With the real lock, tests would wait for each other.
     Lock tryToLock() override { return Lock::Held; }
 
 private:

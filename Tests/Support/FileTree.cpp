@@ -12,7 +12,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::size_t longestShownContent = 120;
+constexpr std::size_t longestPrintedContent = 120;
 
 std::string modeText(fs::perms permissions, unsigned usual) {
     const auto mode = static_cast<unsigned>(permissions);
@@ -25,7 +25,7 @@ std::string modeText(fs::perms permissions, unsigned usual) {
 
 std::string contentText(const fs::path& file) {
     std::string content = FileTree::read(file);
-    if (content.size() <= longestShownContent &&
+    if (content.size() <= longestPrintedContent &&
         content.find_first_of(std::string("\n\0", 2)) == std::string::npos) {
         return content;
     }

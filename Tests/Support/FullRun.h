@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-/// Whether tests take the time to try everything: Scripts/torture sets RELIABILITY_FULL.
+/// Whether tests run in their long forms. Scripts/torture sets RELIABILITY_FULL.
 inline bool isFullRun() {
     const char* full = std::getenv("RELIABILITY_FULL"); // NOLINT(concurrency-mt-unsafe): nobody sets it
     return full != nullptr && *full != '\0';

@@ -4,10 +4,10 @@
 
 #include <cstddef>
 
-/// How many CoreFoundation objects exist; always 0 where the platform does not count them.
+/// The number of existing CoreFoundation objects. Always 0 on platforms that do not count them.
 std::size_t liveObjects();
 
-/// A test that fails unless as many CoreFoundation objects exist at its end as at its beginning.
+/// A test that fails if the number of CoreFoundation objects changes.
 class BalancedObjectsTest : public testing::Test {
 protected:
     void TearDown() override { EXPECT_EQ(liveObjects(), objectsBefore); }

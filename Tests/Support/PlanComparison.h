@@ -7,26 +7,25 @@
 #include <string>
 #include <vector>
 
-/// Asks InstallInspector for its plan before a run of the program, and compares what the plan says with what
-/// the run then does: the shells that it starts, which note for what they were started. A plan that differs,
-/// or that changes anything, fails the test.
+/// Gets the plan of InstallInspector before a run of the program, and compares its commands with those of the
+/// run. A shell in the private root records the commands of the run. The test fails if they differ or if the
+/// plan changes anything.
 ///
-/// Not compared are runs whose outcome the machine does not decide alone: those in a terminal, where a person
-/// answers; those that are started through a shell, which this class does not take for a run; those with
-/// tools of the test's own in PATH; and uninstallers whose engine the test has replaced.
+/// These runs are not compared: in a terminal, where a person answers; through a shell; with the test's own
+/// tools in PATH; and of an uninstaller with a replaced engine.
 class PlanComparison {
 public:
-    /// Whether there is an inspector to ask.
+    /// Whether InstallInspector was built.
     static bool isAvailable();
 
     explicit PlanComparison(const PrivateRoot& machine);
 
-    /// Runs the command through `run`, and compares if it can be compared.
+    /// Calls `run` for the command. Compares it with its plan where that is possible.
     ProgramResult around(const std::vector<std::string>& command, const PrivateRoot::Options& options,
                          const std::function<ProgramResult()>& run) const;
 
 private:
-    /// What InstallInspector gets in place of the program's command, and where it is started.
+    /// The command of InstallInspector for a command of the program, and its options.
     struct Question {
         std::vector<std::string> command;
         PrivateRoot::Options options;

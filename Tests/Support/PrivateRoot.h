@@ -11,14 +11,14 @@
 #include <string>
 #include <vector>
 
-/// A root folder of its own for programs that work at fixed paths such as /Applications: a shell and the
-/// tools, the folders that a fresh machine has, the user anna, and the program in its bundle below
-/// /Volumes/Installer. The superuser runs in it, with anna's home folder. It goes away with the object.
+/// A separate root folder for programs with fixed paths such as /Applications. Contains a shell and the
+/// tools, the folders of a new machine, the user anna, and the program in its bundle below
+/// /Volumes/Installer. Programs run as the superuser with anna's home folder. The destructor removes it.
 ///
-/// Paths that begin with "/" are those inside the root.
+/// Paths that begin with "/" are paths inside the root.
 class PrivateRoot {
 public:
-    /// Where the bundle lies, and products to install.
+    /// Contains the bundle, and products to install.
     static constexpr const char* installerFolder = "/Volumes/Installer";
     static constexpr const char* bundle = "/Volumes/Installer/InstallUtility.app";
     static constexpr const char* program =
@@ -27,61 +27,60 @@ public:
     static constexpr const char* userPreferences = "/Users/anna/Library/Preferences";
 
     struct Options {
-        /// Added to HOME, PATH and what the sanitizers look at, or takes their place.
+        /// Added to HOME, PATH and the variables of the sanitizers. Replaces those with the same name.
         std::map<std::string, std::string> environment;
         std::string workingFolder = "/";
         std::string standardInput;
         std::chrono::milliseconds timeout = std::chrono::seconds(30);
     };
 
-    /// What a person does at the terminal: waits for a text that has not been there before, does something
-    /// elsewhere, and types.
+    /// An action of a person at the terminal: wait for a new `prompt`, call `before`, and type `typed`.
     struct Answer {
         std::string prompt;
         std::string typed;
         std::function<void()> before;
     };
 
-    /// Why a program cannot be run in a private root here; empty when it can.
+    /// The reason why no private root is possible here. Empty if it is possible.
     static const std::string& whyNot();
 
-    /// Whether there is an `inspector`: it is built only where its libraries are.
+    /// Whether `inspector` exists. It is built only if its libraries are installed.
     static bool hasInspector();
 
-    /// Where a program that is built to measure coverage writes what it measured, at its end.
+    /// The folder to which a program that measures coverage writes its results.
     static std::string buildFolder();
 
     PrivateRoot();
 
-    /// Where the path lies on this machine.
+    /// The path on this machine.
     std::filesystem::path outside(const std::string& path) const { return folder.path() / path.substr(1); }
     void write(const std::string& path, const std::string& content, unsigned mode = 0644) const;
-    /// Copies a program of this machine, with the libraries that it needs, in the place of what is there.
+    /// Copies a program of this machine with its libraries. Replaces an existing file.
     void add(const std::filesystem::path& file, const std::string& path) const;
     std::string read(const std::string& path) const { return FileTree::read(outside(path)); }
     void makeFolder(const std::string& path) const;
     void remove(const std::string& path) const;
-    /// Anything at all, a link that leads nowhere included.
+    /// Whether anything exists there, also a dangling link.
     bool exists(const std::string& path) const;
 
     ProgramResult run(const std::vector<std::string>& command) const { return run(command, Options()); }
     ProgramResult run(const std::vector<std::string>& command, const Options& options) const;
-    /// The same, whatever `watch` says.
+    /// The same, without `watch`.
     ProgramResult runUnwatched(const std::vector<std::string>& command, const Options& options) const;
-    /// When it is set, `run` leaves each command to it. The last argument runs the command.
+    /// If set, `run` calls it for each command. The last argument runs the command.
     std::function<ProgramResult(const std::vector<std::string>&, const Options&,
                                 const std::function<ProgramResult()>&)>
         watch;
-    /// Runs the command in a terminal, where the answers are given one after the other. Everything that the
-    /// terminal shows is the result's standard output. A prompt that never comes ends in a time-out.
+    /// Runs the command in a terminal and gives the answers one after the other. The output of the terminal
+    /// is the standard output of the result. If a prompt does not appear, the command times out.
     ProgramResult runInTerminal(const std::vector<std::string>& command, const std::vector<Answer>& answers,
                                 const Options& options) const;
 
-    /// Everything but the tools, the installer and the build folder, as FileTree::describe tells it, in full
-    /// paths. A fresh root has the lines of freshTree().
+    /// FileTree::describe of the root with full paths, without the tools, the installer and the build folder.
+    /// A new root has the lines of freshTree().
     FileTree::Lines tree() const;
     static FileTree::Lines freshTree();
-    /// The same of one folder.
+    /// The same for one folder.
     FileTree::Lines tree(const std::string& path) const;
 
 private:

@@ -22,12 +22,12 @@ TargetCondition valueMissing(const std::string& key, const std::string& value);
 TargetCondition allOf(std::vector<TargetCondition> operands);
 TargetCondition anyOf(std::vector<TargetCondition> operands);
 
-/// Builds a product as a release engineer would: a folder of files, a product definition and a target-paths
-/// file. Its XML is made as text, so that a fault of the engine's own XML code cannot hide. Every operation
-/// gives the product itself, so that they can be put in a row.
+/// Builds a product: a folder of files, a product definition and a target-paths file. Writes XML as text, so
+/// that faults in the engine's XML code are found. Every operation returns the product, so that calls can be
+/// chained.
 ///
-/// Paths in the tree have their parts joined by "/": "Hosts/Edius/Alpha/a.plugin". Folders above a path come
-/// into being with it.
+/// Paths in the tree have "/" between components: "Hosts/Edius/Alpha/a.plugin". Missing folders above a path
+/// are added.
 class ProductBuilder {
 public:
     using Attributes = std::map<std::string, std::string>;
@@ -38,31 +38,31 @@ public:
     ProductBuilder& build(const std::string& text);
     ProductBuilder& name(const std::string& text);
     ProductBuilder& family(const std::string& name, const std::vector<std::string>& plugins = {"plug-in"});
-    /// A host of the definition; its files still have to be named one by one.
+    /// A host of the definition, without files.
     ProductBuilder& host(const std::string& name, const std::string& arch = "",
                          const std::string& servedFamilies = "");
 
-    /// A file that lies in the source folder and is listed in the tree.
+    /// A file in the source folder and in the tree.
     ProductBuilder& file(const std::string& path, const std::string& content,
                          const Attributes& attributes = {});
-    /// Lists a file, or one that is a folder on disk, without making it.
+    /// A file in the tree only. It may be a folder on disk.
     ProductBuilder& listedFile(const std::string& path, const Attributes& attributes = {});
-    /// Lists a folder, and makes it in the source folder. Attributes of a folder listed before are added to.
+    /// A folder in the source folder and in the tree. Adds attributes to a folder that is already listed.
     ProductBuilder& folder(const std::string& path, const Attributes& attributes = {});
     ProductBuilder& listedFolder(const std::string& path, const Attributes& attributes = {});
-    /// A file of the source folder that the tree does not list.
+    /// A file in the source folder only.
     ProductBuilder& unlistedFile(const std::string& path, const std::string& content, unsigned mode = 0644);
-    /// Gives the file `path`, which is listed already, a shortcut.
+    /// Adds a shortcut to the listed file `path`.
     ProductBuilder& shortCut(const std::string& path, const std::string& name,
                              const std::string& folder = "/Applications");
 
     /// Appends a candidate to the target item at `itemPath`: "VorlaneFX", "Hosts/Edius".
     ProductBuilder& target(const std::string& itemPath, const std::string& pattern,
                            const TargetCondition& condition = {});
-    /// An item without paths of its own.
+    /// An item without paths.
     ProductBuilder& item(const std::string& itemPath);
 
-    /// Takes the place of the definition, or of the target-paths file, that the operations above describe.
+    /// Replaces the whole definition (target-paths file) with this text.
     ProductBuilder& definitionText(const std::string& text);
     ProductBuilder& targetsText(const std::string& text);
 
@@ -71,7 +71,7 @@ public:
     std::string definition() const;
     std::string targets() const;
 
-    /// Replaces `folder` by one that holds files/, sku.xml and target_path.xml.
+    /// Replaces `folder` with one that contains files/, sku.xml and target_path.xml.
     void writeTo(const std::filesystem::path& folder) const;
 
 private:
@@ -80,7 +80,7 @@ private:
         bool bFolder = false;
         Attributes attributes;
         Attributes shortCut;
-        std::vector<Node> children; ///< in the order in which they were named, which is that of the document
+        std::vector<Node> children; ///< in the order of the calls, which is that of the document
     };
     struct Item {
         std::string name;

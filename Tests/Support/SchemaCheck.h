@@ -4,14 +4,14 @@
 #include <string>
 #include <vector>
 
-/// Documents against the schemas of Schemas/, by means of xmllint.
+/// Checks documents against the schemas in Schemas/ with xmllint.
 namespace SchemaCheck {
 
-/// Why nothing can be checked here; empty when it can.
+/// The reason why no check is possible here. Empty if it is possible.
 const std::string& whyNot();
 
-/// What xmllint has against the documents, by the schema of that file name ("sku.xsd"); empty when all of
-/// them are valid.
+/// The messages of xmllint about the documents. `schema` is a file name such as "sku.xsd". Empty if all
+/// documents are valid.
 std::string mistakes(const std::string& schema, const std::vector<std::filesystem::path>& documents);
 /// The same for a document's text.
 std::string mistakesInText(const std::string& schema, const std::string& text);

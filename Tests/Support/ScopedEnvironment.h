@@ -3,10 +3,10 @@
 #include <optional>
 #include <string>
 
-/// Gives an environment variable another value, or takes it away, until the end of the scope.
+/// Sets or unsets an environment variable until the end of the scope.
 class ScopedEnvironment {
 public:
-    /// No `value` unsets the variable.
+    /// Without `value`, unsets the variable.
     ScopedEnvironment(std::string variable, const std::optional<std::string>& value);
     ~ScopedEnvironment();
     ScopedEnvironment(const ScopedEnvironment&) = delete;

@@ -5,8 +5,8 @@
 #include <filesystem>
 #include <string>
 
-/// A new empty folder that is removed with all it holds at the end of its scope, also after a failed
-/// assertion. Set KEEP_TEST_FOLDERS in the environment to keep it and have its path printed.
+/// A new empty folder. At the end of the scope, it is removed with everything in it. If KEEP_TEST_FOLDERS is
+/// set in the environment, it is kept and its path is printed.
 class TemporaryDirectory {
 public:
     TemporaryDirectory();

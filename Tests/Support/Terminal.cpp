@@ -83,7 +83,7 @@ Terminal::~Terminal() {
 
 bool Terminal::waitFor(const std::string& text) {
     while (true) {
-        const std::size_t found = shown.find(text, seen);
+        const std::size_t found = output.find(text, seen);
         if (found != std::string::npos) {
             seen = found + text.size();
             return true;
@@ -116,7 +116,7 @@ bool Terminal::readMore() {
     if (count <= 0) {
         return false;
     }
-    shown.append(buffer.data(), static_cast<std::size_t>(count));
+    output.append(buffer.data(), static_cast<std::size_t>(count));
     return true;
 }
 
@@ -137,6 +137,6 @@ ProgramResult Terminal::finish() {
     process = -1;
     result.exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     result.signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
-    result.standardOutput = shown;
+    result.standardOutput = output;
     return result;
 }

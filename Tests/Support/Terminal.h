@@ -7,8 +7,7 @@
 #include <sys/types.h>
 #include <vector>
 
-/// A program that runs in a terminal of its own, as in front of a person. The terminal neither echoes what is
-/// typed nor changes line ends.
+/// Runs a program in its own terminal. The terminal does not echo typed text and does not change line ends.
 class Terminal {
 public:
     Terminal(const std::vector<std::string>& command, std::chrono::milliseconds timeout);
@@ -16,20 +15,20 @@ public:
     Terminal(const Terminal&) = delete;
     Terminal& operator=(const Terminal&) = delete;
 
-    /// Waits until `text` appears after what an earlier call has waited for. False when the program ends, or
-    /// the time is over, before it does.
+    /// Waits until `text` appears, after the text of an earlier call. Returns false if the program ends or
+    /// times out before.
     bool waitFor(const std::string& text);
     void type(const std::string& text) const;
-    /// Waits for the end of the program, which is killed when the time is over. Call it once.
+    /// Waits for the end of the program. After the time-out, kills it. Call it once.
     ProgramResult finish();
 
 private:
-    /// False at the end of the output.
+    /// Returns false at the end of the output.
     bool readMore();
 
     std::chrono::steady_clock::time_point deadline;
     int terminal;
     pid_t process;
-    std::string shown;
+    std::string output;
     std::size_t seen = 0;
 };

@@ -5,7 +5,7 @@
 #include <clocale>
 #include <string>
 
-/// Runs its tests in a locale whose characters take up to four bytes.
+/// Runs tests in a locale with characters of up to four bytes.
 class UTF8Locale : public testing::Test {
 protected:
     void SetUp() override {

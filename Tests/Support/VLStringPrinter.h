@@ -7,7 +7,7 @@
 #include <ostream>
 #include <string>
 
-/// How a failed assertion shows these types. A test that compares them includes this.
+/// Prints these types in a failed assertion. Include this in tests that compare them.
 inline void PrintTo(const VLString& string, std::ostream* out) {
     *out << testing::PrintToString(std::string(string.ConstData(), string.Size()));
 }

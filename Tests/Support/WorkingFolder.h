@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-/// Makes a folder the working folder until the end of the scope.
+/// Changes the working folder until the end of the scope.
 class WorkingFolder {
 public:
     explicit WorkingFolder(const std::filesystem::path& folder) : before(std::filesystem::current_path()) {
