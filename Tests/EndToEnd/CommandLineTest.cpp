@@ -32,7 +32,7 @@ protected:
     bool isInstalled() { return root().exists("/Library/Application Support/Vorlane/a.txt"); }
 };
 
-TEST_F(CommandLine, TellsItsUsageWithFewerThanThreeArguments) {
+TEST_F(CommandLine, PrintsItsUsageWithFewerThanThreeArguments) {
     for (const auto& arguments : {std::vector<std::string>{}, {"a"}, {"a", "b"}, {"-uninstall", "b"}}) {
         const ProgramResult result = runProgramWith(arguments);
         EXPECT_EQ(result.standardOutput, usage);

@@ -60,7 +60,7 @@ TEST_F(FormatDocuments, ExampleIsInstalledWhereTheTargetPathsSay) {
     EXPECT_FALSE(root().exists("/Users/anna/OFX"));
 }
 
-TEST_F(FormatDocuments, RecordIsTheOneShown) {
+TEST_F(FormatDocuments, RecordIsTheExample) {
     install();
     EXPECT_EQ(root().read(std::string(statusFolder) + "/InstallationStatusFile.xml"),
               exampleIn("status-file-format.md"));

@@ -157,7 +157,7 @@ TEST_F(FiveHosts, RecordCountsEveryPathOfTheTree) {
                   "Hosts/Edius/Glow/Glow.dll 1, 2.0.0.500"});
 }
 
-TEST_F(FiveHosts, DebugLogTellsEveryCopyInItsOrder) {
+TEST_F(FiveHosts, DebugLogHasEveryCopyInItsOrder) {
     const auto copied = [](const std::string& source, const std::string& destination) {
         return "DEBUG: Copy '/Volumes/Installer/SUITE/files/" + source + "' to '" + destination + "'";
     };

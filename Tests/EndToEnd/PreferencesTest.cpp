@@ -105,19 +105,19 @@ TEST_F(Preferences, ValuesAndHomesRunNoCode) {
                                      .target("Content", "/Users/%USER%/Movies")
                                      .target("Content", "/Library/Set", valueExists("Host", "Folder"))
                                      .target("Content", "/Library/Plain");
-    const std::string told = " holds a character that a shell would act on. It counts as empty.";
+    const std::string countsAsEmpty = " holds a character that a shell would act on. It counts as empty.";
     for (const std::string value : {"/tmp/$(touch /tmp/ran)", "/tmp/`touch /tmp/ran`",
                                     "/tmp/&quot;;touch /tmp/ran;&quot;", "/tmp/\\", "a\nb"}) {
         writeList("com.vorlane.host.plist", "<key>Folder</key><string>" + value + "</string>");
         const ProgramResult result = Install(alpha);
         ExpectSuccess(result);
         ExpectLog(result, {"Checking file consistency in source folder",
-                           "Error: The preference 'Host::Folder'" + told});
+                           "Error: The preference 'Host::Folder'" + countsAsEmpty});
         EXPECT_FALSE(root().exists("/tmp/ran")) << value;
         EXPECT_TRUE(root().exists("/Plug-ins/a")) << value;
         EXPECT_TRUE(root().exists("/Users/anna/Movies/a"));
         EXPECT_FALSE(root().exists("/Library/Set"));
-        EXPECT_TRUE(hasLine(Uninstall(alpha), "Error: The preference 'Host::Folder'" + told));
+        EXPECT_TRUE(hasLine(Uninstall(alpha), "Error: The preference 'Host::Folder'" + countsAsEmpty));
         EXPECT_FALSE(root().exists("/tmp/ran")) << value;
     }
     root().remove(std::string(PrivateRoot::userPreferences) + "/com.vorlane.host.plist");
@@ -127,7 +127,7 @@ TEST_F(Preferences, ValuesAndHomesRunNoCode) {
         options.environment["HOME"] = home;
         const ProgramResult result = Install(alpha, {}, options);
         ExpectSuccess(result);
-        EXPECT_TRUE(hasLine(result, "Error: The environment variable HOME" + told)) << home;
+        EXPECT_TRUE(hasLine(result, "Error: The environment variable HOME" + countsAsEmpty)) << home;
         EXPECT_FALSE(root().exists("/tmp/ran")) << home;
         EXPECT_TRUE(root().exists("/Library/Plain/a"));
         EXPECT_TRUE(root().exists("/Users/Movies/a")) << "the user has no name";

@@ -143,7 +143,7 @@ TEST_F(PrivateRootTest, WhatProgramsMeasureIsAtItsPathOutsideAndInNoTree) {
     EXPECT_EQ(FileTree::read(measured.path() / "file"), "measured\n");
 }
 
-TEST_F(PrivateRootTest, TreeTellsTypesContentsPermissionsAndLinks) {
+TEST_F(PrivateRootTest, TreeListsTypesContentsPermissionsAndLinks) {
     ExpectSuccess(
         root().run({"sh", "-c",
                     "cd /Library && mkdir empty full private && echo text >full/file && printf a >one && "

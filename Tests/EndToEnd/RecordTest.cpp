@@ -108,7 +108,7 @@ TEST_F(RecordOfRuns, CallersUmaskKeepsNobodyFromLoadingWhatIsInstalled) {
     }
 }
 
-TEST_F(RecordOfRuns, LimitOfTheSizeOfFilesEndsNoRunAndIsTold) {
+TEST_F(RecordOfRuns, LimitOfTheSizeOfFilesEndsNoRunAndIsReported) {
     ProductBuilder alpha = product();
     for (int i = 0; i < 60; ++i) {
         alpha.file("VorlaneFX/file with a rather long name " + std::to_string(i), "");

@@ -448,13 +448,13 @@ TEST_F(RetryLoop, CopyAfterCancelIsTheLastAttemptForAllBelowIt) {
         .file("VorlaneFX/Sub/c", "C")
         .target("VorlaneFX/Sub", at("sub"))
         .writeTo(at("product"));
-    InstallUtility telling;
+    InstallUtility observed;
     AttemptNotes notes;
-    telling.observer = &notes;
+    observed.observer = &notes;
     logOf([&] {
-        ASSERT_TRUE(telling.prepare(at("product/files").c_str(), at("product/sku.xml").c_str(),
-                                    at("product/target_path.xml").c_str()));
-        EXPECT_TRUE(telling.copyFilesToTargets());
+        ASSERT_TRUE(observed.prepare(at("product/files").c_str(), at("product/sku.xml").c_str(),
+                                     at("product/target_path.xml").c_str()));
+        EXPECT_TRUE(observed.copyFilesToTargets());
     });
     EXPECT_EQ(notes.attempts,
               (Lines{"VorlaneFX", "VorlaneFX/Sub", "VorlaneFX/d", "VorlaneFX", "VorlaneFX/Sub", "VorlaneFX/d",

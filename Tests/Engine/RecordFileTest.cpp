@@ -119,7 +119,7 @@ protected:
 
 // One that cannot be read
 
-TEST_F(RecordFileTest, ThatCannotBeReadIsNeitherSavedNorRemovedAndToldOnce) {
+TEST_F(RecordFileTest, ThatCannotBeReadIsNeitherSavedNorRemovedAndReportedOnce) {
     install(product());
     install(product("BETA"));
     const std::string before = record();
@@ -215,7 +215,7 @@ TEST_F(RecordFileTest, ThatIsDamagedAndCannotBeKeptStays) {
 
 // Saving
 
-TEST_F(RecordFileTest, SaveThatFailsIsToldOnceAndTheOldRecordStays) {
+TEST_F(RecordFileTest, SaveThatFailsIsReportedOnceAndTheOldRecordStays) {
     install(product());
     const std::string before = record();
     write(std::string(recordName) + ".new/in the way", "");
@@ -231,7 +231,7 @@ TEST_F(RecordFileTest, WithoutProductsAndWithoutFolderIsNothingToSave) {
     EXPECT_FALSE(exists("target"));
 }
 
-TEST_F(RecordFileTest, WithProductsAndWithoutFolderTheFailureIsTold) {
+TEST_F(RecordFileTest, WithProductsAndWithoutFolderTheFailureIsReported) {
     prepare(product());
     EXPECT_EQ(logOf([&] {
                   engine.loadStatusFile(at("target").c_str(), false);
@@ -307,7 +307,7 @@ TEST_F(RecordFileTest, ThatAnotherRunIsSavingIsTriedAgain) {
     EXPECT_EQ(products(), Lines{"ALPHA"});
 }
 
-TEST_F(RecordFileTest, ThatChangesForEverIsToldInTheEnd) {
+TEST_F(RecordFileTest, ThatChangesForEverIsReportedInTheEnd) {
     class EverChanging : public DisturbedMachine {
         Saved saveFile(const VLString&, const std::function<void(FILE*)>&, const FileState*, int&) override {
             return Saved::ChangedMeanwhile;
@@ -318,7 +318,7 @@ TEST_F(RecordFileTest, ThatChangesForEverIsToldInTheEnd) {
                                         "' cannot be saved (" + std::strerror(EBUSY) + ")."});
 }
 
-TEST_F(RecordFileTest, ThatAnotherRunSavesForEverIsToldInTheEnd) {
+TEST_F(RecordFileTest, ThatAnotherRunSavesForEverIsReportedInTheEnd) {
     disturbed.busySaves = 1 << 20;
     EXPECT_EQ(install(product()), Lines{"Error: The record '$T/" + std::string(recordName) +
                                         "' cannot be saved (" + std::strerror(EBUSY) + ")."});

@@ -537,7 +537,7 @@ TEST_F(BlockedFileProbe, LeavesOutFilesThatNeedNoReplacement) {
               (Lines{"$T/status/b"}));
 }
 
-TEST_F(BlockedFileProbe, TellsAMissingSourceAtTheDebugLevelOnly) {
+TEST_F(BlockedFileProbe, LogsAMissingSourceAtTheDebugLevelOnly) {
     const ProductBuilder product =
         ProductBuilder("ALPHA").target("VorlaneFX", at("target")).listedFile("VorlaneFX/a");
     EXPECT_EQ(logOf([&] { filesToWrite(product, false); }), Lines());

@@ -400,7 +400,7 @@ TEST(AlertInZenity, VariablesDoNotChangeTheAnswer) {
     EXPECT_EQ(pressInZenity("Return", "text", {{"ZENITY_OK", "1"}}).exitStatus, retry);
 }
 
-TEST(AlertInZenity, AwkwardTextIsShown) {
+TEST(AlertInZenity, AwkwardTextIsDisplayed) {
     SKIP_WITHOUT_ZENITY_AND_A_SCREEN();
     for (const std::string& text :
          {awkward, std::string("<b>not closed"), std::string("caf\xC3\xA9 \xE4\xB8\xAD")}) {

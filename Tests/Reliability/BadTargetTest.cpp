@@ -24,7 +24,7 @@ protected:
 
 } // namespace
 
-TEST_F(BadTarget, FileInPlaceOfTargetFolderIsToldAndLeft) {
+TEST_F(BadTarget, FileInPlaceOfTargetFolderIsReportedAndLeft) {
     root().write(shared("Tools"), "anna's");
     const ProgramResult result = Install(fileProduct());
     ExpectSuccess(result);
@@ -32,7 +32,7 @@ TEST_F(BadTarget, FileInPlaceOfTargetFolderIsToldAndLeft) {
     EXPECT_EQ(root().read(shared("Tools")), "anna's");
 }
 
-TEST_F(BadTarget, FileInPlaceOfWholeFolderIsToldAndLeft) {
+TEST_F(BadTarget, FileInPlaceOfWholeFolderIsReportedAndLeft) {
     root().write(shared("Kit"), "anna's");
     const ProgramResult result = Install(folderProduct());
     ExpectSuccess(result);
@@ -57,7 +57,7 @@ TEST_F(BadTarget, UninstallRemovesFolderInPlaceOfFileWithAllItHolds) {
     EXPECT_FALSE(root().exists(shared("Tools")));
 }
 
-TEST_F(BadTarget, FolderInPlaceOfRecordLeavesRunWithoutRecordAndIsTold) {
+TEST_F(BadTarget, FolderInPlaceOfRecordLeavesRunWithoutRecordAndIsReported) {
     root().write(recordPath() + "/sentinel", "anna's");
     const ProgramResult result = Install(fileProduct());
     ExpectSuccess(result);
@@ -84,7 +84,7 @@ TEST_F(BadTarget, TargetInsideTheSourceGetsItsCopyAndTheRunEnds) {
     EXPECT_EQ(root().read(inside + "/b"), "b");
 }
 
-TEST_F(BadTarget, WholeFolderInsideItsOwnSourceIsToldAndTheRunEnds) {
+TEST_F(BadTarget, WholeFolderInsideItsOwnSourceIsReportedAndTheRunEnds) {
     const std::string source = folderOf(product()) + "/files/VorlaneFX/Kit";
     ProductBuilder own = folderProduct();
     own.target("VorlaneFX/Kit", source + "/inner");

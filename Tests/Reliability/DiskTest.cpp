@@ -145,7 +145,7 @@ protected:
 
 // Full
 
-TEST_F(FullDisk, OfATargetIsToldAndRepeatingRepairs) {
+TEST_F(FullDisk, OfATargetIsReportedAndRepeatingRepairs) {
     place(product());
     const ProgramResult result = runWithDisk(installCommand(product()), plugIns, smallDisk("size=16k"));
     ExpectSuccess(result);
@@ -157,7 +157,7 @@ TEST_F(FullDisk, OfATargetIsToldAndRepeatingRepairs) {
     ExpectRepair();
 }
 
-TEST_F(FullDisk, OfTheRecordIsToldLeavesTheOldOneAndInstallsTheFiles) {
+TEST_F(FullDisk, OfTheRecordIsReportedLeavesTheOldOneAndInstallsTheFiles) {
     // Without room for the bytes of the new record, and without room for its name.
     for (const char* limits : {"size=12k", "nr_inodes=2"}) {
         SCOPED_TRACE(limits);
@@ -187,7 +187,7 @@ TEST_F(FullDisk, OfTheRecordAtTheUninstallLeavesTheOldOneAndRepeatingRepairs) {
     EXPECT_EQ(counts().size(), 121U);
 }
 
-TEST_F(FullDisk, OfTheUninstallersIsToldAndTheRestIsInstalled) {
+TEST_F(FullDisk, OfTheUninstallersIsReportedAndTheRestIsInstalled) {
     place(product());
     const ProgramResult result = runWithDisk(installCommand(product()), uninstallers, smallDisk("size=64k"));
     ExpectSuccess(result);
@@ -199,7 +199,7 @@ TEST_F(FullDisk, OfTheUninstallersIsToldAndTheRestIsInstalled) {
 
 // Read only
 
-TEST_F(ReadOnlyDisk, OfATargetIsToldAndLeft) {
+TEST_F(ReadOnlyDisk, OfATargetIsReportedAndLeft) {
     place(product());
     root().write(std::string(plugIns) + "/big", "old");
     const ProgramResult result = runWithDisk(installCommand(product()), plugIns, readOnlyDisk());
@@ -210,7 +210,7 @@ TEST_F(ReadOnlyDisk, OfATargetIsToldAndLeft) {
     ExpectRepair();
 }
 
-TEST_F(ReadOnlyDisk, OfTheRecordIsToldLeavesTheOldOneAndInstallsTheFiles) {
+TEST_F(ReadOnlyDisk, OfTheRecordIsReportedLeavesTheOldOneAndInstallsTheFiles) {
     root().write(recordPath, longRecord());
     place(product());
     const ProgramResult result = runWithDisk(installCommand(product()), statusFolder, readOnlyDisk());
@@ -221,7 +221,7 @@ TEST_F(ReadOnlyDisk, OfTheRecordIsToldLeavesTheOldOneAndInstallsTheFiles) {
     ExpectRepair();
 }
 
-TEST_F(ReadOnlyDisk, OfTheUninstallersIsTold) {
+TEST_F(ReadOnlyDisk, OfTheUninstallersIsReported) {
     place(product());
     const ProgramResult result = runWithDisk(installCommand(product()), uninstallers, readOnlyDisk());
     ExpectSuccess(result);
@@ -253,7 +253,7 @@ TEST_F(ReadOnlyDisk, OfTheInstallerIsEnough) {
 
 // No permission
 
-TEST_F(NoPermission, ToWriteAnywhereIsToldForEachAndChangesNothing) {
+TEST_F(NoPermission, ToWriteAnywhereIsReportedForEachAndChangesNothing) {
     place(product());
     const Lines before = root().tree();
     const ProgramResult result = root().run(asAnna(installCommand(product())));
@@ -281,7 +281,7 @@ TEST_F(NoPermission, ToWriteTheRecordLeavesItAsItIs) {
     EXPECT_EQ(root().read(std::string(statusFolder) + "/a"), "a");
 }
 
-TEST_F(NoPermission, ToReadASourceFileIsTold) {
+TEST_F(NoPermission, ToReadASourceFileIsReported) {
     place(product());
     root().makeFolder("/Users/anna/Movies");
     giveToAnna("/Users/anna/Movies");

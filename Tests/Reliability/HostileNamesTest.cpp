@@ -115,7 +115,7 @@ TEST_F(HostileNames, ADotIsTheFolderItself) {
 
 // Text that the shell reads, and text that no terminal shows
 
-TEST_F(HostileNames, WhatTheShellWouldExpandIsExpandedAndToldAsAFailedCopy) {
+TEST_F(HostileNames, WhatTheShellWouldExpandIsExpandedAndReportedAsAFailedCopy) {
     for (const std::string name : {"$HOME", "$(echo b)", "`echo b`"}) {
         SCOPED_TRACE(name);
         const ProductBuilder alpha = listing(name);
@@ -184,7 +184,7 @@ TEST_F(HostileNames, ANameThatIsTooLongForTheDiskEndsTheRunBeforeItDoesAnything)
     EXPECT_EQ(FileTree::difference(before, root().tree()), "");
 }
 
-TEST_F(HostileNames, ATargetWithANameThatIsTooLongIsToldAndTheRestIsInstalled) {
+TEST_F(HostileNames, ATargetWithANameThatIsTooLongIsReportedAndTheRestIsInstalled) {
     const std::string folder = "/Library/" + std::string(256, 'n');
     const ProductBuilder alpha =
         product().file("VorlaneFX/a", "a").target("Content", folder).file("Content/c", "c");
@@ -196,7 +196,7 @@ TEST_F(HostileNames, ATargetWithANameThatIsTooLongIsToldAndTheRestIsInstalled) {
     ExpectSentinels();
 }
 
-TEST_F(HostileNames, ATargetWithAPathThatIsTooLongIsToldAndTheRestIsInstalled) {
+TEST_F(HostileNames, ATargetWithAPathThatIsTooLongIsReportedAndTheRestIsInstalled) {
     std::string folder = "/Library/deep";
     for (int i = 0; i < 25; ++i) {
         folder += "/" + std::string(200, 'n');
@@ -241,7 +241,7 @@ TEST_F(HostileNames, AListedTreeOfTwoHundredLevelsComesAndGoes) {
     EXPECT_FALSE(root().exists(shared("d")));
 }
 
-TEST_F(HostileNames, AFolderWithPathsThatAreTooLongIsToldAndTheRestIsInstalled) {
+TEST_F(HostileNames, AFolderWithPathsThatAreTooLongIsReportedAndTheRestIsInstalled) {
     const ProductBuilder alpha = product().file("VorlaneFX/a", "a").folder("VorlaneFX/Deep");
     place(alpha);
     makeDeepFolder(root().outside(inSource("VorlaneFX/Deep")), std::string(100, 'd'), 60);

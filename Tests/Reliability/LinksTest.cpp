@@ -126,7 +126,7 @@ TEST_F(Links, LinkAboveTargetFolderIsFollowed) {
     ExpectOutside({inOutside("sentinel: anna's"), inOutside("Vorlane/")});
 }
 
-TEST_F(Links, DanglingLinkInPlaceOfTargetFolderIsToldAndLeft) {
+TEST_F(Links, DanglingLinkInPlaceOfTargetFolderIsReportedAndLeft) {
     link(shared("Tools"), inOutside("nothing"));
     const ProgramResult result = Install(fileProduct());
     ExpectSuccess(result);
@@ -135,7 +135,7 @@ TEST_F(Links, DanglingLinkInPlaceOfTargetFolderIsToldAndLeft) {
     ExpectSentinelAlone();
 }
 
-TEST_F(Links, LoopInPlaceOfTargetFolderIsToldAndLeft) {
+TEST_F(Links, LoopInPlaceOfTargetFolderIsReportedAndLeft) {
     link(shared("Tools"), "Tools");
     const ProgramResult result = Install(fileProduct());
     ExpectSuccess(result);
@@ -143,7 +143,7 @@ TEST_F(Links, LoopInPlaceOfTargetFolderIsToldAndLeft) {
     EXPECT_EQ(linkText(shared("Tools")), "Tools");
 }
 
-TEST_F(Links, LinkToFileInPlaceOfTargetFolderIsToldAndLeft) {
+TEST_F(Links, LinkToFileInPlaceOfTargetFolderIsReportedAndLeft) {
     link(shared("Tools"), inOutside("sentinel"));
     const ProgramResult result = Install(fileProduct());
     ExpectSuccess(result);
@@ -162,7 +162,7 @@ TEST_F(Links, LinkInPlaceOfWholeFolderIsReplaced) {
     ExpectSentinelAlone();
 }
 
-TEST_F(Links, DanglingLinkInPlaceOfWholeFolderIsToldAndLeft) {
+TEST_F(Links, DanglingLinkInPlaceOfWholeFolderIsReportedAndLeft) {
     link(shared("Kit"), inOutside("nothing"));
     const ProgramResult result = Install(folderProduct());
     ExpectSuccess(result);
@@ -171,7 +171,7 @@ TEST_F(Links, DanglingLinkInPlaceOfWholeFolderIsToldAndLeft) {
     ExpectSentinelAlone();
 }
 
-TEST_F(Links, LinkToFileOrLoopInPlaceOfWholeFolderIsToldAndLeft) {
+TEST_F(Links, LinkToFileOrLoopInPlaceOfWholeFolderIsReportedAndLeft) {
     for (const std::string& target : {inOutside("sentinel"), std::string("Kit")}) {
         root().remove(shared("Kit"));
         link(shared("Kit"), target);
@@ -226,7 +226,7 @@ TEST_F(Links, LinkedStatusFolderIsFollowed) {
     ExpectSentinelAlone();
 }
 
-TEST_F(Links, StatusFolderThatIsADanglingLinkALoopOrALinkToAFileIsToldAndLeft) {
+TEST_F(Links, StatusFolderThatIsADanglingLinkALoopOrALinkToAFileIsReportedAndLeft) {
     for (const std::string& target : {inOutside("nothing"), std::string("Vorlane"), inOutside("sentinel")}) {
         root().remove(statusFolder);
         link(statusFolder, target);
@@ -263,7 +263,7 @@ TEST_F(Links, LastUninstallRemovesLinkOfRecordAndLeavesEmptyRecordBehindIt) {
               "<install>\n    <products />\n    <installFiles />\n</install>\n");
 }
 
-TEST_F(Links, LoopInPlaceOfRecordLeavesRunWithoutRecordAndIsTold) {
+TEST_F(Links, LoopInPlaceOfRecordLeavesRunWithoutRecordAndIsReported) {
     link(recordPath(), "InstallationStatusFile.xml");
     const ProgramResult result = Install(fileProduct());
     ExpectSuccess(result);
@@ -367,7 +367,7 @@ TEST_F(Links, DanglingLinkOrLoopInPlaceOfUninstallerIsReplaced) {
     }
 }
 
-TEST_F(Links, FolderOfUninstallersThatIsADanglingLinkALoopOrALinkToAFileIsToldAndLeft) {
+TEST_F(Links, FolderOfUninstallersThatIsADanglingLinkALoopOrALinkToAFileIsReportedAndLeft) {
     const std::string folder = "/Applications/Vorlane Uninstallers";
     for (const std::string& target :
          {inOutside("nothing"), std::string("Vorlane Uninstallers"), inOutside("sentinel")}) {
@@ -408,7 +408,7 @@ TEST_F(Links, LinkedApplicationsFolderIsFollowed) {
     ExpectSentinelAlone();
 }
 
-TEST_F(Links, ApplicationsFolderThatIsADanglingLinkIsToldAndLeft) {
+TEST_F(Links, ApplicationsFolderThatIsADanglingLinkIsReportedAndLeft) {
     root().remove("/Applications");
     link("/Applications", inOutside("nothing"));
     const ProgramResult result = Install(shortCutProduct());

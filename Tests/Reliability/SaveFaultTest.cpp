@@ -118,7 +118,7 @@ TEST_F(SaveFault, LeavesTheOldRecordOrTheNewOneAndNoOtherFile) {
                  " disturbed runs");
 }
 
-TEST_F(SaveFault, FailureIsTold) {
+TEST_F(SaveFault, FailureIsReported) {
     start->restore();
     const ProgramResult result = install(1, "ENOSPC");
     EXPECT_EQ(result.exitStatus, 0);

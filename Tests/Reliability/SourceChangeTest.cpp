@@ -115,7 +115,7 @@ protected:
 
 } // namespace
 
-TEST_F(SourceGoes, MissingFileIsToldAsAFailedCopyAndTheRunAsks) {
+TEST_F(SourceGoes, MissingFileIsReportedAsAFailedCopyAndTheRunAsks) {
     place(smallProduct());
     const ProgramResult result = runWithScript(installCommand(smallProduct()), 1,
                                                "/bin/rm " + std::string(productFolder) + "files/VorlaneFX/a")
@@ -127,7 +127,7 @@ TEST_F(SourceGoes, MissingFileIsToldAsAFailedCopyAndTheRunAsks) {
     EXPECT_THAT(result.standardOutput, testing::HasSubstr("Installation warning"));
 }
 
-TEST_F(SourceGoes, MissingDefinitionsAreToldByTheUninstallerThatIsNotPlaced) {
+TEST_F(SourceGoes, MissingDefinitionsAreReportedByTheUninstallerThatIsNotPlaced) {
     place(smallProduct());
     const ProgramResult result =
         runWithScript(installCommand(smallProduct()), 1,

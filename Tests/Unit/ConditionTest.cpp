@@ -217,7 +217,7 @@ TEST_F(FileConditions, AnEmptyExpansionIsNothing) {
     EXPECT_TRUE(isTrue(Condition::RegKeyNotExist, "%USER%"));
 }
 
-TEST_F(FileConditions, TheFamilyPlaceholderIsPlainText) {
+TEST_F(FileConditions, TheFamilyPlaceholderIsNotFilledIn) {
     EXPECT_FALSE(isTrue(Condition::PathExist, inside / "%FAMILY%"));
     std::filesystem::create_directory((inside / "%FAMILY%").ConstData());
     EXPECT_TRUE(isTrue(Condition::PathExist, inside / "%FAMILY%"));

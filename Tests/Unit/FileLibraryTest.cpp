@@ -1117,7 +1117,7 @@ TEST(ReadFile, IsEmptyForAFileShorterThanItClaims) {
 
 // Machine
 
-TEST(Machine, TellsTheTypeThroughLinksOrNot) {
+TEST(Machine, GivesTheTypeThroughLinksOrNot) {
     const TemporaryDirectory folder;
     fs::create_directory_symlink(".", folder.path() / "link");
     Machine& machine = Machine::current();

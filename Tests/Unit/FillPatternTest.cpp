@@ -220,7 +220,7 @@ TEST_F(FillPattern, ARegistryPlaceholderIsReadOnceForAllItsPlaces) {
 
 // What a shell would act on
 
-TEST_F(FillPattern, AValueThatAShellWouldActOnCountsAsEmptyAndIsTold) {
+TEST_F(FillPattern, AValueThatAShellWouldActOnCountsAsEmptyAndIsReported) {
     for (const char* character : {"\"", "$", "`", "\\", "\t", "\n", "\x01", "\x7f"}) {
         ASSERT_TRUE(RegistryHelper::SetRegistryKeyAtPath("Host", "Folder", VLString("/a") + character + "b",
                                                          home / "Library/Preferences"));
@@ -229,7 +229,7 @@ TEST_F(FillPattern, AValueThatAShellWouldActOnCountsAsEmptyAndIsTold) {
         EXPECT_EQ(filled.output,
                   "Error: The preference 'Host::Folder' holds a character that a shell would act "
                   "on. It counts as empty.\n");
-        CapturedStdout unheard;
+        CapturedStdout ignoredOutput;
         Condition exists;
         exists.type = Condition::RegKeyExist;
         exists.value = "%REGKEY:Host::Folder%";
@@ -239,7 +239,7 @@ TEST_F(FillPattern, AValueThatAShellWouldActOnCountsAsEmptyAndIsTold) {
     }
 }
 
-TEST_F(FillPattern, AValueThatIsPlainTextBetweenDoubleQuotesIsFilledIn) {
+TEST_F(FillPattern, AValueThatAShellDoesNotInterpretIsFilledIn) {
     const char* value = "/My 'old' Plug-ins; a&b|c<d>e(f)*?[g]~#!{h}%";
     ASSERT_TRUE(RegistryHelper::SetRegistryKeyAtPath("Host", "Folder", value, home / "Library/Preferences"));
     const Filling filled("%REGKEY:Host::Folder%");
@@ -260,9 +260,9 @@ TEST_F(FillPattern, AHomeThatAShellWouldActOnIsNotGivenToItAndGivesNoUser) {
     }
 }
 
-TEST_F(FillPattern, AHomeThatIsPlainTextToAShellIsGivenToIt) {
+TEST_F(FillPattern, AHomeThatAShellDoesNotInterpretIsPassedToIt) {
     for (const char* path : {"/Users/anna", "/Users/Anna Müller", "/Users/a-b.c,d+e@f~#{g}!%", ""}) {
-        const ScopedEnvironment plain("HOME", std::string(path));
+        const ScopedEnvironment changed("HOME", std::string(path));
         CapturedStdout captured;
         EXPECT_EQ(InstallUtility::getUserName(), VLString("anna")) << path;
         EXPECT_EQ(captured.text(), "");
@@ -278,7 +278,7 @@ TEST_F(FillPattern, WithoutAUserPatternsAreFilledInAllTheSame) {
     EXPECT_EQ(filled.result, VLString("///x"));
 }
 
-TEST_F(FillPattern, ARunTellsOnceWhatItDoesNotUse) {
+TEST_F(FillPattern, ARunLogsOnceWhatItDoesNotUse) {
     ASSERT_TRUE(
         RegistryHelper::SetRegistryKeyAtPath("Host", "Folder", "$(id)", home / "Library/Preferences"));
     ASSERT_TRUE(RegistryHelper::SetRegistryKeyAtPath("Host", "Other", "$(id)", home / "Library/Preferences"));
@@ -531,7 +531,7 @@ TEST_F(TargetPaths, AFamilyMayMakeAPathOfAMebibyte) {
     EXPECT_THAT(paths, ElementsAre(text(half + half)));
 }
 
-TEST_F(TargetPaths, APathThatTheFamilyMakesLongerIsToldAndSkipped) {
+TEST_F(TargetPaths, APathThatTheFamilyMakesLongerIsReportedAndSkipped) {
     const std::string name(1UL << 19, 'x');
     const std::string tooLong = "%FAMILY%/%FAMILY%";
     std::vector<VLString> paths;

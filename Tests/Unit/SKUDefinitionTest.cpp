@@ -198,7 +198,7 @@ TEST(BitSet, ADroppedChunkDoesNotSpoilTheNext) {
               "1" + zeros(31));
 }
 
-TEST(BitSet, TellsWhetherThereAreBits) {
+TEST(BitSet, ReportsWhetherThereAreBits) {
     VLBitSet bits;
     EXPECT_TRUE(bits.fromString("0"));
     EXPECT_FALSE(bits.fromString("z"));

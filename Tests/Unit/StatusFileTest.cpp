@@ -192,7 +192,7 @@ TEST_F(StatusFileTest, AProductIsAddedOnce) {
     EXPECT_EQ(record.products[0].build, VLString("1"));
 }
 
-TEST_F(StatusFileTest, ProductsAreToldApartByTheirIDAlone) {
+TEST_F(StatusFileTest, ProductsDifferByTheirIDAlone) {
     record.addProduct(product("A", "1", "same"));
     record.addProduct(product("a", "1", "same"));
     EXPECT_EQ(record.getProductIndex(product("A", "9", "other")), 0);

@@ -43,7 +43,7 @@ TEST(CapturedStdout, HoldsStdioStreamsAndChildrenInOrder) {
     }
 }
 
-TEST(CapturedStdout, TellsWhatHasLeftTheBuffers) {
+TEST(CapturedStdout, GivesWhatHasLeftTheBuffers) {
     CapturedStdout captured;
     std::printf("still in the buffer");
     EXPECT_EQ(captured.unbufferedText(), "");

@@ -46,7 +46,7 @@ TEST_F(WholeFileTest, ReadsAllBytesAndPutsAZeroByteBehindThem) {
     EXPECT_EQ(content.state.type, static_cast<mode_t>(S_IFREG));
 }
 
-TEST_F(WholeFileTest, TellsAnEmptyFileFromOneThatIsNotThereAndFromNoFile) {
+TEST_F(WholeFileTest, DistinguishesAnEmptyFileAMissingOneAndAnotherKind) {
     FileTree::write(folder.path() / "empty", "");
     fs::create_symlink("loop", folder.path() / "loop");
     ASSERT_EQ(mkfifo(at("pipe").c_str(), 0600), 0);
@@ -67,7 +67,7 @@ TEST_F(WholeFileTest, StateIsThatOfWhatALinkLeadsTo) {
     EXPECT_EQ(WholeFile::StateOf(at("none")), FileState());
 }
 
-TEST_F(WholeFileTest, StateTellsFilesApartByEachOfItsParts) {
+TEST_F(WholeFileTest, StatesDifferByEachOfTheirParts) {
     FileTree::write(folder.path() / "f", "f");
     const timespec times[] = {{1, 2}, {123, 456000}};
     ASSERT_EQ(utimensat(AT_FDCWD, at("f").c_str(), times, 0), 0);

@@ -175,7 +175,7 @@ TEST_F(CheckCommand, JsonIsUtf8WhateverTheFileHolds) {
     EXPECT_TRUE(nlohmann::json::accept(result.standardOutput));
 }
 
-TEST_F(CheckCommand, WhatATerminalWouldObeyIsMadeVisible) {
+TEST_F(CheckCommand, WhatATerminalWouldObeyIsEscaped) {
     writeProduct({{Edit::Definition, "name=\"Guide.html\"", "name=\"\x1b[31m$\xC2\x9B\""}});
     const auto result = run({"check", "sku.xml"});
     EXPECT_EQ(result.standardOutput.find('\x1b'), std::string::npos);

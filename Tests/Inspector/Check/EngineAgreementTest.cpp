@@ -248,7 +248,7 @@ TEST(TextScan, ColumnsCountCharacters) {
     EXPECT_EQ(scan.strayAmpersands[0].column, 4);
 }
 
-TEST(Shown, MakesEverythingVisible) {
+TEST(QuotedText, EscapesControlCharactersAndWhatIsNotUTF8) {
     EXPECT_EQ(quotedText("a\n\x1b\x7f"), "\"a\\n\\x1b\\x7f\"");
     EXPECT_EQ(quotedText("\xC3\xA9"), "\"\xC3\xA9\"");
     EXPECT_EQ(quotedText("\xC3"), "\"\\xc3\"");

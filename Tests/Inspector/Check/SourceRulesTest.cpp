@@ -65,7 +65,7 @@ TEST_F(SourceRules, ACompleteSourceIsClean) {
     EXPECT_THAT(check(), IsEmpty());
 }
 
-TEST_F(SourceRules, EveryMissingNameIsToldAndNotOnlyTheFirst) {
+TEST_F(SourceRules, EveryMissingNameIsReportedAndNotOnlyTheFirst) {
     std::filesystem::remove(source() / "VorlaneFX" / "Guide.html");
     std::filesystem::remove_all(source() / "Hosts" / "Edius");
     EXPECT_THAT(check(), ElementsAre("missing-in-source 17", "missing-in-source 27"));
@@ -91,7 +91,7 @@ TEST_F(SourceRules, ALinkIsWhatItLeadsTo) {
     EXPECT_THAT(check(), ElementsAre("missing-in-source 32"));
 }
 
-TEST_F(SourceRules, WhatNoEntryCoversIsToldOnce) {
+TEST_F(SourceRules, WhatNoEntryCoversIsReportedOnce) {
     FileTree::write(source() / "VorlaneFX/Looks/Blue.look", "");
     FileTree::write(source() / "Docs/a/b.txt", "");
     FileTree::write(source() / "Content/.DS_Store", "");
@@ -103,7 +103,7 @@ TEST_F(SourceRules, ADirectoryWithoutChildrenCoversAllThatIsInIt) {
     EXPECT_THAT(check({{Edit::Definition, "<file fileName=\"Grey.look\"/>", ""}}), IsEmpty());
 }
 
-TEST_F(SourceRules, AnotherCaseInTheSourceIsToldOnEveryDisk) {
+TEST_F(SourceRules, AnotherCaseInTheSourceIsReportedOnEveryDisk) {
     std::filesystem::rename(source() / "Content/Paper.txt", source() / "Content/paper.txt");
     EXPECT_THAT(check(), ElementsAre("missing-in-source 32", "not-listed Content/paper.txt"));
 }
@@ -138,7 +138,7 @@ TEST_F(SourceRules, TheNameThatTheSourceHasInsteadIsAdvised) {
               neither);
 }
 
-TEST_F(SourceRules, AMissingSharedFolderIsToldEvenWhenTheTreeDoesNotListIt) {
+TEST_F(SourceRules, AMissingSharedFolderIsReportedEvenWhenTheTreeDoesNotListIt) {
     std::filesystem::remove_all(source() / "VorlaneFX");
     EXPECT_THAT(check({noShared}), ElementsAre("missing-attribute 23", "no-shared-source ."));
 }

@@ -113,7 +113,7 @@ protected:
 
 // The tree
 
-TEST_F(PlanCommand, TellsAnInstallAsATree) {
+TEST_F(PlanCommand, PrintsAnInstallAsATree) {
     root().makeFolder("/Applications/Edius.app");
     const ProductBuilder alpha =
         product()
@@ -170,7 +170,7 @@ Files and whole folders: 3 to copy. The run would succeed.
 )");
 }
 
-TEST_F(PlanCommand, TellsAnUninstallAsATree) {
+TEST_F(PlanCommand, PrintsAnUninstallAsATree) {
     const ProductBuilder alpha = product()
                                      .file("VorlaneFX/shared", "S")
                                      .file("VorlaneFX/own/a", "A")
@@ -216,7 +216,7 @@ Files and whole folders: 1 to remove, 2 to keep. The run would succeed.
 )");
 }
 
-TEST_F(PlanCommand, WhatATerminalWouldObeyIsMadeVisible) {
+TEST_F(PlanCommand, WhatATerminalWouldObeyIsEscaped) {
     const ProgramResult result = plan(product("ALPHA", "\xc2\x9b[31m").file("VorlaneFX/\xc2\x9b", ""));
     EXPECT_EQ(result.standardOutput.find("\xc2\x9b"), std::string::npos);
     EXPECT_NE(result.standardOutput.find("\\xc2\\x9b"), std::string::npos);
@@ -268,7 +268,7 @@ TEST_F(PlanCommand, WithoutRecordKeepsWhatIsThere) {
     EXPECT_FALSE(json["runs"][0].contains("record"));
 }
 
-TEST_F(PlanCommand, TellsWholeFoldersAndFilesThatAreFolders) {
+TEST_F(PlanCommand, PrintsWholeFoldersAndFilesThatAreFolders) {
     const ProductBuilder alpha = product()
                                      .folder("VorlaneFX/Presets")
                                      .unlistedFile("VorlaneFX/Presets/soft", "soft")
@@ -287,7 +287,7 @@ TEST_F(PlanCommand, TellsWholeFoldersAndFilesThatAreFolders) {
                "remove " + shared("Presets") + ": with all that is in it; no product uses it any more"}));
 }
 
-TEST_F(PlanCommand, TellsShortcutsThatAreMadeAndRemoved) {
+TEST_F(PlanCommand, PrintsShortcutsThatAreMadeAndRemoved) {
     const ProductBuilder alpha = product().file("VorlaneFX/a", "A").shortCut("VorlaneFX/a", "Tool");
     EXPECT_EQ(entriesOf(jsonOf(alpha)),
               (Lines{"copy " + shared("a") + ": new, shortcut /Applications/Tool"}));
@@ -297,7 +297,7 @@ TEST_F(PlanCommand, TellsShortcutsThatAreMadeAndRemoved) {
         (Lines{"remove " + shared("a") + ": no product uses it any more, shortcut /Applications/Tool"}));
 }
 
-TEST_F(PlanCommand, TellsWhyNothingIsRemoved) {
+TEST_F(PlanCommand, PrintsWhyNothingIsRemoved) {
     const ProductBuilder alpha = product()
                                      .file("VorlaneFX/shared", "S")
                                      .file("VorlaneFX/gone", "G")
@@ -314,7 +314,7 @@ TEST_F(PlanCommand, TellsWhyNothingIsRemoved) {
                      "missing " + shared("gone") + ": it is not there"}));
 }
 
-TEST_F(PlanCommand, TellsWhatEachConditionFinds) {
+TEST_F(PlanCommand, PrintsWhatEachConditionFinds) {
     root().write("/Library/file", "");
     root().makeFolder("/Library/folder");
     root().write(std::string(PrivateRoot::userPreferences) + "/com.vorlane.host.plist",
@@ -351,7 +351,7 @@ TEST_F(PlanCommand, TellsWhatEachConditionFinds) {
     }
 }
 
-TEST_F(PlanCommand, TellsWhatDecidedBetweenSeveralConditions) {
+TEST_F(PlanCommand, PrintsWhatDecidedBetweenSeveralConditions) {
     const auto here = pathExists("/Applications");
     const auto there = pathExists("/Library");
     const auto none = pathExists("/none");
@@ -380,7 +380,7 @@ TEST_F(PlanCommand, TellsWhatDecidedBetweenSeveralConditions) {
     EXPECT_EQ(reasons, expected);
 }
 
-TEST_F(PlanCommand, TellsWhyATargetPathIsPassedOver) {
+TEST_F(PlanCommand, PrintsWhyATargetPathIsPassedOver) {
     const Json json = jsonOf(product()
                                  .file("Content/a", "A")
                                  .target("Content", "%REGKEY:Host::Folder%")
@@ -393,7 +393,7 @@ TEST_F(PlanCommand, TellsWhyATargetPathIsPassedOver) {
     EXPECT_EQ(targets[2]["why"], "the same folder is named before");
 }
 
-TEST_F(PlanCommand, TellsWhatIsLeftOut) {
+TEST_F(PlanCommand, PrintsWhatIsLeftOut) {
     const Json json = jsonOf(product()
                                  .file("Hosts/Edius/Glow/a", "A")
                                  .file("Hosts/OpenFX/Blur/a", "A")
@@ -418,7 +418,7 @@ TEST_F(PlanCommand, AnItemInsideAnItemIsABranchOfItsOwn) {
 
 // The record
 
-TEST_F(PlanCommand, TellsTheCountsBeforeAndAfter) {
+TEST_F(PlanCommand, PrintsTheCountsBeforeAndAfter) {
     const ProductBuilder alpha = product().file("VorlaneFX/shared", "S").file("VorlaneFX/alpha", "A");
     const ProductBuilder beta = product("BETA", "Beta").file("VorlaneFX/shared", "S");
     EXPECT_EQ(countsOf(jsonOf(alpha)["runs"][0]),
@@ -458,7 +458,7 @@ TEST_F(PlanCommand, TheLastProductTakesTheRecordAlong) {
               std::string::npos);
 }
 
-TEST_F(PlanCommand, TellsTheSharedPackageThatGoesWithTheLastProduct) {
+TEST_F(PlanCommand, PrintsTheSharedPackageThatGoesWithTheLastProduct) {
     ProductBuilder common("COMMON", "Shared Files");
     common.target("VorlaneFX", statusFolder)
         .file("VorlaneFX/manager", "M")
@@ -540,7 +540,7 @@ TEST_F(PlanCommand, WarnsOfARecordThatIsRemovedThoughItCounts) {
               "no product is left in the record, so it is removed, though it still counts 1 path");
 }
 
-TEST_F(PlanCommand, WarnsOfADamagedRecordAndForetellsThatItIsKept) {
+TEST_F(PlanCommand, WarnsOfADamagedRecordAndPredictsThatItIsKept) {
     const ProductBuilder alpha = product().file("VorlaneFX/a", "A");
     root().write(shared("InstallationStatusFile.xml"), "<install><products>");
     const Json json = jsonOf(alpha);
@@ -549,7 +549,7 @@ TEST_F(PlanCommand, WarnsOfADamagedRecordAndForetellsThatItIsKept) {
     EXPECT_EQ(json["runs"][0]["record"]["saved"], true);
 }
 
-TEST_F(PlanCommand, WarnsOfARecordThatIsNoFileAndForetellsThatItStays) {
+TEST_F(PlanCommand, WarnsOfARecordThatIsNoFileAndPredictsThatItStays) {
     const ProductBuilder alpha = product().file("VorlaneFX/a", "A");
     root().makeFolder(shared("InstallationStatusFile.xml"));
     const Json json = jsonOf(alpha);
@@ -686,7 +686,7 @@ TEST_F(PlanCommand, AMissingDefinitionIsARunThatFails) {
     EXPECT_NE(result.standardOutput.find("The run would fail."), std::string::npos);
 }
 
-TEST_F(PlanCommand, WhatTheShellWouldInterpretCannotBeTold) {
+TEST_F(PlanCommand, WhatTheShellWouldInterpretGivesNoPlan) {
     const ProductBuilder alpha = product().file("VorlaneFX/$(touch made)", "A");
     place(alpha);
     const std::string folder = folderOf(alpha);
@@ -717,7 +717,7 @@ TEST(PlanCommandLine, BadUsageGoesToStandardError) {
     }
 }
 
-TEST(PlanCommandLine, HelpTellsTheExitStatus) {
+TEST(PlanCommandLine, HelpNamesTheExitStatus) {
     const ProgramResult result = runProgram({INSTALLINSPECTOR_PROGRAM, "plan", "--help"});
     EXPECT_EQ(result.exitStatus, 0);
     EXPECT_NE(result.standardOutput.find("Exit status"), std::string::npos);

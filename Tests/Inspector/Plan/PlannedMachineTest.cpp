@@ -227,7 +227,7 @@ TEST_F(PlannedMachineTest, MakesAFolderAndThoseAboveIt) {
                    makeFolder("$T/link-to-full/y"), makeFolder("$T/d/../e")});
 }
 
-TEST_F(PlannedMachineTest, TellsWhichFoldersItMakes) {
+TEST_F(PlannedMachineTest, RecordsWhichFoldersItMakes) {
     PlannedMachine planned;
     planned.run(filledIn(makeFolder("$T/full/a/b/")));
     EXPECT_EQ(planned.steps().back().made,

@@ -453,7 +453,7 @@ TEST(StatusRules, EveryFindingSaysWhatItMeansAndWhatToDo) {
     }
 }
 
-TEST(StatusRules, WhatIsMissingIsToldOnceForTheFolder) {
+TEST(StatusRules, WhatIsMissingIsReportedOnceForTheFolder) {
     const World world;
     world.remove("shared/Looks");
     const auto findings = world.findings();
@@ -684,7 +684,7 @@ TEST(StatusCommand, TakesTargetsForEachProduct) {
     EXPECT_NE(result.standardOutput.find("[several-folders]"), std::string::npos);
 }
 
-TEST(StatusCommand, WhatATerminalWouldObeyIsMadeVisible) {
+TEST(StatusCommand, WhatATerminalWouldObeyIsEscaped) {
     const World world;
     world.editRecord("Paper.txt", "Pa\x1b[31mper\xC2\x9B.txt");
     const auto result = run(world, {"shared"});
