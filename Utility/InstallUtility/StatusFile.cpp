@@ -230,10 +230,10 @@ void StatusFile::clear() {
 }
 
 bool StatusFile::parse(const VLString& path) {
-    clear();
+    clear(); // not in memory together with the document
     TiXmlDocument document;
     XMLDocument::Load(path, document);
-    readDocument(document);
+    parseInner(document);
     return true;
 }
 
@@ -241,12 +241,12 @@ bool StatusFile::parseBytes(std::unique_ptr<char[]> bytes) {
     clear();
     TiXmlDocument document;
     XMLDocument::ParseBytes(bytes.get(), document);
-    bytes.reset(); // frees the text before the record is built
-    return readDocument(document);
+    bytes.reset(); // not in memory together with the record
+    return parseInner(document);
 }
 
-/// Returns false if the document is not a record.
-bool StatusFile::readDocument(TiXmlDocument& document) {
+bool StatusFile::parseInner(TiXmlDocument& document) {
+    clear();
     TiXmlNode* install = document.FirstChild("install");
     if (install == nullptr) {
         return false;

@@ -37,8 +37,12 @@ public:
     /// Replaces the record with that in `bytes`, which end with a zero byte. If they are malformed or another
     /// kind of document, returns false and the record is empty.
     bool parseBytes(std::unique_ptr<char[]> bytes);
-    /// Saves the record atomically (see AtomicFile), without paths that no product uses. On failure, returns
-    /// false and does not change the file.
+    /// The same for a document, which it takes down as it goes.
+    bool parseInner(TiXmlDocument& document);
+    /// Saves the record, without the paths that no product uses. At every moment the file is the old one or
+    /// the new one, whole; a link is followed, mode and owner of an existing file are kept, no other file
+    /// stays behind (see AtomicFile). False when the file cannot be opened for writing or saving fails; it is
+    /// then the old one.
     bool write(const VLString& path);
     /// Prints the text that write() saves. Check the stream for errors.
     void print(FILE* stream) const;
@@ -86,7 +90,6 @@ private:
         std::int32_t number = 0;
     };
 
-    bool readDocument(TiXmlDocument& document);
     void readFile(TiXmlElement& element, FileNodeRef& parent);
     void readChildren(TiXmlNode& element, FileNodeRef& parent);
     void recordNew(FileNodeRef& recorded, const VLString& name, const FileNode& node);

@@ -23,8 +23,20 @@ bool parseText(const char* text, TiXmlDocument& document) {
     return !document.Error();
 }
 
-/// Replaces CR LF, and CR alone, with LF.
-void normaliseLineEnds(char* text) {
+} // namespace
+
+namespace XMLDocument {
+
+bool Load(const VLString& path, TiXmlDocument& document) {
+    const FileContent content = Machine::current().readFile(path);
+    if (content.bytes == nullptr) {
+        document.Clear();
+        return false;
+    }
+    return ParseBytes(content.bytes.get(), document);
+}
+
+void NormaliseLineEnds(char* text) {
     char* to = std::strchr(text, '\r');
     if (to == nullptr) {
         return;
@@ -39,21 +51,8 @@ void normaliseLineEnds(char* text) {
     *to = '\0';
 }
 
-} // namespace
-
-namespace XMLDocument {
-
-bool Load(const VLString& path, TiXmlDocument& document) {
-    const FileContent content = Machine::current().readFile(path);
-    if (content.bytes == nullptr) {
-        document.Clear();
-        return false;
-    }
-    return ParseBytes(content.bytes.get(), document);
-}
-
 bool ParseBytes(char* bytes, TiXmlDocument& document) {
-    normaliseLineEnds(bytes);
+    NormaliseLineEnds(bytes);
     return parseText(bytes, document);
 }
 

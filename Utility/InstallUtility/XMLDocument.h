@@ -17,8 +17,10 @@ bool Load(const VLString& path, TiXmlDocument& document);
 /// The same for the bytes of a file, which end with a zero byte. Changes `bytes`.
 bool ParseBytes(char* bytes, TiXmlDocument& document);
 
-/// Empties `document` and parses `text` into it, without converting line ends. Returns false if `text` is
-/// empty or malformed.
+/// Turns CR LF, and CR alone, into LF, in a text that ends with a zero byte.
+void NormaliseLineEnds(char* text);
+
+/// Parses `text` as it stands into `document`, which is emptied first. False when it is empty or malformed.
 bool Parse(const VLString& text, TiXmlDocument& document);
 
 /// The attribute `name` of `element`. "" if it is missing.

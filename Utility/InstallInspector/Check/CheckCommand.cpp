@@ -4,8 +4,6 @@
 #include "Utility/InstallInspector/Check/Rules.h"
 #include "Utility/InstallInspector/Report/FindingOutput.h"
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 #include <string>
 
@@ -18,17 +16,20 @@ std::string asText(const std::vector<Finding>& findings, const Painter& painter)
     return printed(findings, painter);
 }
 
-std::string asJson(const CheckOptions& options, const std::vector<Finding>& findings) {
-    nlohmann::ordered_json document;
-    document["definition"] = options.definition;
+bool writeJson(const CheckOptions& options, const std::vector<Finding>& findings) {
+    Output output;
+    JsonWriter json(output);
+    json.beginObject();
+    json.text("definition", options.definition);
     if (!options.targets.empty()) {
-        document["targets"] = options.targets;
+        json.text("targets", options.targets);
     }
     if (!options.source.empty()) {
-        document["source"] = options.source;
+        json.text("source", options.source);
     }
-    addFindings(document, findings);
-    return printed(document);
+    writeFindings(json, findings);
+    json.endObject();
+    return output.finish();
 }
 
 std::string listOfRules() {
@@ -67,8 +68,9 @@ int runCheck(const CheckOptions& options) {
     product.interpret();
 
     const std::vector<Finding> findings = checkProduct(product);
-    if (!writeOutput(options.bJson ? asJson(options, findings)
-                                   : asText(findings, Painter::forFile(stdout)))) {
+    const bool bWritten = options.bJson ? writeJson(options, findings)
+                                        : writeOutput(asText(findings, Painter::forFile(stdout)));
+    if (!bWritten) {
         return CannotRun;
     }
     return findings.empty() ? Clean : HasFindings;

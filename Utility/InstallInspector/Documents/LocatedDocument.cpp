@@ -8,25 +8,24 @@
 #include "Utility/InstallUtility/XMLTextCheck.h"
 
 #include <cstring>
+#include <utility>
 
 namespace {
 
-/// As the engine's reader does: CR LF, and CR alone, become LF.
-std::string withLineFeeds(const std::string& bytes) {
-    std::string text;
-    text.reserve(bytes.size());
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-        if (bytes[i] != '\r') {
-            text += bytes[i];
-        } else if (i + 1 == bytes.size() || bytes[i + 1] != '\n') {
-            text += '\n';
-        }
-    }
-    return text;
-}
+/// Keeps TinyXML 2.6.2 as released from looking for the rest of a cut-off character behind the end of a text.
+constexpr const char* behindText = "\n\n";
 
 bool isUtf16(const std::string& text) {
     return text.compare(0, 2, "\xFF\xFE") == 0 || text.compare(0, 2, "\xFE\xFF") == 0;
+}
+
+/// At least as many as there are elements.
+std::size_t countTags(const std::string& text) {
+    std::size_t count = 0;
+    for (std::size_t tag = text.find('<'); tag != std::string::npos; tag = text.find('<', tag + 1)) {
+        ++count;
+    }
+    return count;
 }
 
 std::string describe(const TextScan::Mismatch& mismatch) {
@@ -80,45 +79,63 @@ bool LocatedDocument::read(const std::string& filePath, Location::Document docum
         error = std::strerror(content.error);
         return false;
     }
-    const std::string bytes(content.bytes.get(), content.size);
-    const std::size_t zero = bytes.find('\0');
-    bCutByZeroByte = zero != std::string::npos && !isUtf16(bytes);
-    text = withLineFeeds(bytes.substr(0, zero));
-    textScan = scanText(text);
-    parse();
+    parse(textOf(content));
     return true;
 }
 
-void LocatedDocument::parse() {
-    TiXmlDocument checked;
-    const bool bParsed = XMLDocument::Parse(toVLString(text), checked);
-    // That reader keeps no places. What it has passed can be parsed again with them; the line feeds keep
-    // TinyXML 2.6.2 as released from looking for the rest of a cut-off character behind the end of the text.
-    const bool bRefused = !bParsed && !checked.Error();
-    const std::string padded = text + "\n\n";
+std::string LocatedDocument::textOf(const FileContent& content) {
+    std::string text;
+    if (content.bytes != nullptr) {
+        bCutByZeroByte = std::strlen(content.bytes.get()) < content.size;
+        XMLDocument::NormaliseLineEnds(content.bytes.get());
+        text.reserve(content.size + std::strlen(behindText));
+        text = content.bytes.get();
+    }
+    bCutByZeroByte = bCutByZeroByte && !isUtf16(text);
+    return text;
+}
+
+void LocatedDocument::parse(std::string text) {
+    // TinyXML keeps places for documents with tabs alone, and the engine's reader has none. What the reader's
+    // check lets pass can be parsed with them.
+    const bool bRefused = !XMLTextCheck::passes(text.c_str());
+    const std::size_t size = text.size();
+    text += behindText;
     const char* end = nullptr;
     if (!bRefused) {
         parsed.SetTabSize(1);
-        end = parsed.Parse(padded.c_str(), nullptr, TIXML_ENCODING_UNKNOWN);
+        end = parsed.Parse(text.c_str(), nullptr, TIXML_ENCODING_UNKNOWN);
     }
-    if (!bParsed) {
-        findFault(bRefused);
+    if (end != nullptr && *end != '\0') {
+        rest = positionOf(text, static_cast<std::size_t>(end - text.c_str()));
+    }
+    text.resize(size);
+    const bool bFault = bRefused || parsed.Error();
+    if (bFault || bCutByZeroByte || text.find('&') != std::string::npos) {
+        textScan = scanText(text);
+    }
+    if (bFault) {
+        rest.reset();
+        findFault(text, bRefused);
         parsed.Clear();
         return;
     }
-    if (end != nullptr && *end != '\0') {
-        rest = positionOf(padded, static_cast<std::size_t>(end - padded.c_str()));
-    }
     // Pointers to entries stay valid: there are at most as many as the text has "<".
-    std::size_t most = 0;
-    for (const char c : text) {
-        most += c == '<' ? 1 : 0;
-    }
-    entryList.reserve(most);
+    entryList.reserve(countTags(text));
+    std::string().swap(text); // not in memory together with what follows
     collect(parsed, nullptr, {rootElementKind});
 }
 
-void LocatedDocument::findFault(bool bRefused) {
+void LocatedDocument::forgetContent() {
+    // Of a large document the lists are large, too. To empty them would keep their memory.
+    entryList = std::vector<Entry>();
+    unknown = std::vector<Unread>();
+    repeated = std::vector<Unread>();
+    hidden = std::vector<Unread>();
+    textNodes = std::vector<const TiXmlText*>();
+}
+
+void LocatedDocument::findFault(const std::string& text, bool bRefused) {
     parserFault.emplace();
     parserFault->advice = "Mend the XML there.";
     if (text.empty()) {

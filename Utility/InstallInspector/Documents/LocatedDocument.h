@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Foundation/VLString.h"
+#include "Platform/WholeFile.h"
 #include "Utility/InstallInspector/Documents/TextScan.h"
 #include "Utility/InstallInspector/Documents/Vocabulary.h"
 #include "Utility/InstallInspector/Report/Finding.h"
@@ -46,6 +47,8 @@ public:
     /// Whether the document is well-formed and has the expected root element.
     bool isReadable() const { return !entryList.empty(); }
     TiXmlDocument& xml() { return parsed; }
+    /// To be called when a reader has taken that document down: empties all that led into it.
+    void forgetContent();
 
     /// In document order, parents first.
     const std::vector<Entry>& entries() const { return entryList; }
@@ -65,6 +68,7 @@ public:
     /// Elements that are not read because a comment or text before them is exactly their name.
     const std::vector<Unread>& hiddenElements() const { return hidden; }
     const std::vector<const TiXmlText*>& texts() const { return textNodes; }
+    /// Empty unless there is a fault, an "&" or a zero byte: without them there is nothing to be found.
     const TextScan& scan() const { return textScan; }
     /// The position at which the parser stops without an error. No value if it reads the whole text.
     const std::optional<TextPosition>& unreadRest() const { return rest; }
@@ -83,13 +87,14 @@ public:
 private:
     struct Level;
 
-    void parse();
-    void findFault(bool bRefused);
+    /// With LF as the only line end, as the engine's reader has it, up to the first zero byte.
+    std::string textOf(const FileContent& content);
+    void parse(std::string text);
+    void findFault(const std::string& text, bool bRefused);
     void collect(TiXmlNode& parent, const Entry* place, const std::vector<Kind>& kinds);
     void sortInto(TiXmlElement& element, Level& level);
 
     std::string file;
-    std::string text; ///< with LF as the only line end
     Location::Document documentKind = Location::Document::Definition;
     Kind rootElementKind = Kind::Product;
     TiXmlDocument parsed;

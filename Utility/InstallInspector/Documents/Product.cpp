@@ -1,10 +1,9 @@
 #include "Utility/InstallInspector/Documents/Product.h"
 
 #include "Foundation/PathLibrary.h"
+#include "Utility/InstallInspector/Documents/FindByName.h"
 #include "Utility/InstallUtility/Branches.h"
 #include "Utility/InstallUtility/XMLDocument.h"
-
-#include <algorithm>
 
 namespace {
 
@@ -22,16 +21,6 @@ std::size_t countItems(const std::map<VLString, InstallUtility::InstallItem>& it
         count += countItems(item.items);
     }
     return count;
-}
-
-/// The children in the engine's order are sorted by name.
-template <class Node, class NameOf>
-const Node* findByName(const std::vector<const Node*>& nodes, const VLString& name, NameOf nameOfNode) {
-    const auto found =
-        std::lower_bound(nodes.begin(), nodes.end(), name, [&](const Node* node, const VLString& wanted) {
-            return nameOfNode(*node) < wanted;
-        });
-    return found != nodes.end() && nameOfNode(**found) == name ? *found : nullptr;
 }
 
 } // namespace

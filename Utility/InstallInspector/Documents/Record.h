@@ -3,7 +3,6 @@
 #include "Utility/InstallInspector/Documents/LocatedDocument.h"
 #include "Utility/InstallUtility/StatusFile.h"
 
-#include <map>
 #include <string>
 #include <vector>
 
@@ -11,18 +10,22 @@
 struct Record {
     struct Node {
         const StatusFile::FileNodeRef* recorded;
-        const TiXmlElement* element;
-        VLString treePath;  ///< with "/" between components
-        const Node* parent; ///< null for the root
-        std::vector<const Node*> children;
+        TextPosition where;                ///< its name in the file
+        const Node* parent;                ///< null for the root
+        std::vector<const Node*> children; ///< in the engine's order
+
+        /// The child of that name; null when there is none.
+        const Node* child(const VLString& name) const;
     };
     enum class State { Missing, Readable, Unreadable };
 
     State state = State::Missing;
     std::string path;
-    LocatedDocument file; ///< empty if the file could not be opened
-    StatusFile content;   ///< as the engine reads it
-    /// Parents first, in the engine's order. The first is the root. Empty without `installFiles`.
+    LocatedDocument file; ///< when it could be opened; after interpret() without its content
+
+    // What interpret() fills:
+    StatusFile content; ///< as the engine reads it
+    /// Parents first, in the engine's order. The first is the root; empty without `installFiles`.
     std::vector<Node> nodes;
     /// Whether an interrupted run has left its new record beside this one.
     bool bUnfinishedSave = false;
@@ -31,18 +34,22 @@ struct Record {
     /// be opened, returns false and sets `error` to the reason. If the engine cannot read its content, the
     /// state is Unreadable.
     bool read(const std::string& folder, std::string& error);
+    /// Fills what the engine makes of the document, which is taken down: a large record does not stand in
+    /// memory twice.
+    void interpret();
 
-    /// The recorded path. Null if it is not recorded.
+    /// The recorded path, its components joined by "/"; null when there is none.
     const Node* find(const VLString& treePath) const;
     bool hasProduct(const VLString& ID) const { return content.hasProduct(ID); }
 
     Location start() const { return {Location::Document::Record, path, 0, 0}; }
-    Location at(const Node& node) const { return file.at(*node.element, "fileName"); }
-    /// The position of the path, or of the nearest recorded folder above it.
+    Location at(const Node& node) const { return file.at(node.where); }
+    /// The place of the path, or of the nearest one above it.
     Location near(const VLString& treePath) const;
 
 private:
-    void addNodes(std::size_t index, TiXmlElement& element);
-
-    std::map<VLString, const Node*> byPath;
+    void addNodes(Node& parent, const std::vector<TextPosition>& places);
 };
+
+/// The path in the tree, components joined by "/".
+VLString pathOf(const Record::Node& node);

@@ -120,6 +120,6 @@ void findDangers(Plan& plan);
 std::vector<std::string> allDangerRules();
 
 std::string asText(const Plan& plan, const Painter& painter);
-std::string asJson(const Plan& plan);
-/// The shell commands in their order, one in each line.
+void writeJson(const Plan& plan, Output& output);
+/// The shell commands, in their order, one in each line.
 std::string asCommands(const Plan& plan);

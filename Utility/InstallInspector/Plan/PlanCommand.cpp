@@ -10,10 +10,13 @@ int runPlan(const PlanOptions& options) {
     } catch (const CannotForesee& failure) {
         return cannotRun(std::string("cannot tell what the run would do: ") + failure.what());
     }
-    const std::string text = options.bJson       ? asJson(plan)
-                             : options.bCommands ? asCommands(plan)
-                                                 : asText(plan, Painter::forFile(stdout));
-    if (!writeOutput(text)) {
+    Output output;
+    if (options.bJson) {
+        writeJson(plan, output);
+    } else {
+        output.write(options.bCommands ? asCommands(plan) : asText(plan, Painter::forFile(stdout)));
+    }
+    if (!output.finish()) {
         return CannotRun;
     }
     return plan.bSucceeds && plan.dangers.empty() ? Clean : HasFindings;

@@ -1,11 +1,11 @@
 #include "Utility/InstallInspector/Plan/Plan.h"
 #include "Utility/InstallInspector/Report/Finding.h"
+#include "Utility/InstallInspector/Report/JsonWriter.h"
 
-#include <nlohmann/json.hpp>
+#include <utility>
 
 namespace {
 
-using Json = nlohmann::ordered_json;
 using Action = Plan::Action;
 using Verb = PlannedMachine::Verb;
 
@@ -42,171 +42,186 @@ const char* nameOf(Verb verb) {
     }
 }
 
-Json toJson(const Plan::Condition& condition) {
-    Json json;
-    json["type"] = condition.type;
-    json["holds"] = condition.bHolds;
-    if (condition.type == "And" || condition.type == "Or") {
-        json["operands"] = Json::array();
-        for (const Plan::Condition& operand : condition.operands) {
-            json["operands"].push_back(toJson(operand));
+class Writer {
+public:
+    Writer(const Plan& toTell, Output& output) : plan(toTell), json(output) {}
+
+    void document() {
+        json.beginObject();
+        if (!plan.bUninstall) {
+            json.text("source", plan.source);
         }
-        return json;
+        json.text("definition", plan.definition);
+        json.text("targets", plan.targets);
+        json.flag("succeeds", plan.bSucceeds);
+        tellEach("dangers", plan.dangers);
+        tellEach("runs", plan.runs);
+        json.text("log", plan.log);
+        json.endObject();
     }
-    json["value"] = condition.value;
-    json["filled"] = condition.filled;
-    json["found"] = condition.found;
-    return json;
-}
 
-Json toJson(const Plan::Target& target) {
-    Json json;
-    json["pattern"] = target.pattern;
-    json["applies"] = !target.path.empty();
-    if (target.path.empty()) {
-        json["why"] = target.whyNot;
-    } else {
-        json["path"] = target.path;
-        json["exists"] = target.bThere;
+private:
+    template <class Item>
+    void tellObject(const char* name, const Item& item) {
+        json.beginObject(name);
+        tell(item);
+        json.endObject();
     }
-    if (target.condition) {
-        json["condition"] = toJson(*target.condition);
-    }
-    return json;
-}
 
-Json toJson(const Plan::Entry& entry) {
-    Json json;
-    json["name"] = entry.treePath;
-    json["path"] = entry.path;
-    json["kind"] = entry.bFolder ? "folder" : "file";
-    json["action"] = nameOf(entry.action);
-    json["why"] = entry.why;
-    if (!entry.shortCut.empty()) {
-        json["shortcut"] = entry.shortCut;
+    template <class List>
+    void tellEach(const char* name, const List& items) {
+        json.beginArray(name);
+        for (const auto& item : items) {
+            tellObject(nullptr, item);
+        }
+        json.endArray();
     }
-    return json;
-}
 
-Json toJson(const Plan::Branch& branch) {
-    Json json;
-    json["name"] = branch.treePath;
-    if (!branch.host.empty()) {
-        json["host"] = branch.host;
-        json["family"] = branch.family;
+    void tellTexts(const char* name, const std::vector<std::string>& texts) {
+        json.beginArray(name);
+        for (const std::string& text : texts) {
+            json.element(text);
+        }
+        json.endArray();
     }
-    json["item"] = branch.item;
-    json["secondAttempt"] = branch.bSecondAttempt;
-    json["targets"] = Json::array();
-    for (const Plan::Target& target : branch.targets) {
-        json["targets"].push_back(toJson(target));
-    }
-    json["entries"] = Json::array();
-    for (const Plan::Entry& entry : branch.entries) {
-        json["entries"].push_back(toJson(entry));
-    }
-    return json;
-}
 
-Json toJson(const SKUDefinition::SKUInfo& product) {
-    Json json;
-    json["ID"] = toString(product.ID);
-    json["name"] = toString(product.name);
-    json["build"] = toString(product.build);
-    return json;
-}
+    // Each writes the members of the object that is open.
 
-Json toJson(const Plan::Record& record) {
-    Json json;
-    json["products"] = Json::array();
-    for (const SKUDefinition::SKUInfo& product : record.products) {
-        json["products"].push_back(toJson(product));
+    void tell(const Plan::Condition& condition) {
+        json.text("type", condition.type);
+        json.flag("holds", condition.bHolds);
+        if (condition.type == "And" || condition.type == "Or") {
+            tellEach("operands", condition.operands);
+            return;
+        }
+        json.text("value", condition.value);
+        json.text("filled", condition.filled);
+        json.text("found", condition.found);
     }
-    json["paths"] = Json::array();
-    for (const auto& [path, recorded] : record.paths) {
-        Json entry;
-        entry["path"] = path;
-        entry["kind"] = recorded.bFolder ? "folder" : "file";
-        entry["count"] = recorded.count;
+
+    void tell(const Plan::Target& target) {
+        json.text("pattern", target.pattern);
+        json.flag("applies", !target.path.empty());
+        if (target.path.empty()) {
+            json.text("why", target.whyNot);
+        } else {
+            json.text("path", target.path);
+            json.flag("exists", target.bThere);
+        }
+        if (target.condition) {
+            tellObject("condition", *target.condition);
+        }
+    }
+
+    void tell(const Plan::Entry& entry) {
+        json.text("name", entry.treePath);
+        json.text("path", entry.path);
+        json.text("kind", entry.bFolder ? "folder" : "file");
+        json.text("action", nameOf(entry.action));
+        json.text("why", entry.why);
+        if (!entry.shortCut.empty()) {
+            json.text("shortcut", entry.shortCut);
+        }
+    }
+
+    void tell(const Plan::Branch& branch) {
+        json.text("name", branch.treePath);
+        if (!branch.host.empty()) {
+            json.text("host", branch.host);
+            json.text("family", branch.family);
+        }
+        json.text("item", branch.item);
+        json.flag("secondAttempt", branch.bSecondAttempt);
+        tellEach("targets", branch.targets);
+        tellEach("entries", branch.entries);
+    }
+
+    void tell(const SKUDefinition::SKUInfo& product) {
+        json.text("ID", toString(product.ID));
+        json.text("name", toString(product.name));
+        json.text("build", toString(product.build));
+    }
+
+    void tell(const std::pair<const std::string, Plan::RecordedPath>& entry) {
+        const auto& [path, recorded] = entry;
+        json.text("path", path);
+        json.text("kind", recorded.bFolder ? "folder" : "file");
+        json.number("count", recorded.count);
         if (!recorded.bFolder) {
-            entry["build"] = recorded.build;
+            json.text("build", recorded.build);
         }
         if (!recorded.shortCut.empty()) {
-            entry["shortcut"] = recorded.shortCut;
+            json.text("shortcut", recorded.shortCut);
         }
-        json["paths"].push_back(entry);
     }
-    return json;
-}
 
-Json stepsOf(const Plan& plan, const Plan::Run& run) {
-    Json steps = Json::array();
-    for (std::size_t i = run.firstStep; i < run.endStep; ++i) {
-        const Plan::Step& step = plan.steps[i];
-        Json json;
+    void tell(const Plan::Record& record) {
+        tellEach("products", record.products);
+        tellEach("paths", record.paths);
+    }
+
+    void tell(const Plan::Step& step) {
         if (step.command.empty()) {
-            json["operation"] = nameOf(step.verb);
-            json["path"] = step.path;
+            json.text("operation", nameOf(step.verb));
+            json.text("path", step.path);
             if (!step.source.empty()) {
-                json["source"] = step.source;
+                json.text("source", step.source);
             }
         } else {
-            json["command"] = step.command;
+            json.text("command", step.command);
         }
-        json["succeeds"] = step.bSucceeded;
+        json.flag("succeeds", step.bSucceeded);
         if (!step.bSucceeded) {
-            json["why"] = step.why;
+            json.text("why", step.why);
         }
         if (!step.made.empty()) {
-            json["madeFolders"] = step.made;
+            tellTexts("madeFolders", step.made);
         }
         if (step.bSucceeded && (step.verb == Verb::RemoveEmptyFolder || step.verb == Verb::RemoveFolder)) {
-            json["removedFolder"] = step.path;
+            json.text("removedFolder", step.path);
         }
-        steps.push_back(json);
     }
-    return steps;
-}
 
-Json toJson(const Plan& plan, const Plan::Run& run) {
-    Json json;
-    json["action"] = run.bUninstall ? "uninstall" : "install";
-    json["product"] = toJson(run.product);
-    json["branches"] = Json::array();
-    for (const Plan::Branch& branch : run.branches) {
-        json["branches"].push_back(toJson(branch));
+    void tell(const Plan::Danger& danger) {
+        json.text("rule", danger.rule);
+        json.text("message", danger.message);
     }
-    json["leftOut"] = run.leftOut;
-    if (!run.recordPath.empty()) {
-        Json& record = json["record"];
-        record["path"] = run.recordPath;
-        record["saved"] = run.bRecordSaved;
-        record["removed"] = run.bRecordRemoved;
-        record["before"] = toJson(run.before);
-        record["after"] = toJson(run.after);
+
+    void tellRecord(const Plan::Run& run) {
+        json.beginObject("record");
+        json.text("path", run.recordPath);
+        json.flag("saved", run.bRecordSaved);
+        json.flag("removed", run.bRecordRemoved);
+        tellObject("before", run.before);
+        tellObject("after", run.after);
+        json.endObject();
     }
-    json["steps"] = stepsOf(plan, run);
-    return json;
-}
+
+    void tellSteps(const Plan::Run& run) {
+        json.beginArray("steps");
+        for (std::size_t i = run.firstStep; i < run.endStep; ++i) {
+            tellObject(nullptr, plan.steps[i]);
+        }
+        json.endArray();
+    }
+
+    void tell(const Plan::Run& run) {
+        json.text("action", run.bUninstall ? "uninstall" : "install");
+        tellObject("product", run.product);
+        tellEach("branches", run.branches);
+        tellTexts("leftOut", run.leftOut);
+        if (!run.recordPath.empty()) {
+            tellRecord(run);
+        }
+        tellSteps(run);
+    }
+
+    const Plan& plan;
+    JsonWriter json;
+};
 
 } // namespace
 
-std::string asJson(const Plan& plan) {
-    Json document;
-    if (!plan.bUninstall) {
-        document["source"] = plan.source;
-    }
-    document["definition"] = plan.definition;
-    document["targets"] = plan.targets;
-    document["succeeds"] = plan.bSucceeds;
-    document["dangers"] = Json::array();
-    for (const Plan::Danger& danger : plan.dangers) {
-        document["dangers"].push_back({{"rule", danger.rule}, {"message", danger.message}});
-    }
-    document["runs"] = Json::array();
-    for (const Plan::Run& run : plan.runs) {
-        document["runs"].push_back(toJson(plan, run));
-    }
-    document["log"] = plan.log;
-    return printed(document);
+void writeJson(const Plan& plan, Output& output) {
+    Writer(plan, output).document();
 }

@@ -558,7 +558,7 @@ Plan planRun(bool bUninstall, const std::string& source, const std::string& defi
     } const restore{Machine::setCurrent(&machine), std::exchange(SimpleLog::held, &plan.log)};
     plan.bSucceeds = bUninstall ? engine.runUninstall(toVLString(definition), toVLString(targets))
                                 : engine.run(toVLString(source), toVLString(definition), toVLString(targets));
-    plan.steps = machine.steps();
+    plan.steps = machine.takeSteps();
     findDangers(plan);
     return plan;
 }

@@ -5,6 +5,7 @@
 #include <map>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 /// The result of a step of the run cannot be predicted.
@@ -56,6 +57,8 @@ public:
 
     /// In the order of the run.
     const std::vector<Step>& steps() const { return taken; }
+    /// The same, after which there are none here any more.
+    std::vector<Step> takeSteps() { return std::exchange(taken, {}); }
 
     /// No steps are recorded until the end of its scope. For calls that are not part of the run.
     class WithoutSteps {

@@ -14,6 +14,11 @@ auto sortKey(const Finding& finding) {
     return std::tie(where.document, where.file, where.line, where.column);
 }
 
+/// Most are: names are of ASCII.
+bool needsNoEscape(const std::string& bytes) {
+    return std::all_of(bytes.begin(), bytes.end(), [](char c) { return c >= ' ' && c <= '~'; });
+}
+
 std::string escaped(unsigned char byte) {
     static const char* const digits = "0123456789abcdef";
     switch (byte) {
@@ -35,17 +40,27 @@ void sortFindings(std::vector<Finding>& findings) {
                      [](const Finding& a, const Finding& b) { return sortKey(a) < sortKey(b); });
 }
 
-std::string quotedText(const VLString& text) {
+std::string printableText(const VLString& text) {
     const std::string bytes = toString(text);
+    if (bytes.size() <= longestShown) {
+        return printable(bytes);
+    }
     // Not to part a character, the one that begins before the limit is shown whole.
     std::size_t end = 0;
-    while (end < bytes.size() && end < longestShown) {
+    while (end < longestShown) {
         end += std::max<std::size_t>(utf8Length(bytes, end), 1);
     }
-    return "\"" + printable(bytes.substr(0, end)) + (end < bytes.size() ? "...\"" : "\"");
+    return printable(bytes.substr(0, end)) + (end < bytes.size() ? "..." : "");
+}
+
+std::string quotedText(const VLString& text) {
+    return '"' + printableText(text) + '"';
 }
 
 std::string printable(const std::string& bytes) {
+    if (needsNoEscape(bytes)) {
+        return bytes;
+    }
     std::string result;
     std::size_t index = 0;
     while (index < bytes.size()) {

@@ -31,8 +31,10 @@ struct Finding {
 /// By document, file, line and column.
 void sortFindings(std::vector<Finding>& findings);
 
-/// `text` between double quotes, safe for a terminal and for one line. Control characters and bytes that are
-/// not UTF-8 become \n, \x1b and so on. Cut after 200 bytes.
+/// `text`, fit for a terminal and a line: control characters, and bytes that are no UTF-8, as \n, \x1b and
+/// the like, and no more than its first 200 bytes.
+std::string printableText(const VLString& text);
+/// The same between double quotes.
 std::string quotedText(const VLString& text);
 /// The same, without quotes and not cut.
 std::string printable(const std::string& text);

@@ -1,7 +1,5 @@
 #include "Utility/InstallInspector/Report/FindingOutput.h"
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 
 namespace {
@@ -35,11 +33,6 @@ const char* nameOf(Severity severity) {
     return severity == Severity::Error ? "error" : "warning";
 }
 
-std::string printableText(const VLString& text) {
-    const std::string quoted = quotedText(text);
-    return quoted.substr(1, quoted.size() - 2);
-}
-
 std::string printed(const std::vector<Finding>& findings, const Painter& painter) {
     std::string text;
     for (const Finding& finding : findings) {
@@ -49,22 +42,23 @@ std::string printed(const std::vector<Finding>& findings, const Painter& painter
            counted(countOf(findings, Severity::Warning), "warning", "warnings") + "\n";
 }
 
-void addFindings(nlohmann::ordered_json& document, const std::vector<Finding>& findings) {
-    document["errors"] = countOf(findings, Severity::Error);
-    document["warnings"] = countOf(findings, Severity::Warning);
-    document["findings"] = nlohmann::ordered_json::array();
+void writeFindings(JsonWriter& json, const std::vector<Finding>& findings) {
+    json.number("errors", static_cast<long>(countOf(findings, Severity::Error)));
+    json.number("warnings", static_cast<long>(countOf(findings, Severity::Warning)));
+    json.beginArray("findings");
     for (const Finding& finding : findings) {
-        nlohmann::ordered_json entry;
-        entry["file"] = finding.where.file;
+        json.beginObject();
+        json.text("file", finding.where.file);
         if (finding.where.line > 0) {
-            entry["line"] = finding.where.line;
-            entry["column"] = finding.where.column;
+            json.number("line", finding.where.line);
+            json.number("column", finding.where.column);
         }
-        entry["rule"] = finding.rule;
-        entry["severity"] = nameOf(finding.severity);
-        entry["message"] = finding.message;
-        entry["consequence"] = finding.consequence;
-        entry["advice"] = finding.advice;
-        document["findings"].push_back(entry);
+        json.text("rule", finding.rule);
+        json.text("severity", nameOf(finding.severity));
+        json.text("message", finding.message);
+        json.text("consequence", finding.consequence);
+        json.text("advice", finding.advice);
+        json.endObject();
     }
+    json.endArray();
 }

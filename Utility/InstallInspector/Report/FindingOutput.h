@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Utility/InstallInspector/Report/Finding.h"
+#include "Utility/InstallInspector/Report/JsonWriter.h"
 #include "Utility/InstallInspector/Report/Output.h"
 
 #include <string>
@@ -8,11 +9,8 @@
 
 const char* nameOf(Severity severity);
 
-/// Like quotedText, without the quotes.
-std::string printableText(const VLString& text);
-
-/// Each finding in three lines, then the number of findings. `findings` must not be empty.
+/// Each finding in three lines, and below them how many there are. There has to be one.
 std::string printed(const std::vector<Finding>& findings, const Painter& painter);
 
-/// Adds the members "errors", "warnings" and "findings".
-void addFindings(nlohmann::ordered_json& document, const std::vector<Finding>& findings);
+/// Writes the members "errors", "warnings" and "findings".
+void writeFindings(JsonWriter& json, const std::vector<Finding>& findings);

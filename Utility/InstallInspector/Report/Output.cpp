@@ -1,7 +1,5 @@
 #include "Utility/InstallInspector/Report/Output.h"
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
@@ -39,8 +37,20 @@ std::string Painter::paint(Colour colour, const std::string& text) const {
     return std::string("\x1b[") + code + "m" + text + "\x1b[0m";
 }
 
-std::string printed(const nlohmann::ordered_json& document) {
-    return document.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+void Output::write(const std::string& text) {
+    if (error == 0 && std::fwrite(text.data(), 1, text.size(), file) != text.size()) {
+        error = errno;
+    }
+}
+
+bool Output::finish() {
+    if (error == 0 && std::fflush(file) != 0) {
+        error = errno;
+    }
+    if (error != 0) {
+        cannotRun(std::string("cannot write to standard output: ") + std::strerror(error));
+    }
+    return error == 0;
 }
 
 std::string counted(std::size_t count, const char* one, const char* more) {
@@ -65,12 +75,9 @@ std::string padded(const std::string& text, std::size_t width) {
 }
 
 bool writeOutput(const std::string& text) {
-    const bool bWritten =
-        std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
-    if (!bWritten) {
-        cannotRun(std::string("cannot write to standard output: ") + std::strerror(errno));
-    }
-    return bWritten;
+    Output output;
+    output.write(text);
+    return output.finish();
 }
 
 int cannotRun(const std::string& message) {

@@ -1,12 +1,10 @@
 #pragma once
 
-#include <nlohmann/json_fwd.hpp>
-
 #include <cstdio>
 #include <string>
 #include <vector>
 
-/// The exit statuses of all subcommands.
+/// What the subcommands share: exit statuses, colours, and texts.
 enum ExitStatus { Clean = 0, HasFindings = 1, CannotRun = 2 };
 
 enum class Colour { Bold, Red, Yellow, Green, Dim };
@@ -24,9 +22,19 @@ private:
     bool bColours;
 };
 
-/// The document as text, indented by two blanks, with a line feed at the end. Bytes that are not UTF-8 become
-/// U+FFFD.
-std::string printed(const nlohmann::ordered_json& document);
+/// What is written piece by piece, so that it never stands in memory as a whole.
+class Output {
+public:
+    explicit Output(FILE* toWriteTo = stdout) : file(toWriteTo) {}
+
+    void write(const std::string& text);
+    /// After the last piece. False, and a message on standard error, when one could not be written.
+    bool finish();
+
+private:
+    FILE* file;
+    int error = 0; ///< that of the first piece that could not be written
+};
 
 /// "1 error", "2 errors".
 std::string counted(std::size_t count, const char* one, const char* more);

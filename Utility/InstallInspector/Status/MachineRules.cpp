@@ -352,12 +352,13 @@ void inNoDefinition(Status& status, const StatusReport& report) {
     }
     std::set<const Record::Node*> reported;
     for (const Record::Node& node : status.record.nodes) {
-        if (node.parent == nullptr || usesOf(status, node.treePath) > 0) {
+        const VLString path = pathOf(node);
+        if (node.parent == nullptr || usesOf(status, path) > 0) {
             continue;
         }
         reported.insert(&node);
         if (reported.count(node.parent) == 0) {
-            report(status.record.at(node), "no installed product lists " + quotedText(node.treePath),
+            report(status.record.at(node), "no installed product lists " + quotedText(path),
                    "An earlier build did, and its count stays: no uninstall removes it.",
                    "Remove it by hand; the record forgets it with the last product.");
         }
@@ -370,7 +371,8 @@ void countDiffers(Status& status, const StatusReport& report) {
     }
     std::map<const Record::Node*, std::int32_t> reported; // how much too high
     for (const Record::Node& node : status.record.nodes) {
-        const std::int32_t uses = node.parent == nullptr ? 0 : usesOf(status, node.treePath);
+        const VLString path = pathOf(node);
+        const std::int32_t uses = node.parent == nullptr ? 0 : usesOf(status, path);
         const std::int32_t excess = uses == 0 ? 0 : node.recorded->ref - uses;
         if (excess == 0) {
             continue;
@@ -379,8 +381,7 @@ void countDiffers(Status& status, const StatusReport& report) {
         const auto above = reported.find(node.parent);
         if (above == reported.end() || above->second != excess) {
             report(status.record.at(node),
-                   quotedText(node.treePath) + " has the count " + std::to_string(node.recorded->ref) +
-                       ", and " +
+                   quotedText(path) + " has the count " + std::to_string(node.recorded->ref) + ", and " +
                        counted(static_cast<std::size_t>(uses), "installed product", "installed products") +
                        (uses == 1 ? " lists it" : " list it"),
                    excess > 0 ? "The count never comes to 0: no uninstall removes it."

@@ -3,11 +3,12 @@
 #include "Utility/InstallInspector/Documents/Product.h"
 #include "Utility/InstallInspector/Status/Status.h"
 
-#include <cctype>
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
+#include <functional>
 #include <limits>
-#include <map>
 #include <set>
 
 namespace {
@@ -37,17 +38,23 @@ void forEachPath(const Status& status, Visitor visit) {
 }
 
 /// The number that the whole text is; -1 for none.
-long countIn(const std::string& text) {
-    if (text.empty() || text.find_first_not_of("0123456789") != std::string::npos) {
+long countIn(const char* text) {
+    if (*text == '\0' || text[std::strspn(text, "0123456789")] != '\0') {
         return -1;
     }
     errno = 0;
-    const long count = std::strtol(text.c_str(), nullptr, 10);
+    const long count = std::strtol(text, nullptr, 10);
     return errno == 0 && count <= std::numeric_limits<std::int32_t>::max() ? count : -1;
 }
 
+/// The attribute's own text; empty when there is none.
+const char* textOf(const Entry& entry, const char* attribute) {
+    const char* text = entry.element->Attribute(attribute);
+    return text == nullptr ? "" : text;
+}
+
 long countOf(const Entry& entry) {
-    return countIn(toString(attributeOf(*entry.element, "ref")));
+    return countIn(textOf(entry, "ref"));
 }
 
 std::string products(long count) {
@@ -112,7 +119,7 @@ void recordEntryIgnored(Status& status, const StatusReport& report) {
     }
     forEachPath(status, [&](const Entry& entry) {
         for (const char* attribute : {"fileName", "ref"}) {
-            if (attributeOf(*entry.element, attribute).IsEmpty()) {
+            if (*textOf(entry, attribute) == '\0') {
                 reportIgnored(file.at(*entry.element, attribute), "<" + nameOf(entry.kind) + "> without " +
                                                                       attribute + ", with everything in it");
                 return;
@@ -121,26 +128,42 @@ void recordEntryIgnored(Status& status, const StatusReport& report) {
     });
 }
 
+/// An entry by which others of the same parent are told from it.
+struct Named {
+    const Entry* entry;
+    const char* attribute;
+
+    const char* name() const { return textOf(*entry, attribute); }
+    bool operator<(const Named& other) const {
+        return entry->parent != other.entry->parent ? std::less<>()(entry->parent, other.entry->parent)
+                                                    : std::strcmp(name(), other.name()) < 0;
+    }
+};
+
 void recordDuplicate(Status& status, const StatusReport& report) {
     const LocatedDocument& file = status.record.file;
-    std::map<std::pair<const Entry*, VLString>, const Entry*> seen;
-    const auto check = [&](const Entry& entry, const char* attribute, const char* consequence) {
-        const VLString name = attributeOf(*entry.element, attribute);
-        const auto [first, bNew] = seen.emplace(std::make_pair(entry.parent, name), &entry);
-        if (!bNew) {
-            report(file.at(*entry.element, attribute),
-                   quotedText(name) + " stands in line " + std::to_string(first->second->element->Row()) +
-                       " too",
-                   consequence, "Keep one of the two.");
-        }
-    };
+    std::vector<Named> named;
     for (const Entry& entry : file.entries()) {
-        if (isPath(entry) && attributeOf(*entry.element, "fileName").IsSet()) {
-            check(entry, "fileName",
-                  "The later one replaces the earlier one with everything in it, and a file a directory.");
+        if (isPath(entry) && *textOf(entry, "fileName") != '\0') {
+            named.push_back({&entry, "fileName"});
         } else if (entry.kind == Kind::RecordedSku) {
-            check(entry, "ID", "The product counts as two: the record is not removed with the last product.");
+            named.push_back({&entry, "ID"});
         }
+    }
+    std::stable_sort(named.begin(), named.end()); // so that those of one name stand side by side
+    const Named* first = nullptr;
+    for (const Named& other : named) {
+        if (first == nullptr || *first < other) {
+            first = &other;
+            continue;
+        }
+        report(file.at(*other.entry->element, other.attribute),
+               quotedText(VLString(other.name())) + " stands in line " +
+                   std::to_string(first->entry->element->Row()) + " too",
+               isPath(*other.entry)
+                   ? "The later one replaces the earlier one with everything in it, and a file a directory."
+                   : "The product counts as two: the record is not removed with the last product.",
+               "Keep one of the two.");
     }
 }
 
@@ -173,7 +196,9 @@ void countNotANumber(Status& status, const StatusReport& report) {
 }
 
 void countAboveProducts(Status& status, const StatusReport& report) {
-    const auto most = static_cast<long>(status.record.content.products.size());
+    const auto& entries = status.record.file.entries();
+    const long most = std::count_if(entries.begin(), entries.end(),
+                                    [](const Entry& entry) { return entry.kind == Kind::RecordedSku; });
     std::set<const Entry*> reported;
     forEachPath(status, [&](const Entry& entry) {
         if (countOf(entry) <= most) {

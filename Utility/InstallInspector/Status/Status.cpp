@@ -8,13 +8,21 @@ void StatusReport::operator()(const Location& where, std::string message, std::s
         {where, rule.name, rule.severity, std::move(message), std::move(consequence), std::move(advice)});
 }
 
-void Status::inspect() {
-    weighConditions(*this);
-    for (const auto* group : {&recordRules(), &machineRules()}) {
-        for (const StatusRuleEntry& entry : *group) {
-            entry.inspect(*this, StatusReport(entry.rule, *this));
-        }
+namespace {
+
+void ask(const std::vector<StatusRuleEntry>& rules, Status& status) {
+    for (const StatusRuleEntry& entry : rules) {
+        entry.inspect(status, StatusReport(entry.rule, status));
     }
+}
+
+} // namespace
+
+void Status::inspect() {
+    ask(recordRules(), *this);
+    record.interpret();
+    weighConditions(*this);
+    ask(machineRules(), *this);
     sortFindings(findings);
 }
 

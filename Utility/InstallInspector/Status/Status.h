@@ -22,7 +22,7 @@ struct Status {
     std::map<const Record::Node*, Condition> conditions;
     std::vector<Finding> findings;
 
-    /// Asks all rules.
+    /// Asks all rules, and takes the record's document down between those that look at it and the others.
     void inspect();
 };
 
@@ -61,5 +61,5 @@ void weighConditions(Status& status);
 
 std::vector<StatusRule> allStatusRules();
 
-std::string statusAsText(const Status& status, const Painter& painter);
-std::string statusAsJson(const Status& status);
+void writeText(const Status& status, const Painter& painter, Output& output);
+void writeJson(const Status& status, Output& output);

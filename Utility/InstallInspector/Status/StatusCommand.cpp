@@ -64,7 +64,13 @@ int runStatus(const StatusOptions& options) {
         return cannotRun(status.record.path + ": " + error);
     }
     status.inspect();
-    if (!writeOutput(options.bJson ? statusAsJson(status) : statusAsText(status, Painter::forFile(stdout)))) {
+    Output output;
+    if (options.bJson) {
+        writeJson(status, output);
+    } else {
+        writeText(status, Painter::forFile(stdout), output);
+    }
+    if (!output.finish()) {
         return CannotRun;
     }
     return status.findings.empty() ? Clean : HasFindings;

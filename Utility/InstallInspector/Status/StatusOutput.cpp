@@ -1,8 +1,6 @@
 #include "Utility/InstallInspector/Report/FindingOutput.h"
 #include "Utility/InstallInspector/Status/Status.h"
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 
 namespace {
@@ -46,12 +44,16 @@ struct Row {
     Condition condition;
 };
 
+std::string nameOf(const Node& node) {
+    return printableText(node.recorded->name) + (node.recorded->isDirectory ? "/" : "");
+}
+
 Row rowOf(const Status& status, const Node& node, const std::string& branch) {
     const auto& recorded = *node.recorded;
     Row row;
     row.count = std::to_string(recorded.ref);
     row.branch = branch;
-    row.name = printableText(recorded.name) + (recorded.isDirectory ? "/" : "");
+    row.name = nameOf(node);
     row.build = printableText(recorded.build);
     row.condition = conditionOf(status, node);
     VLString link;
@@ -63,27 +65,40 @@ Row rowOf(const Status& status, const Node& node, const std::string& branch) {
 
 /// As people look for them; the record has the longest names first.
 std::vector<const Node*> byName(const Node& parent) {
-    std::vector<const Node*> children = parent.children;
-    std::sort(children.begin(), children.end(), [](const Node* a, const Node* b) {
-        return toString(a->recorded->name.ToLower()) < toString(b->recorded->name.ToLower());
-    });
+    std::vector<std::pair<std::string, const Node*>> named;
+    named.reserve(parent.children.size());
+    for (const Node* child : parent.children) {
+        named.emplace_back(toString(child->recorded->name.ToLower()), child);
+    }
+    std::sort(named.begin(), named.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+    std::vector<const Node*> children;
+    children.reserve(named.size());
+    for (const auto& [name, child] : named) {
+        children.push_back(child);
+    }
     return children;
 }
 
-void addRows(const Status& status, const Node& parent, const std::string& indent, std::vector<Row>& rows) {
-    const std::vector<const Node*> children = byName(parent);
-    for (const Node* child : children) {
-        const bool bTop = parent.parent == nullptr;
-        const bool bLast = child == children.back();
-        rows.push_back(rowOf(status, *child, bTop ? "" : indent + (bLast ? "└── " : "├── ")));
-        addRows(status, *child, bTop ? "" : indent + (bLast ? "    " : "│   "), rows);
-    }
-}
+struct Widths {
+    std::size_t count = 4;
+    std::size_t name = 0;
+    std::size_t build = 0;
 
-std::string printedRow(const Row& row, std::size_t countWidth, std::size_t nameWidth, std::size_t buildWidth,
-                       const Painter& painter) {
+    /// For the rows of all paths below `parent`, the first of which have lines of that width before the name.
+    void makeRoomFor(const Node& parent, std::size_t branch) {
+        constexpr std::size_t widestName = 60;
+        for (const Node* child : parent.children) {
+            count = std::max(count, std::to_string(child->recorded->ref).size());
+            name = std::max(name, std::min(widestName, branch + widthOf(nameOf(*child))));
+            build = std::max(build, widthOf(printableText(child->recorded->build)));
+            makeRoomFor(*child, branch + 4);
+        }
+    }
+};
+
+std::string printedRow(const Row& row, const Widths& widths, const Painter& painter) {
     const ConditionText& condition = textOf(row.condition);
-    const std::string count = std::string(countWidth - row.count.size(), ' ') + row.count;
+    const std::string count = std::string(widths.count - row.count.size(), ' ') + row.count;
     std::string text = "  " + count + "  " + painter.paint(Colour::Dim, row.branch);
     const std::string name =
         condition.colour == Colour::Red ? painter.paint(Colour::Red, row.name) : row.name;
@@ -91,9 +106,9 @@ std::string printedRow(const Row& row, std::size_t countWidth, std::size_t nameW
         return text + name + "\n";
     }
     const std::size_t used = widthOf(row.branch) + widthOf(row.name);
-    text += name + std::string(nameWidth - std::min(nameWidth, used) + 2, ' ');
+    text += name + std::string(widths.name - std::min(widths.name, used) + 2, ' ');
     const bool bMore = !row.shortCut.empty() || *condition.text != '\0';
-    text += painter.paint(Colour::Dim, bMore ? padded(row.build, buildWidth) : row.build);
+    text += painter.paint(Colour::Dim, bMore ? padded(row.build, widths.build) : row.build);
     if (*condition.text != '\0') {
         text += "  " + painter.paint(condition.colour, condition.text);
     }
@@ -103,30 +118,34 @@ std::string printedRow(const Row& row, std::size_t countWidth, std::size_t nameW
     return text + "\n";
 }
 
-std::string printedTree(const Status& status, const Painter& painter) {
-    std::vector<Row> rows;
-    if (!status.record.nodes.empty()) {
-        addRows(status, status.record.nodes.front(), "", rows);
+void writeRows(const Status& status, const Node& parent, const std::string& indent, const Widths& widths,
+               const Painter& painter, Output& output) {
+    const std::vector<const Node*> children = byName(parent);
+    for (const Node* child : children) {
+        const bool bTop = parent.parent == nullptr;
+        const bool bLast = child == children.back();
+        const Row row = rowOf(status, *child, bTop ? "" : indent + (bLast ? "└── " : "├── "));
+        output.write(printedRow(row, widths, painter));
+        if (!child->children.empty()) {
+            writeRows(status, *child, bTop ? "" : indent + (bLast ? "    " : "│   "), widths, painter,
+                      output);
+        }
     }
-    if (rows.empty()) {
-        return "";
+}
+
+/// Row by row: all of them would take more memory than the record itself.
+void writeTree(const Status& status, const Painter& painter, Output& output) {
+    if (status.record.nodes.size() < 2) {
+        return; // the root alone, at most
     }
-    constexpr std::size_t widest = 60;
-    std::size_t count = 4;
-    std::size_t name = 0;
-    std::size_t build = 0;
-    for (const Row& row : rows) {
-        count = std::max(count, row.count.size());
-        name = std::max(name, std::min(widest, widthOf(row.branch) + widthOf(row.name)));
-        build = std::max(build, widthOf(row.build));
-    }
-    std::string text =
-        "\n  " +
-        painter.paint(Colour::Bold, padded("uses", count) + "  " + padded("path", name) + "  build") + "\n";
-    for (const Row& row : rows) {
-        text += printedRow(row, count, name, build, painter);
-    }
-    return text;
+    const Node& root = status.record.nodes.front();
+    Widths widths;
+    widths.makeRoomFor(root, 0);
+    output.write("\n  " +
+                 painter.paint(Colour::Bold, padded("uses", widths.count) + "  " +
+                                                 padded("path", widths.name) + "  build") +
+                 "\n");
+    writeRows(status, root, "", widths, painter, output);
 }
 
 // Products and the rest
@@ -181,33 +200,19 @@ std::string leftOutOf(const Status& status) {
            " on this machine.\n";
 }
 
-nlohmann::ordered_json jsonOf(const SKUDefinition::SKUInfo& info) {
-    nlohmann::ordered_json product;
-    product["ID"] = toString(info.ID);
-    product["name"] = toString(info.name);
-    product["build"] = toString(info.build);
-    return product;
+void tell(JsonWriter& json, const SKUDefinition::SKUInfo& info) {
+    json.beginObject();
+    json.text("ID", toString(info.ID));
+    json.text("name", toString(info.name));
+    json.text("build", toString(info.build));
+    json.endObject();
 }
 
-nlohmann::ordered_json jsonOf(const Status& status, const Node& node) {
-    const auto& recorded = *node.recorded;
-    nlohmann::ordered_json entry;
-    entry["path"] = toString(node.treePath);
-    entry["kind"] = recorded.isDirectory ? "directory" : "file";
-    entry["count"] = recorded.ref;
-    if (!recorded.isDirectory) {
-        entry["build"] = toString(recorded.build);
-    }
-    if (recorded.IsShortCutInfoValid()) {
-        entry["shortCut"] = {{"name", toString(recorded.shortCut.name)},
-                             {"dir", toString(recorded.shortCut.dir)}};
-    }
-    if (const Condition condition = conditionOf(status, node); condition != Condition::Unknown) {
-        entry["condition"] = textOf(condition).json;
-    }
-    nlohmann::ordered_json places = nlohmann::ordered_json::array();
+/// Where the given products have the path, each place once.
+std::vector<std::string> placesOf(const Status& status, const VLString& treePath) {
+    std::vector<std::string> places;
     for (const auto& product : status.products) {
-        if (const auto* spot = product->find(node.treePath)) {
+        if (const auto* spot = product->find(treePath)) {
             for (const auto& place : spot->places) {
                 const std::string path = toString(place.path);
                 if (std::find(places.begin(), places.end(), path) == places.end()) {
@@ -216,45 +221,77 @@ nlohmann::ordered_json jsonOf(const Status& status, const Node& node) {
             }
         }
     }
-    if (!places.empty()) {
-        entry["places"] = places;
+    return places;
+}
+
+void tell(JsonWriter& json, const Status& status, const Node& node) {
+    const auto& recorded = *node.recorded;
+    const VLString treePath = pathOf(node);
+    json.beginObject();
+    json.text("path", toString(treePath));
+    json.text("kind", recorded.isDirectory ? "directory" : "file");
+    json.number("count", recorded.ref);
+    if (!recorded.isDirectory) {
+        json.text("build", toString(recorded.build));
     }
-    return entry;
+    if (recorded.IsShortCutInfoValid()) {
+        json.beginObject("shortCut");
+        json.text("name", toString(recorded.shortCut.name));
+        json.text("dir", toString(recorded.shortCut.dir));
+        json.endObject();
+    }
+    if (const Condition condition = conditionOf(status, node); condition != Condition::Unknown) {
+        json.text("condition", textOf(condition).json);
+    }
+    const std::vector<std::string> places = placesOf(status, treePath);
+    if (!places.empty()) {
+        json.beginArray("places");
+        for (const std::string& place : places) {
+            json.element(place);
+        }
+        json.endArray();
+    }
+    json.endObject();
 }
 
 } // namespace
 
-std::string statusAsText(const Status& status, const Painter& painter) {
-    std::string text = painter.paint(Colour::Bold, printableText(toVLString(status.record.path))) + "\n";
+void writeText(const Status& status, const Painter& painter, Output& output) {
+    output.write(painter.paint(Colour::Bold, printableText(toVLString(status.record.path))) + "\n");
     switch (status.record.state) {
     case Record::State::Missing:
-        text += "\n  There is no record here: no product is installed.\n";
+        output.write("\n  There is no record here: no product is installed.\n");
         break;
     case Record::State::Unreadable:
-        text += "\n  The record is there, but the engine cannot read it.\n";
+        output.write("\n  The record is there, but the engine cannot read it.\n");
         break;
     case Record::State::Readable:
-        text += printedProducts(status, painter) + printedTree(status, painter) + leftOutOf(status);
+        output.write(printedProducts(status, painter));
+        writeTree(status, painter, output);
+        output.write(leftOutOf(status));
         break;
     }
-    return text + verdict(status, painter);
+    output.write(verdict(status, painter));
 }
 
-std::string statusAsJson(const Status& status) {
+void writeJson(const Status& status, Output& output) {
     static const char* const states[] = {"missing", "readable", "unreadable"};
-    nlohmann::ordered_json document;
-    document["record"] = status.record.path;
-    document["state"] = states[static_cast<std::size_t>(status.record.state)];
-    document["products"] = nlohmann::ordered_json::array();
+    JsonWriter json(output);
+    json.beginObject();
+    json.text("record", status.record.path);
+    json.text("state", states[static_cast<std::size_t>(status.record.state)]);
+    json.beginArray("products");
     for (const auto& info : status.record.content.products) {
-        document["products"].push_back(jsonOf(info));
+        tell(json, info);
     }
-    document["entries"] = nlohmann::ordered_json::array();
+    json.endArray();
+    json.beginArray("entries");
     for (const Node& node : status.record.nodes) {
         if (node.parent != nullptr) {
-            document["entries"].push_back(jsonOf(status, node));
+            tell(json, status, node);
         }
     }
-    addFindings(document, status.findings);
-    return printed(document);
+    json.endArray();
+    writeFindings(json, status.findings);
+    json.endObject();
 }
