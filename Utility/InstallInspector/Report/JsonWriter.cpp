@@ -6,11 +6,9 @@
 
 namespace {
 
-std::string quoted(const std::string& text) {
-    const bool bPlain = std::all_of(text.begin(), text.end(),
-                                    [](char c) { return c >= ' ' && c <= '~' && c != '"' && c != '\\'; });
-    return bPlain ? '"' + text + '"'
-                  : nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+bool needsNoEscape(const std::string& text) {
+    return std::all_of(text.begin(), text.end(),
+                       [](char c) { return c >= ' ' && c <= '~' && c != '"' && c != '\\'; });
 }
 
 } // namespace
@@ -33,12 +31,12 @@ void JsonWriter::endArray() {
 
 void JsonWriter::element(const std::string& text) {
     startValue(nullptr);
-    output.write(quoted(text));
+    writeQuoted(text);
 }
 
 void JsonWriter::text(const char* name, const std::string& value) {
     startValue(name);
-    output.write(quoted(value));
+    writeQuoted(value);
 }
 
 void JsonWriter::number(const char* name, long value) {
@@ -53,7 +51,7 @@ void JsonWriter::flag(const char* name, bool bValue) {
 
 void JsonWriter::begin(const char* name, char bracket) {
     startValue(name);
-    output.write(std::string(1, bracket));
+    output.write({&bracket, 1});
     filled.push_back(false);
 }
 
@@ -63,7 +61,7 @@ void JsonWriter::end(char bracket) {
     if (bFilled) {
         startLine();
     }
-    output.write(std::string(1, bracket));
+    output.write({&bracket, 1});
     if (filled.empty()) {
         output.write("\n");
     }
@@ -79,10 +77,24 @@ void JsonWriter::startValue(const char* name) {
     filled.back() = true;
     startLine();
     if (name != nullptr) {
-        output.write(quoted(name) + ": ");
+        writeQuoted(name);
+        output.write(": ");
     }
 }
 
 void JsonWriter::startLine() {
-    output.write("\n" + std::string(2 * filled.size(), ' '));
+    output.write("\n");
+    for (std::size_t level = 0; level < filled.size(); ++level) {
+        output.write("  ");
+    }
+}
+
+void JsonWriter::writeQuoted(const std::string& text) {
+    if (needsNoEscape(text)) {
+        output.write("\"");
+        output.write(text);
+        output.write("\"");
+    } else {
+        output.write(nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
+    }
 }

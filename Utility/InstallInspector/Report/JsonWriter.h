@@ -31,6 +31,7 @@ private:
     /// Whatever stands before a value.
     void startValue(const char* name);
     void startLine();
+    void writeQuoted(const std::string& text);
 
     Output& output;
     std::vector<bool> filled; ///< for each object and array that is open, whether anything is in it

@@ -37,13 +37,23 @@ std::string Painter::paint(Colour colour, const std::string& text) const {
     return std::string("\x1b[") + code + "m" + text + "\x1b[0m";
 }
 
-void Output::write(const std::string& text) {
-    if (error == 0 && std::fwrite(text.data(), 1, text.size(), file) != text.size()) {
-        error = errno;
+void Output::write(std::string_view text) {
+    constexpr std::size_t enough = 65536;
+    held += text;
+    if (held.size() >= enough) {
+        passOn();
     }
 }
 
+void Output::passOn() {
+    if (error == 0 && std::fwrite(held.data(), 1, held.size(), file) != held.size()) {
+        error = errno;
+    }
+    held.clear();
+}
+
 bool Output::finish() {
+    passOn();
     if (error == 0 && std::fflush(file) != 0) {
         error = errno;
     }

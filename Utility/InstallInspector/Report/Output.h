@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// What the subcommands share: exit statuses, colours, and texts.
@@ -27,13 +28,17 @@ class Output {
 public:
     explicit Output(FILE* toWriteTo = stdout) : file(toWriteTo) {}
 
-    void write(const std::string& text);
-    /// After the last piece. False, and a message on standard error, when one could not be written.
+    void write(std::string_view text);
+    /// To be called after the last piece. False, and a message on standard error, when one could not be
+    /// written.
     bool finish();
 
 private:
+    void passOn();
+
     FILE* file;
-    int error = 0; ///< that of the first piece that could not be written
+    std::string held; ///< what waits for more, since a call of the C library for each small piece costs time
+    int error = 0;    ///< that of the first piece that could not be written
 };
 
 /// "1 error", "2 errors".
