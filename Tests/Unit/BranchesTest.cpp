@@ -157,7 +157,7 @@ TEST_F(Branches, OfAnEmptyTreeAreTheSharedFilesOfARun) {
     items["Hosts"];
     items["Content"];
     for (const Order order : {Order::Install, Order::Uninstall}) {
-        EXPECT_EQ(walk(order), (Lines{"VorlaneFX %"}));
+        ASSERT_EQ(walk(order), (Lines{"VorlaneFX %"}));
         EXPECT_TRUE(branches(order).front().node.children.empty());
         EXPECT_FALSE(branches(order).front().node.isDirectory);
     }

@@ -27,6 +27,12 @@ const char* const edius = "<directory fileName=\"Edius\">";
 const char* const guide = "<file fileName=\"Guide.html\">";
 const char* const grey = "<file fileName=\"Grey.look\"/>";
 const char* const paper = "<file fileName=\"Paper.txt\" arch=\"x86\"/>";
+const char* const contentFolder = R"(<directory fileName="Content">
+      <file fileName="Paper.txt" arch="x86"/>
+    </directory>)";
+const char* const familyFolder = R"(<directory fileName="Glow">
+          <file fileName="Glow.plugin" ignoreinstallerrors="1"/>
+        </directory>)";
 const char* const exists = "<condition type=\"PathExist\" value=\"/Applications/Edius.app\"/>";
 const char* const edPath = "<path value=\"/Library/Edius/%FAMILY%\">";
 const char* const contentPath = "<path value=\"/Users/Shared/Vorlane\"/>";
@@ -427,6 +433,10 @@ std::vector<Example> crossExamples() {
         {"item-for-file",
          {{T, "<item name=\"Looks\">", "<item @@name=\"Guide.html\">"}},
          {{T, "<item name=\"Looks\">", "<item name=\"Guide\">"}}},
+        {"item-for-file",
+         {{D, contentFolder, "<file fileName=\"Content\"/>"},
+          {T, "<item name=\"Content\">", "<item @@name=\"Content\">"}},
+         {{D, familyFolder, "<file fileName=\"Glow\"/>"}}},
         {"item-without-path",
          {{T, path("/Users/%USER%/Vorlane/Looks"), ""},
           {T, "<item name=\"Looks\">", "<item @@name=\"Looks\">"}},
