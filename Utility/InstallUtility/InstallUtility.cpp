@@ -160,7 +160,7 @@ bool InstallUtility::copyFilesToTargets() {
 
 VLString InstallUtility::forEachBranch(bool remove, const std::function<void(const TreeBranch&)>& handle) {
     currentFamily = firstFamilyOf(skuDefinition);
-    const VLString statusFolder = statusFolderOf(skuDefinition, installItems);
+    VLString statusFolder = statusFolderOf(skuDefinition, installItems);
     if (statusFolder.IsSet()) {
         loadStatusFile(statusFolder, remove);
     }
