@@ -44,7 +44,7 @@ const char* nameOf(Verb verb) {
 
 class Writer {
 public:
-    Writer(const Plan& toTell, Output& output) : plan(toTell), json(output) {}
+    Writer(const Plan& toWrite, Output& output) : plan(toWrite), json(output) {}
 
     void document() {
         json.beginObject();
@@ -54,30 +54,30 @@ public:
         json.text("definition", plan.definition);
         json.text("targets", plan.targets);
         json.flag("succeeds", plan.bSucceeds);
-        tellEach("dangers", plan.dangers);
-        tellEach("runs", plan.runs);
+        writeEach("dangers", plan.dangers);
+        writeEach("runs", plan.runs);
         json.text("log", plan.log);
         json.endObject();
     }
 
 private:
     template <class Item>
-    void tellObject(const char* name, const Item& item) {
+    void writeObject(const char* name, const Item& item) {
         json.beginObject(name);
-        tell(item);
+        write(item);
         json.endObject();
     }
 
     template <class List>
-    void tellEach(const char* name, const List& items) {
+    void writeEach(const char* name, const List& items) {
         json.beginArray(name);
         for (const auto& item : items) {
-            tellObject(nullptr, item);
+            writeObject(nullptr, item);
         }
         json.endArray();
     }
 
-    void tellTexts(const char* name, const std::vector<std::string>& texts) {
+    void writeTexts(const char* name, const std::vector<std::string>& texts) {
         json.beginArray(name);
         for (const std::string& text : texts) {
             json.element(text);
@@ -87,11 +87,11 @@ private:
 
     // Each writes the members of the object that is open.
 
-    void tell(const Plan::Condition& condition) {
+    void write(const Plan::Condition& condition) {
         json.text("type", condition.type);
         json.flag("holds", condition.bHolds);
         if (condition.type == "And" || condition.type == "Or") {
-            tellEach("operands", condition.operands);
+            writeEach("operands", condition.operands);
             return;
         }
         json.text("value", condition.value);
@@ -99,7 +99,7 @@ private:
         json.text("found", condition.found);
     }
 
-    void tell(const Plan::Target& target) {
+    void write(const Plan::Target& target) {
         json.text("pattern", target.pattern);
         json.flag("applies", !target.path.empty());
         if (target.path.empty()) {
@@ -109,11 +109,11 @@ private:
             json.flag("exists", target.bThere);
         }
         if (target.condition) {
-            tellObject("condition", *target.condition);
+            writeObject("condition", *target.condition);
         }
     }
 
-    void tell(const Plan::Entry& entry) {
+    void write(const Plan::Entry& entry) {
         json.text("name", entry.treePath);
         json.text("path", entry.path);
         json.text("kind", entry.bFolder ? "folder" : "file");
@@ -124,7 +124,7 @@ private:
         }
     }
 
-    void tell(const Plan::Branch& branch) {
+    void write(const Plan::Branch& branch) {
         json.text("name", branch.treePath);
         if (!branch.host.empty()) {
             json.text("host", branch.host);
@@ -132,17 +132,17 @@ private:
         }
         json.text("item", branch.item);
         json.flag("secondAttempt", branch.bSecondAttempt);
-        tellEach("targets", branch.targets);
-        tellEach("entries", branch.entries);
+        writeEach("targets", branch.targets);
+        writeEach("entries", branch.entries);
     }
 
-    void tell(const SKUDefinition::SKUInfo& product) {
+    void write(const SKUDefinition::SKUInfo& product) {
         json.text("ID", toString(product.ID));
         json.text("name", toString(product.name));
         json.text("build", toString(product.build));
     }
 
-    void tell(const std::pair<const std::string, Plan::RecordedPath>& entry) {
+    void write(const std::pair<const std::string, Plan::RecordedPath>& entry) {
         const auto& [path, recorded] = entry;
         json.text("path", path);
         json.text("kind", recorded.bFolder ? "folder" : "file");
@@ -155,12 +155,12 @@ private:
         }
     }
 
-    void tell(const Plan::Record& record) {
-        tellEach("products", record.products);
-        tellEach("paths", record.paths);
+    void write(const Plan::Record& record) {
+        writeEach("products", record.products);
+        writeEach("paths", record.paths);
     }
 
-    void tell(const Plan::Step& step) {
+    void write(const Plan::Step& step) {
         if (step.command.empty()) {
             json.text("operation", nameOf(step.verb));
             json.text("path", step.path);
@@ -175,14 +175,14 @@ private:
             json.text("why", step.why);
         }
         if (!step.made.empty()) {
-            tellTexts("madeFolders", step.made);
+            writeTexts("madeFolders", step.made);
         }
         if (step.bSucceeded && (step.verb == Verb::RemoveEmptyFolder || step.verb == Verb::RemoveFolder)) {
             json.text("removedFolder", step.path);
         }
     }
 
-    void tell(const Plan::Danger& danger) {
+    void write(const Plan::Danger& danger) {
         json.text("rule", danger.rule);
         json.text("message", danger.message);
     }
@@ -192,24 +192,24 @@ private:
         json.text("path", run.recordPath);
         json.flag("saved", run.bRecordSaved);
         json.flag("removed", run.bRecordRemoved);
-        tellObject("before", run.before);
-        tellObject("after", run.after);
+        writeObject("before", run.before);
+        writeObject("after", run.after);
         json.endObject();
     }
 
     void tellSteps(const Plan::Run& run) {
         json.beginArray("steps");
         for (std::size_t i = run.firstStep; i < run.endStep; ++i) {
-            tellObject(nullptr, plan.steps[i]);
+            writeObject(nullptr, plan.steps[i]);
         }
         json.endArray();
     }
 
-    void tell(const Plan::Run& run) {
+    void write(const Plan::Run& run) {
         json.text("action", run.bUninstall ? "uninstall" : "install");
-        tellObject("product", run.product);
-        tellEach("branches", run.branches);
-        tellTexts("leftOut", run.leftOut);
+        writeObject("product", run.product);
+        writeEach("branches", run.branches);
+        writeTexts("leftOut", run.leftOut);
         if (!run.recordPath.empty()) {
             tellRecord(run);
         }

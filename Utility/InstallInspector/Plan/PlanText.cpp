@@ -80,10 +80,10 @@ public:
 
     std::string text() {
         for (const Plan::Run& run : plan.runs) {
-            tell(run);
+            print(run);
         }
-        tellDangers();
-        tellOutcome();
+        printDangers();
+        printOutcome();
         return out;
     }
 
@@ -96,7 +96,7 @@ private:
     void line(const std::string& text) { out += text + "\n"; }
     void heading(const std::string& text) { line("\n" + painter.paint(Colour::Bold, text)); }
 
-    void tell(const Plan::Run& run) {
+    void print(const Plan::Run& run) {
         if (&run != &plan.runs.front()) {
             line("");
             line("With the last product goes the shared package:");
@@ -104,10 +104,10 @@ private:
         line(painter.paint(Colour::Bold,
                            std::string(run.bUninstall ? "Uninstall " : "Install ") + described(run.product)));
         if (run.bUninstall) {
-            tellUninstaller(run); // in the order of the run
+            printUninstaller(run); // in the order of the run
         }
         for (const Plan::Branch& branch : run.branches) {
-            tell(branch);
+            print(branch);
         }
         if (!run.leftOut.empty()) {
             heading("Left out");
@@ -115,16 +115,16 @@ private:
                 line("  " + printable(what));
             }
         }
-        tellFolders(run);
-        tellRecord(run);
+        printFolders(run);
+        printRecord(run);
         if (!run.bUninstall) {
-            tellUninstaller(run);
+            printUninstaller(run);
         }
     }
 
     // Branches
 
-    void tell(const Plan::Branch& branch) {
+    void print(const Plan::Branch& branch) {
         heading(branch.host.empty() ? printable(branch.treePath)
                                     : printable(branch.host) + ", family " + printable(branch.family));
         if (branch.bSecondAttempt) {
@@ -140,14 +140,14 @@ private:
             rest.push_back(&entry);
         }
         for (const Plan::Target& target : branch.targets) {
-            tell(target);
-            tellEntries(takeThose(rest, target.path));
+            print(target);
+            printEntries(takeThose(rest, target.path));
         }
-        tellBareNames(rest);
+        printBareNames(rest);
     }
 
     /// An uninstall that finds no folder of a branch looks for the bare names.
-    void tellBareNames(const std::vector<const Plan::Entry*>& entries) {
+    void printBareNames(const std::vector<const Plan::Entry*>& entries) {
         std::vector<Line> lines;
         for (const Plan::Entry* entry : entries) {
             if (entry->action != Action::Missing) {
@@ -159,10 +159,10 @@ private:
         } else if (!entries.empty()) {
             line("      " + painter.paint(Colour::Dim, "nothing of it is here"));
         }
-        tellEntries(lines);
+        printEntries(lines);
     }
 
-    void tell(const Plan::Target& target) {
+    void print(const Plan::Target& target) {
         const bool bApplies = !target.path.empty();
         const std::string reason = target.condition ? reasonOf(*target.condition) : "";
         if (bApplies) {
@@ -194,7 +194,7 @@ private:
         return lines;
     }
 
-    void tellEntries(const std::vector<Line>& lines) {
+    void printEntries(const std::vector<Line>& lines) {
         constexpr std::size_t widest = 44;
         std::size_t width = 0;
         for (const Line& entry : lines) {
@@ -218,7 +218,7 @@ private:
 
     // Folders, record and uninstaller
 
-    void tellFolders(const Plan::Run& run) {
+    void printFolders(const Plan::Run& run) {
         std::vector<std::string> made;
         std::vector<std::string> removed;
         for (std::size_t i = run.firstStep; i < run.endStep; ++i) {
@@ -241,7 +241,7 @@ private:
         }
     }
 
-    void tellUninstaller(const Plan::Run& run) {
+    void printUninstaller(const Plan::Run& run) {
         bool bHeading = false;
         for (std::size_t i = run.firstStep; i < run.endStep; ++i) {
             const Plan::Step& step = plan.steps[i];
@@ -280,7 +280,7 @@ private:
                                               : printable("from " + step.source));
     }
 
-    void tellRecord(const Plan::Run& run) {
+    void printRecord(const Plan::Run& run) {
         if (run.recordPath.empty()) {
             if (!run.branches.empty()) {
                 heading("Record");
@@ -291,8 +291,8 @@ private:
             return;
         }
         heading("Record " + printable(run.recordPath));
-        tellProducts(run);
-        tellCounts(run);
+        printProducts(run);
+        printCounts(run);
         if (run.bRecordRemoved) {
             line("  the file is removed, since no product is left in it");
         }
@@ -304,7 +304,7 @@ private:
         return found == record.products.end() ? nullptr : &*found;
     }
 
-    void tellProducts(const Plan::Run& run) {
+    void printProducts(const Plan::Run& run) {
         for (const SKUDefinition::SKUInfo& product : run.before.products) {
             const SKUDefinition::SKUInfo* after = find(run.after, product.ID);
             if (after == nullptr) {
@@ -353,31 +353,31 @@ private:
     }
 
     /// What changes, and the folders above it.
-    void tellCounts(const Plan::Run& run) {
+    void printCounts(const Plan::Run& run) {
         const Changes changes = changesOf(run);
-        std::set<std::string> toTell;
+        std::set<std::string> changed;
         for (const auto& [path, change] : changes) {
             for (std::size_t end = path.size(); !change.isNone() && end != std::string::npos && end != 0;
                  end = path.rfind('/', end - 1)) {
-                toTell.insert(path.substr(0, end));
+                changed.insert(path.substr(0, end));
             }
         }
-        if (!toTell.empty()) {
+        if (!changed.empty()) {
             line("  before  after");
         }
         for (const auto& [path, change] : changes) {
-            if (toTell.count(path) != 0) {
-                tell(path, change);
+            if (changed.count(path) != 0) {
+                print(path, change);
             }
         }
-        const std::size_t others = changes.size() - toTell.size();
+        const std::size_t others = changes.size() - changed.size();
         if (others != 0) {
             line("  " + painter.paint(Colour::Dim, counted(others, "other path keeps its count and build",
                                                            "other paths keep their counts and builds")));
         }
     }
 
-    void tell(const std::string& path, const Change& change) {
+    void print(const std::string& path, const Change& change) {
         const auto depth = static_cast<std::size_t>(std::count(path.begin(), path.end(), '/'));
         std::string text = aligned(change.before, 8) + aligned(change.after, 7) +
                            std::string(2 + 2 * depth, ' ') + printable(path.substr(path.rfind('/') + 1)) +
@@ -398,7 +398,7 @@ private:
 
     // The end
 
-    void tellDangers() {
+    void printDangers() {
         if (plan.dangers.empty()) {
             return;
         }
@@ -421,7 +421,7 @@ private:
         return count;
     }
 
-    void tellOutcome() {
+    void printOutcome() {
         std::vector<std::string> counts;
         const auto add = [&](Action action, const char* words) {
             const std::size_t count = countOf(action);

@@ -200,7 +200,7 @@ std::string leftOutOf(const Status& status) {
            " on this machine.\n";
 }
 
-void tell(JsonWriter& json, const SKUDefinition::SKUInfo& info) {
+void write(JsonWriter& json, const SKUDefinition::SKUInfo& info) {
     json.beginObject();
     json.text("ID", toString(info.ID));
     json.text("name", toString(info.name));
@@ -224,7 +224,7 @@ std::vector<std::string> placesOf(const Status& status, const VLString& treePath
     return places;
 }
 
-void tell(JsonWriter& json, const Status& status, const Node& node) {
+void write(JsonWriter& json, const Status& status, const Node& node) {
     const auto& recorded = *node.recorded;
     const VLString treePath = pathOf(node);
     json.beginObject();
@@ -282,13 +282,13 @@ void writeJson(const Status& status, Output& output) {
     json.text("state", states[static_cast<std::size_t>(status.record.state)]);
     json.beginArray("products");
     for (const auto& info : status.record.content.products) {
-        tell(json, info);
+        write(json, info);
     }
     json.endArray();
     json.beginArray("entries");
     for (const Node& node : status.record.nodes) {
         if (node.parent != nullptr) {
-            tell(json, status, node);
+            write(json, status, node);
         }
     }
     json.endArray();
