@@ -88,7 +88,7 @@ VLString valueOf(const Placeholder& placeholder) {
 /// and evaluates the result again.
 bool isHomeSafe() {
     const char* home = std::getenv("HOME"); // NOLINT(concurrency-mt-unsafe): one thread
-    if (home == nullptr || !hasControlOrAnyOf(home, ";&|<>()$`\\\"'*?[")) {
+    if (home == nullptr || Pattern::isFitForEval(home)) {
         return true;
     }
     logRefused("The environment variable HOME");
@@ -141,6 +141,10 @@ RegistryReference registryReference(const VLString& placeholder) {
     const VLString reference = withoutLastCharacter(behindOpening(placeholder));
     const unsigned long keyLength = reference.IndexOf(separator, 0);
     return {reference.Substr(0, keyLength), reference.Substr(keyLength + separator.Size(), VLString::maxLen)};
+}
+
+bool isFitForEval(const VLString& text) {
+    return !hasControlOrAnyOf(text, ";&|<>()$`\\\"'*?[");
 }
 
 bool fillFamily(VLString& path, const VLString& family) {

@@ -34,6 +34,10 @@ struct RegistryReference {
 /// the characters are.
 RegistryReference registryReference(const VLString& placeholder);
 
+/// Whether the shell finds nothing to act on in `text`, also where it looks at it twice, as in
+/// "eval echo $HOME".
+bool isFitForEval(const VLString& text);
+
 /// Replaces each %FAMILY% in `path` with `family`. If `path` would be longer than 1 MiB, logs an error,
 /// returns false and does not change `path`.
 bool fillFamily(VLString& path, const VLString& family);

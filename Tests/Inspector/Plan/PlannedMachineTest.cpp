@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <functional>
 #include <map>
+#include <random>
 #include <set>
 #include <sys/stat.h>
 #include <vector>
@@ -103,7 +104,7 @@ protected:
         if (content.bytes != nullptr) {
             kind += " " + std::string(content.bytes.get(), content.size);
         }
-        return kind;
+        return kind + (content.error == 0 ? "" : " error " + std::to_string(content.error));
     }
     static std::string realKind(const fs::path& path) {
         Machine machine;
@@ -349,6 +350,75 @@ TEST_F(PlannedMachineTest, TouchesAFolderAndMakesAFile) {
     expectFailure(touch("$T/none/new"));
 }
 
+// Any commands, one after the other, among links that lead anywhere
+
+namespace {
+
+using Random = std::mt19937;
+
+std::size_t below(Random& random, std::size_t end) {
+    return std::uniform_int_distribution<std::size_t>(0, end - 1)(random);
+}
+
+/// Mostly something that is there.
+std::string randomPath(Random& random) {
+    static const std::vector<std::string> names = {
+        "file", "other",           "full", "empty", "link-to-full", "link-to-file",
+        "loop", "link-to-nothing", "ring", "deep",  "inside",       "self"};
+    std::string path = "$T";
+    const std::size_t depth = 1 + below(random, 3);
+    for (std::size_t i = 0; i < depth; ++i) {
+        path += "/" + names[below(random, names.size())];
+    }
+    return path;
+}
+
+Command randomCommand(Random& random) {
+    using Kind = Command::Verb;
+    static const std::vector<Kind> verbs = {Kind::RemoveFile,
+                                            Kind::RemoveFolder,
+                                            Kind::RemoveEmptyFolder,
+                                            Kind::MakeFolderWithParents,
+                                            Kind::CopyFile,
+                                            Kind::CopyFolder,
+                                            Kind::Link,
+                                            Kind::Touch};
+    const Kind verb = verbs[below(random, verbs.size())];
+    const bool bSource = verb == Kind::CopyFile || verb == Kind::CopyFolder || verb == Kind::Link;
+    const std::string path = randomPath(random);
+    return command(verb, path, bSource ? randomPath(random) : "");
+}
+
+} // namespace
+
+TEST_F(PlannedMachineTest, ForetellsRandomCommands) {
+    fs::create_symlink("loop2", folder.path() / "ring");
+    fs::create_symlink("ring", folder.path() / "loop2");
+    fs::create_directory_symlink(".", folder.path() / "full/self");
+    fs::create_directory_symlink("../full/deep", folder.path() / "empty/inside");
+    Random random(7);
+    int foreseen = 0;
+    for (int round = 0; round < 60 && !HasFailure(); ++round) {
+        renewCopy();
+        PlannedMachine planned;
+        std::string commands;
+        for (int i = 0; i < 5 && !HasFailure(); ++i) {
+            const Command next = randomCommand(random);
+            commands += std::string(next.text().ConstData()) + "; ";
+            bool bPlanned = false;
+            try {
+                bPlanned = planned.run(filledIn(next));
+            } catch (const CannotForesee&) {
+                break;
+            }
+            EXPECT_EQ(Machine().run(filledIn(next, copy.path())), bPlanned) << commands;
+            expectCopyIsAs(planned, commands);
+            ++foreseen;
+        }
+    }
+    EXPECT_GT(foreseen, 120);
+}
+
 // Names
 
 TEST_F(PlannedMachineTest, TakesBlanksApostrophesAndTheLikeForPartsOfAName) {
@@ -358,9 +428,9 @@ TEST_F(PlannedMachineTest, TakesBlanksApostrophesAndTheLikeForPartsOfAName) {
 }
 
 TEST_F(PlannedMachineTest, RelativePathsAreThoseOfTheWorkingFolder) {
-    PlannedMachine planned;
     const fs::path before = fs::current_path();
     fs::current_path(folder.path());
+    PlannedMachine planned;
     EXPECT_EQ(planned.typeOf("file"), static_cast<mode_t>(S_IFREG));
     planned.run(removeFile("file"));
     fs::current_path(before);

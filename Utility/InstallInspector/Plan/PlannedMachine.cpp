@@ -1,7 +1,9 @@
 #include "Utility/InstallInspector/Plan/PlannedMachine.h"
 
 #include "Platform/Utf8.h"
+#include "Platform/WholeFile.h"
 #include "Utility/InstallInspector/Report/Finding.h"
+#include "Utility/InstallUtility/Pattern.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -69,12 +71,13 @@ std::deque<std::string> componentsOf(const std::string& path) {
     return components;
 }
 
+/// Empty when it has been removed.
 std::string workingFolder() {
     std::string folder(longestPath + 1, '\0');
-    return getcwd(folder.data(), folder.size()) == nullptr ? "/" : folder.c_str();
+    return getcwd(folder.data(), folder.size()) == nullptr ? "" : folder.c_str();
 }
 
-std::string linkText(const std::string& path) {
+std::string realLinkText(const std::string& path) {
     std::string text(longestPath + 1, '\0');
     const ssize_t length = readlink(path.c_str(), text.data(), text.size());
     text.resize(length < 0 ? 0 : static_cast<std::size_t>(length));
@@ -141,29 +144,22 @@ Verb verbOf(Command::Verb verb) {
     return Verb::Touch;
 }
 
-/// Whether the shell, looking at the text twice, finds nothing in it but text.
-bool isHarmless(const std::string& text) {
-    return std::all_of(text.begin(), text.end(), [](const char c) {
-        const auto byte = static_cast<unsigned char>(c);
-        return byte >= 0x80 || std::isalnum(byte) != 0 || std::strchr(" /._-@+,:", c) != nullptr;
-    });
-}
-
 /// Whether the command only asks, and its answer holds nothing that the shell would act on.
 bool onlyAsks(const std::string& command) {
     const std::string home = "eval echo '~";
     if (command == "eval echo $HOME") {
-        const char* value = std::getenv("HOME");
-        return value == nullptr || isHarmless(value);
+        const char* value = std::getenv("HOME"); // NOLINT(concurrency-mt-unsafe): one thread
+        return value == nullptr || Pattern::isFitForEval(value);
     }
     return command.size() > home.size() && command.compare(0, home.size(), home) == 0 &&
            command.back() == '\'' &&
-           isHarmless(command.substr(home.size(), command.size() - home.size() - 1));
+           Pattern::isFitForEval(toVLString(command.substr(home.size(), command.size() - home.size() - 1)));
 }
 
 } // namespace
 
-PlannedMachine::PlannedMachine() : root(nodeAt("/")) {}
+PlannedMachine::PlannedMachine()
+    : root(nodeAt("/")), startFolder(workingFolder()), bStartFolderGone(startFolder.empty()) {}
 
 // The machine in memory
 
@@ -173,7 +169,7 @@ PlannedMachine::Node PlannedMachine::nodeAt(const std::string& path) {
     if (lstat(path.c_str(), &status) == 0) {
         node.type = status.st_mode & S_IFMT;
         node.origin = path;
-        node.text = node.type == S_IFLNK ? linkText(path) : "";
+        node.text = node.type == S_IFLNK ? realLinkText(path) : "";
     }
     return node;
 }
@@ -213,18 +209,32 @@ std::size_t PlannedMachine::countBelow(Node& folder) {
 }
 
 PlannedMachine::Place PlannedMachine::find(const std::string& path, bool bFollow) {
-    if (path.empty() || path.size() > longestPath) {
-        return {};
+    Place none;
+    none.error = path.size() > longestPath ? ENAMETOOLONG : ENOENT;
+    if (path.empty() || path.size() > longestPath || (path.front() != '/' && bStartFolderGone)) {
+        return none;
     }
-    std::deque<std::string> rest = componentsOf(path.front() == '/' ? path : inside(workingFolder(), path));
     Place place;
     place.node = &root;
+    return findFrom(std::move(place), componentsOf(path.front() == '/' ? path : inside(startFolder, path)),
+                    bFollow);
+}
+
+PlannedMachine::Place PlannedMachine::findFrom(Place place, std::deque<std::string> rest, bool bFollow) {
+    const auto nowhere = [](int error) {
+        Place none;
+        none.error = error;
+        return none;
+    };
     int links = 0;
     while (!rest.empty()) {
         const std::string name = rest.front();
         rest.pop_front();
-        if (place.node->type != S_IFDIR || name.size() > longestName) {
-            return {};
+        if (place.node->type != S_IFDIR) {
+            return nowhere(place.node->type == 0 ? ENOENT : ENOTDIR);
+        }
+        if (name.size() > longestName) {
+            return nowhere(ENAMETOOLONG);
         }
         if (name == ".") {
             continue;
@@ -233,26 +243,58 @@ PlannedMachine::Place PlannedMachine::find(const std::string& path, bool bFollow
             if (!place.folders.empty()) {
                 place.node = place.folders.back();
                 place.folders.pop_back();
+                place.names.pop_back();
             }
             continue;
         }
         Node& next = childOf(*place.node, name);
         if (next.type != S_IFLNK || (rest.empty() && !bFollow)) {
             place.folders.push_back(place.node);
+            place.names.push_back(name);
             place.node = &next;
             continue;
         }
         if (++links > mostLinks || next.text.empty()) {
-            return {};
+            return nowhere(next.text.empty() ? ENOENT : ELOOP);
         }
         if (next.text.front() == '/') {
             place.node = &root;
             place.folders.clear();
+            place.names.clear();
         }
         const std::deque<std::string> target = componentsOf(next.text);
         rest.insert(rest.begin(), target.begin(), target.end());
     }
     return place;
+}
+
+std::string PlannedMachine::placeOf(const std::string& path) {
+    const std::string full =
+        withoutLastSlashes(path.empty() || path.front() != '/' ? inside(startFolder, path) : path);
+    const std::string name = lastName(full);
+    return name.empty() || name == "." || name == ".." ? placeOfFolder(full)
+                                                       : inside(placeOfFolder(folderOf(full)), name);
+}
+
+std::string PlannedMachine::placeOfFolder(const std::string& path) {
+    const auto [known, bNew] = folderPlaces.try_emplace(path);
+    if (bNew) {
+        const Place place = find(path, true);
+        if (place.node == nullptr || place.node->type == 0) {
+            known->second = inside(placeOfFolder(folderOf(path)), lastName(path));
+        } else {
+            for (const std::string& name : place.names) {
+                known->second += "/" + name;
+            }
+            known->second = known->second.empty() ? "/" : known->second;
+        }
+    }
+    return known->second;
+}
+
+std::string PlannedMachine::linkText(const std::string& path) {
+    const Place place = find(path, false);
+    return place.node == nullptr || place.node->type != S_IFLNK ? "" : place.node->text;
 }
 
 bool PlannedMachine::isFolder(const std::string& path) {
@@ -304,13 +346,13 @@ FileContent PlannedMachine::readFile(const VLString& path) {
     const Place place = find(toString(path), true);
     FileContent content;
     if (place.node == nullptr || place.node->type == 0) {
-        content.error = ENOENT;
+        content.error = place.node == nullptr ? place.error : ENOENT;
         return content;
     }
     if (!place.node->origin.empty()) {
         return Machine::readFile(toVLString(place.node->origin));
     }
-    content.state.type = place.node->type;
+    content.state = stateOf(*place.node);
     const std::string& text = place.node->text;
     if (place.node->type == S_IFREG && !text.empty()) {
         content.size = text.size();
@@ -324,30 +366,61 @@ VLString PlannedMachine::mainBundlePath() {
     return bundle;
 }
 
-bool PlannedMachine::showRetryCancelAlert(const VLString& /*title*/, const VLString& /*text*/) {
+bool PlannedMachine::showRetryCancelAlert(const VLString& /*title*/, const VLString& text) {
+    asked.push_back(toString(text));
     return false;
 }
 
+/// A file that was copied has the state of that from which it was, which is that of no file before it.
+FileState PlannedMachine::stateOf(const Node& node) {
+    if (!node.origin.empty()) {
+        return WholeFile::StateOf(node.origin);
+    }
+    FileState state;
+    state.type = node.type;
+    state.inode = node.number;
+    state.size = static_cast<std::int64_t>(node.text.size());
+    return state;
+}
+
+PlannedMachine::Node PlannedMachine::madeFile(std::string text) {
+    return {S_IFREG, "", std::move(text), {}, ++filesMade};
+}
+
 Machine::Saved PlannedMachine::saveFile(const VLString& path, const std::function<void(FILE*)>& print,
-                                        const FileState* /*expected*/, int& error) {
+                                        const FileState* expected, int& error) {
     const Place place = find(toString(path), true);
-    if (place.node == nullptr || place.node->type == S_IFDIR) {
-        error = place.node == nullptr ? ENOENT : EISDIR;
+    const auto fails = [&error](int reason) {
+        error = reason;
         return Saved::No;
+    };
+    if (place.node == nullptr || place.node->type == S_IFDIR) {
+        return fails(place.node == nullptr ? place.error : EISDIR);
     }
-    if (place.node->type == 0 || place.node->type == S_IFREG) {
-        *place.node = Node{S_IFREG, "", printed(print), {}};
+    if (place.node->type != 0 && place.node->type != S_IFREG) {
+        return Saved::Yes;
     }
+    // The new file stands beside the old one at first.
+    Node& unfinished = childOf(*place.folders.back(), place.names.back() + ".new");
+    if (unfinished.type == S_IFDIR) {
+        return fails(EISDIR);
+    }
+    unfinished = Node();
+    const FileState found = place.node->type == 0 ? FileState() : stateOf(*place.node);
+    if (expected != nullptr && found != *expected) {
+        return Saved::ChangedMeanwhile;
+    }
+    *place.node = madeFile(printed(print));
     return Saved::Yes;
 }
 
 bool PlannedMachine::createFile(const VLString& path, const char* bytes, std::size_t size, int& error) {
     const Place place = find(toString(path), false);
     if (place.node == nullptr || place.node->type != 0) {
-        error = place.node == nullptr ? ENOENT : EEXIST;
+        error = place.node == nullptr ? place.error : EEXIST;
         return false;
     }
-    *place.node = Node{S_IFREG, "", std::string(bytes, size), {}};
+    *place.node = madeFile(std::string(bytes, size));
     return true;
 }
 
@@ -389,7 +462,9 @@ bool PlannedMachine::run(const Command& command) {
 /// Takes the step, and notes it.
 bool PlannedMachine::note(Step step) {
     step.before = linkTypeOf(toVLString(step.path));
+    folderPlaces.clear();
     step.bSucceeded = take(step);
+    bStartFolderGone = bStartFolderGone || !isFolder(startFolder);
     taken.push_back(step);
     return step.bSucceeded;
 }
@@ -437,7 +512,9 @@ bool PlannedMachine::makeFolder(Step& step, const std::string& path) {
     if (find(folder, false).node == nullptr) {
         const std::string above = folderOf(folder);
         if (above == folder || above == "." || !makeFolder(step, above)) {
-            return step.why.empty() ? fails(step, "the path is too long") : false;
+            return !step.why.empty()  ? false
+                   : bStartFolderGone ? fails(step, "the folder in which the run is started is gone")
+                                      : fails(step, "the path is too long");
         }
     }
     const Place place = find(folder, false);
@@ -454,9 +531,12 @@ bool PlannedMachine::makeFolder(Step& step, const std::string& path) {
 
 bool PlannedMachine::copyFile(Step& step, const std::string& path) {
     const Place source = find(step.source, true);
-    const Place destination = find(path, true);
+    Place destination = find(path, true);
     if (source.node == nullptr || source.node->type != S_IFREG) {
         return fails(step, "the source is not there");
+    }
+    if (destination.error == ELOOP) {
+        destination = find(path, false); // what cannot be opened is replaced
     }
     if (destination.node == nullptr) {
         return fails(step, printable(folderOf(path)) + " is not there");
@@ -471,7 +551,8 @@ bool PlannedMachine::copyFile(Step& step, const std::string& path) {
     if (destination.node->type == 0 && linkTypeOf(toVLString(path)) == S_IFLNK) {
         return fails(step, printable(path) + " is a link that leads nowhere");
     }
-    if (destination.node->type != 0 && destination.node->type != S_IFREG) {
+    if (destination.node->type != 0 && destination.node->type != S_IFREG &&
+        destination.node->type != S_IFLNK) {
         cannotForesee(step.command, "the destination is no file");
     }
     *destination.node = Node(*source.node);
@@ -479,14 +560,13 @@ bool PlannedMachine::copyFile(Step& step, const std::string& path) {
 }
 
 bool PlannedMachine::copyFolder(Step& step) {
-    const Place source = find(step.source, true);
-    const bool bSource = source.node != nullptr && source.node->type == S_IFDIR;
-    // What stands in for ditto makes the folder first.
-    const bool bMakesFolder = bSource || step.command.rfind("mkdir", 0) == 0;
+    // What stands in for ditto makes the folder first, and with it perhaps the source.
+    const bool bMakesFolder = isFolder(step.source) || step.command.rfind("mkdir", 0) == 0;
     if (bMakesFolder && !makeFolder(step, step.path)) {
         return false;
     }
-    if (!bSource) {
+    const Place source = find(step.source, true);
+    if (source.node == nullptr || source.node->type != S_IFDIR) {
         return fails(step, "the source is not there");
     }
     const Place destination = find(step.path, true);
@@ -507,10 +587,10 @@ bool PlannedMachine::link(Step& step) {
     if (place.node->type == S_IFDIR) {
         return fails(step, printable(path) + " is a folder");
     }
-    if (place.node == find(step.source, false).node) {
+    if (place.node == find(step.source, true).node) {
         return fails(step, "the link would lead to itself");
     }
-    *place.node = Node{S_IFLNK, "", step.source, {}};
+    *place.node = Node{S_IFLNK, "", step.source, {}, 0};
     return true;
 }
 
@@ -525,10 +605,16 @@ bool PlannedMachine::touch(Step& step) {
     return true;
 }
 
+/// What a tool that is to remove something makes of it that nothing is there.
+bool PlannedMachine::isNothing(Step& step, const Place& place) {
+    return place.node != nullptr || place.error == ENOENT || place.error == ENOTDIR ||
+           fails(step, place.error == ELOOP ? "links on the way lead in a circle" : "the path is too long");
+}
+
 bool PlannedMachine::removeFile(Step& step) {
     const Place place = find(step.path, false);
     if (place.node == nullptr || place.node->type == 0) {
-        return true;
+        return isNothing(step, place);
     }
     if (place.node->type == S_IFDIR) {
         return fails(step, "it is a folder");
@@ -541,7 +627,7 @@ bool PlannedMachine::removeFolder(Step& step) {
     const std::string path = withoutLastSlashes(step.path);
     const Place place = find(path, false);
     if (place.node == nullptr || place.node->type == 0) {
-        return true;
+        return isNothing(step, place);
     }
     const std::string name = lastName(path);
     if (name == "." || name == "..") {
@@ -619,7 +705,7 @@ bool PlannedMachine::copyItem(Step& step) {
         return fails(step, "it is there already");
     }
     if (step.source == bundle) {
-        *destination.node = Node{S_IFDIR, "", "", {{"Contents", Node{S_IFDIR, "", "", {}}}}};
+        *destination.node = Node{S_IFDIR, "", "", {{"Contents", Node{S_IFDIR, "", "", {}, 0}}}, 0};
         return true;
     }
     const Place source = find(step.source, false);
@@ -642,6 +728,6 @@ bool PlannedMachine::createLink(Step& step) {
     if (place.node->type != 0) {
         return fails(step, "it is there already");
     }
-    *place.node = Node{S_IFLNK, "", step.source, {}};
+    *place.node = Node{S_IFLNK, "", step.source, {}, 0};
     return true;
 }

@@ -2,6 +2,8 @@
 
 #include "Foundation/Machine.h"
 
+#include <cstdint>
+#include <deque>
 #include <map>
 #include <stdexcept>
 #include <string>
@@ -59,6 +61,14 @@ public:
     const std::vector<Step>& steps() const { return taken; }
     /// The same, after which there are none here any more.
     std::vector<Step> takeSteps() { return std::exchange(taken, {}); }
+    /// The texts of the questions that the user would be asked.
+    const std::vector<std::string>& alerts() const { return asked; }
+
+    /// The path without links, "." and ".." on the way to its last name: two paths with the same one are the
+    /// same place. Where a folder on the way is missing, the rest stays as it is.
+    std::string placeOf(const std::string& path);
+    /// What the link at `path` says; empty when there is no link.
+    std::string linkText(const std::string& path);
 
     /// No steps are recorded until the end of its scope. For calls that are not part of the run.
     class WithoutSteps {
@@ -101,11 +111,14 @@ private:
         std::string origin;
         std::string text; ///< the target of a link, or the content of a file without origin
         std::map<std::string, Node> children;
+        std::uint64_t number = 0; ///< of a file without origin: tells it from those before it
     };
     /// The result of following a path.
     struct Place {
-        Node* node = nullptr;       ///< null if a folder in the path is missing, or the path is invalid
-        std::vector<Node*> folders; ///< the folders in the path, from "/"
+        Node* node = nullptr;           ///< null when a folder on the way is missing, or the path is no path
+        std::vector<Node*> folders;     ///< those on the way, from "/"
+        std::vector<std::string> names; ///< of those below "/", and of the node
+        int error = 0;                  ///< why there is no node, an errno value
     };
 
     static Node nodeAt(const std::string& path);
@@ -114,7 +127,11 @@ private:
     static std::size_t countBelow(Node& folder);
     static bool merge(Node& source, Node& destination, std::string& why);
     Place find(const std::string& path, bool bFollow);
+    Place findFrom(Place place, std::deque<std::string> rest, bool bFollow);
+    static FileState stateOf(const Node& node);
+    Node madeFile(std::string text);
     bool isFolder(const std::string& path);
+    std::string placeOfFolder(const std::string& path);
 
     bool take(Step& step);
     bool makeFolder(Step& step, const std::string& path);
@@ -122,6 +139,7 @@ private:
     bool copyFolder(Step& step);
     bool link(Step& step);
     bool touch(Step& step);
+    static bool isNothing(Step& step, const Place& place);
     bool removeFile(Step& step);
     bool removeFolder(Step& step);
     bool removeEmptyFolder(Step& step);
@@ -133,6 +151,11 @@ private:
 
     Node root;
     std::vector<Step> taken;
-    std::map<std::string, std::string> answers; ///< outputs of captured commands
+    std::vector<std::string> asked;
+    std::string startFolder;                         ///< the working folder of the run
+    bool bStartFolderGone = false;                   ///< once removed, it does not come back under its name
+    std::map<std::string, std::string> folderPlaces; ///< what placeOfFolder has found since the last step
+    std::map<std::string, std::string> answers;      ///< to commands that ask
+    std::uint64_t filesMade = 0;
     int withoutSteps = 0;
 };
