@@ -26,7 +26,7 @@ VLString sharedDefinitionIn(const VLString& statusFolder) {
 
 } // namespace
 
-InstalledProducts InstalledProducts::find() {
+InstalledProducts InstalledProducts::find(const VLString& statusFolder, const std::string& targets) {
     InstalledProducts installed;
     for (const VLString& name : Machine::current().namesIn(uninstallersFolder)) {
         if (isUninstaller(toString(name))) {
@@ -35,7 +35,7 @@ InstalledProducts InstalledProducts::find() {
                           uninstaller + "/Contents/target_path.xml");
         }
     }
-    installed.addSharedPackages();
+    installed.addSharedPackages(statusFolder, targets);
     return installed;
 }
 
@@ -58,17 +58,22 @@ void InstalledProducts::add(std::string uninstaller, std::string definition, std
 }
 
 /// One for each folder in which the products keep their record.
-void InstalledProducts::addSharedPackages() {
+void InstalledProducts::addSharedPackages(const VLString& statusFolder, const std::string& targets) {
     std::set<std::string> definitions;
-    const std::size_t count = products.size();
-    for (std::size_t i = 0; i < count; ++i) {
-        if (!products[i]->isReadable()) {
-            continue;
-        }
-        const VLString definition = sharedDefinitionIn(products[i]->files.statusFolder());
+    const auto addFrom = [&](const VLString& folder, const std::string& targetsFile) {
+        const VLString definition = sharedDefinitionIn(folder);
         if (Machine::current().linkTypeOf(definition) != 0 &&
             definitions.insert(toString(definition)).second) {
-            add("", toString(definition), products[i]->targets);
+            add("", toString(definition), targetsFile);
         }
+    };
+    const std::size_t count = products.size();
+    for (std::size_t i = 0; i < count; ++i) {
+        if (products[i]->isReadable()) {
+            addFrom(products[i]->files.statusFolder(), products[i]->targets);
+        }
+    }
+    if (!targets.empty()) {
+        addFrom(statusFolder, targets);
     }
 }

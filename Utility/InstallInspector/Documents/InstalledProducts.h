@@ -25,7 +25,10 @@ public:
     /// Looks for the uninstallers in their folder, and for the shared package's definition beside each record
     /// that they name. Without an uninstaller the shared package is not found: nothing tells its target
     /// paths.
-    static InstalledProducts find();
+    static InstalledProducts find() { return find(VLString(), ""); }
+    /// Looks for the shared package's definition in the folder `statusFolder`, too. Its target paths are then
+    /// those of the file `targets`; an empty path gives none.
+    static InstalledProducts find(const VLString& statusFolder, const std::string& targets);
 
     const std::vector<std::unique_ptr<InstalledProduct>>& all() const { return products; }
     /// The readable one of that ID; null when there is none.
@@ -33,7 +36,7 @@ public:
 
 private:
     void add(std::string uninstaller, std::string definition, std::string targets);
-    void addSharedPackages();
+    void addSharedPackages(const VLString& statusFolder, const std::string& targets);
 
     std::vector<std::unique_ptr<InstalledProduct>> products;
 };

@@ -85,6 +85,13 @@ bool PlacedProduct::read(const std::string& definition, const std::string& targe
     return true;
 }
 
+void PlacedProduct::placeAgain() {
+    spotList.clear();
+    byPath.clear();
+    recordFolder.Clear();
+    place();
+}
+
 const PlacedProduct::Spot* PlacedProduct::find(const VLString& treePath) const {
     const auto found = byPath.find(treePath);
     return found == byPath.end() ? nullptr : &spotList[found->second];

@@ -26,6 +26,9 @@ public:
     /// Reads both files. False, and `error` names the one that cannot be used and says why.
     bool read(const std::string& definition, const std::string& targets, std::string& error);
 
+    /// Finds all places anew, on the machine that is in use now.
+    void placeAgain();
+
     const SKUDefinition::SKUInfo& info() const { return files.definition.skuInfo; }
     const Product& product() const { return files; }
     /// One for each node of the product's tree, in its order, the root left out.
