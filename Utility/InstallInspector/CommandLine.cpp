@@ -58,9 +58,9 @@ void addPlanCommand(CLI::App& app, int& status) {
                    "Print the shell commands that the run would issue, in their order")
         ->excludes(json);
     command->footer(
-        "Start it where the run would be started, as the same user. Exit status: 0 when the run would "
-        "succeed and nothing about it is dangerous, 1 when it would fail or something is, 2 when "
-        "that cannot be told.");
+        "Start it where the run would be started, as the same user. Exit status: 0 when nothing of the "
+        "product or of others would be lost, left behind, shown to the user as an error or unrecorded, 1 "
+        "when something would or that cannot be known, 2 when there is no plan.");
     command->callback([options, &status] {
         if (options->bUninstall) {
             leaveOutSource(*options);

@@ -45,7 +45,8 @@ protected:
         options.emplace_back("--json");
         const ProgramResult result = plan(product, options);
         Json json = Json::parse(result.standardOutput);
-        EXPECT_EQ(result.exitStatus, json["succeeds"] == true && json["dangers"].empty() ? 0 : 1);
+        EXPECT_EQ(result.exitStatus, json["verdict"] == "safe" ? 0 : 1);
+        EXPECT_EQ(json["verdict"] == "safe", json["succeeds"] == true && json["dangers"].empty());
         return json;
     }
     Json uninstallOf(const ProductBuilder& product) { return jsonOf(product, {"--uninstall"}); }
@@ -520,7 +521,7 @@ TEST_F(PlanCommand, WarnsOfPathsInUseThatLeaveTheRecordWithTheirFolder) {
                  "<file fileName='a' ref='1' build='1'/><file fileName='beta' ref='1' build='1'/></directory>"
                  "</installFiles></install>");
     const Json json = uninstallOf(product().file("VorlaneFX/a", "A"));
-    EXPECT_EQ(dangersOf(json), Lines{"leaves-record"});
+    EXPECT_EQ(dangersOf(json), (Lines{"leaves-record", "unknown-build", "unknown-product"}));
     EXPECT_EQ(messageOf(json, "leaves-record"),
               "a folder above them comes to a count of zero, so that 1 path that is "
               "still in use will leave the record: VorlaneFX/beta");
@@ -535,7 +536,7 @@ TEST_F(PlanCommand, WarnsOfARecordThatIsRemovedThoughItCounts) {
                  "<directory fileName='VorlaneFX' ref='2'><file fileName='a' ref='1' build='1'/></directory>"
                  "</installFiles></install>");
     const Json json = uninstallOf(smaller);
-    EXPECT_EQ(dangersOf(json), Lines{"record-removed"});
+    EXPECT_EQ(dangersOf(json), (Lines{"record-removed", "unknown-build", "stays-behind"}));
     EXPECT_EQ(messageOf(json, "record-removed"),
               "no product is left in the record, so it is removed, though it still counts 1 path");
 }
@@ -565,14 +566,19 @@ TEST_F(PlanCommand, WarnsOfARecordThatCannotBeSaved) {
                                      .file("Content/a", "A")
                                      .target("Content", "/Library/To");
     root().write("/Library/Application Support", "in the way");
-    EXPECT_EQ(dangersOf(jsonOf(alpha)), (Lines{"record-not-saved", "copy-fails"}));
+    EXPECT_EQ(dangersOf(jsonOf(alpha)), (Lines{"record-not-saved", "user-asked", "copy-fails"}));
 }
 
 TEST_F(PlanCommand, WarnsOfFilesThatCannotBeWritten) {
     root().write("/Library/Blocked", "in the way");
     const Json json = jsonOf(
         product().file("VorlaneFX/x", "X").file("Content/a", "A").target("Content", "/Library/Blocked"));
-    EXPECT_EQ(dangersOf(json), Lines{"copy-fails"});
+    EXPECT_EQ(dangersOf(json), (Lines{"user-asked", "copy-fails"}));
+    EXPECT_EQ(
+        messageOf(json, "user-asked"),
+        "the user is asked \"Sorry, installation of files is blocked by 'Content'. Please close 'Content' "
+        "and press 'Retry' to try again or 'Cancel' to continue (some files may not be updated).\": "
+        "/Library/Blocked/a: /Library/Blocked is in the way");
     EXPECT_EQ(messageOf(json, "copy-fails"),
               "/Library/Blocked/a cannot be written: /Library/Blocked is in the way");
     EXPECT_EQ(json["succeeds"], true);

@@ -2,6 +2,7 @@
 
 #include "Utility/InstallInspector/Plan/PlannedMachine.h"
 #include "Utility/InstallInspector/Report/Output.h"
+#include "Utility/InstallInspector/Report/Verdict.h"
 #include "Utility/InstallUtility/SKUDefinition.h"
 
 #include <cstdint>
@@ -43,7 +44,15 @@ struct Plan {
         bool bFolder = false;
         Action action = Action::Keep;
         std::string why;
-        std::string shortCut; ///< its path; empty if none is made or removed
+        std::string shortCut;       ///< its path; empty when none is made or removed
+        bool bListedAsFile = false; ///< of an uninstall: the tree lists it as a file
+    };
+
+    /// What the user would be asked, about a part of the tree that could not be copied.
+    struct Question {
+        std::string text;
+        std::vector<std::string> causes;  ///< sentences without full stop
+        std::vector<std::string> missing; ///< of the tree, what is no folder in the source and has to be one
     };
 
     /// A branch of the tree of files that has its own target item.
@@ -79,8 +88,9 @@ struct Plan {
         bool bUninstall = false;
         SKUDefinition::SKUInfo product;
         std::vector<Branch> branches;
-        std::vector<std::string> leftOut; ///< parts of the tree that the run ignores, with the reason
-        std::string recordPath;           ///< empty if there is no record
+        std::vector<std::string> leftOut; ///< what of the tree no run touches, and why
+        std::vector<Question> questions;
+        std::string recordPath; ///< empty when no record is kept
         Record before;
         Record after;
         std::vector<std::string> lost; ///< paths in use that leave the record together with a folder above
@@ -95,6 +105,15 @@ struct Plan {
     struct Danger {
         std::string rule; ///< one of allDangerRules
         std::string message;
+        Verdict verdict = Verdict::Harm; ///< or CannotTell, when something cannot be looked at
+        std::vector<std::string> paths;  ///< on this machine or in the tree: all that it is about
+    };
+
+    /// What an uninstall leaves of the product.
+    struct Remnant {
+        std::string treePath;
+        std::string path; ///< on this machine
+        std::string why;
     };
 
     bool bUninstall = false;
@@ -104,8 +123,10 @@ struct Plan {
     std::vector<Run> runs; ///< the second is the uninstall of the shared package
     std::vector<Step> steps;
     std::vector<Danger> dangers;
-    std::string log;        ///< the output of the run
-    bool bSucceeds = false; ///< whether its exit status would be 0
+    std::vector<Remnant> remnants;
+    Verdict verdict = Verdict::Safe; ///< Harm also of a run that fails
+    std::string log;                 ///< what the run would print
+    bool bSucceeds = false;          ///< whether its exit status would be 0
 };
 
 /// Runs the engine against an in-memory machine and records each step in a Plan. `source` is not used for an
@@ -113,8 +134,11 @@ struct Plan {
 Plan planRun(bool bUninstall, const std::string& source, const std::string& definition,
              const std::string& targets);
 
-/// Fills `dangers` from the other members.
-void findDangers(Plan& plan);
+class Survey;
+/// Fills `dangers` and `verdict` from all the rest.
+void findDangers(Plan& plan, const Survey& survey);
+/// See Plan::remnants.
+std::vector<Plan::Remnant> remnantsOf(const Survey& survey);
 
 /// The names of all dangers. Names never change, because scripts use them.
 std::vector<std::string> allDangerRules();

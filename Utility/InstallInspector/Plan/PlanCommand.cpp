@@ -19,5 +19,5 @@ int runPlan(const PlanOptions& options) {
     if (!output.finish()) {
         return CannotRun;
     }
-    return plan.bSucceeds && plan.dangers.empty() ? Clean : HasFindings;
+    return plan.verdict == Verdict::Safe ? Clean : HasFindings;
 }

@@ -54,7 +54,9 @@ public:
         json.text("definition", plan.definition);
         json.text("targets", plan.targets);
         json.flag("succeeds", plan.bSucceeds);
+        json.text("verdict", nameOf(plan.verdict));
         writeEach("dangers", plan.dangers);
+        writeEach("leftBehind", plan.remnants);
         writeEach("runs", plan.runs);
         json.text("log", plan.log);
         json.endObject();
@@ -184,10 +186,18 @@ private:
 
     void write(const Plan::Danger& danger) {
         json.text("rule", danger.rule);
+        json.text("verdict", nameOf(danger.verdict));
         json.text("message", danger.message);
+        writeTexts("paths", danger.paths);
     }
 
-    void tellRecord(const Plan::Run& run) {
+    void write(const Plan::Remnant& remnant) {
+        json.text("name", remnant.treePath);
+        json.text("path", remnant.path);
+        json.text("why", remnant.why);
+    }
+
+    void writeRecord(const Plan::Run& run) {
         json.beginObject("record");
         json.text("path", run.recordPath);
         json.flag("saved", run.bRecordSaved);
@@ -197,7 +207,7 @@ private:
         json.endObject();
     }
 
-    void tellSteps(const Plan::Run& run) {
+    void writeSteps(const Plan::Run& run) {
         json.beginArray("steps");
         for (std::size_t i = run.firstStep; i < run.endStep; ++i) {
             writeObject(nullptr, plan.steps[i]);
@@ -211,9 +221,9 @@ private:
         writeEach("branches", run.branches);
         writeTexts("leftOut", run.leftOut);
         if (!run.recordPath.empty()) {
-            tellRecord(run);
+            writeRecord(run);
         }
-        tellSteps(run);
+        writeSteps(run);
     }
 
     const Plan& plan;

@@ -3,6 +3,7 @@
 #include "Foundation/PathLibrary.h"
 #include "Foundation/SimpleLog.h"
 #include "Foundation/VLVersion.h"
+#include "Utility/InstallInspector/Plan/Survey.h"
 #include "Utility/InstallInspector/Report/Finding.h"
 #include "Utility/InstallUtility/Branches.h"
 #include "Utility/InstallUtility/XMLDocument.h"
@@ -72,7 +73,8 @@ Plan::Record recordOf(const StatusFile& file) {
 }
 
 /// What of the record a save keeps: neither a path without a use nor anything below it, of folders the name
-/// and the count alone, and of shortcuts those that are valid.
+/// and the count alone, and of shortcuts those that are valid. What lies below a file is saved and not read
+/// again.
 void keepWhatIsSaved(StatusFile::FileNodeRef& folder) {
     for (auto child = folder.refChildren.begin(); child != folder.refChildren.end();) {
         StatusFile::FileNodeRef& node = child->second;
@@ -85,6 +87,9 @@ void keepWhatIsSaved(StatusFile::FileNodeRef& folder) {
         }
         if (node.isDirectory || !node.IsShortCutInfoValid()) {
             node.shortCut = {};
+        }
+        if (!node.isDirectory) {
+            node.refChildren.clear();
         }
         keepWhatIsSaved(node);
         ++child;
@@ -130,7 +135,7 @@ void PlanRecorder::runBegins(bool bUninstall) {
     plan.runs.emplace_back();
     thisRun().bUninstall = bUninstall;
     thisRun().firstStep = machine.steps().size();
-    thereOnce.clear();
+    writtenBy.clear();
 }
 
 void PlanRecorder::runEnds() {
@@ -295,17 +300,46 @@ void PlanRecorder::endWalk() {
 }
 
 void PlanRecorder::attemptBegins(bool bLast) {
+    if (bLast) {
+        noteQuestion();
+    }
+    missing.clear();
     // What the last attempt does takes the place of what the first one has done.
     firstOfAttempt = bLast ? firstOfAttempt : thisRun().branches.size();
     thisRun().branches.resize(firstOfAttempt);
+}
+
+/// What has failed in the attempt that ends.
+void PlanRecorder::noteQuestion() {
+    Plan::Question question;
+    question.text = machine.alerts().empty() ? "" : machine.alerts().back();
+    question.missing = missing;
+    for (const std::string& treePath : missing) {
+        const bool bFile = machine.typeOf(sourceOf(treePath)) != 0;
+        question.causes.push_back(bFile ? treePath + " has a target item, which only a folder can have"
+                                        : "the source has no folder " + treePath);
+    }
+    const auto& branches = thisRun().branches;
+    for (std::size_t i = firstOfAttempt; i < branches.size(); ++i) {
+        for (const Plan::Entry& entry : branches[i].entries) {
+            if (entry.action == Action::Fail) {
+                question.causes.push_back(entry.path + ": " + entry.why);
+            }
+        }
+    }
+    thisRun().questions.push_back(std::move(question));
+}
+
+VLString PlanRecorder::sourceOf(const std::string& treePath) const {
+    return PathLibrary::GetDirectoryWithFile(engine.srcPath, toVLString(treePath));
 }
 
 void PlanRecorder::copyBegins(const VLString& treePath, const VLString& target, const InstallItem& item,
                               bool bLast) {
     beginWalk(treePath, target.IsEmpty(), item);
     branch().bSecondAttempt = bLast;
-    for (const Plan::Target& folder : branch().targets) {
-        wasThere(toVLString(folder.path));
+    if (machine.typeOf(sourceOf(toString(treePath))) != S_IFDIR) {
+        missing.push_back(toString(treePath));
     }
 }
 
@@ -322,19 +356,18 @@ void PlanRecorder::wholeFolderCopied(const VLString& treePath, const VLString& t
     if (step == steps.end()) {
         return; // the source has gone since the walk began
     }
-    const auto known = thereOnce.find(step->path);
-    const bool bThere = known == thereOnce.end() ? step->before != 0 : known->second;
+    const bool bRecorded = thisRun().before.paths.count(toString(treePath)) != 0;
     if (!bCopied) {
         add(Action::Fail, treePath, target, true, step->why);
-    } else if (bThere) {
-        add(Action::Replace, treePath, target, true, "its content is added to the folder that is there");
+    } else if (wasThere(target)) {
+        add(bRecorded ? Action::Replace : Action::Copy, treePath, target, true,
+            "its content is added to the folder that is there");
     } else {
         add(Action::Copy, treePath, target, true, "new, with all that is in it");
     }
 }
 
-void PlanRecorder::fileCopyBegins(const VLString& destination) {
-    wasThere(destination);
+void PlanRecorder::fileCopyBegins(const VLString& /*destination*/) {
     firstOfFile = machine.steps().size();
 }
 
@@ -350,10 +383,15 @@ void PlanRecorder::fileCopyEnds(const VLString& treePath, const VLString& source
     case FileCopy::Kept:
         add(Action::Keep, treePath, destination, bFolder, whyKept(treePath));
         break;
-    case FileCopy::Written:
+    case FileCopy::Written: {
+        const auto [written, bFirst] = writtenBy.try_emplace(toString(destination), toString(treePath));
+        const bool bOwn = !bFirst && written->second != toString(treePath);
         add(bThere ? Action::Replace : Action::Copy, treePath, destination, bFolder,
-            whyWritten(treePath, bThere), toString(shortCut));
+            bOwn ? "in place of what this run has put there from " + written->second
+                 : whyWritten(treePath, bThere),
+            toString(shortCut));
         break;
+    }
     }
 }
 
@@ -468,6 +506,7 @@ void PlanRecorder::fileRemovalEnds(const VLString& treePath, const VLString& pat
     // A shortcut that was not there has not been removed.
     const bool bShortCut = shortCut.IsSet() && machine.steps().back().before != 0;
     const std::string removed = bShortCut ? toString(shortCut) : "";
+    const std::size_t count = branch().entries.size();
     if (!bFileWasThere) {
         add(Action::Missing, treePath, path, bFileWasFolder, "it is not there", removed);
     } else if (bInUse) {
@@ -478,6 +517,7 @@ void PlanRecorder::fileRemovalEnds(const VLString& treePath, const VLString& pat
         add(Action::Fail, treePath, path, bFileWasFolder,
             failureSince(firstOfFile, "it is neither a file nor a folder"), removed);
     }
+    branch().entries[count].bListedAsFile = true;
 }
 
 std::string PlanRecorder::whoUses(const VLString& treePath) {
@@ -494,15 +534,12 @@ std::string PlanRecorder::whoUses(const VLString& treePath) {
 
 void PlanRecorder::add(Plan::Action action, const VLString& treePath, const VLString& path, bool bFolder,
                        const std::string& why, const std::string& shortCut) {
-    branch().entries.push_back({toString(treePath), toString(path), bFolder, action, why, shortCut});
+    branch().entries.push_back({toString(treePath), toString(path), bFolder, action, why, shortCut, false});
 }
 
+/// Before the run, which has only been thought so far.
 bool PlanRecorder::wasThere(const VLString& path) {
-    const auto [known, bNew] = thereOnce.try_emplace(toString(path));
-    if (bNew) {
-        known->second = machine.linkTypeOf(path) != 0;
-    }
-    return known->second;
+    return Machine().linkTypeOf(path) != 0;
 }
 
 std::vector<VLString> PlanRecorder::foldersThere(const VLString& folder) {
@@ -556,9 +593,16 @@ Plan planRun(bool bUninstall, const std::string& source, const std::string& defi
             SimpleLog::held = held;
         }
     } const restore{Machine::setCurrent(&machine), std::exchange(SimpleLog::held, &plan.log)};
+    std::string unsaid; // by those who look around
+    SimpleLog::held = &unsaid;
+    Survey survey(machine, plan);
+    SimpleLog::held = &plan.log;
     plan.bSucceeds = bUninstall ? engine.runUninstall(toVLString(definition), toVLString(targets))
                                 : engine.run(toVLString(source), toVLString(definition), toVLString(targets));
     plan.steps = machine.takeSteps();
-    findDangers(plan);
+    SimpleLog::held = &unsaid;
+    survey.lookAgain();
+    plan.remnants = remnantsOf(survey);
+    findDangers(plan, survey);
     return plan;
 }

@@ -63,9 +63,10 @@ private:
     std::string whyWritten(const VLString& treePath, bool bThere);
     std::string whyKept(const VLString& treePath);
     std::string whoUses(const VLString& treePath);
-    /// Whether `path` existed at the first call with this path.
-    bool wasThere(const VLString& path);
-    /// `folder` if it is not empty, otherwise the target folders of the branch. Only existing folders.
+    static bool wasThere(const VLString& path);
+    void noteQuestion();
+    VLString sourceOf(const std::string& treePath) const;
+    /// `folder`, or without one the target folders of the branch, as far as they are there.
     std::vector<VLString> foldersThere(const VLString& folder);
     /// The reason of the first failed step since `firstStep`. `otherwise` if no step failed.
     std::string failureSince(std::size_t firstStep, const std::string& otherwise) const;
@@ -79,5 +80,6 @@ private:
     std::size_t firstOfFile = 0; ///< the first step of the current file
     bool bFileWasThere = false;  ///< for the file that is removed
     bool bFileWasFolder = false;
-    std::map<std::string, bool> thereOnce; ///< see wasThere
+    std::map<std::string, std::string> writtenBy; ///< paths of the tree, by path on this machine
+    std::vector<std::string> missing;             ///< see Plan::Question, of this attempt
 };

@@ -143,11 +143,25 @@ private:
             print(target);
             printEntries(takeThose(rest, target.path));
         }
-        printBareNames(rest);
+        printBareNames(rest, printRemnants(branch));
+    }
+
+    /// Whether there are any.
+    bool printRemnants(const Plan::Branch& branch) {
+        bool bAny = false;
+        for (const Plan::Remnant& remnant : plan.remnants) {
+            if (remnant.treePath == branch.treePath ||
+                remnant.treePath.rfind(branch.treePath + "/", 0) == 0) {
+                line("      " + painter.paint(Colour::Red, "left   ") + "  " + printable(remnant.path) +
+                     "  " + painter.paint(Colour::Dim, remnant.why));
+                bAny = true;
+            }
+        }
+        return bAny;
     }
 
     /// An uninstall that finds no folder of a branch looks for the bare names.
-    void printBareNames(const std::vector<const Plan::Entry*>& entries) {
+    void printBareNames(const std::vector<const Plan::Entry*>& entries, bool bLeft) {
         std::vector<Line> lines;
         for (const Plan::Entry* entry : entries) {
             if (entry->action != Action::Missing) {
@@ -156,7 +170,7 @@ private:
         }
         if (!lines.empty()) {
             line("  " + painter.paint(Colour::Yellow, "in the folder in which the run is started"));
-        } else if (!entries.empty()) {
+        } else if (!entries.empty() && !bLeft) {
             line("      " + painter.paint(Colour::Dim, "nothing of it is here"));
         }
         printEntries(lines);
@@ -399,12 +413,21 @@ private:
     // The end
 
     void printDangers() {
-        if (plan.dangers.empty()) {
-            return;
-        }
-        heading("Dangerous");
+        printDangers(Verdict::Harm, "Dangerous", painter.paint(Colour::Red, "!"));
+        printDangers(Verdict::CannotTell, "Not known", painter.paint(Colour::Yellow, "?"));
+    }
+
+    void printDangers(Verdict verdict, const char* title, const std::string& mark) {
+        bool bHeading = false;
         for (const Plan::Danger& danger : plan.dangers) {
-            line("  " + painter.paint(Colour::Red, "!") + " " + printable(danger.message) + " " +
+            if (danger.verdict != verdict) {
+                continue;
+            }
+            if (!bHeading) {
+                heading(title);
+            }
+            bHeading = true;
+            line("  " + mark + " " + printable(danger.message) + " " +
                  painter.paint(Colour::Dim, "[" + danger.rule + "]"));
         }
     }
@@ -442,11 +465,19 @@ private:
         }
         const std::string summary =
             counts.empty() ? "Nothing to do here." : "Files and whole folders: " + joined(counts, ", ") + ".";
-        line(
-            summary + " " +
-            (plan.dangers.empty()
-                 ? painter.paint(Colour::Green, "The run would succeed.")
-                 : painter.paint(Colour::Red, "The run would succeed, but see what is dangerous about it.")));
+        line(summary + " " + outcome());
+    }
+
+    std::string outcome() const {
+        switch (plan.verdict) {
+        case Verdict::Safe:
+            return painter.paint(Colour::Green, "The run would succeed.");
+        case Verdict::Harm:
+            return painter.paint(Colour::Red, "The run would succeed, but see what is dangerous about it.");
+        case Verdict::CannotTell:
+            break;
+        }
+        return painter.paint(Colour::Yellow, "The run would succeed; whether it does harm is not known.");
     }
 
     static std::string visibleLines(const std::string& log) {

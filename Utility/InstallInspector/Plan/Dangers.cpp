@@ -1,0 +1,49 @@
+#include "Utility/InstallInspector/Plan/Dangers.h"
+
+#include <algorithm>
+
+namespace {
+
+const std::vector<const std::vector<DangerRule>*>& groups() {
+    static const std::vector<const std::vector<DangerRule>*> all = {&recordDangers(), &stepDangers(),
+                                                                    &ownerDangers()};
+    return all;
+}
+
+} // namespace
+
+std::string listed(const std::vector<std::string>& names) {
+    constexpr std::size_t most = 3;
+    std::string text;
+    for (std::size_t i = 0; i < names.size() && i < most; ++i) {
+        text += (i == 0 ? "" : ", ") + names[i];
+    }
+    return names.size() > most ? text + " and " + std::to_string(names.size() - most) + " more" : text;
+}
+
+const char* chosen(const std::vector<std::string>& names, const char* one, const char* more) {
+    return names.size() == 1 ? one : more;
+}
+
+void findDangers(Plan& plan, const Survey& survey) {
+    for (const auto* group : groups()) {
+        for (const DangerRule& rule : *group) {
+            rule.look(survey, DangerReport(rule.name, rule.verdict, plan.dangers));
+        }
+    }
+    const bool bHarm = std::any_of(plan.dangers.begin(), plan.dangers.end(),
+                                   [](const auto& danger) { return danger.verdict == Verdict::Harm; });
+    plan.verdict = bHarm || !plan.bSucceeds ? Verdict::Harm
+                   : plan.dangers.empty()   ? Verdict::Safe
+                                            : Verdict::CannotTell;
+}
+
+std::vector<std::string> allDangerRules() {
+    std::vector<std::string> names;
+    for (const auto* group : groups()) {
+        for (const DangerRule& rule : *group) {
+            names.emplace_back(rule.name);
+        }
+    }
+    return names;
+}

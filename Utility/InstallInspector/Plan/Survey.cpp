@@ -1,0 +1,341 @@
+#include "Utility/InstallInspector/Plan/Survey.h"
+
+#include "Foundation/SimpleLog.h"
+#include "Utility/InstallInspector/Report/Finding.h"
+#include "Utility/InstallUtility/KnownNames.h"
+#include "Utility/InstallUtility/Pattern.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <sys/stat.h>
+#include <utility>
+
+namespace {
+
+using Reach = OwnedPlace::Reach;
+
+/// The machine in use as it is for the user with another home folder.
+class OtherHome : public Machine {
+public:
+    OtherHome(Machine& asked, std::string folder)
+        : machine(asked), home(std::move(folder)), before(Machine::setCurrent(this)) {}
+    ~OtherHome() override { Machine::setCurrent(before); }
+    OtherHome(const OtherHome&) = delete;
+    OtherHome& operator=(const OtherHome&) = delete;
+
+    bool capture(const VLString& /*command*/, VLString& output) override {
+        output = toVLString(home + "\n");
+        return true;
+    }
+    mode_t typeOf(const VLString& path) override { return machine.typeOf(path); }
+    mode_t linkTypeOf(const VLString& path) override { return machine.linkTypeOf(path); }
+    std::vector<VLString> namesIn(const VLString& folder) override { return machine.namesIn(folder); }
+    FileContent readFile(const VLString& path) override { return machine.readFile(path); }
+    bool run(const Command& /*command*/) override { return false; }
+
+private:
+    Machine& machine;
+    std::string home;
+    Machine* before;
+};
+
+std::string folderAbove(const std::string& path) {
+    const std::size_t slash = path.rfind('/');
+    return slash == std::string::npos || slash == 0 ? "" : path.substr(0, slash);
+}
+
+/// The folders beside the user's home, and those in /Users, as far as a user's home can be one.
+std::vector<std::string> otherHomes(PlannedMachine& machine) {
+    const char* value = std::getenv("HOME"); // NOLINT(concurrency-mt-unsafe): one thread
+    const std::string home = value == nullptr ? "" : value;
+    std::set<std::string> folders{"/Users"};
+    if (!folderAbove(home).empty()) {
+        folders.insert(folderAbove(home));
+    }
+    std::vector<std::string> homes;
+    for (const std::string& folder : folders) {
+        for (const VLString& name : machine.namesIn(toVLString(folder))) {
+            const std::string candidate = folder + "/" + toString(name);
+            if (candidate != home && Pattern::isFitForEval(name) &&
+                machine.typeOf(toVLString(candidate)) == S_IFDIR) {
+                homes.push_back(candidate);
+            }
+        }
+    }
+    return homes;
+}
+
+std::string lowerCase(const std::string& text) {
+    return toString(toVLString(text).ToLower());
+}
+
+} // namespace
+
+// What is owned
+
+void Survey::Owned::add(const OwnedPlace& place, mode_t type) {
+    if (!places.insert(place.place).second) {
+        return;
+    }
+    if (!place.bShortCut && (place.bFolder || type == S_IFDIR)) {
+        folders.insert(place.place);
+    }
+    for (std::string folder = folderAbove(place.place); !folder.empty() && above.insert(folder).second;) {
+        folder = folderAbove(folder);
+    }
+}
+
+bool Survey::Owned::has(const std::string& place) const {
+    if (places.count(place) != 0) {
+        return true;
+    }
+    for (std::string folder = folderAbove(place); !folders.empty() && !folder.empty();
+         folder = folderAbove(folder)) {
+        if (folders.count(folder) != 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void Survey::addPlace(OwnedPlace place, OwnedFiles& files, std::set<std::string>& known) {
+    place.place = machine.placeOf(place.path);
+    // One that differs only in its reach is known by the first.
+    if (!known.insert(place.treePath + '\n' + place.place).second) {
+        return;
+    }
+    place.before = machine.linkTypeOf(toVLString(place.path));
+    place.linkBefore = place.before == S_IFLNK ? machine.linkText(place.path) : "";
+    files.places.push_back(std::move(place));
+}
+
+void Survey::addPlaces(const PlacedProduct& placed, Reach reach, OwnedFiles& files,
+                       std::set<std::string>& known) {
+    std::unordered_map<const Product::TreeNode*, bool> stays;
+    for (const PlacedProduct::Spot& spot : placed.spots()) {
+        const FileNode& node = *spot.node->node;
+        const bool bStays = node.dontDelete || (spot.node->parent != nullptr && stays[spot.node->parent]);
+        stays[spot.node] = bStays;
+        if (!spot.bLeaf) {
+            continue;
+        }
+        OwnedPlace owned;
+        owned.treePath = toString(spot.node->treePath);
+        owned.bFolder = node.isDirectory;
+        owned.bStays = bStays;
+        const auto add = [&](const PlacedProduct::Place& place, Reach as) {
+            owned.path = toString(place.path);
+            owned.reach = as;
+            owned.bTarget = place.path == place.target;
+            addPlace(owned, files, known);
+        };
+        for (const PlacedProduct::Place& place : spot.places) {
+            add(place, reach);
+        }
+        for (const PlacedProduct::Place& place : spot.idle) {
+            add(place, reach == Reach::Today ? Reach::Idle : reach);
+        }
+        VLString shortCut;
+        if (reach == Reach::Today && node.IsShortCutInfoValid() &&
+            !(spot.places.empty() && spot.idle.empty()) &&
+            InstallUtility::createFullShortCutName(node, shortCut)) {
+            owned.bShortCut = true;
+            owned.path = toString(shortCut);
+            owned.reach = spot.places.empty() ? Reach::Idle : Reach::Today;
+            addPlace(owned, files, known);
+        }
+    }
+}
+
+bool Survey::dependsOnUser(const std::string& targets) {
+    const FileContent content = machine.readFile(toVLString(targets));
+    const std::string text =
+        content.bytes == nullptr ? "" : lowerCase(std::string(content.bytes.get(), content.size));
+    return text.find("%user%") != std::string::npos || text.find("regkey:") != std::string::npos;
+}
+
+OwnedFiles Survey::filesOf(PlacedProduct& placed, const std::string& targets,
+                           const std::string& uninstaller) {
+    OwnedFiles files;
+    files.product = placed.info();
+    files.uninstaller = uninstaller;
+    if (placed.statusFolder().IsSet()) {
+        files.recordPlace = machine.placeOf(toString(InstallUtility::statusFilePath(placed.statusFolder())));
+    }
+    for (const PlacedProduct::Spot& spot : placed.spots()) {
+        files.tree[toString(spot.node->treePath)] = {spot.node->node->isDirectory, spot.bLeaf};
+    }
+    std::set<std::string> known;
+    addPlaces(placed, Reach::Today, files, known);
+    if (dependsOnUser(targets)) {
+        for (const std::string& home : homes) {
+            const OtherHome other(machine, home);
+            placed.placeAgain();
+            addPlaces(placed, Reach::OtherHome, files, known);
+        }
+    }
+    return files;
+}
+
+// The run
+
+Survey::Survey(PlannedMachine& inUse, const Plan& planned) : machine(inUse), plan(planned) {
+    const PlannedMachine::WithoutSteps withoutSteps(machine);
+    homes = otherHomes(machine);
+    const bool bGiven = given.read(plan.definition, plan.targets, fault);
+    product = bGiven ? given.info() : SKUDefinition::SKUInfo();
+    installed =
+        bGiven ? InstalledProducts::find(given.statusFolder(), plan.targets) : InstalledProducts::find();
+    if (bGiven && plan.bUninstall) {
+        mine.push_back(filesOf(given, plan.targets, ""));
+    }
+    for (const auto& each : installed.all()) {
+        if (each->isReadable()) {
+            const bool bMine = bGiven && each->files.info().ID == product.ID;
+            (bMine ? mine : others).push_back(filesOf(each->files, each->targets, each->uninstaller));
+        } else if (each->isShared()) {
+            sharedFault = each->fault;
+        }
+    }
+    for (const auto* list : {&mine, &others}) {
+        for (const OwnedFiles& files : *list) {
+            for (const OwnedPlace& place : files.places) {
+                before.add(place, place.before);
+            }
+        }
+    }
+}
+
+void Survey::lookAgain() {
+    const PlannedMachine::WithoutSteps withoutSteps(machine);
+    bFirst = run() == nullptr || std::none_of(run()->before.products.begin(), run()->before.products.end(),
+                                              [&](const auto& info) { return info.ID == product.ID; });
+    findUnknown();
+    if (plan.bUninstall && plan.runs.size() > 1) {
+        const auto shared = std::stable_partition(others.begin(), others.end(), [](const OwnedFiles& files) {
+            return !(files.product.ID == SharedPackage::ID);
+        });
+        std::move(shared, others.end(), std::back_inserter(mine));
+        others.erase(shared, others.end());
+    }
+    for (auto* list : {&mine, &others}) {
+        for (OwnedFiles& files : *list) {
+            for (OwnedPlace& place : files.places) {
+                place.after = machine.linkTypeOf(toVLString(place.path));
+                place.linkAfter = place.after == S_IFLNK ? machine.linkText(place.path) : "";
+                if (list == &others) {
+                    after.add(place, place.after);
+                }
+            }
+        }
+    }
+    if (!plan.bUninstall && fault.empty()) {
+        given.placeAgain();
+        made = filesOf(given, plan.targets, ownUninstaller());
+        for (OwnedPlace& place : made->places) {
+            place.after = place.before; // this is the machine after the run
+            place.linkAfter = place.linkBefore;
+            if (place.reach != Reach::Idle) {
+                after.add(place, place.after);
+            }
+        }
+    }
+    readRecord();
+}
+
+void Survey::findUnknown() {
+    if (run() == nullptr) {
+        return;
+    }
+    for (const SKUDefinition::SKUInfo& recorded : run()->before.products) {
+        const InstalledProduct* known = installed.find(recorded.ID);
+        if (known != nullptr && known->files.info().build == recorded.build) {
+            continue;
+        }
+        if (recorded.ID == product.ID) {
+            bInstalledUnknown = true;
+        } else {
+            unknown.push_back(toString(recorded.ID));
+        }
+    }
+}
+
+std::string Survey::recordPath() const {
+    for (auto each = plan.runs.rbegin(); each != plan.runs.rend(); ++each) {
+        if (!each->recordPath.empty()) {
+            return each->recordPath;
+        }
+    }
+    return "";
+}
+
+void Survey::readRecord() {
+    FileContent content = machine.readFile(toVLString(recordPath()));
+    if (recordPath().empty() || content.bytes == nullptr) {
+        return;
+    }
+    record.emplace();
+    if (!record->parseBytes(std::move(content.bytes))) {
+        record.reset();
+    }
+}
+
+std::int32_t Survey::countOf(const std::string& treePath) const {
+    const StatusFile::FileNodeRef* recorded = record ? record->getFileInfo(toVLString(treePath)) : nullptr;
+    return recorded == nullptr ? -1 : recorded->ref;
+}
+
+std::int32_t Survey::usesOf(const std::string& treePath) const {
+    const std::string place = machine.placeOf(recordPath());
+    std::int32_t uses = made && made->tree.count(treePath) != 0 ? 1 : 0;
+    for (const OwnedFiles& files : others) {
+        uses += files.recordPlace == place && files.tree.count(treePath) != 0 ? 1 : 0;
+    }
+    return uses;
+}
+
+bool Survey::wasRecorded(const std::string& treePath) const {
+    return std::any_of(plan.runs.begin(), plan.runs.end(),
+                       [&](const Plan::Run& each) { return each.before.paths.count(treePath) != 0; });
+}
+
+bool Survey::hadForeign(const std::string& folder) const {
+    Machine real;
+    const std::vector<VLString> names = real.namesIn(toVLString(folder));
+    return std::any_of(names.begin(), names.end(), [&](const VLString& name) {
+        const std::string path = folder + "/" + toString(name);
+        const bool bShared = before.above.count(path) != 0 && real.linkTypeOf(toVLString(path)) == S_IFDIR;
+        return !before.has(path) && (!bShared || hadForeign(path));
+    });
+}
+
+std::string Survey::ownUninstaller() const {
+    return uninstallersFolder + ("Uninstall " + toString(product.name)) + ".app";
+}
+
+std::vector<std::string> Survey::ownerless(const OwnedPlace& place) const {
+    std::vector<std::string> found;
+    if (place.after == 0 || after.has(place.place)) {
+        return found;
+    }
+    if (place.after == S_IFDIR && after.above.count(place.place) != 0) {
+        collect(place.place, found);
+    } else {
+        found.push_back(place.path);
+    }
+    return found;
+}
+
+void Survey::collect(const std::string& folder, std::vector<std::string>& found) const {
+    for (const VLString& name : machine.namesIn(toVLString(folder))) {
+        const std::string path = folder + "/" + toString(name);
+        if (after.has(path)) {
+            continue;
+        }
+        if (after.above.count(path) != 0 && machine.linkTypeOf(toVLString(path)) == S_IFDIR) {
+            collect(path, found);
+        } else {
+            found.push_back(path);
+        }
+    }
+}
