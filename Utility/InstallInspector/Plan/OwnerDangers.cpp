@@ -79,7 +79,10 @@ void movedTarget(const Survey& survey, const DangerReport& report) {
     Names left;
     for (const OwnedFiles& files : survey.mine) {
         for (const OwnedPlace& place : files.places) {
-            if (!place.bShortCut && survey.made->tree.count(place.treePath) != 0) {
+            const auto node = survey.made->tree.find(place.treePath);
+            // One that changes its kind has a rule of its own.
+            if (!place.bShortCut && node != survey.made->tree.end() &&
+                node->second.bFolder == place.bFolder) {
                 append(left, leftOf(survey, files, place));
             }
         }

@@ -203,6 +203,8 @@ void unrecordedFile(const Survey& survey, const DangerReport& report) {
                            "product's, and goes with it",
                        {entry.path});
             }
+        } else if (typeBefore(entry.path) == S_IFDIR) {
+            return; // which other rules tell
         } else if (entry.action == Action::Keep) {
             report(entry.path + " is kept, though no installed product has put it there: it is taken for the "
                                 "product's, and goes with it",
