@@ -639,11 +639,10 @@ protected:
         holdings[build.id] = now;
         installed = others;
         installed[build.id] = build;
-        // From now on this is the product's, as the plan may have said.
-        for (const auto& [path, treePath] : now) {
+        // What lies where an installed product goes, now or under other conditions, counts as the product's.
+        for (const std::string& path : anyPlacesOf(build)) {
             for (auto each = foreign.begin(); each != foreign.end();) {
-                each =
-                    *each == path || each->rfind(path + "/", 0) == 0 ? foreign.erase(each) : std::next(each);
+                each = *each == path || each->rfind(path + "/", 0) == 0 ? foreign.erase(each) : std::next(each);
             }
         }
         return harm;
