@@ -3,6 +3,7 @@
 #include "Tests/Support/RunProgram.h"
 #include "Utility/InstallInspector/Check/Rules.h"
 #include "Utility/InstallInspector/Plan/Plan.h"
+#include "Utility/InstallInspector/Report/FindingOutput.h"
 #include "Utility/InstallInspector/Status/Status.h"
 
 #include <gtest/gtest.h>
@@ -39,7 +40,7 @@ template <class Rules>
 void expectDescribed(const Rules& rules) {
     const std::string page = manPage();
     for (const auto& rule : rules) {
-        const std::string severity = rule.severity == Severity::Error ? "error" : "warning";
+        const std::string severity = nameOf(rule.severity);
         EXPECT_NE(page.find(std::string(".It Sy ") + rule.name + " No (" + severity + ")\n"),
                   std::string::npos)
             << "the man page does not describe the " << severity << " " << rule.name;

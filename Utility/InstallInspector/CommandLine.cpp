@@ -8,28 +8,51 @@
 // No other file includes this header, which takes longer to compile than all the rest of a file.
 #include <CLI/CLI.hpp>
 
+#include <map>
 #include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
 // Each add...Command adds one subcommand. When it is chosen, its exit status is put into `status`, which has
 // to live as long as `app`.
 namespace {
 
+void addRepeated(CLI::App& command, const char* name, std::vector<std::string>& values,
+                 const char* description, const char* type) {
+    command.add_option(name, values, description)
+        ->type_name(type)
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+}
+
 void addCheckCommand(CLI::App& app, int& status) {
     auto options = std::make_shared<CheckOptions>();
     CLI::App* command = app.add_subcommand(
         "check", "Name every mistake in a product's files, what it will do, and what to write instead");
-    CLI::Option* definition =
-        command->add_option("SKU", options->definition, "The product definition (sku.xml)");
-    command->add_option("TARGETS", options->targets, "The target-paths file (target_path.xml)");
-    command->add_option("--source", options->source, "The folder that holds the product's files")
-        ->type_name("DIR");
+    CLI::Option* files = command->add_option(
+        "FILE", options->files,
+        "The product definition (sku.xml) and the target-paths file (target_path.xml); for a "
+        "product line several definitions, with target paths for all or for each");
+    addRepeated(*command, "--source", options->sources,
+                "The folder that holds the product's files; once for all products, or once for each", "DIR");
+    addRepeated(*command, "--ignore", options->ignoredRules, "Tell nothing of this rule; may be repeated",
+                "RULE");
+    addRepeated(*command, "--host", options->hosts,
+                "A host that the engine does not know, and that is meant; may be repeated", "NAME");
+    command
+        ->add_option("--fail-on", options->failOn,
+                     "The least that makes the exit status 1: error, warning or note; warning without it")
+        ->type_name("LEVEL")
+        ->transform(CLI::CheckedTransformer(std::map<std::string, Severity>{{"error", Severity::Error},
+                                                                            {"warning", Severity::Warning},
+                                                                            {"note", Severity::Note}},
+                                            CLI::ignore_case));
     command->add_flag("--json", options->bJson, "Print JSON for other programs");
     command->add_flag("--list-rules", options->bRules, "Print the names of all rules, and check nothing");
-    command->callback([options, definition, &status] {
-        if (!options->bRules && definition->empty()) {
-            throw CLI::RequiredError("SKU");
+    command->callback([options, files, &status] {
+        if (!options->bRules && files->empty()) {
+            throw CLI::RequiredError("FILE");
         }
         status = runCheck(*options);
     });
@@ -94,18 +117,10 @@ void addStatusCommand(CLI::App& app, int& status) {
                         std::string("The folder that holds the record, or a record by itself; without it the "
                                     "folder that the targets give, or ") +
                             usualStatusFolder);
-    command
-        ->add_option("--targets", options->targets,
-                     "The target-paths file of the products; once for all, or once for each --sku")
-        ->type_name("FILE")
-        ->expected(1)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-    command
-        ->add_option("--sku", options->definitions,
-                     "A product definition to compare the record and this machine with; may be repeated")
-        ->type_name("FILE")
-        ->expected(1)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    addRepeated(*command, "--targets", options->targets,
+                "The target-paths file of the products; once for all, or once for each --sku", "FILE");
+    addRepeated(*command, "--sku", options->definitions,
+                "A product definition to compare the record and this machine with; may be repeated", "FILE");
     command->add_flag("--json", options->bJson, "Print JSON for other programs");
     command->callback([options, &status] {
         checkUsage(*options);

@@ -68,7 +68,7 @@ TEST_F(CheckCommand, NamesPlaceRuleConsequenceAndRemedyInTheOrderOfTheFiles) {
         "sku.xml:13:11: warning: unknown host \"Edus\" [unknown-host]\n"
         "    The engine knows no application of this name: what it says to the customer calls it just that, "
         "and target items of another name do not match it.\n"
-        "    Write \"Edius\".\n"
+        "    Write \"Edius\". If it is another host, name it with --host.\n"
         "sku.xml:25:36: error: dontdelete=\"true\" is neither \"0\" nor \"1\" [flag-value]\n"
         "    It counts as if it were not there: the enclosing directory's value holds, \"0\" at the top.\n"
         "    Write dontdelete=\"1\".\n"
@@ -100,7 +100,16 @@ TEST_F(CheckCommand, AdviceLeadsToAProductWithoutMistakes) {
         {{Edit::Targets, "<item name=\"Edius\">", "<item name=\"Nova\">"},
          "Write <item name=\"Edius\"> inside <item name=\"Hosts\">."},
         {{Edit::Targets, "<item name=\"Edius\">", "<item name=\"OpenFX\"/><item name=\"Edius\">"},
-         "Remove the item, or list the host in the tree."},
+         "Remove the item, or list the host in the tree; of a file for several products, check all of them "
+         "at "
+         "once."},
+        {{Edit::Definition, "families=\"Glow\"", "families=\"Glow, Glow\""}, "Write families=\"Glow;Glow\"."},
+        {{Edit::Definition, "arch=\"x64\"", "arch=\"x86,x64\""}, "Write arch=\"x86;x64\"."},
+        {{Edit::Targets, "<item name=\"Looks\">", "<item name=\"Looks\xC2\xA0\">"}, "Write \"Looks\"."},
+        {{Edit::Targets, "<item name=\"Edius\">", "<item name=\"Ed\xC2\xADius\">"},
+         "Write <item name=\"Edius\"> in place of \"Ed\xC2\xADius\". The two look the same: of this one and "
+         "that, "
+         "the second has U+00AD, which nobody sees."},
         {{Edit::Definition, "<directory fileName=\"Edius\">",
           "<directory fileName=\"Edius32\"><directory fileName=\"Glow\"/></directory><directory "
           "fileName=\"Edius\">"},
@@ -161,8 +170,11 @@ TEST_F(CheckCommand, PrintsJsonForAProductWithoutMistakes) {
     EXPECT_EQ(result.exitStatus, 0);
     EXPECT_EQ(nlohmann::json::parse(result.standardOutput),
               nlohmann::json({{"definition", "sku.xml"},
+                              {"products", {{{"definition", "sku.xml"}}}},
+                              {"verdict", "safe"},
                               {"errors", 0},
                               {"warnings", 0},
+                              {"notes", 0},
                               {"findings", nlohmann::json::array()}}));
 }
 

@@ -3,6 +3,7 @@
 #include "Foundation/FileLibrary.h"
 #include "Tests/Support/TemporaryDirectory.h"
 #include "Utility/InstallInspector/Check/Rules.h"
+#include "Utility/InstallInspector/Check/Suppressions.h"
 
 #include <gtest/gtest.h>
 
@@ -128,6 +129,8 @@ InspectedProduct::InspectedProduct(const std::vector<Edit>& edits) {
         Location::Document::Targets, Kind::Root, error);
     EXPECT_TRUE(product.bTargets);
     product.interpret();
+    const auto hosts = hostsInComments(product);
+    product.ownHosts.insert(hosts.begin(), hosts.end());
     findings = checkProduct(product);
 }
 

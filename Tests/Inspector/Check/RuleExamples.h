@@ -12,5 +12,5 @@ struct Example {
     std::vector<Edit> good; ///< empty for none
 };
 
-/// Of all rules but those of the source folder.
+/// Of all rules but those of the source folder and of product lines.
 std::vector<Example> allExamples();

@@ -133,6 +133,67 @@ std::vector<Example> identityExamples() {
          {{D, "build=\"1.0.0.100\"", "@@build=\"1.0.0.100-beta\""}},
          {{D, "1.0.0.100", "5.0.120101"}}},
         {"build-not-read-whole", {{D, "build=\"1.0.0.100\"", "@@build=\"1.0.0.100.2\""}}, {}},
+        {"build-out-of-range",
+         {{D, "build=\"1.0.0.100\"", "@@build=\"1.0.0.2147483648\""}},
+         {{D, "1.0.0.100", "1.0.0.2147483647"}}},
+        {"build-out-of-range",
+         {{D, "build=\"1.0.0.100\"", "@@build=\"1.0.202601312359\""}},
+         {{D, "1.0.0.100", "1.0.0.00000000000100"}}},
+        {"blank-at-end", {{D, "ID=\"ALPHA\"", "@@ID=\"ALPHA \""}}, {{D, "\"ALPHA\"", "\"ALPHA X\""}}},
+        {"blank-at-end", {{D, "name=\"Alpha\"", "@@name=\" Alpha\""}}, {}},
+        {"odd-blank",
+         {{D, "name=\"Alpha\"", "@@name=\"Alpha\xC2\xA0Two\""},
+          {T, contentPath, "<path @@value=\"/Users/Sha\xE2\x80\x8Bred\"/>"}},
+         {{D, "name=\"Alpha\"", "name=\"\xE3\x82\xA2\xE3\x80\x80Two \xE2\x80\x94 \xC3\xA9\""}}},
+        {"colon-in-name",
+         {{D, "name=\"Alpha\"", "@@name=\"Alpha: Two\""}, {D, grey, "<file @@fileName=\"a:b\"/>"}},
+         {{D, "name=\"Alpha\"", "name=\"Alpha - Two\""}}},
+        {"placeholder-in-name",
+         {{D, "name=\"Alpha\"", "@@name=\"Alpha %FAMILY%\""},
+          {D, grey, "<file @@fileName=\"%user%.look\"/><file @@fileName=\"%REGKEY:a::b%\"/>"}},
+         {{D, grey, "<file fileName=\"10% to 20% Grey.look\"/>"}}},
+        {"other-products-definition",
+         {{D, guide,
+           "<directory fileName=\"SKU\"><file @@fileName=\"COMMON.xml\"/></directory>" + std::string(guide)}},
+         {{D, guide,
+           "<directory fileName=\"SKU\"><file fileName=\"ALPHA.xml\"/></directory>" + std::string(guide)}}},
+        {"other-products-definition",
+         {{D, guide,
+           "<directory fileName=\"SKU\"><file @@fileName=\"common.xml\"/></directory>" + std::string(guide)}},
+         {{D, "\"ALPHA\"", "\"COMMON\""},
+          {D, guide,
+           "<directory fileName=\"SKU\"><file fileName=\"COMMON.xml\"/></directory>" + std::string(guide)}}},
+        {"common-application-manager",
+         {{D, "ID=\"ALPHA\"", "@@ID=\"COMMON\""},
+          {D, guide,
+           "<directory fileName=\"Common\"><file fileName=\"Manager.app\"/></directory>" +
+               std::string(guide)}},
+         {{D, "ID=\"ALPHA\"", "ID=\"COMMON\""},
+          {D, guide,
+           "<directory fileName=\"Common\"><directory fileName=\"ApplicationManager.app\"/></directory>" +
+               std::string(guide)}}},
+        {"common-application-manager",
+         {{D, "ID=\"ALPHA\"", "@@ID=\"COMMON\""}},
+         {{D, "ID=\"ALPHA\"", "ID=\"COMMON\""},
+          {D, guide, "<directory fileName=\"Common\"/>" + std::string(guide)}}},
+        {"common-status-folder",
+         {{D, "\"ALPHA\"", "\"COMMON\""}, {T, sharedPath, "<path @@value=\"/Library/Vorlane\"/>"}},
+         {{D, "\"ALPHA\"", "\"COMMON\""},
+          {T, sharedPath, "<path value=\"/Library/Application Support/Vorlane/\"/>"}}},
+        {"common-status-folder",
+         {{D, "\"ALPHA\"", "\"COMMON\""},
+          {T, "<item name=\"Looks\">",
+           "<item @@name=\"SKU\"><path value=\"/a\"/></item><item name=\"Looks\">"}},
+         {{T, sharedPath, "<path value=\"/Library/Vorlane\"/>"}}},
+        {"record-in-tree",
+         {{D, guide, "<file @@fileName=\"InstallationStatusFile.xml\"/>" + std::string(guide)}},
+         {{D, grey, "<file fileName=\"InstallationStatusFile.xml\"/>"}}},
+        {"record-in-tree",
+         {{D, paper,
+           "<directory fileName=\"Vorlane\"><file @@fileName=\"installationstatusfile.xml\"/></directory>"},
+          {T, contentPath, "<path value=\"/Library/Application Support\"/>"}},
+         {{D, paper,
+           "<directory fileName=\"Vorlane\"><file fileName=\"InstallationStatusFile.xml\"/></directory>"}}},
     };
 }
 
@@ -143,6 +204,72 @@ std::vector<Example> familyAndHostExamples() {
          {{D, "<plugins>", "<plugins><plugin name=\"p\"/>"}}},
         {"missing-attribute", {{D, grey, "<file @@fileName=\"\"/>"}}, {}},
         {"missing-attribute", {{D, "<featuresmask name=\"1FFFFFFFF\"/>", "@@<featuresmask/>"}}, {}},
+        {"host-family-unknown", {{D, "families=\"Glow\"", "@@families=\"Glow,Glow\""}}, {}},
+        {"host-not-in-tree",
+         {{D, "<hosts>", "<hosts><host @@name=\"OpenFX\"/>"}},
+         {{D, "<hosts>", "<hosts><host name=\"Edus\"/>"}}}, // unknown-host says it
+        {"host-not-in-tree",
+         {{D, "<host name=\"Edius\" families=\"Glow\" arch=\"x64\"",
+           "<host @@name=\"Edius\" families=\"Glow\" arch=\"x86;x64\""}},
+         {{D, "<hosts>", "<hosts><host name=\"\"/>"}}},
+        {"host-not-listed",
+         {{D, edius,
+           "<directory @@fileName=\"OpenFX\"><directory fileName=\"Glow\"/></directory>" +
+               std::string(edius)}},
+         {{D, edius,
+           "<directory fileName=\"OpenFX\"><directory fileName=\"Glow\"/></directory>" + std::string(edius)},
+          {D, "<host name=\"Edius\" families=\"Glow\" arch=\"x64\" compilerOptions=\"-O2\"/>", ""}}},
+        {"host-not-listed",
+         {{D, edius,
+           "<directory @@fileName=\"Edius32\"><directory fileName=\"Glow\"/></directory>" +
+               std::string(edius)}},
+         {{D, edius,
+           "<directory fileName=\"Edius32\"><directory fileName=\"Glow\"/></directory>" + std::string(edius)},
+          {D, "arch=\"x64\"", "arch=\"x86;x64\""}}},
+        {"family-not-in-tree",
+         {{D, "</families>",
+           "<family @@name=\"Ink\"><plugins><plugin name=\"p\"/></plugins></family></families>"}},
+         {{D, "</families>", "<family name=\"Ink\"/></families>"}}},
+        {"family-not-in-tree",
+         {{D, "</families>",
+           "<family @@name=\"glow\"><plugins><plugin name=\"p\"/></plugins></family></families>"}},
+         {{D, "<directory fileName=\"Hosts\">", "<directory>"}}},
+        {"host-family-not-in-tree",
+         {{D, "families=\"Glow\"", "@@families=\"Glow;Ink\""},
+          {D, "</families>",
+           "<family name=\"Ink\"><plugins><plugin name=\"p\"/></plugins></family></families>"}},
+         {{D, "families=\"Glow\"", ""},
+          {D, "</families>",
+           "<family name=\"Ink\"><plugins><plugin name=\"p\"/></plugins></family></families>"}}},
+        {"host-family-not-listed",
+         {{D, edius, std::string(edius) + "<directory @@fileName=\"Ink\"/>"},
+          {D, "</families>",
+           "<family name=\"Ink\"><plugins><plugin name=\"p\"/></plugins></family></families>"}},
+         {{D, edius, std::string(edius) + "<directory fileName=\"Ink\"/>"},
+          {D, "families=\"Glow\"", ""},
+          {D, "</families>",
+           "<family name=\"Ink\"><plugins><plugin name=\"p\"/></plugins></family></families>"}}},
+        {"plugin-in-two-families",
+         {{D, "</families>",
+           "<family name=\"Ink\"><plugins><plugin @@name=\"Glow One\"/></plugins></family></families>"}},
+         {{D, "<plugins>", "<plugins><plugin name=\"Glow One\"/>"}}},
+        {"arch-against-name",
+         {{D, "<directory fileName=\"Edius\">", "<directory fileName=\"Edius\" @@arch=\"x86\">"}},
+         {{D, "<directory fileName=\"Edius\">", "<directory fileName=\"Edius\" arch=\"x86;x64\">"}}},
+        {"arch-against-name",
+         {{D, edius,
+           "<directory fileName=\"Edius32\"><directory fileName=\"Glow\"><file fileName=\"a\" "
+           "@@arch=\"x64\"/></directory></directory>" +
+               std::string(edius)}},
+         {{D, edius,
+           "<directory fileName=\"Edius32\" arch=\"x86\"><directory fileName=\"Glow\"/></directory>" +
+               std::string(edius)}}},
+        {"arch-against-name",
+         {{D, "<hosts>", "<hosts><host @@name=\"Edius32\"/>"}},
+         {{D, "<hosts>", "<hosts><host name=\"Studio 32\"/>"},
+          {D, edius,
+           "<directory fileName=\"Studio 32\" arch=\"x64\"><directory fileName=\"Glow\"/></directory>" +
+               std::string(edius)}}},
         {"family-without-plugins",
          {{D, "<families>", "<families><family @@name=\"Ink\"/>"}},
          {{D, "<families>",
@@ -160,9 +287,14 @@ std::vector<Example> familyAndHostExamples() {
          {{D, "<host name=\"Edius\"", "<host name=\"Premiere Pro\""}}},
         {"unknown-host",
          {{D, edius,
-           "<directory @@fileName=\"Resolve\"><directory fileName=\"Glow\"/></directory>" +
+           "<directory @@fileName=\"Premier Pro\"><directory fileName=\"Glow\"/></directory>" +
                std::string(edius)}},
-         {{D, edius, "<directory fileName=\"Edius32\"/>" + std::string(edius)}}},
+         {{D, edius,
+           "<directory fileName=\"Edius32\"/><directory fileName=\"Resolve\"/>" + std::string(edius)}}},
+        {"unknown-host",
+         {{D, "<host name=\"Edius\"", "<host @@name=\"Edius X\""}},
+         {{D, "<hosts>", "<!-- inspector: host Edius X --><hosts>"},
+          {D, "<host name=\"Edius\"", "<host name=\"Edius X\""}}},
         {"unknown-host",
          {{T, "<item name=\"Hosts\">", "<item name=\"Hosts\"><item @@name=\"Premiere\"/>"}},
          {}},
@@ -205,6 +337,12 @@ std::vector<Example> nameExamples() {
          {{D, "</families>", "<family @@name=\"Glow\"/></families>"},
           {D, "<host name=\"Edius\"", "<host @@name=\"Edius\"/><host name=\"Edius\""}},
          {}},
+        {"look-alike-names",
+         {{D, grey, "<file fileName=\"caf\xC3\xA9\"/>\n<file @@fileName=\"cafe\xCC\x81\"/>"}},
+         {{D, grey, "<file fileName=\"caf\xC3\xA9\"/><file fileName=\"cafe\"/>"}}},
+        {"look-alike-names",
+         {{D, grey, "<file fileName=\"a b\"/><file @@fileName=\"a\xC2\xA0\x62\"/>"}},
+         {{D, grey, "<file fileName=\"a b\"/><file fileName=\"ab\"/>"}}},
         {"case-conflict",
          {{D, grey, "<file fileName=\"Grey.look\"/><file @@fileName=\"grey.look\"/>"}},
          {{D, paper, std::string(paper) + "<directory fileName=\"looks\"/>"}}},
@@ -249,6 +387,27 @@ std::vector<Example> treeExamples() {
            "<file fileName=\"Grey.look\"><shortCut name=\"guide.html\" dir=\"/Applications\"/></file>"},
           {D, "<shortCut name=\"Guide.html\"", "<shortCut @@name=\"Guide.html\""}},
          {{D, grey, "<file fileName=\"Grey.look\"><shortCut name=\"guide.html\"/></file>"}}},
+        {"shortcut-stays",
+         {{D, guide, "<file fileName=\"Guide.html\" dontdelete=\"1\">"},
+          {D, "<shortCut name", "<shortCut @@name"}},
+         {{D, grey, "<file fileName=\"Grey.look\" dontdelete=\"1\"/>"}}},
+        {"shortcut-stays",
+         {{D, "<directory fileName=\"VorlaneFX\">", "<directory fileName=\"VorlaneFX\" dontdelete=\"1\">"},
+          {D, guide, "<file fileName=\"Guide.html\" dontdelete=\"0\">"},
+          {D, "<shortCut name", "<shortCut @@name"}},
+         // Above the family no uninstall looks at the flag.
+         {{D, "<directory fileName=\"Edius\">", "<directory fileName=\"Edius\" dontdelete=\"1\">"},
+          {D, "<directory fileName=\"Glow\">",
+           "<directory fileName=\"Glow\" dontdelete=\"0\"><file fileName=\"a\"><shortCut name=\"a\" "
+           "dir=\"/Applications\"/></file>"}}},
+        {"shortcut-name-taken",
+         {{D, "<shortCut name=\"Guide.html\"", "<shortCut @@name=\"vorlane uninstallers\""}},
+         {{D, "<shortCut name=\"Guide.html\"", "<shortCut name=\"Vorlane Uninstallers.html\""}}},
+        {"dontdelete-undone",
+         {{D, "<directory fileName=\"Looks\">", "<directory fileName=\"Looks\" dontdelete=\"1\">"},
+          {D, grey, "<file fileName=\"Grey.look\" @@dontdelete=\"0\"/>"}},
+         {{D, "<directory fileName=\"Edius\">", "<directory fileName=\"Edius\" dontdelete=\"1\">"},
+          {D, "<directory fileName=\"Glow\">", "<directory fileName=\"Glow\" dontdelete=\"0\">"}}},
         {"no-shared-folder",
          {{D, "", "<product>@@<installFiles><directory fileName=\"Content\"/></installFiles></product>"}},
          {{D, "", "<product><installFiles><directory fileName=\"VorlaneFX\"/></installFiles></product>"}}},
@@ -324,6 +483,117 @@ std::vector<Example> conditionExamples() {
          {condition(
              "<condition type=\"FileExist\" value=\"/Applications/Edius.app/Contents/Info.plist\"/>")}},
         {"bundle-as-file", {condition("<condition @@type=\"FileNotExist\" value=\"/Applications/\"/>")}, {}},
+    };
+}
+
+/// Conditions that contradict themselves, or look at what the product installs.
+std::vector<Example> machineExamples() {
+    const std::string alone = "<condition @@type=\"PathNotExist\" value=\"/Applications/Edius.app\"/>";
+    const auto both = [](const std::string& type, const std::string& a, const std::string& b) {
+        return condition("<condition @@type=\"" + type + "\">" + a + b + "</condition>");
+    };
+    const auto is = [](const std::string& type, const std::string& value) {
+        return "<condition type=\"" + type + "\" value=\"" + value + "\"/>";
+    };
+    const auto marked = [](const std::string& type, const std::string& value) {
+        return "<condition @@type=\"" + type + "\" value=\"" + value + "\"/>";
+    };
+    const std::string app = "/Applications/Edius.app";
+    return {
+        {"condition-never-holds",
+         {both("And", is("PathExist", app), is("PathNotExist", app))},
+         {condition("<condition type=\"Or\">" + is("PathExist", app) + is("PathNotExist", app) +
+                    "</condition>")}},
+        {"condition-never-holds",
+         {both("And", is("PathNotExist", "/Library/OFX"), is("FileExist", "/Library/OFX/a"))},
+         {condition("<condition type=\"And\">" + is("PathExist", "/Library/OFX") +
+                    is("FileNotExist", "/Library/OFX/a") + "</condition>")}},
+        {"condition-never-holds",
+         {both("And", is("PathExist", app), is("FileExist", app))},
+         {condition("<condition type=\"And\">" + is("RegKeyExist", "%REGKEY:a::b%") +
+                    is("RegKeyNotExist", "%REGKEY:a::c%") + "</condition>")}},
+        // What other rules say is not said twice.
+        {"condition-never-holds",
+         {both("And", is("RegKeyExist", "%REGKEY:a::b%"), is("RegKeyNotExist", "%REGKEY:a::b%"))},
+         {condition("<condition type=\"Or\"/>")}},
+        {"registry-path-unguarded",
+         {{T, contentPath, markedPath("%REGKEY:Content::Folder%/Vorlane")}},
+         {{T, contentPath, path("%REGKEY:Content::Folder%")}}},
+        {"registry-path-unguarded",
+         {{T, contentPath,
+           "<path @@value=\"%REGKEY:Content::Folder%/Vorlane\">" +
+               is("RegKeyExist", "%REGKEY:Content::Other%") + "</path>"}},
+         {{T, contentPath,
+           "<path value=\"%REGKEY:Content::Folder%/Vorlane\">" +
+               is("PathExist", "%REGKEY:Content::Folder%/Vorlane") + "</path>"}}},
+        {"registry-path-unguarded",
+         {{T, contentPath,
+           "<path @@value=\"%REGKEY:Content::Folder%/Vorlane\"><condition type=\"Or\">" +
+               is("RegKeyExist", "%REGKEY:Content::Folder%") + is("PathExist", app) + "</condition></path>"}},
+         {{T, contentPath,
+           "<path value=\"%REGKEY:Content::Folder%/Vorlane\"><condition type=\"And\">" +
+               is("RegKeyExist", "%REGKEY:content::Folder%") + is("PathExist", app) +
+               "</condition></path>"}}},
+        // The target itself, a folder above it, and a file of the tree.
+        {"condition-on-own-target",
+         {{T, contentPath,
+           "<path value=\"/Users/Shared/Vorlane\">" + marked("PathNotExist", "/Users/Shared/Vorlane") +
+               "</path>"}},
+         {{T, contentPath,
+           "<path value=\"/Users/Shared/Paper\">" + is("PathExist", "/Users/Shared/Paper") + "</path>"}}},
+        {"condition-on-own-target",
+         {{T, contentPath,
+           "<path value=\"/Library/OFX/Plugins\">" + marked("PathNotExist", "/Library/OFX") + "</path>"}},
+         {{T, contentPath,
+           "<path value=\"/Library/OFX/Plugins\">" + is("PathExist", "/Library/OFX") +
+               "</path><path value=\"/Users/Shared\">" + is("PathNotExist", "/Library/OFX") + "</path>"}}},
+        {"condition-on-own-target",
+         {{T, contentPath,
+           "<path value=\"/Users/Shared/Vorlane\">" +
+               marked("FileNotExist", "/users/shared/vorlane/paper.txt") + "</path>"}},
+         {{T, contentPath,
+           "<path value=\"/Users/Shared/Vorlane\">" + is("FileNotExist", "/Users/Shared/Vorlane/no.txt") +
+               "</path>"}}},
+        {"condition-on-own-target",
+         {{T, contentPath,
+           "<path value=\"/a\">" + marked("PathExist", "/Library/Application Support/Vorlane") + "</path>"}},
+         {{T, contentPath,
+           "<path value=\"/a\">" + is("PathExist", "/Library/Application Support") + "</path>"}}},
+        {"condition-on-own-target",
+         {{T, contentPath,
+           "<path value=\"/a\">" +
+               marked("FileNotExist", "/Library/Application Support/Vorlane/InstallationStatusFile.xml") +
+               "</path>"}},
+         {{T, contentPath,
+           "<path value=\"/a\">" + is("FileNotExist", "/Library/InstallationStatusFile.xml") + "</path>"}}},
+        {"condition-on-own-target",
+         {{T, contentPath,
+           "<path value=\"/a\">" + marked("FileExist", "/Applications/Guide.html") + "</path>"}},
+         {}},
+        {"target-in-application",
+         {{T, contentPath, markedPath("/Applications/Edius.app/Contents/PlugIns")}},
+         {{T, contentPath, path("/Applications/Vorlane Player.app/Contents/Looks")}}},
+        {"unknown-ignore",
+         {{D, guide, "@@<!-- inspector: ignore flagvalue -->" + std::string(guide)}},
+         {{D, guide, "<!-- inspector says: ignore this -->" + std::string(guide)}}},
+        {"unknown-ignore", {{T, exists, "@@<!-- inspector: skip -->" + std::string(exists)}}, {}},
+        {"unused-ignore",
+         {{D, guide, "@@<!-- inspector: ignore flag-value -->" + std::string(guide)}},
+         {{D, guide,
+           "<!-- inspector: ignore flag-value --><file fileName=\"Guide.html\" dontdelete=\"yes\">"}}},
+        // It speaks for the element behind it alone.
+        {"unused-ignore",
+         {{D, "<directory fileName=\"Looks\">",
+           "@@<!-- inspector: ignore flag-value --><directory fileName=\"Looks\">"},
+          {D, grey, "<file fileName=\"Grey.look\" dontdelete=\"yes\"/>"}},
+         {}},
+        {"flag-value",
+         {{D, grey,
+           "<!-- inspector: ignore flag-value --><file fileName=\"a\"/><file fileName=\"b\" "
+           "@@dontdelete=\"yes\"/>"}},
+         {{D, grey,
+           "<!-- inspector: ignore shell-character flag-value --><!-- why --><file fileName=\"a\" "
+           "dontdelete=\"yes\"/>"}}},
     };
 }
 
@@ -406,6 +676,9 @@ std::vector<Example> itemExamples() {
 }
 
 std::vector<Example> crossExamples() {
+    const std::string openFX = "<directory fileName=\"OpenFX\"><directory fileName=\"Glow\"><file "
+                               "fileName=\"Glow.plugin\"/></directory></directory>";
+    const std::string openFXItem = "<item name=\"OpenFX\"><path value=\"/Library/Edius/%FAMILY%\">";
     const std::string secondFamily =
         "<family name=\"Ink\"><plugins><plugin name=\"p\"/></plugins></family></families>";
     return {
@@ -452,6 +725,32 @@ std::vector<Example> crossExamples() {
           {D, "<directory fileName=\"Glow\">", "<directory @@fileName=\"Glow\">"},
           {T, edPath, "<path value=\"/Library/Edius/Plug-ins\">"}},
          {{D, "<file fileName=\"Glow.plugin\" ignoreinstallerrors=\"1\"/>", ""}}},
+        // Two hosts, then two families, two branches, and a folder inside another.
+        {"targets-meet",
+         {{D, edius, openFX + edius},
+          {D, "<file fileName=\"Glow.plugin\" ignore", "<file @@fileName=\"Glow.plugin\" ignore"},
+          {T, "<item name=\"Edius\">", openFXItem + "</path></item><item name=\"Edius\">"}},
+         {{D, edius, openFX + edius},
+          {T, "<item name=\"Edius\">",
+           openFXItem +
+               "<condition type=\"PathNotExist\" value=\"/Applications/Edius.app\"/></path></item><item "
+               "name=\"Edius\">"}}},
+        {"targets-meet",
+         {{D, "</families>", secondFamily},
+          {D, edius,
+           std::string(edius) + "<directory fileName=\"Ink\"><file fileName=\"glow.plugin\"/></directory>"},
+          {D, "<file fileName=\"Glow.plugin\" ignore", "<file @@fileName=\"Glow.plugin\" ignore"},
+          {T, edPath, "<path value=\"/Library/Edius\">"}},
+         {{D, "</families>", secondFamily},
+          {D, edius,
+           std::string(edius) + "<directory fileName=\"Ink\"><file fileName=\"Ink.plugin\"/></directory>"},
+          {T, edPath, "<path value=\"/Library/Edius\">"}}},
+        {"targets-meet",
+         {{D, paper, "<file @@fileName=\"Guide.html\"/>"}, {T, contentPath, sharedPath}},
+         {{T, contentPath, sharedPath}}},
+        {"targets-meet",
+         {{D, paper, "<directory @@fileName=\"LOOKS\"/>"}, {T, contentPath, path("/Users/%USER%/Vorlane")}},
+         {{D, paper, "<directory fileName=\"Films\"/>"}, {T, contentPath, path("/Users/%USER%/Vorlane")}}},
         {"family-in-shared-path",
          {{D, "</families>", secondFamily}, {T, sharedPath, markedPath("/Vorlane/%FAMILY%")}},
          {{T, sharedPath, path("/Vorlane/%FAMILY%")}}},
@@ -479,7 +778,7 @@ std::vector<Example> allExamples() {
     std::vector<Example> all;
     for (const auto& group :
          {documentExamples(), identityExamples(), familyAndHostExamples(), nameExamples(), treeExamples(),
-          conditionExamples(), patternExamples(), itemExamples(), crossExamples()}) {
+          conditionExamples(), machineExamples(), patternExamples(), itemExamples(), crossExamples()}) {
         all.insert(all.end(), group.begin(), group.end());
     }
     return all;
@@ -529,9 +828,8 @@ TEST(RuleExamples, EveryRuleHasOneOfEachKind) {
         }
     }
     for (const Rule& rule : allRules()) {
-        const auto& source = sourceRules(); // SourceRulesTest.cpp has their examples
-        if (std::none_of(source.begin(), source.end(),
-                         [&](const Rule& other) { return std::string(other.name) == rule.name; })) {
+        // SourceRulesTest.cpp and ProductLineTest.cpp have the examples of the others.
+        if (rule.needs != Rule::Needs::Source && rule.needs != Rule::Needs::Line) {
             EXPECT_EQ(bad.count(rule.name), 1U) << rule.name;
             EXPECT_EQ(good.count(rule.name), 1U) << rule.name;
         }

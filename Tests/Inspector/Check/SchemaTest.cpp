@@ -164,13 +164,20 @@ TEST_F(SchemaTest, TheExamplesAreValid) {
     EXPECT_EQ(SchemaCheck::mistakes(targetsSchema, targets), "");
 }
 
-/// A schema that complains where "check" does not would be switched off in the editor.
+bool ignoresSomething(const std::vector<Edit>& edits) {
+    return std::any_of(edits.begin(), edits.end(), [](const Edit& edit) {
+        return edit.to.find("inspector: ignore") != std::string::npos;
+    });
+}
+
+/// A schema that complains where "check" does not would be switched off in the editor. It knows nothing of
+/// what is to be ignored.
 TEST_F(SchemaTest, WhatCheckFindsNothingInIsValid) {
     const TemporaryDirectory folder;
     std::vector<fs::path> definitions;
     std::vector<fs::path> targets;
     for (const Example& example : allExamples()) {
-        if (InspectedProduct(example.good).findings.empty()) {
+        if (InspectedProduct(example.good).findings.empty() && !ignoresSomething(example.good)) {
             const fs::path place = folder.path() / std::to_string(definitions.size());
             definitions.push_back(place / "sku.xml");
             FileTree::write(definitions.back(), without("@@", InspectedProduct::definition(example.good)));

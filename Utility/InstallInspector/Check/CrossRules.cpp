@@ -73,11 +73,12 @@ void forEachWalkedItem(const Product& product, Visitor visit) {
 
 /// The hosts of `names` that nothing knows, neither the engine nor `others`: each may be a slip for a known
 /// one, which is right however near another name is.
-std::vector<std::string> strangers(std::vector<std::string> names, const std::vector<std::string>& others) {
+std::vector<std::string> strangers(const Product& product, std::vector<std::string> names,
+                                   const std::vector<std::string>& others) {
     const std::set<std::string> known(others.begin(), others.end());
     names.erase(std::remove_if(names.begin(), names.end(),
                                [&](const std::string& name) {
-                                   return isKnownHost(toVLString(name)) || known.count(name) != 0;
+                                   return product.knowsHost(toVLString(name)) || known.count(name) != 0;
                                }),
                 names.end());
     return names;
@@ -86,16 +87,33 @@ std::vector<std::string> strangers(std::vector<std::string> names, const std::ve
 std::string adviseItemOf(const VLString& knownHost, const std::vector<std::string>& slips) {
     const auto slip = nearestName(toString(knownHost), slips);
     return "Write <item name=" + quotedText(knownHost) + "> " +
-           (slip.has_value() ? "in place of " + quotedText(toVLString(*slip))
-                             : "inside <item name=\"Hosts\">") +
-           ".";
+           (slip.has_value() ? "in place of " + quotedText(toVLString(*slip)) + "." +
+                                   remarkOnLook(knownHost, toVLString(*slip))
+                             : "inside <item name=\"Hosts\">.");
 }
 
-std::string adviseTreeOf(const VLString& knownHost, const std::vector<std::string>& slips) {
-    const auto slip = nearestName(toString(knownHost), slips);
-    return slip.has_value() ? "Write " + quotedText(knownHost) + " in the tree, in place of " +
-                                  quotedText(toVLString(*slip)) + "."
-                            : "Remove the item, or list the host in the tree.";
+/// Those of `names` that are not among `others`.
+std::vector<std::string> without(std::vector<std::string> names, const std::vector<std::string>& others) {
+    names.erase(std::remove_if(names.begin(), names.end(),
+                               [&](const std::string& name) {
+                                   return std::find(others.begin(), others.end(), name) != others.end();
+                               }),
+                names.end());
+    return names;
+}
+
+/// What to write where the item is a slip for one of the hosts `inTree`, which have none, or the reverse;
+/// empty where neither is.
+std::string adviseSlip(const Product& product, const TargetItem& item,
+                       const std::vector<std::string>& inTree) {
+    if (!product.knowsHost(item.name)) {
+        return adviseNearest(item.name, inTree, "");
+    }
+    const auto slip = nearestName(toString(item.name), strangers(product, inTree, {}));
+    return slip.has_value()
+               ? "Write " + quotedText(item.name) + " in the tree, in place of " +
+                     quotedText(toVLString(*slip)) + "." + remarkOnLook(item.name, toVLString(*slip))
+               : "";
 }
 
 void hostWithoutTarget(const Product& product, const Report& report) {
@@ -106,17 +124,18 @@ void hostWithoutTarget(const Product& product, const Report& report) {
     const TargetItem* item = product.topItem(Branch::hosts);
     const std::vector<std::string> items =
         item == nullptr ? std::vector<std::string>() : namesOf(item->items);
-    const std::vector<std::string> strangeItems = strangers(items, namesOf(hosts->children));
+    const std::vector<std::string> strangeItems = strangers(product, items, namesOf(hosts->children));
     for (const TreeNode* host : hosts->children) {
         const VLString& name = host->node->name;
         if (host->node->isDirectory && (item == nullptr || item->child(name) == nullptr)) {
             report(atNode(product, *host),
                    "the host " + quotedText(name) + " has no item inside Hosts of the targets",
                    "Nothing of the host is installed; the log has a warning.",
-                   isKnownHost(name) ? adviseItemOf(name, strangeItems)
-                                     : adviseNearest(name, items,
-                                                     "Write <item name=\"...\"> with the host's name inside "
-                                                     "<item name=\"Hosts\">."));
+                   product.knowsHost(name)
+                       ? adviseItemOf(name, strangeItems)
+                       : adviseNearest(name, items,
+                                       "Write <item name=\"...\"> with the host's name inside "
+                                       "<item name=\"Hosts\">."));
         }
     }
 }
@@ -127,17 +146,22 @@ void targetWithoutHost(const Product& product, const Report& report) {
     if (item == nullptr) {
         return;
     }
-    const std::vector<std::string> inTree =
-        hosts == nullptr ? std::vector<std::string>() : namesOf(hosts->children);
-    const std::vector<std::string> strangeHosts = strangers(inTree, namesOf(item->items));
+    const std::vector<std::string> inTree = hosts == nullptr
+                                                ? std::vector<std::string>()
+                                                : without(namesOf(hosts->children), namesOf(item->items));
     for (const TargetItem* host : item->items) {
-        if (hosts == nullptr || hosts->child(host->name) == nullptr) {
-            report(atItem(product, *host), "the tree has no host " + quotedText(host->name),
-                   "The product installs nothing there.",
-                   isKnownHost(host->name)
-                       ? adviseTreeOf(host->name, strangeHosts)
-                       : adviseNearest(host->name, inTree, "Remove the item, or list the host in the tree."));
+        if (hosts != nullptr && hosts->child(host->name) != nullptr) {
+            continue;
         }
+        // An item that other products of the line use does no harm.
+        const std::string slip = adviseSlip(product, *host, inTree);
+        report.as(slip.empty() ? Severity::Note : Severity::Warning)(
+            atItem(product, *host), "the tree has no host " + quotedText(host->name),
+            "The product installs nothing there.",
+            slip.empty()
+                ? "Remove the item, or list the host in the tree; of a file for several products, check "
+                  "all of them at once."
+                : slip);
     }
 }
 
@@ -154,7 +178,9 @@ void targetWithoutContent(const Product& product, const Report& report) {
     const TargetItem* item = product.topItem(Branch::content);
     if (item != nullptr && product.branch(Branch::content) == nullptr) {
         report(atItem(product, *item), "the tree has no Content", "The product installs nothing there.",
-               "Remove the item, or list the directory Content in the tree.");
+               "Remove the item, or list the directory Content in the tree; of a file for several products, "
+               "check "
+               "all of them at once.");
     }
 }
 
@@ -169,13 +195,17 @@ void itemWithoutFolder(const Product& product, const Report& report) {
         }
         for (const TargetItem* child : item.items) {
             if (!nodes.empty() && names.count(toString(child->name)) == 0) {
-                report(
+                const std::string slip = adviseNearest(
+                    child->name, without({names.begin(), names.end()}, namesOf(item.items)), "");
+                report.as(slip.empty() ? Severity::Note : Severity::Warning)(
                     atItem(product, *child),
                     "the tree has no directory " + quotedText(child->name) + " where this item belongs",
                     "Nothing is installed there: an item inside another takes the directory of its own name "
                     "away from the outer one.",
-                    adviseNearest(child->name, {names.begin(), names.end()},
-                                  "Write the name of a directory of the tree."));
+                    slip.empty()
+                        ? "Write the name of a directory of the tree, or remove the item; of a file for "
+                          "several products, check all of them at once."
+                        : slip);
             }
         }
     });
@@ -297,13 +327,13 @@ const std::vector<Rule>& crossRules() {
         {"host-without-target", Severity::Error, Needs::Both, "a host in the tree without target item",
          hostWithoutTarget},
         {"target-without-host", Severity::Warning, Needs::Both,
-         "a target item for a host that is not in the tree", targetWithoutHost},
+         "a target item for a host that is not in the tree", targetWithoutHost, true},
         {"content-without-target", Severity::Error, Needs::Both, "a Content branch without target item",
          contentWithoutTarget},
-        {"target-without-content", Severity::Warning, Needs::Both, "a target item Content without the branch",
-         targetWithoutContent},
+        {"target-without-content", Severity::Note, Needs::Both, "a target item Content without the branch",
+         targetWithoutContent, true},
         {"item-without-folder", Severity::Warning, Needs::Both,
-         "an item inside another that matches no directory of the tree", itemWithoutFolder},
+         "an item inside another that matches no directory of the tree", itemWithoutFolder, true},
         {"item-for-file", Severity::Error, Needs::Both, "an item that has the name of a file", itemForFile},
         {"item-without-path", Severity::Error, Needs::Both, "an item without a path for what it takes",
          itemWithoutPath},

@@ -2,10 +2,14 @@
 #include "Foundation/VLVersion.h"
 #include "Utility/InstallInspector/Check/NameRules.h"
 #include "Utility/InstallInspector/Check/Rules.h"
+#include "Utility/InstallInspector/Documents/LookAlike.h"
+#include "Utility/InstallInspector/Documents/Placeholders.h"
 #include "Utility/InstallInspector/Report/NearestName.h"
 
 #include <algorithm>
 #include <cctype>
+#include <cstdint>
+#include <limits>
 #include <set>
 
 namespace {
@@ -129,6 +133,25 @@ void buildNotReadWhole(const Product& product, const Report& report) {
     }
 }
 
+/// As sscanf reads it, which gives some number or other for one that is too large.
+void buildOutOfRange(const Product& product, const Report& report) {
+    const std::string build = toString(product.definition.skuInfo.build);
+    for (const VLString& part : StringLibrary::Split(toVLString(build), ".", true)) {
+        const std::string digits = toString(part).substr(0, toString(part).find_first_not_of("0123456789"));
+        const std::size_t first = std::min(digits.find_first_not_of('0'), digits.size());
+        const std::string number = digits.substr(first);
+        const std::string largest = std::to_string(std::numeric_limits<std::int32_t>::max());
+        if (number.size() > largest.size() || (number.size() == largest.size() && number > largest)) {
+            report(atIdentity(product, "build"),
+                   quotedText(toVLString(number)) + " in the build is above " + largest,
+                   "The engine reads another number in its place, which may be below that of an older build: "
+                   "files are not replaced, or older ones replace them.",
+                   "Write numbers up to " + largest + ", such as a date as 20260131.");
+            return;
+        }
+    }
+}
+
 // Families and hosts
 
 /// What a family, host and so on without its name comes to.
@@ -221,6 +244,33 @@ void unknownFamily(const Product& product, const Report& report) {
     }
 }
 
+/// `list` with ";" for whatever parts it, where that makes known names of all its parts; empty otherwise.
+std::string withSemicolons(const VLString& list, const std::vector<std::string>& known) {
+    for (const char* separator : {";", ",", "/", "|", "+", " "}) {
+        std::string joinedParts;
+        bool bKnown = true;
+        for (const VLString& part : StringLibrary::Split(list, separator, true)) {
+            const std::string text = toString(part);
+            const std::size_t begin = text.find_first_not_of(" \t");
+            const std::string name = begin == std::string::npos
+                                         ? ""
+                                         : text.substr(begin, text.find_last_not_of(" \t") + 1 - begin);
+            bKnown = bKnown && std::find(known.begin(), known.end(), name) != known.end();
+            joinedParts += (joinedParts.empty() ? "" : ";") + name;
+        }
+        if (bKnown && !joinedParts.empty()) {
+            return joinedParts;
+        }
+    }
+    return "";
+}
+
+std::string adviseList(const char* attribute, const VLString& list, const std::vector<std::string>& known,
+                       const std::string& otherwise) {
+    const std::string mended = withSemicolons(list, known);
+    return mended.empty() ? otherwise : "Write " + shownAttribute(attribute, toVLString(mended)) + ".";
+}
+
 void hostFamilyUnknown(const Product& product, const Report& report) {
     const auto& known = product.definition.pluginsByFamily;
     std::vector<std::string> names;
@@ -228,27 +278,36 @@ void hostFamilyUnknown(const Product& product, const Report& report) {
         names.push_back(toString(name));
     }
     product.definitionFile.forEach({Kind::Host}, [&](const Entry& entry) {
-        for (const VLString& family :
-             StringLibrary::Split(attributeOf(*entry.element, "families"), ";", true)) {
+        const VLString list = attributeOf(*entry.element, "families");
+        for (const VLString& family : StringLibrary::Split(list, ";", true)) {
             if (known.count(family) == 0) {
-                report(at(product, *entry.element, "families"),
-                       "the host serves a family " + quotedText(family) + " that the product does not have",
-                       "Nothing of that name is found when it is asked which families the host has; blanks "
-                       "around \";\" count as part of a name.",
-                       adviseNearest(family, names, "List the family in <families>, with a plug-in."));
+                report(
+                    at(product, *entry.element, "families"),
+                    "the host serves a family " + quotedText(family) + " that the product does not have",
+                    "Nothing of that name is found when it is asked which families the host has; names are "
+                    "parted by \";\" alone, and blanks around it count as part of a name.",
+                    adviseList(
+                        "families", list, names,
+                        adviseNearest(family, names, "List the family in <families>, with a plug-in.")));
             }
         }
     });
 }
 
+/// The engine installs for any name: only one that is nearly a known one is likely to be a slip.
 void unknownHost(const Product& product, const Report& report) {
-    const char* const consequence =
-        "The engine knows no application of this name: what it says to the customer "
-        "calls it just that, and target items of another name do not match it.";
+    std::vector<std::string> known = hostNames();
+    for (const VLString& host : product.ownHosts) {
+        known.push_back(toString(host));
+    }
     std::set<VLString> reported;
     const auto check = [&](const Location& where, const VLString& name) {
-        if (name.IsSet() && !isKnownHost(name) && reported.insert(name).second) {
-            report(where, "unknown host " + quotedText(name), consequence, adviseOneOf(name, hostNames()));
+        const std::string advice = product.knowsHost(name) ? "" : adviseNearest(name, known, "");
+        if (!advice.empty() && reported.insert(name).second) {
+            report(where, "unknown host " + quotedText(name),
+                   "The engine knows no application of this name: what it says to the customer calls it just "
+                   "that, and target items of another name do not match it.",
+                   advice + " If it is another host, name it with --host.");
         }
     };
     product.definitionFile.forEach({Kind::Host}, [&](const Entry& entry) {
@@ -270,14 +329,15 @@ void unknownHost(const Product& product, const Report& report) {
 
 void archValue(const Product& product, const Report& report) {
     product.definitionFile.forEach({Kind::Host, Kind::Directory, Kind::File}, [&](const Entry& entry) {
-        for (const VLString& part : StringLibrary::Split(attributeOf(*entry.element, "arch"), ";", true)) {
+        const VLString list = attributeOf(*entry.element, "arch");
+        for (const VLString& part : StringLibrary::Split(list, ";", true)) {
             if (!part.EqualsIgnoreCase("x86") && !part.EqualsIgnoreCase("x64")) {
                 report(
                     at(product, *entry.element, "arch"), "unknown processor " + quotedText(part) + " in arch",
                     entry.kind == Kind::Host ? "The host has no variant for it; one with no other processor "
                                                "has no variant at all."
                                              : "It counts as 64-bit.",
-                    "Write \"x86\", \"x64\" or \"x86;x64\".");
+                    adviseList("arch", list, {"x86", "x64"}, "Write \"x86\", \"x64\" or \"x86;x64\"."));
             }
         }
     });
@@ -389,14 +449,43 @@ void nameTooLong(const Product& product, const Report& report) {
     });
 }
 
-void blankAtEnd(const Product& product, const Report& report) {
-    forEachPathName(product, [&](const Entry& entry, const char* attribute, const VLString& name) {
-        if (hasBlankAtEnd(name)) {
-            report(at(product, *entry.element, attribute),
-                   "a blank at the beginning or end of " + quotedText(name),
-                   "It belongs to the name: nothing matches that is written without it.",
-                   "Write it without the blank, unless the file's name has it.");
+bool hasKnownPlaceholder(const VLString& name) {
+    using Placeholder = Pattern::Placeholder;
+    const auto placeholders = placeholdersIn(name, false);
+    return name.HasOf(name.IndexOfIgnoreCase("%FAMILY%", 0)) ||
+           std::any_of(placeholders.begin(), placeholders.end(), [](const Placeholder& placeholder) {
+               return placeholder.kind != Placeholder::Kind::Unknown;
+           });
+}
+
+void placeholderInName(const Product& product, const Report& report) {
+    const auto check = [&](const Location& where, const VLString& name) {
+        if (hasKnownPlaceholder(name)) {
+            report(where, "a placeholder in the name " + quotedText(name),
+                   "Placeholders are filled in in target paths only: this is the name as it stands, with "
+                   "percent "
+                   "signs, in the source and on the customer's disk.",
+                   "Write the name itself, or put what differs into the target path.");
         }
+    };
+    forEachPathName(product, [&](const Entry& entry, const char* attribute, const VLString& name) {
+        check(at(product, *entry.element, attribute), name);
+    });
+    check(atIdentity(product, "name"), product.definition.skuInfo.name);
+}
+
+void colonInName(const Product& product, const Report& report) {
+    const auto check = [&](const Location& where, const VLString& name, const std::string& what) {
+        if (name.HasOf(name.IndexOf(":", 0))) {
+            report(where, "a colon in " + what + " " + quotedText(name),
+                   "The Finder shows a colon in a file's name as \"/\", and lets nobody type one.",
+                   "Write the name without \":\".");
+        }
+    };
+    check(atIdentity(product, "name"), product.definition.skuInfo.name,
+          "the product's name, after which the uninstaller is named,");
+    forEachPathName(product, [&](const Entry& entry, const char* attribute, const VLString& name) {
+        check(at(product, *entry.element, attribute), name, "the name");
     });
 }
 
@@ -462,6 +551,28 @@ void caseConflict(const Product& product, const Report& report) {
                 "To most disks of customers they are one file, which each copy and each removal takes from "
                 "the other, while the record counts two.",
                 "Keep one spelling, or give one another name.");
+        }
+    }
+}
+
+void lookAlikeNames(const Product& product, const Report& report) {
+    for (const TreeNode& parent : product.tree) {
+        std::map<VLString, const TreeNode*> seen;
+        for (const TreeNode* child : parent.children) {
+            const auto [found, bNew] = seen.emplace(appearanceOf(child->node->name), child);
+            if (bNew) {
+                continue;
+            }
+            const bool bLater = comesBefore(*found->second->element, *child->element);
+            const TreeNode* first = bLater ? found->second : child;
+            const TreeNode* second = bLater ? child : found->second;
+            report(at(product, *second->element, "fileName"),
+                   quotedText(second->node->name) + " and that of " + lineOf(*first->element) +
+                       " look the same and are two names: " +
+                       hiddenDifference(second->node->name, first->node->name),
+                   "Nobody can tell them apart, and to some disks they are one file, while the record counts "
+                   "two.",
+                   "Keep one spelling, or give one another name.");
         }
     }
 }
@@ -610,6 +721,63 @@ void duplicateShortCut(const Product& product, const Report& report) {
     }
 }
 
+/// Whether an uninstall walks through the node: not through the root, Hosts and the folders of hosts.
+bool isWalked(const TreeNode& node) {
+    const TreeNode* top = &node;
+    int depth = 0;
+    for (; top->parent != nullptr && top->parent->parent != nullptr; top = top->parent) {
+        ++depth;
+    }
+    return node.parent != nullptr && (depth > 1 || top->node->name != Branch::hosts);
+}
+
+/// Whether an uninstall leaves the node: for its own flag, or for that of a directory around it.
+bool isKept(const TreeNode& node) {
+    return isWalked(node) && (node.node->dontDelete || isKept(*node.parent));
+}
+
+void shortCutStays(const Product& product, const Report& report) {
+    for (const TreeNode& node : product.tree) {
+        if (node.node->IsShortCutInfoValid() && isKept(node)) {
+            report(at(product, *node.element->FirstChildElement("shortCut"), "name"),
+                   "a shortcut of a file that is \"dontdelete\"",
+                   "An uninstall leaves the file, and with it the shortcut: the customer keeps it in "
+                   "/Applications "
+                   "for good.",
+                   "Give the shortcut to a file that is removed, or take \"dontdelete\" off this one.");
+        }
+    }
+}
+
+void shortCutNameTaken(const Product& product, const Report& report) {
+    product.definitionFile.forEach({Kind::ShortCut}, [&](const Entry& entry) {
+        const VLString name = attributeOf(*entry.element, "name");
+        for (const char* taken : {"Vorlane Uninstallers", "Vorlane Application Manager.app"}) {
+            if (name.EqualsIgnoreCase(taken)) {
+                report(
+                    at(product, *entry.element, "name"),
+                    "the shortcut has the name of " + quotedText(VLString("/Applications/") + taken) +
+                        ", which the engine itself makes",
+                    "The one takes the place of the other, or the link is made inside that folder, where no "
+                    "uninstall looks for it.",
+                    "Give the shortcut another name.");
+            }
+        }
+    });
+}
+
+void dontDeleteUndone(const Product& product, const Report& report) {
+    for (const TreeNode& node : product.tree) {
+        const VLString value = attributeOf(*node.element, "dontdelete");
+        if (node.parent != nullptr && value == "0" && isKept(*node.parent)) {
+            report(at(product, *node.element, "dontdelete"),
+                   "dontdelete=\"0\" inside a directory that is \"dontdelete\"",
+                   "An uninstall leaves such a directory with everything below it, this too.",
+                   "Take the flag off the directory, and give it to what is to stay.");
+        }
+    }
+}
+
 void noSharedFolder(const Product& product, const Report& report) {
     // With a source folder, missing-in-source and the look below know better.
     const TreeNode* shared = product.branch(Branch::shared);
@@ -641,6 +809,8 @@ const std::vector<Rule>& definitionRules() {
          buildNotComparable},
         {"build-not-read-whole", Severity::Warning, Needs::Definition,
          "a build that is more than four numbers", buildNotReadWhole},
+        {"build-out-of-range", Severity::Error, Needs::Definition, "a build number beyond 32 bits",
+         buildOutOfRange},
         {"missing-attribute", Severity::Error, Needs::Definition, "an element without its name",
          missingAttribute},
         {"family-without-plugins", Severity::Warning, Needs::Definition, "a family that lists no plug-in",
@@ -663,12 +833,16 @@ const std::vector<Rule>& definitionRules() {
         {"name-is-path", Severity::Error, Needs::Definition, "a name with a slash, or of dots", nameIsPath},
         {"name-too-long", Severity::Error, Needs::Definition, "a name that no file system takes",
          nameTooLong},
-        {"blank-at-end", Severity::Warning, Needs::Definition, "a name that begins or ends with a blank",
-         blankAtEnd},
+        {"placeholder-in-name", Severity::Error, Needs::Definition,
+         "a placeholder in a name, where nothing fills it in", placeholderInName},
+        {"colon-in-name", Severity::Warning, Needs::Definition, "a colon, which users see as a slash",
+         colonInName},
         {"duplicate-name", Severity::Error, Needs::Definition, "names that replace each other",
          duplicateName},
         {"case-conflict", Severity::Warning, Needs::Definition, "names that differ only in case",
          caseConflict},
+        {"look-alike-names", Severity::Warning, Needs::Definition, "names that differ and look the same",
+         lookAlikeNames},
         {"flag-value", Severity::Error, Needs::Definition, "a flag that is neither \"0\" nor \"1\"",
          flagValue},
         {"nothing-to-install", Severity::Error, Needs::Definition, "an empty tree", nothingToInstall},
@@ -682,6 +856,12 @@ const std::vector<Rule>& definitionRules() {
          shortCutDirIgnored},
         {"duplicate-shortcut", Severity::Warning, Needs::Definition, "two shortcuts of one name",
          duplicateShortCut},
+        {"shortcut-stays", Severity::Error, Needs::Definition, "a shortcut that no uninstall removes",
+         shortCutStays},
+        {"shortcut-name-taken", Severity::Error, Needs::Definition,
+         "a shortcut with the name of what the engine makes", shortCutNameTaken},
+        {"dontdelete-undone", Severity::Warning, Needs::Definition,
+         "a dontdelete that is to be taken back below a directory that has it", dontDeleteUndone},
         {"no-shared-folder", Severity::Warning, Needs::Definition, "a tree without VorlaneFX",
          noSharedFolder},
     };

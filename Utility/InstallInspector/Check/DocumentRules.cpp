@@ -1,6 +1,8 @@
 // Mistakes of either XML file as such.
 #include "Platform/Utf8.h"
+#include "Utility/InstallInspector/Check/NameRules.h"
 #include "Utility/InstallInspector/Check/Rules.h"
+#include "Utility/InstallInspector/Documents/LookAlike.h"
 #include "Utility/InstallInspector/Report/NearestName.h"
 #include "Utility/InstallInspector/Report/Output.h"
 
@@ -98,6 +100,46 @@ void notUtf8(const Product& product, const Report& report) {
                            "encoding=\"UTF-8\"?>; without that, a reference such as &#233; gives one byte.");
                 }
             }
+        }
+    });
+}
+
+// Values
+
+/// Calls `visit` with each attribute that names something: a file, a product, a path.
+template <class Visitor>
+void forEachNamingAttribute(const Product& product, Visitor visit) {
+    forEachDocument(product, [&](const LocatedDocument& document) {
+        for (const auto& entry : document.entries()) {
+            for (const char* name : {"ID", "name", "fileName", "value"}) {
+                const TiXmlAttribute* attribute = findAttribute(*entry.element, name);
+                if (attribute != nullptr) {
+                    visit(document.at(*attribute), VLString(attribute->Value()));
+                }
+            }
+        }
+    });
+}
+
+void blankAtEnd(const Product& product, const Report& report) {
+    forEachNamingAttribute(product, [&](const Location& where, const VLString& value) {
+        if (hasBlankAtEnd(value)) {
+            report(where, "a blank at the beginning or end of " + quotedText(value),
+                   "It belongs to the name: nothing matches that is written without it.",
+                   "Write it without the blank, unless the file's name has it.");
+        }
+    });
+}
+
+void oddBlank(const Product& product, const Report& report) {
+    forEachNamingAttribute(product, [&](const Location& where, const VLString& value) {
+        const std::string code = oddBlankIn(value);
+        if (!code.empty()) {
+            report(where, quotedText(value) + " has the character " + code,
+                   "It looks like a blank, or like nothing, and is another character: a name that looks the "
+                   "same "
+                   "does not match.",
+                   "Write a blank, or nothing, in its place, unless the file's name has it.");
         }
     });
 }
@@ -258,6 +300,10 @@ const std::vector<Rule>& documentRules() {
         {"hidden-element", Severity::Error, Needs::Nothing,
          "an element whose place a comment or text of its name takes", hiddenElement},
         {"stray-text", Severity::Warning, Needs::Nothing, "text between elements", strayText},
+        {"blank-at-end", Severity::Warning, Needs::Nothing,
+         "an ID, name or path that begins or ends with a blank", blankAtEnd},
+        {"odd-blank", Severity::Warning, Needs::Nothing,
+         "a blank that is none, or a character that nobody sees", oddBlank},
     };
     return rules;
 }

@@ -1,5 +1,6 @@
 #include "Utility/InstallInspector/Check/NameRules.h"
 
+#include "Utility/InstallInspector/Documents/LookAlike.h"
 #include "Utility/InstallInspector/Report/NearestName.h"
 
 #include <algorithm>
@@ -79,8 +80,17 @@ bool hasBlankAtEnd(const VLString& text) {
     return text.IsSet() && (isBlank(text[0]) || isBlank(text[text.Size() - 1]));
 }
 
+std::string remarkOnLook(const VLString& written, const VLString& other) {
+    return lookAlike(written, other)
+               ? " The two look the same: of this one and that, " + hiddenDifference(written, other) + "."
+               : "";
+}
+
 std::string adviseNearest(const VLString& text, const std::vector<std::string>& candidates,
                           const std::string& fallback) {
+    if (const auto twin = lookAlikeAmong(text, candidates)) {
+        return "Write " + quotedText(toVLString(*twin)) + "." + remarkOnLook(text, toVLString(*twin));
+    }
     const auto nearest = nearestName(toString(text), candidates);
     return nearest.has_value() ? "Write \"" + *nearest + "\"." : fallback;
 }

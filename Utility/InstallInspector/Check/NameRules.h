@@ -25,6 +25,9 @@ std::string attributeText(const char* name, const VLString& text);
 
 bool hasBlankAtEnd(const VLString& text);
 
+/// A sentence, behind a blank, on two names that differ and look the same; empty for any others.
+std::string remarkOnLook(const VLString& written, const VLString& other);
+
 /// "Write X." for the nearest of `candidates`, otherwise `fallback`.
 std::string adviseNearest(const VLString& text, const std::vector<std::string>& candidates,
                           const std::string& fallback);

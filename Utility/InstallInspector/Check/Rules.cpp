@@ -1,5 +1,11 @@
 #include "Utility/InstallInspector/Check/Rules.h"
 
+#include "Utility/InstallInspector/Check/Suppressions.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <map>
+#include <tuple>
 #include <utility>
 
 namespace {
@@ -18,34 +24,98 @@ bool canBeAsked(const Rule& rule, const Product& product) {
         return bDefinition && bTargets;
     case Rule::Needs::Source:
         return bDefinition && !product.source.empty();
+    case Rule::Needs::Line:
+        break;
     }
     return false;
 }
 
+bool hasFile(const Product& product, const Location& where) {
+    if (where.document != Location::Document::Source) {
+        return where.file == product.targetsFile.path();
+    }
+    const auto relative = std::filesystem::path(where.file).lexically_relative(product.source);
+    return !product.source.empty() && !relative.empty() && *relative.begin() != "..";
+}
+
+/// What the products of a line find by one rule. A file that they share is told of once.
+std::vector<Finding> merged(const Rule& rule, const ProductLine& line,
+                            const std::vector<std::vector<Finding>>& ofProducts) {
+    std::vector<Finding> findings;
+    std::map<std::tuple<std::string, int, int, std::string>, std::size_t> counts;
+    for (const auto& list : ofProducts) {
+        for (const Finding& finding : list) {
+            const Location& where = finding.where;
+            const std::string message = rule.bOnlyIfAll ? "" : finding.message;
+            const std::size_t count = ++counts[{where.file, where.line, where.column, message}];
+            const auto sharers =
+                std::count_if(line.products.begin(), line.products.end(),
+                              [&](const Product* product) { return hasFile(*product, where); });
+            if (count == (rule.bOnlyIfAll ? static_cast<std::size_t>(sharers) : 1)) {
+                findings.push_back(finding);
+            }
+        }
+    }
+    return findings;
+}
+
+std::vector<Finding> findingsOf(const Rule& rule, const ProductLine& line) {
+    std::vector<std::vector<Finding>> ofProducts;
+    for (const Product* product : line.products) {
+        ofProducts.emplace_back();
+        if (rule.check != nullptr && canBeAsked(rule, *product)) {
+            rule.check(*product, Report(rule, ofProducts.back()));
+        }
+    }
+    if (line.products.size() == 1) {
+        return ofProducts.front();
+    }
+    std::vector<Finding> findings = merged(rule, line, ofProducts);
+    if (rule.checkLine != nullptr) {
+        rule.checkLine(line, Report(rule, findings));
+    }
+    return findings;
+}
+
 } // namespace
+
+Report::Report(const Rule& reportedRule, std::vector<Finding>& list)
+    : rule(reportedRule), findings(list), severity(reportedRule.severity) {}
 
 void Report::operator()(const Location& where, std::string message, std::string consequence,
                         std::string advice) const {
     findings.push_back(
-        {where, rule.name, rule.severity, std::move(message), std::move(consequence), std::move(advice)});
+        {where, rule.name, severity, std::move(message), std::move(consequence), std::move(advice)});
+}
+
+Report Report::as(Severity lowered) const {
+    Report report = *this;
+    report.severity = lowered;
+    return report;
 }
 
 std::vector<Rule> allRules() {
     std::vector<Rule> rules;
     for (const auto* group :
-         {&documentRules(), &definitionRules(), &targetsRules(), &crossRules(), &sourceRules()}) {
+         {&documentRules(), &definitionRules(), &hostRules(), &sharedPackageRules(), &targetsRules(),
+          &conditionRules(), &crossRules(), &meetingRules(), &sourceRules(), &sourceContentRules(),
+          &productLineRules(), &suppressionRules()}) {
         rules.insert(rules.end(), group->begin(), group->end());
     }
     return rules;
 }
 
-std::vector<Finding> checkProduct(const Product& product) {
+std::vector<Finding> checkLine(const ProductLine& line) {
     std::vector<Finding> findings;
     for (const Rule& rule : allRules()) {
-        if (canBeAsked(rule, product)) {
-            rule.check(product, Report(rule, findings));
-        }
+        const auto found = findingsOf(rule, line);
+        findings.insert(findings.end(), found.begin(), found.end());
     }
+    leaveOutIgnored(line, findings);
     sortFindings(findings);
     return findings;
+}
+
+std::vector<Finding> checkProduct(const Product& product) {
+    return checkLine({{&product}, {}});
 }

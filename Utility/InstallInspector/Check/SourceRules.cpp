@@ -1,7 +1,10 @@
 // Differences between the definition's tree and the source folder.
+#include "Utility/InstallInspector/Check/NameRules.h"
 #include "Utility/InstallInspector/Check/Rules.h"
+#include "Utility/InstallInspector/Documents/LookAlike.h"
 #include "Utility/InstallInspector/Report/NearestName.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <map>
 #include <set>
@@ -48,13 +51,18 @@ void forEachFolder(const Product& product, Visitor visit) {
     }
 }
 
-/// The names of a folder by their lower case.
-std::map<VLString, std::string> byLowerCase(const std::set<std::string>& names) {
-    std::map<VLString, std::string> lower;
+/// What most disks do not tell apart.
+VLString folded(const VLString& name) {
+    return appearanceOf(name).ToLower();
+}
+
+/// The names of a folder by what they are to most disks.
+std::map<VLString, std::string> byFoldedName(const std::set<std::string>& names) {
+    std::map<VLString, std::string> result;
     for (const std::string& name : names) {
-        lower.emplace(toVLString(name).ToLower(), name);
+        result.emplace(folded(toVLString(name)), name);
     }
-    return lower;
+    return result;
 }
 
 bool isThere(const fs::path& path, bool bDirectory) {
@@ -85,14 +93,15 @@ std::string adviseMissing(const TreeNode& node, const fs::path& folder,
 void missingInSource(const Product& product, const Report& report) {
     forEachFolder(product, [&](const TreeNode& node, const fs::path& folder) {
         const std::set<std::string> names = namesIn(folder);
-        const auto lower = byLowerCase(names);
+        const auto byFolded = byFoldedName(names);
         const std::vector<std::string> others = unlisted(node, names);
         for (const TreeNode* child : node.children) {
             const std::string name = toString(child->node->name);
             const fs::path path = folder / name;
-            const auto other = names.count(name) != 0 ? lower.end() : lower.find(child->node->name.ToLower());
-            // On a disk that does not tell case apart the name is found, but not on every disk.
-            const bool bOtherCase = other != lower.end();
+            const auto other =
+                names.count(name) != 0 ? byFolded.end() : byFolded.find(folded(child->node->name));
+            // On a disk that does not tell the two apart the name is found, but not on every disk.
+            const bool bOtherCase = other != byFolded.end();
             if (isThere(path, child->node->isDirectory) && !bOtherCase) {
                 continue;
             }
@@ -104,10 +113,21 @@ void missingInSource(const Product& product, const Report& report) {
                    "The install stops at the first such name, before it has copied anything.",
                    bWrongKind ? "List it as what it is, or put the right thing there."
                    : bOtherCase
-                       ? "Write " + quotedText(toVLString(other->second)) + ", as the source spells it."
+                       ? "Write " + quotedText(toVLString(other->second)) + ", as the source spells it." +
+                             remarkOnLook(child->node->name, toVLString(other->second))
                        : adviseMissing(*child, folder, others));
         }
     });
+}
+
+/// What the Finder, archives and version control leave in folders, and what speaks to those who build the
+/// package: nobody means to install it.
+bool isForOthers(const std::string& name) {
+    const std::vector<std::string> names = {".DS_Store", ".git",      ".gitignore", ".gitattributes",
+                                            ".gitkeep",  ".keep",     ".svn",       ".hg",
+                                            "__MACOSX",  "Thumbs.db", "desktop.ini"};
+    return std::find(names.begin(), names.end(), name) != names.end() || name.compare(0, 2, "._") == 0 ||
+           fs::path(toString(toVLString(name).ToLower())).stem() == "readme";
 }
 
 void notListed(const Product& product, const Report& report) {
@@ -117,8 +137,7 @@ void notListed(const Product& product, const Report& report) {
             return;
         }
         for (const std::string& name : namesIn(folder)) {
-            // What the Finder leaves in every folder is nobody's mistake.
-            if (name == ".DS_Store" || node.child(toVLString(name)) != nullptr) {
+            if (isForOthers(name) || node.child(toVLString(name)) != nullptr) {
                 continue;
             }
             report({Location::Document::Source, (folder / name).string(), 0, 0},
@@ -149,7 +168,7 @@ const std::vector<Rule>& sourceRules() {
         {"missing-in-source", Severity::Error, Needs::Source,
          "a name of the tree that the source does not have", missingInSource},
         {"not-listed", Severity::Warning, Needs::Source, "something in the source that no entry covers",
-         notListed},
+         notListed, true},
         {"no-shared-source", Severity::Error, Needs::Source, "neither tree nor source has VorlaneFX",
          noSharedSource},
     };

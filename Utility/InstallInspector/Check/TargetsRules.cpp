@@ -347,6 +347,31 @@ void controlCharacterInPath(const Product& product, const Report& report) {
     });
 }
 
+/// The component of the path that is an application of another maker; empty without one.
+std::string foreignApplication(const VLString& path) {
+    for (const VLString& part : StringLibrary::Split(path, "/", true)) {
+        if (part.ToLower().EndsWith(".app") && !part.HasOf(part.IndexOfIgnoreCase("vorlane", 0))) {
+            return toString(part);
+        }
+    }
+    return "";
+}
+
+void targetInApplication(const Product& product, const Report& report) {
+    product.targetsFile.forEach({Kind::Path}, [&](const Entry& entry) {
+        const VLString value = attributeOf(*entry.element, "value");
+        const std::string application = foreignApplication(value);
+        if (!application.empty()) {
+            report(
+                at(product, *entry.element, "value"),
+                "a target inside the application " + quotedText(toVLString(application)),
+                "What is added breaks the signature of another maker's application, which may not start any "
+                "more; macOS may refuse the copy, and an update of the application takes the files away.",
+                "Choose the folder outside it that the application looks in for plug-ins.");
+        }
+    });
+}
+
 // Items
 
 void duplicateItem(const Product& product, const Report& report) {
@@ -508,6 +533,8 @@ const std::vector<Rule>& targetsRules() {
          "a target folder with a character that the shell interprets", shellCharacterInPath},
         {"control-character-in-path", Severity::Error, Needs::Targets,
          "a path with a line break or another control character", controlCharacterInPath},
+        {"target-in-application", Severity::Warning, Needs::Targets,
+         "a target folder inside another maker's application", targetInApplication},
         {"duplicate-item", Severity::Error, Needs::Targets, "items that replace each other", duplicateItem},
         {"item-case-conflict", Severity::Warning, Needs::Targets, "items that differ only in case",
          itemCaseConflict},

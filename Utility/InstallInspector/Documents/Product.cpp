@@ -111,3 +111,9 @@ const Product::TreeNode* Product::branch(const char* name) const {
 const Product::TargetItem* Product::topItem(const char* name) const {
     return targetItems.empty() ? nullptr : targetItems.front().child(name);
 }
+
+bool Product::knowsHost(const VLString& name) const {
+    return isKnownHost(name) || std::any_of(ownHosts.begin(), ownHosts.end(), [&](const VLString& host) {
+               return name == host || name == host + "32";
+           });
+}

@@ -6,6 +6,7 @@
 #include "Utility/InstallUtility/SKUDefinition.h"
 
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -36,7 +37,8 @@ struct Product {
     LocatedDocument definitionFile;
     LocatedDocument targetsFile; ///< empty unless bTargets
     bool bTargets = false;
-    std::string source; ///< empty if there is none
+    std::string source;          ///< empty if there is none
+    std::set<VLString> ownHosts; ///< hosts that the engine does not know and that are right
 
     SKUDefinition definition;
     std::map<VLString, InstallUtility::InstallItem> items;
@@ -61,6 +63,8 @@ struct Product {
     /// there is none. `name` is usually one of Branch.
     const TreeNode* branch(const char* name) const;
     const TargetItem* topItem(const char* name) const;
+    /// Whether it is the name of a host that the engine or the author knows, or of its 32-bit variant.
+    bool knowsHost(const VLString& name) const;
 
 private:
     void addTree(std::size_t index, TiXmlElement& element);

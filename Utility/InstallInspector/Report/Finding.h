@@ -5,8 +5,9 @@
 #include <string>
 #include <vector>
 
-/// An error does harm in any case. A warning may be intended.
-enum class Severity { Error, Warning };
+/// An error does harm in any case. A warning may be intended. A note does no harm and does not count for the
+/// exit status.
+enum class Severity { Error, Warning, Note };
 
 struct Location {
     /// Findings are sorted in this order.

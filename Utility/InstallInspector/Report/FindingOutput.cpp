@@ -19,18 +19,23 @@ std::string describe(const Location& where) {
     return text;
 }
 
+Colour colourOf(Severity severity) {
+    return severity == Severity::Error     ? Colour::Red
+           : severity == Severity::Warning ? Colour::Yellow
+                                           : Colour::Bold;
+}
+
 std::string describe(const Finding& finding, const Painter& painter) {
-    const bool bError = finding.severity == Severity::Error;
     return painter.paint(Colour::Bold, describe(finding.where) + ":") + " " +
-           painter.paint(bError ? Colour::Red : Colour::Yellow, std::string(nameOf(finding.severity)) + ":") +
-           " " + finding.message + " " + painter.paint(Colour::Dim, "[" + finding.rule + "]") + "\n    " +
+           painter.paint(colourOf(finding.severity), std::string(nameOf(finding.severity)) + ":") + " " +
+           finding.message + " " + painter.paint(Colour::Dim, "[" + finding.rule + "]") + "\n    " +
            finding.consequence + "\n    " + finding.advice + "\n";
 }
 
 } // namespace
 
 const char* nameOf(Severity severity) {
-    return severity == Severity::Error ? "error" : "warning";
+    return severity == Severity::Error ? "error" : severity == Severity::Warning ? "warning" : "note";
 }
 
 std::string printed(const std::vector<Finding>& findings, const Painter& painter) {
@@ -38,13 +43,16 @@ std::string printed(const std::vector<Finding>& findings, const Painter& painter
     for (const Finding& finding : findings) {
         text += describe(finding, painter);
     }
+    const std::size_t notes = countOf(findings, Severity::Note);
     return text + "\n" + counted(countOf(findings, Severity::Error), "error", "errors") + ", " +
-           counted(countOf(findings, Severity::Warning), "warning", "warnings") + "\n";
+           counted(countOf(findings, Severity::Warning), "warning", "warnings") +
+           (notes == 0 ? "" : ", " + counted(notes, "note", "notes")) + "\n";
 }
 
 void writeFindings(JsonWriter& json, const std::vector<Finding>& findings) {
     json.number("errors", static_cast<long>(countOf(findings, Severity::Error)));
     json.number("warnings", static_cast<long>(countOf(findings, Severity::Warning)));
+    json.number("notes", static_cast<long>(countOf(findings, Severity::Note)));
     json.beginArray("findings");
     for (const Finding& finding : findings) {
         json.beginObject();

@@ -12,5 +12,5 @@ const char* nameOf(Severity severity);
 /// Each finding in three lines, and below them how many there are. There has to be one.
 std::string printed(const std::vector<Finding>& findings, const Painter& painter);
 
-/// Writes the members "errors", "warnings" and "findings".
+/// Writes the members "errors", "warnings", "notes" and "findings".
 void writeFindings(JsonWriter& json, const std::vector<Finding>& findings);

@@ -1,0 +1,178 @@
+// Parts of the tree that meet in one place on disk.
+#include "Utility/InstallInspector/Check/ConditionLogic.h"
+#include "Utility/InstallInspector/Check/Rules.h"
+#include "Utility/InstallInspector/Check/TargetFolders.h"
+#include "Utility/InstallInspector/Report/Output.h"
+
+#include <algorithm>
+#include <map>
+#include <utility>
+
+namespace {
+
+using TreeNode = Product::TreeNode;
+
+/// Two nodes that go to one path.
+struct Meeting {
+    const TreeNode* first;
+    const TreeNode* second;
+    std::string path;
+};
+
+/// Of two target folders with the same path, or the second of which lies inside the first.
+class Pair {
+public:
+    Pair(const TargetFolder& outer, const TargetFolder& inner) : first(outer), second(inner) {
+        compare(*first.node, second.compared.substr(first.compared.size()), first.folder);
+    }
+
+    const std::vector<Meeting>& meetings() const { return list; }
+
+private:
+    const TargetFolder& first;
+    const TargetFolder& second;
+    std::vector<Meeting> list;
+
+    static std::string nameOf(const TreeNode& node) { return comparedPath(toString(node.node->name)); }
+
+    /// Whether copy and removal take the node as one piece.
+    static bool isWhole(const TreeNode& node) { return node.children.empty(); }
+
+    void add(const TreeNode& a, const TreeNode& b, const std::string& path) {
+        // A path of the tree that several products list is one file on purpose.
+        if (a.path != b.path) {
+            list.push_back({&a, &b, path});
+        }
+    }
+
+    /// `node` lies at `path`; `rest` leads from there to the second folder.
+    void compare(const TreeNode& node, const std::string& rest, const std::string& path) {
+        if (rest.empty()) {
+            merge(node, *second.node, path);
+            return;
+        }
+        if (isWhole(node)) {
+            add(node, *second.node, second.folder);
+            return;
+        }
+        const std::size_t end = std::min(rest.find('/', 1), rest.size());
+        for (const TreeNode* child : first.children(node)) {
+            if (nameOf(*child) == rest.substr(1, end - 1)) {
+                compare(*child, rest.substr(end), path + "/" + toString(child->node->name));
+            }
+        }
+    }
+
+    /// Both lie at `path`.
+    void merge(const TreeNode& a, const TreeNode& b, const std::string& path) {
+        if (&a == &b) {
+            return;
+        }
+        if (isWhole(a) || isWhole(b)) {
+            add(a, b, path);
+            return;
+        }
+        std::map<std::string, const TreeNode*> names;
+        for (const TreeNode* child : first.children(a)) {
+            names.emplace(nameOf(*child), child);
+        }
+        for (const TreeNode* child : second.children(b)) {
+            const auto same = names.find(nameOf(*child));
+            if (same != names.end()) {
+                merge(*same->second, *child, path + "/" + toString(child->node->name));
+            }
+        }
+    }
+};
+
+/// Calls `visit` with each two folders of which the second lies at the first or inside it.
+template <class Visitor>
+void forEachPair(const std::vector<TargetFolder>& targets, Visitor visit) {
+    std::map<std::string, std::vector<const TargetFolder*>> byFolder;
+    for (const TargetFolder& target : targets) {
+        byFolder[target.compared].push_back(&target);
+    }
+    for (const auto& [folder, here] : byFolder) {
+        for (std::size_t i = 0; i < here.size(); ++i) {
+            for (std::size_t j = i + 1; j < here.size(); ++j) {
+                visit(*here[i], *here[j]);
+            }
+        }
+        for (std::size_t end = folder.rfind('/'); end != std::string::npos && end > 0;
+             end = folder.rfind('/', end - 1)) {
+            const auto above = byFolder.find(folder.substr(0, end));
+            for (std::size_t i = 0; above != byFolder.end() && i < above->second.size(); ++i) {
+                for (const TargetFolder* inner : here) {
+                    visit(*above->second[i], *inner);
+                }
+            }
+        }
+    }
+}
+
+void tell(const TargetFolder& outer, const TargetFolder& inner, const std::vector<Meeting>& meetings,
+          const Report& report) {
+    const Meeting& meeting = meetings.front();
+    const bool bOneFile = outer.product == inner.product;
+    // Of two products the one that was named last; both folders are of one list.
+    const bool bSwap =
+        bOneFile ? comesBefore(*meeting.second->element, *meeting.first->element) : &outer > &inner;
+    const Product& product = bSwap ? *outer.product : *inner.product;
+    const TreeNode* later = bSwap ? meeting.first : meeting.second;
+    const TreeNode* other = bSwap ? meeting.second : meeting.first;
+    const std::size_t more = meetings.size() - 1;
+    const std::string otherFile =
+        bOneFile ? "" : " of " + printable((bSwap ? inner : outer).product->definitionFile.path());
+    const bool bInside = later->children.empty() && other->node->isDirectory && other->children.empty();
+    report(
+        product.definitionFile.at(*later->element, "fileName"),
+        quotedText(later->path) + " and " + quotedText(other->path) + " in " + lineOf(*other->element) +
+            otherFile + " meet in " + quotedText(toVLString(meeting.path)) +
+            (more == 0 ? "" : ", and so do " + counted(more, "other", "others")),
+        bInside || (other->node->isDirectory && other->children.empty())
+            ? "A folder that is copied whole is removed whole, with what the other has put there; and each "
+              "counts by itself."
+            : "Whichever is copied last replaces the other, and each counts by itself: an uninstall that "
+              "brings one count to 0 removes the file, though the other is still in use.",
+        "Give each a target folder of its own, for families with %FAMILY%, or list it once.");
+}
+
+void tellMeetings(const std::vector<TargetFolder>& targets, bool bAcross, const Report& report) {
+    std::map<std::pair<const TreeNode*, const TreeNode*>, bool> told;
+    forEachPair(targets, [&](const TargetFolder& outer, const TargetFolder& inner) {
+        if ((outer.product != inner.product) != bAcross) {
+            return;
+        }
+        const Pair pair(outer, inner);
+        if (!pair.meetings().empty() &&
+            ConditionLogic::canHoldTogether(outer.path->condition, inner.path->condition) &&
+            told.emplace(std::pair(pair.meetings().front().first, pair.meetings().front().second), true)
+                .second) {
+            tell(outer, inner, pair.meetings(), report);
+        }
+    });
+}
+
+void targetsMeet(const Product& product, const Report& report) {
+    tellMeetings(targetFoldersOf(product), false, report);
+}
+
+void targetsOfProductsMeet(const ProductLine& line, const Report& report) {
+    std::vector<TargetFolder> targets;
+    for (const Product* product : line.products) {
+        const auto own = targetFoldersOf(*product);
+        targets.insert(targets.end(), own.begin(), own.end());
+    }
+    tellMeetings(targets, true, report);
+}
+
+} // namespace
+
+const std::vector<Rule>& meetingRules() {
+    using Needs = Rule::Needs;
+    static const std::vector<Rule> rules = {
+        {"targets-meet", Severity::Error, Needs::Both, "parts of the tree that meet in one place on disk",
+         targetsMeet, false, targetsOfProductsMeet},
+    };
+    return rules;
+}
