@@ -23,6 +23,7 @@ void addRepeated(CLI::App& command, const char* name, std::vector<std::string>& 
     command.add_option(name, values, description)
         ->type_name(type)
         ->expected(1)
+        ->allow_extra_args(false) // what follows the one value is no other
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
 }
 

@@ -14,6 +14,7 @@
 
 #include <fcntl.h>
 #include <fstream>
+#include <set>
 #include <sstream>
 #include <tuple>
 #include <unistd.h>
@@ -214,12 +215,181 @@ TEST_F(CheckCommand, CannotRunWithoutAFile) {
     EXPECT_EQ(source.standardError, "InstallInspector: sku.xml is not an existing folder\n");
 }
 
+TEST_F(CheckCommand, AFileIsKnownByWhatIsInIt) {
+    writeProduct({wrongFlag});
+    const auto swapped = run({"check", "target_path.xml", "sku.xml"});
+    EXPECT_EQ(swapped.standardOutput, run({"check", "sku.xml", "target_path.xml"}).standardOutput);
+    EXPECT_EQ(swapped.standardError,
+              "InstallInspector: target_path.xml holds the target paths; InstallUtility takes "
+              "them behind the definition\n");
+    EXPECT_EQ(run({"check", "sku.xml", "target_path.xml"}).standardError, "");
+
+    const auto alone = run({"check", "target_path.xml"});
+    EXPECT_EQ(alone.exitStatus, 2);
+    EXPECT_EQ(alone.standardError,
+              "InstallInspector: target_path.xml holds target paths; name the definition "
+              "(sku.xml) of a product that uses them, too\n");
+    write("record.xml", "<install><products/></install>");
+    const auto record = run({"check", "sku.xml", "record.xml"});
+    EXPECT_EQ(record.exitStatus, 2);
+    EXPECT_NE(record.standardError.find("record.xml is a record of what is installed"), std::string::npos);
+}
+
+/// Also when it is damaged, since that is what is to be told.
+TEST_F(CheckCommand, AMisspeltRootLeavesAFileWhatItIs) {
+    writeProduct({{Edit::Definition, "<product>", "<!-- <root> --><prodct>"}});
+    write("target_path.xml", "<Root><item name=\"VorlaneFX\"/></Root>");
+    const auto result = run({"check", "target_path.xml", "sku.xml"});
+    EXPECT_NE(result.standardOutput.find(": error: not well-formed: <prodct> of line 2 is not closed"), std::string::npos)
+        << result.standardOutput;
+    EXPECT_NE(result.standardOutput.find("target_path.xml:1:1: error: no element <root>"), std::string::npos)
+        << result.standardOutput;
+    // What tells nothing counts by its place.
+    write("sku.xml", "");
+    write("target_path.xml", "");
+    const auto empty = run({"check", "sku.xml", "target_path.xml"});
+    EXPECT_NE(empty.standardOutput.find("sku.xml:1:1: error: not well-formed: the file is empty"),
+              std::string::npos);
+    EXPECT_NE(empty.standardOutput.find("target_path.xml:1:1: error: not well-formed"), std::string::npos);
+}
+
+TEST_F(CheckCommand, SeveralDefinitionsTakeOneFileOfTargetsOrOneEach) {
+    writeProduct({wrongType});
+    write("other.xml", InspectedProduct::definition({{Edit::Definition, "\"ALPHA\"", "\"BETA\""}}));
+    write("right.xml", InspectedProduct::targets());
+    const auto all = run({"check", "sku.xml", "other.xml", "target_path.xml"});
+    EXPECT_NE(all.standardOutput.find(
+                  "other.xml:3:18: error: the uninstaller \"Uninstall Alpha.app\" is also that of "
+                  "sku.xml, line 3 [same-uninstaller]"),
+              std::string::npos)
+        << all.standardOutput;
+    EXPECT_NE(all.standardOutput.find("\n2 errors, 0 warnings\n"), std::string::npos);
+    const auto each = run({"check", "--json", "sku.xml", "other.xml", "target_path.xml", "right.xml"});
+    const auto document = nlohmann::json::parse(each.standardOutput);
+    EXPECT_EQ(document["products"],
+              nlohmann::json({{{"definition", "sku.xml"}, {"targets", "target_path.xml"}},
+                              {{"definition", "other.xml"}, {"targets", "right.xml"}}}));
+    const auto none = run({"check", "sku.xml", "other.xml", "sku.xml", "target_path.xml", "right.xml"});
+    EXPECT_EQ(none.exitStatus, 2);
+    EXPECT_EQ(none.standardError, "InstallInspector: 3 definitions, 2 target-paths files and 0 sources: give "
+                                  "one file of target paths, and "
+                                  "one source, for all or one for each definition\n");
+}
+
+TEST_F(CheckCommand, ARuleIsIgnoredByOption) {
+    writeProduct({wrongFlag, wrongHost});
+    const auto flags = run({"check", "sku.xml", "--ignore", "flag-value"});
+    EXPECT_EQ(flags.standardOutput.find("flag-value"), std::string::npos);
+    EXPECT_NE(flags.standardOutput.find("unknown-host"), std::string::npos);
+    EXPECT_EQ(run({"check", "--ignore", "flag-value", "--ignore", "unknown-host", "sku.xml"}).standardOutput,
+              "No mistakes found.\n");
+}
+
+TEST_F(CheckCommand, AnIgnoredRuleThatIsNoneIsTold) {
+    writeProduct();
+    const auto none = run({"check", "sku.xml", "--ignore", "flag-valu"});
+    EXPECT_EQ(none.standardOutput,
+              "--ignore flag-valu: warning: no rule is called \"flag-valu\" [unknown-ignore]\n"
+              "    Nothing is ignored.\n"
+              "    Write \"flag-value\".\n\n0 errors, 1 warning\n");
+    EXPECT_EQ(none.exitStatus, 1);
+    // One list may serve many products.
+    const auto unused = run({"check", "sku.xml", "--ignore", "flag-value"});
+    EXPECT_NE(unused.standardOutput.find("[unused-ignore]"), std::string::npos);
+    EXPECT_NE(unused.standardOutput.find("\n0 errors, 0 warnings, 1 note\n"), std::string::npos);
+    EXPECT_EQ(unused.exitStatus, 0);
+    EXPECT_EQ(run({"check", "sku.xml", "--ignore", "flag-value", "--ignore", "unused-ignore"}).standardOutput,
+              "No mistakes found.\n");
+}
+
+TEST_F(CheckCommand, FailsOnWhatItIsToldTo) {
+    const Edit unused = {Edit::Targets, "<item name=\"Hosts\">",
+                         "<item name=\"Hosts\"><item name=\"OpenFX\"/>"};
+    const auto status = [&](const std::vector<Edit>& edits, const std::vector<std::string>& options) {
+        writeProduct(edits);
+        std::vector<std::string> arguments = {"check", "sku.xml", "target_path.xml"};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        return run(arguments).exitStatus;
+    };
+    EXPECT_EQ(status({wrongFlag}, {"--fail-on", "error"}), 1);
+    EXPECT_EQ(status({wrongHost}, {"--fail-on", "error"}), 0);
+    EXPECT_EQ(status({wrongHost}, {"--fail-on", "warning"}), 1);
+    EXPECT_EQ(status({unused}, {}), 0);
+    EXPECT_EQ(status({unused}, {"--fail-on", "note"}), 1);
+    EXPECT_EQ(status({}, {"--fail-on", "note"}), 0);
+    EXPECT_EQ(status({}, {"--fail-on", "nothing"}), 2);
+}
+
+TEST_F(CheckCommand, AHostOfOnesOwnIsKnown) {
+    const std::vector<Edit> edits = {{Edit::Definition, "<host name=\"Edius\"", "<host name=\"Edius X\""},
+                                     {Edit::Definition, "fileName=\"Edius\"", "fileName=\"Edius X\""},
+                                     {Edit::Targets, "<item name=\"Edius\">", "<item name=\"Edius X\">"}};
+    writeProduct(edits);
+    EXPECT_EQ(run({"check", "sku.xml", "target_path.xml"}).exitStatus, 1);
+    EXPECT_EQ(run({"check", "sku.xml", "target_path.xml", "--host", "Edius X"}).standardOutput,
+              "No mistakes found.\n");
+    // A name that is near no known one needs no word.
+    writeProduct({{Edit::Definition, "<host name=\"Edius\"", "<host name=\"Resolve\""},
+                  {Edit::Definition, "fileName=\"Edius\"", "fileName=\"Resolve\""},
+                  {Edit::Targets, "<item name=\"Edius\">", "<item name=\"Resolve\">"}});
+    EXPECT_EQ(run({"check", "sku.xml", "target_path.xml"}).standardOutput, "No mistakes found.\n");
+}
+
+TEST_F(CheckCommand, JsonCarriesTheVerdict) {
+    const auto verdict = [&](const std::vector<Edit>& edits, std::vector<std::string> arguments) {
+        writeProduct(edits);
+        arguments.insert(arguments.begin(), {"check", "--json"});
+        return nlohmann::json::parse(run(arguments).standardOutput)["verdict"];
+    };
+    EXPECT_EQ(verdict({}, {"sku.xml", "target_path.xml"}), "safe");
+    EXPECT_EQ(verdict({wrongFlag}, {"sku.xml"}), "harm");
+    EXPECT_EQ(verdict({wrongHost}, {"sku.xml"}), "cannot tell");
+    EXPECT_EQ(verdict({wrongHost}, {"sku.xml", "--ignore", "unknown-host"}), "safe");
+    EXPECT_EQ(verdict({}, {"nothing.xml"}), "cannot tell");
+}
+
+/// Docs/inspector.md describes each member in a table, and none that is not there.
+TEST_F(CheckCommand, TheDocumentDescribesTheJson) {
+    writeProduct({wrongFlag});
+    std::filesystem::create_directories(folder.path() / "files");
+    const auto whole = nlohmann::json::parse(
+        run({"check", "--json", "sku.xml", "target_path.xml", "--source", "files"}).standardOutput);
+    const auto failed = nlohmann::json::parse(run({"check", "--json", "nothing.xml"}).standardOutput);
+    std::set<std::string> members;
+    const auto add = [&](const std::string& before, const nlohmann::json& object) {
+        for (const auto& [name, value] : object.items()) {
+            members.insert(before + name);
+        }
+    };
+    add("", whole);
+    add("", failed);
+    add("products[].", whole["products"][0]);
+    for (const auto& finding : whole["findings"]) {
+        add("findings[].", finding);
+    }
+    std::set<std::string> described;
+    std::istringstream lines(FileTree::read(PROJECT_FOLDER "/Docs/inspector.md"));
+    bool bCheck = false;
+    for (std::string line; std::getline(lines, line);) {
+        bCheck = line.rfind("## ", 0) == 0 ? line == "## check" : bCheck;
+        if (bCheck && line.rfind("| `", 0) == 0) {
+            std::istringstream names(line.substr(2, line.find('|', 2) - 2));
+            for (std::string name; names >> name;) {
+                const std::size_t end = name.rfind('`');
+                described.insert(name.substr(1, end - 1));
+            }
+        }
+    }
+    EXPECT_EQ(described, members);
+}
+
 TEST_F(CheckCommand, BadUsageGoesToStandardError) {
     for (const std::vector<std::string>& arguments : {std::vector<std::string>{},
                                                       {"check"},
                                                       {"chek", "sku.xml"},
                                                       {"check", "--jsn", "a"},
-                                                      {"check", "a", "b", "c"}}) {
+                                                      {"check", "a", "b", "c"},
+                                                      {"check", "a", "--ignore"}}) {
         const auto result = run(arguments);
         EXPECT_EQ(result.exitStatus, 2);
         EXPECT_EQ(result.standardOutput, "");
