@@ -240,7 +240,8 @@ TEST_F(CheckCommand, AMisspeltRootLeavesAFileWhatItIs) {
     writeProduct({{Edit::Definition, "<product>", "<!-- <root> --><prodct>"}});
     write("target_path.xml", "<Root><item name=\"VorlaneFX\"/></Root>");
     const auto result = run({"check", "target_path.xml", "sku.xml"});
-    EXPECT_NE(result.standardOutput.find(": error: not well-formed: <prodct> of line 2 is not closed"), std::string::npos)
+    EXPECT_NE(result.standardOutput.find(": error: not well-formed: <prodct> of line 2 is not closed"),
+              std::string::npos)
         << result.standardOutput;
     EXPECT_NE(result.standardOutput.find("target_path.xml:1:1: error: no element <root>"), std::string::npos)
         << result.standardOutput;

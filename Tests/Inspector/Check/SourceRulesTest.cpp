@@ -103,11 +103,37 @@ TEST_F(SourceRules, ADirectoryMayNotBeAFile) {
 }
 
 TEST_F(SourceRules, ALinkIsWhatItLeadsTo) {
-    std::filesystem::rename(source() / "Content/Paper.txt", folder.path() / "Paper.txt");
-    std::filesystem::create_symlink("../../Paper.txt", source() / "Content/Paper.txt");
+    const auto paper = source() / "Content/Paper.txt";
+    std::filesystem::remove(paper);
+    std::filesystem::create_symlink("../VorlaneFX/Guide.html", paper);
     EXPECT_THAT(check(), IsEmpty());
-    std::filesystem::remove(folder.path() / "Paper.txt");
+    std::filesystem::remove(paper);
+    std::filesystem::create_symlink("../VorlaneFX/Gone.html", paper);
     EXPECT_THAT(check(), ElementsAre("missing-in-source 32"));
+}
+
+/// Here it leads to a file, and on a customer's machine nowhere.
+TEST_F(SourceRules, ALinkOutOfTheSourceIsReported) {
+    const auto paper = source() / "Content/Paper.txt";
+    std::filesystem::rename(paper, folder.path() / "Paper.txt");
+    std::filesystem::create_symlink("../../Paper.txt", paper);
+    EXPECT_THAT(check(), ElementsAre("link-leads-out 32"));
+    std::filesystem::remove(paper);
+    std::filesystem::create_symlink(folder.path() / "Paper.txt", paper);
+    EXPECT_THAT(check(), ElementsAre("absolute-link 32"));
+    restore();
+    std::filesystem::rename(source() / "VorlaneFX/Looks", folder.path() / "Looks");
+    std::filesystem::create_directory_symlink(folder.path() / "Looks", source() / "VorlaneFX/Looks");
+    EXPECT_THAT(check(), ElementsAre("absolute-link 24"));
+}
+
+TEST_F(SourceRules, AnotherDefinitionInAFolderTakenWholeIsReported) {
+    const Edit whole = {Edit::Definition, "<file fileName=\"Guide.html\">",
+                        "<directory fileName=\"SKU\"/><file fileName=\"Guide.html\">"};
+    FileTree::write(source() / "VorlaneFX/SKU/ALPHA.xml", "x");
+    EXPECT_THAT(check({whole}), IsEmpty());
+    FileTree::write(source() / "VorlaneFX/SKU/COMMON.xml", "x");
+    EXPECT_THAT(check({whole}), ElementsAre("other-products-definition 27"));
 }
 
 TEST_F(SourceRules, WhatNoEntryCoversIsReportedOnce) {

@@ -177,6 +177,12 @@ bool changesWith(const Machines& machines, const Condition& condition, const Mak
         false);
 }
 
+/// Whether the condition holds nowhere without the fact.
+bool needs(const Machines& machines, const Condition& condition, std::size_t fact) {
+    return !machines.any(
+        [&](const Machine& machine) { return !machine[fact] && machines.holds(condition, machine); }, true);
+}
+
 Change changeBy(const Condition& condition, const Making& making) {
     Change change;
     const Machines machines({&condition, &making.when});
@@ -187,7 +193,8 @@ Change changeBy(const Condition& condition, const Making& making) {
             continue;
         }
         change.bEnds = changesWith(machines, condition, making, i, true);
-        const bool bBegins = isOwn(made, fact) && changesWith(machines, condition, making, i, false);
+        const bool bBegins = isOwn(made, fact) && (needs(machines, condition, i) ||
+                                                   changesWith(machines, condition, making, i, false));
         if (change.bEnds || (bBegins && !change.bBegins)) {
             change.what = fact.what;
         }
@@ -244,8 +251,40 @@ void tell(const Product& product, const TargetFolder& looking, const Change& cha
     }
 }
 
+/// The part of a condition that asks for the uninstaller, or the folder around it; null without one.
+const Condition* uninstallerIn(const Condition& condition) {
+    const std::string folder = comparedPath("/Applications/Vorlane Uninstallers");
+    const std::string what = comparedPath(toString(condition.value));
+    const bool bRegistry =
+        condition.type == Condition::RegKeyExist || condition.type == Condition::RegKeyNotExist;
+    if (!bRegistry && (what == folder || what.compare(0, folder.size() + 1, folder + "/") == 0)) {
+        return &condition;
+    }
+    for (const Condition& operand : condition.conditions) {
+        if (const Condition* found = uninstallerIn(operand)) {
+            return found;
+        }
+    }
+    return nullptr;
+}
+
+void conditionOnUninstaller(const Product& product, const Report& report) {
+    for (const GuardedPath& path : guardedPaths(product)) {
+        if (const Condition* found = uninstallerIn(path.condition)) {
+            report.as(Severity::Warning)(
+                product.targetsFile.at(*path.element->FirstChildElement("condition"), "type"),
+                "this condition asks for " + quotedText(found->value) + ", which the install itself makes",
+                "The uninstaller of a product is not there at its first install, there at the next, and gone "
+                "before "
+                "an uninstall asks: what lies in the folder may be left behind, or not be replaced.",
+                "Test what belongs to the machine, such as the host's application.");
+        }
+    }
+}
+
 void conditionOnOwnTarget(const Product& product, const Report& report) {
     constexpr std::size_t mostTargets = 2000; // beyond it each would be held against each for minutes
+    conditionOnUninstaller(product, report);
     const auto targets = targetFoldersOf(product);
     if (targets.size() > mostTargets) {
         return;

@@ -55,6 +55,20 @@ void forEachListedHost(const Product& product, Visitor visit) {
     });
 }
 
+/// Whether arch-value speaks of the host, or of the one of which it is the variant: its folders are not
+/// known.
+bool hasUnclearProcessors(const Product& product, const VLString& folder) {
+    bool bUnclear = false;
+    product.definitionFile.forEach({Kind::Host}, [&](const Entry& entry) {
+        const VLString name = attributeOf(*entry.element, "name");
+        for (const VLString& part : StringLibrary::Split(attributeOf(*entry.element, "arch"), ";", true)) {
+            const bool bKnown = part.EqualsIgnoreCase("x86") || part.EqualsIgnoreCase("x64");
+            bUnclear = bUnclear || (!bKnown && (folder == name || folder == name + "32"));
+        }
+    });
+    return bUnclear;
+}
+
 /// The folders of hosts in the tree.
 std::vector<const TreeNode*> hostFolders(const Product& product) {
     std::vector<const TreeNode*> folders;
@@ -127,7 +141,7 @@ void hostNotListed(const Product& product, const Report& report) {
         const VLString& name = host->node->name;
         // A name of the list that is nearly this one is told of there.
         if (std::find(listed.begin(), listed.end(), toString(name)) == listed.end() &&
-            !nearestName(toString(name), withoutFolder).has_value()) {
+            !nearestName(toString(name), withoutFolder).has_value() && !hasUnclearProcessors(product, name)) {
             const bool bVariant = endsWith32(name) && std::find(listed.begin(), listed.end(),
                                                                 toString(without32(name))) != listed.end();
             report(product.definitionFile.at(*host->element, "fileName"),
@@ -196,11 +210,15 @@ void hostFamilyNotInTree(const Product& product, const Report& report) {
 void hostFamilyNotListed(const Product& product, const Report& report) {
     forEachListedHost(product, [&](const Entry& entry, const VLString& folder) {
         const auto served = servedFamilies(entry);
+        const auto& known = product.definition.pluginsByFamily;
+        if (std::any_of(served.begin(), served.end(),
+                        [&](const VLString& family) { return known.count(family) == 0; })) {
+            return; // host-family-unknown speaks of the list
+        }
         const TreeNode* host = hostFolder(product, folder);
         for (std::size_t i = 0; host != nullptr && !served.empty() && i < host->children.size(); ++i) {
             const VLString& family = host->children[i]->node->name;
-            if (product.definition.pluginsByFamily.count(family) != 0 &&
-                std::find(served.begin(), served.end(), family) == served.end()) {
+            if (known.count(family) != 0 && std::find(served.begin(), served.end(), family) == served.end()) {
                 report(product.definitionFile.at(*host->children[i]->element, "fileName"),
                        "the tree has the family " + quotedText(family) + " for " + quotedText(folder) +
                            ", and <hosts> does not say so in " + lineOf(*entry.element),

@@ -89,6 +89,9 @@ std::string remarkOnLook(const VLString& written, const VLString& other) {
 std::string adviseNearest(const VLString& text, const std::vector<std::string>& candidates,
                           const std::string& fallback) {
     if (const auto twin = lookAlikeAmong(text, candidates)) {
+        if (oddBlankIn(text).empty() && !oddBlankIn(toVLString(*twin)).empty()) {
+            return "Mend the other name in place of this." + remarkOnLook(text, toVLString(*twin));
+        }
         return "Write " + quotedText(toVLString(*twin)) + "." + remarkOnLook(text, toVLString(*twin));
     }
     const auto nearest = nearestName(toString(text), candidates);

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <functional>
 #include <string>
+#include <system_error>
 
 namespace {
 
@@ -82,20 +83,62 @@ void recordInTree(const Product& product, const Report& report) {
 
 // Definitions in the status folder
 
+/// Whether a definition in the folder SKU is told to be that of another product.
+void tellDefinition(const Product& product, const TreeNode& node, const std::string& name,
+                    const Report& report) {
+    const bool bCommon = toVLString(name).EqualsIgnoreCase("COMMON.xml");
+    report.as(bCommon ? Severity::Error : Severity::Warning)(
+        atNode(product, node),
+        quotedText(toVLString(name)) + " in " + quotedText(node.path) +
+            " is the definition of another product than " + quotedText(product.definition.skuInfo.ID),
+        bCommon
+            ? "A copy that is not the one of the installed shared package takes its place: the uninstall of "
+              "the last product goes by it, and leaves what it does not list."
+            : "It takes the place of the one that the other product has installed, in whichever version it "
+              "was "
+              "taken over.",
+        "Take it out of the tree. Each product installs its own.");
+}
+
+/// The files of the source in a folder that is taken whole; none without a source.
+std::vector<std::string> filesInSource(const Product& product, const VLString& treePath) {
+    std::vector<std::string> names;
+    std::error_code error;
+    const auto folder = std::filesystem::path(product.source) / toString(treePath);
+    for (std::filesystem::directory_iterator entry(folder, error), end;
+         !product.source.empty() && !error && entry != end; entry.increment(error)) {
+        names.push_back(entry->path().filename().string());
+    }
+    return names;
+}
+
 void otherProductsDefinition(const Product& product, const Report& report) {
     const TreeNode* shared = product.branch(Branch::shared);
-    const TreeNode* folder = shared == nullptr ? nullptr : shared->child(definitionsFolder);
+    if (shared == nullptr) {
+        return;
+    }
+    const TreeNode* folder = shared->child(definitionsFolder);
+    const bool bAllWhole = shared->children.empty();
+    const TreeNode* whole = bAllWhole                                       ? shared
+                            : folder != nullptr && folder->children.empty() ? folder
+                                                                            : nullptr;
+    const auto isOther = [&](const std::string& name) {
+        const VLString own = product.definition.skuInfo.ID + ".xml";
+        return toVLString(name).ToLower().EndsWith(".xml") && !toVLString(name).EqualsIgnoreCase(own);
+    };
+    if (whole != nullptr) {
+        for (const std::string& name :
+             filesInSource(product, VLString(Branch::shared) + "/" + definitionsFolder)) {
+            if (isOther(name)) {
+                tellDefinition(product, *whole, name, report);
+            }
+        }
+        return;
+    }
     for (std::size_t i = 0; folder != nullptr && i < folder->children.size(); ++i) {
         const TreeNode& node = *folder->children[i];
-        const VLString& ID = product.definition.skuInfo.ID;
-        if (node.node->name.EqualsIgnoreCase("COMMON.xml") && !isShared(product)) {
-            report(atNode(product, node),
-                   quotedText(node.path) + " is the definition of the shared package, and this is " +
-                       quotedText(ID),
-                   "A copy that is not the one of the installed shared package takes its place: the "
-                   "uninstall of "
-                   "the last product goes by it, and leaves what it does not list.",
-                   "Take it out of the tree. The shared package installs it.");
+        if (isOther(toString(node.node->name))) {
+            tellDefinition(product, node, toString(node.node->name), report);
         }
     }
 }
@@ -200,7 +243,7 @@ const std::vector<Rule>& sharedPackageRules() {
     static const std::vector<Rule> rules = {
         {"record-in-tree", Severity::Error, Needs::Definition, "the record listed in the tree", recordInTree},
         {"other-products-definition", Severity::Error, Needs::Definition,
-         "the shared package's definition in the tree of another product", otherProductsDefinition},
+         "the definition of another product in the folder SKU", otherProductsDefinition},
         {"common-definition-outdated", Severity::Error, Needs::Source,
          "a shared package whose copy of its definition is another one", commonDefinitionOutdated},
         {"common-application-manager", Severity::Error, Needs::Definition,

@@ -166,9 +166,20 @@ bool isAbsoluteLink(const fs::directory_entry& entry) {
     return target.is_absolute() && !isOfTheSystem(target);
 }
 
+/// Calls `visit` with each node of the tree that is a link in the source, and that link.
+template <class Visitor>
+void forEachListedLink(const Product& product, Visitor visit) {
+    for (const TreeNode& node : product.tree) {
+        std::error_code error;
+        const fs::directory_entry link(fs::path(product.source) / toString(node.path), error);
+        if (node.parent != nullptr && isLink(link)) {
+            visit(node, link);
+        }
+    }
+}
+
 void absoluteLink(const Product& product, const Report& report) {
     for (const Piece& piece : piecesOf(product)) {
-        // A link that is listed by itself is copied as what it leads to.
         const auto links = pathsIn(piece, isAbsoluteLink);
         if (!links.empty()) {
             const fs::path target = linkTarget(fs::directory_entry(links.front()));
@@ -177,18 +188,30 @@ void absoluteLink(const Product& product, const Report& report) {
                    "Make it relative, with a target inside the folder.");
         }
     }
+    forEachListedLink(product, [&](const TreeNode& node, const fs::directory_entry& link) {
+        if (isAbsoluteLink(link)) {
+            report(
+                product.definitionFile.at(*node.element, "fileName"),
+                shown(link.path()) + " is a link to " + shown(linkTarget(link)),
+                "On a customer's machine the source has a link that leads nowhere, or to something else: the "
+                "install stops, or installs that.",
+                "Put the file itself there.");
+        }
+    });
 }
 
 void linkLeadsOut(const Product& product, const Report& report) {
+    const auto leadsOut = [](const fs::directory_entry& link, const fs::path& folder) {
+        const fs::path target = linkTarget(link);
+        return target.is_relative() && !target.empty() &&
+               !isBelow(link.path().parent_path() / target, folder);
+    };
     for (const Piece& piece : piecesOf(product)) {
         const auto links = pathsIn(piece, [&](const fs::directory_entry& entry) {
             const fs::path target = linkTarget(entry);
-            if (target.empty() || target.is_absolute()) {
-                return false;
-            }
-            const fs::path path = entry.path().parent_path() / target;
             std::error_code error;
-            return !isBelow(path, piece.path) || !fs::exists(path, error);
+            return leadsOut(entry, piece.path) ||
+                   (target.is_relative() && !target.empty() && !fs::exists(entry.path(), error));
         });
         if (!links.empty()) {
             report(
@@ -200,6 +223,17 @@ void linkLeadsOut(const Product& product, const Report& report) {
                 "Put what it leads to into the folder.");
         }
     }
+    forEachListedLink(product, [&](const TreeNode& node, const fs::directory_entry& link) {
+        std::error_code error;
+        if (leadsOut(link, product.source) && fs::exists(link.path(), error)) {
+            report(product.definitionFile.at(*node.element, "fileName"),
+                   shown(link.path()) + " is a link to " + shown(linkTarget(link)) + ", outside the source",
+                   "A source that goes to customers with the link, and not with what it leads to, is "
+                   "incomplete: the "
+                   "install stops.",
+                   "Put the file itself there.");
+        }
+    });
 }
 
 // Leftovers

@@ -372,6 +372,31 @@ void targetInApplication(const Product& product, const Report& report) {
     });
 }
 
+/// Where macOS lets programs write; all else of its volume is sealed.
+bool isWritable(const VLString& path) {
+    for (const char* folder : {"/Applications", "/Library", "/Users", "/Volumes", "/usr/local", "/opt",
+                               "/private", "/tmp", "/var", "/etc"}) {
+        const VLString begin = VLString(folder) + "/";
+        if ((path + "/").Substr(0, begin.Size()).EqualsIgnoreCase(begin)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void targetNotWritable(const Product& product, const Report& report) {
+    product.targetsFile.forEach({Kind::Path}, [&](const Entry& entry) {
+        const VLString value = attributeOf(*entry.element, "value");
+        if (value[0] == '/' && !isWritable(value)) {
+            report(at(product, *entry.element, "value"),
+                   quotedText(value) + " is on the volume of the system, which nobody can write to",
+                   "On macOS nothing can be copied there: the customer is told that something blocks the "
+                   "installation.",
+                   "Choose a folder below /Library, /Users or /Applications.");
+        }
+    });
+}
+
 // Items
 
 void duplicateItem(const Product& product, const Report& report) {
@@ -535,6 +560,8 @@ const std::vector<Rule>& targetsRules() {
          "a path with a line break or another control character", controlCharacterInPath},
         {"target-in-application", Severity::Warning, Needs::Targets,
          "a target folder inside another maker's application", targetInApplication},
+        {"target-not-writable", Severity::Warning, Needs::Targets,
+         "a target folder on the volume of the system", targetNotWritable},
         {"duplicate-item", Severity::Error, Needs::Targets, "items that replace each other", duplicateItem},
         {"item-case-conflict", Severity::Warning, Needs::Targets, "items that differ only in case",
          itemCaseConflict},
