@@ -215,6 +215,28 @@ TEST_F(ProductLines, TheSharedPackageHasNoUninstaller) {
                 Not(Contains("same-uninstaller 2")));
 }
 
+/// Copies of one thing come and go with their product; two things, or two products, take from each other.
+TEST_F(ProductLines, WhatMeetsIsAnErrorWhenSomethingIsLost) {
+    const auto twoHosts = [](const std::string& content) {
+        return ink()
+            .file("Hosts/Resolve/Ink/Ink.ofx", content)
+            .target("Hosts/Resolve", "/Library/OFX/Plugins/Vorlane/%FAMILY%");
+    };
+    const auto severity = [&](const std::vector<ProductBuilder>& builders, bool bSources) {
+        const auto found = findings(builders, "", bSources);
+        EXPECT_EQ(found.size(), 1U);
+        EXPECT_EQ(found.empty() ? "" : found.front().rule, "targets-meet");
+        return found.empty() ? Severity::Note : found.front().severity;
+    };
+    EXPECT_EQ(severity({twoHosts("x")}, true), Severity::Warning);
+    EXPECT_EQ(severity({twoHosts("x")}, false), Severity::Warning);
+    EXPECT_EQ(severity({twoHosts("y")}, true), Severity::Error);
+    EXPECT_EQ(severity({ink().file("Content/a", "x").target("Content", std::string(status) + "/Films"),
+                        ember().file("VorlaneFX/Films/a", "x")},
+                       false),
+              Severity::Error);
+}
+
 TEST_F(ProductLines, AThirdProductIsHeldAgainstTheFirst) {
     EXPECT_THAT(check({ink(), ember(), product("INK", "Smoke").name("Smoke")}), ElementsAre("same-id 3"));
 }

@@ -5,7 +5,12 @@
 #include "Utility/InstallInspector/Report/Output.h"
 
 #include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <map>
+#include <set>
+#include <system_error>
 #include <utility>
 
 namespace {
@@ -85,6 +90,45 @@ private:
     }
 };
 
+// What meets
+
+namespace fs = std::filesystem;
+
+bool sameBytes(const fs::path& a, const fs::path& b) {
+    std::ifstream first(a, std::ios::binary);
+    std::ifstream second(b, std::ios::binary);
+    using Bytes = std::istreambuf_iterator<char>;
+    return first && second && std::equal(Bytes(first), {}, Bytes(second), {});
+}
+
+/// Whether the two are files, or folders, with the same in them.
+bool sameContent(const fs::path& a, const fs::path& b) {
+    std::error_code error;
+    if (!fs::is_directory(a, error) || !fs::is_directory(b, error)) {
+        return fs::is_regular_file(a, error) && fs::is_regular_file(b, error) && sameBytes(a, b);
+    }
+    std::set<fs::path> names;
+    for (const fs::path& folder : {a, b}) {
+        for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
+             entry.increment(error)) {
+            names.insert(entry->path().filename());
+        }
+    }
+    return std::all_of(names.begin(), names.end(),
+                       [&](const fs::path& name) { return sameContent(a / name, b / name); });
+}
+
+/// Whether the source shows that the two are not copies of one thing.
+bool differ(const Product& product, const Meeting& meeting) {
+    const auto inSource = [&](const TreeNode& node) {
+        return fs::path(product.source) / toString(node.path);
+    };
+    std::error_code error;
+    return !product.source.empty() && fs::exists(inSource(*meeting.first), error) &&
+           fs::exists(inSource(*meeting.second), error) &&
+           !sameContent(inSource(*meeting.first), inSource(*meeting.second));
+}
+
 /// Calls `visit` with each two folders of which the second lies at the first or inside it.
 template <class Visitor>
 void forEachPair(const std::vector<TargetFolder>& targets, Visitor visit) {
@@ -123,13 +167,18 @@ void tell(const TargetFolder& outer, const TargetFolder& inner, const std::vecto
     const std::size_t more = meetings.size() - 1;
     const std::string otherFile =
         bOneFile ? "" : " of " + printable((bSwap ? inner : outer).product->definitionFile.path());
-    const bool bInside = later->children.empty() && other->node->isDirectory && other->children.empty();
-    report(
+    const auto isWholeFolder = [](const TreeNode& node) {
+        return node.node->isDirectory && node.children.empty();
+    };
+    // Copies of one thing in one product come and go together, unless another product brings one of them.
+    const bool bLoses = !bOneFile || std::any_of(meetings.begin(), meetings.end(),
+                                                 [&](const Meeting& each) { return differ(product, each); });
+    report.as(bLoses ? Severity::Error : Severity::Warning)(
         product.definitionFile.at(*later->element, "fileName"),
         quotedText(later->path) + " and " + quotedText(other->path) + " in " + lineOf(*other->element) +
             otherFile + " meet in " + quotedText(toVLString(meeting.path)) +
             (more == 0 ? "" : ", and so do " + counted(more, "other", "others")),
-        bInside || (other->node->isDirectory && other->children.empty())
+        isWholeFolder(*later) || isWholeFolder(*other)
             ? "A folder that is copied whole is removed whole, with what the other has put there; and each "
               "counts by itself."
             : "Whichever is copied last replaces the other, and each counts by itself: an uninstall that "
