@@ -63,7 +63,7 @@ bool decides(const Fact& a, const Fact& b, bool bTrue) {
 
 } // namespace
 
-Machines::Machines(const std::vector<const Condition*>& conditions, std::vector<Fact> more) {
+Machines::Machines(const std::vector<const Condition*>& conditions, const std::vector<Fact>& more) {
     for (const Condition* condition : conditions) {
         collect(*condition);
     }

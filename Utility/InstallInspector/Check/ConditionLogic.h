@@ -26,7 +26,7 @@ using Machine = std::vector<bool>;
 class Machines {
 public:
     /// All that differ in what `conditions` and `more` ask.
-    explicit Machines(const std::vector<const Condition*>& conditions, std::vector<Fact> more = {});
+    explicit Machines(const std::vector<const Condition*>& conditions, const std::vector<Fact>& more = {});
 
     const std::vector<Fact>& facts() const { return factList; }
     bool holds(const Condition& condition, const Machine& machine) const;

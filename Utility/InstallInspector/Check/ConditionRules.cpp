@@ -220,6 +220,7 @@ std::set<std::string> alwaysMade(const Product& product, const std::vector<Targe
 std::vector<Making> makingsOf(const Product& product, const std::vector<TargetFolder>& targets) {
     static const Condition always;
     std::vector<Making> makings;
+    makings.reserve(targets.size() + 1);
     for (const TargetFolder& target : targets) {
         makings.push_back(
             {target.path->condition, [&target](const Fact& fact) { return madeBy(target, fact); }});
@@ -283,7 +284,7 @@ void conditionOnUninstaller(const Product& product, const Report& report) {
 }
 
 void conditionOnOwnTarget(const Product& product, const Report& report) {
-    constexpr std::size_t mostTargets = 2000; // beyond it each would be held against each for minutes
+    constexpr std::size_t mostTargets = 500; // beyond it each would be held against each for minutes
     conditionOnUninstaller(product, report);
     const auto targets = targetFoldersOf(product);
     if (targets.size() > mostTargets) {

@@ -6,8 +6,10 @@
 #include <algorithm>
 #include <filesystem>
 #include <functional>
+#include <set>
 #include <string>
 #include <system_error>
+#include <utility>
 
 namespace {
 
@@ -73,10 +75,15 @@ void recordInTree(const Product& product, const Report& report) {
     }
     const auto first = std::find_if(targets.begin(), targets.end(),
                                     [&](const TargetFolder& target) { return target.item == item; });
+    if (first == targets.end()) {
+        return;
+    }
+    const std::string record = first->compared + "/" + comparedPath(recordName);
+    std::set<std::pair<const TreeNode*, std::string>> looked;
     for (const TargetFolder& target : targets) {
-        if (first != targets.end()) {
-            findRecord(target, *target.node, target.compared,
-                       first->compared + "/" + comparedPath(recordName), tell);
+        const bool bAbove = record.compare(0, target.compared.size() + 1, target.compared + "/") == 0;
+        if (bAbove && looked.insert({target.node, target.compared}).second) {
+            findRecord(target, *target.node, target.compared, record, tell);
         }
     }
 }
@@ -183,9 +190,9 @@ void commonDefinitionOutdated(const Product& product, const Report& report) {
 
 // The shared package
 
-/// Whether the tree lists the path, or a folder around it that is copied whole.
+/// Whether the tree, which is not empty, lists the path, or a folder around it that is copied whole.
 bool lists(const Product& product, std::initializer_list<const char*> path) {
-    const TreeNode* node = product.tree.empty() ? nullptr : &product.tree.front();
+    const TreeNode* node = &product.tree.front();
     for (const char* name : path) {
         const TreeNode* child = node->child(name);
         if (child == nullptr) {
