@@ -61,8 +61,9 @@ TEST(ManPage, DescribesEachDangerOfAPlan) {
     const std::string page = manPage();
     for (const std::string& rule : allDangerRules()) {
         // One that check or status names, too, is described there.
-        const bool bShared = page.find(".It Sy " + rule + " No (") != std::string::npos &&
-                             page.find(".Sy " + rule + "\n", page.find("name these dangers as well:")) != std::string::npos;
+        const bool bShared =
+            page.find(".It Sy " + rule + " No (") != std::string::npos &&
+            page.find(".Sy " + rule + "\n", page.find("name these dangers as well:")) != std::string::npos;
         EXPECT_TRUE(bShared || page.find(".It Sy " + rule + "\n") != std::string::npos)
             << "the man page does not describe the danger " << rule;
     }

@@ -642,7 +642,8 @@ protected:
         // What lies where an installed product goes, now or under other conditions, counts as the product's.
         for (const std::string& path : anyPlacesOf(build)) {
             for (auto each = foreign.begin(); each != foreign.end();) {
-                each = *each == path || each->rfind(path + "/", 0) == 0 ? foreign.erase(each) : std::next(each);
+                each =
+                    *each == path || each->rfind(path + "/", 0) == 0 ? foreign.erase(each) : std::next(each);
             }
         }
         return harm;

@@ -210,8 +210,8 @@ int runCheck(const CheckOptions& options) {
     }
 
     const std::vector<Finding> findings = checkLine(line);
-    const bool bWritten = options.bJson ? writeJson(line, findings)
-                                        : writeOutput(asText(findings, Painter::forFile(stdout)));
+    const bool bWritten =
+        options.bJson ? writeJson(line, findings) : writeOutput(asText(findings, Painter::forFile(stdout)));
     if (!bWritten) {
         return CannotRun;
     }

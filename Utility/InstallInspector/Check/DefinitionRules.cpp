@@ -268,7 +268,7 @@ std::string withSemicolons(const VLString& list, const std::vector<std::string>&
 std::string adviseList(const char* attribute, const VLString& list, const std::vector<std::string>& known,
                        const std::string& otherwise) {
     const std::string mended = withSemicolons(list, known);
-    return mended.empty() ? otherwise : "Write " + shownAttribute(attribute, toVLString(mended)) + ".";
+    return mended.empty() ? otherwise : "Write " + attributeText(attribute, toVLString(mended)) + ".";
 }
 
 void hostFamilyUnknown(const Product& product, const Report& report) {

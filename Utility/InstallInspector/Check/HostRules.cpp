@@ -200,7 +200,7 @@ void hostFamilyNotInTree(const Product& product, const Report& report) {
                        "<hosts> says that " + quotedText(folder) + " has the family " + quotedText(family) +
                            ", and the tree has no such directory",
                        "Nothing of the family is installed for the host. " + std::string(otherTools),
-                       "List the directory " + quotedText(host->path + "/" + family) +
+                       "List the directory " + quotedText(host->treePath + "/" + family) +
                            ", or take the family out of the list.");
             }
         }

@@ -45,7 +45,7 @@ private:
 
     void add(const TreeNode& a, const TreeNode& b, const std::string& path) {
         // A path of the tree that several products list is one file on purpose.
-        if (a.path != b.path) {
+        if (a.treePath != b.treePath) {
             list.push_back({&a, &b, path});
         }
     }
@@ -121,7 +121,7 @@ bool sameContent(const fs::path& a, const fs::path& b) {
 /// Whether the source shows that the two are not copies of one thing.
 bool differ(const Product& product, const Meeting& meeting) {
     const auto inSource = [&](const TreeNode& node) {
-        return fs::path(product.source) / toString(node.path);
+        return fs::path(product.source) / toString(node.treePath);
     };
     std::error_code error;
     return !product.source.empty() && fs::exists(inSource(*meeting.first), error) &&
@@ -175,8 +175,8 @@ void tell(const TargetFolder& outer, const TargetFolder& inner, const std::vecto
                                                  [&](const Meeting& each) { return differ(product, each); });
     report.as(bLoses ? Severity::Error : Severity::Warning)(
         product.definitionFile.at(*later->element, "fileName"),
-        quotedText(later->path) + " and " + quotedText(other->path) + " in " + lineOf(*other->element) +
-            otherFile + " meet in " + quotedText(toVLString(meeting.path)) +
+        quotedText(later->treePath) + " and " + quotedText(other->treePath) + " in " +
+            lineOf(*other->element) + otherFile + " meet in " + quotedText(toVLString(meeting.path)) +
             (more == 0 ? "" : ", and so do " + counted(more, "other", "others")),
         isWholeFolder(*later) || isWholeFolder(*other)
             ? "A folder that is copied whole is removed whole, with what the other has put there; and each "

@@ -100,10 +100,10 @@ void sameShortCut(const ProductLine& line, const Report& report) {
             const VLString& name = node.node->shortCut.name;
             const auto [first, bNew] = seen.emplace(comparedPath(toString(name)), Known{product, &node});
             // A file that both list has one shortcut, which goes with the last of them.
-            if (!bNew && first->second.product != product && first->second.node->path != node.path) {
+            if (!bNew && first->second.product != product && first->second.node->treePath != node.treePath) {
                 report(product->definitionFile.at(*node.element->FirstChildElement("shortCut"), "name"),
                        "the shortcut " + quotedText(name) + " is also that of " +
-                           quotedText(first->second.node->path) + " in " +
+                           quotedText(first->second.node->treePath) + " in " +
                            inFile(atNode(*first->second.product, *first->second.node)),
                        "There is one link, to whichever is installed last, and it goes with whichever is "
                        "removed "
@@ -126,7 +126,7 @@ void forEachShared(
             if (node.parent == nullptr) {
                 continue;
             }
-            const auto [first, bNew] = seen.emplace(node.path, std::pair(product, &node));
+            const auto [first, bNew] = seen.emplace(node.treePath, std::pair(product, &node));
             if (!bNew && first->second.first != product) {
                 visit(*first->second.first, *first->second.second, *product, node);
             }
@@ -145,7 +145,7 @@ void kindsDiffer(const ProductLine& line, const Report& report) {
                   [&](const Product& first, const TreeNode& a, const Product& second, const TreeNode& b) {
                       if (kindOf(a) != kindOf(b)) {
                           report(atNode(second, b),
-                                 quotedText(b.path) + " is " + kindOf(b) + " here, and " + kindOf(a) +
+                                 quotedText(b.treePath) + " is " + kindOf(b) + " here, and " + kindOf(a) +
                                      " in " + inFile(atNode(first, a)),
                                  "The two have one count. What the one brings and the other does not list is "
                                  "removed by nobody, "
@@ -170,20 +170,20 @@ std::string differingFlags(const FileNode& a, const FileNode& b) {
 }
 
 void flagsDiffer(const ProductLine& line, const Report& report) {
-    forEachShared(
-        line, [&](const Product& first, const TreeNode& a, const Product& second, const TreeNode& b) {
-            // Of a directory only what it hands down counts.
-            const bool bLeaves = a.children.empty() && b.children.empty();
-            const std::string flags = differingFlags(*a.node, *b.node);
-            if (bLeaves && !flags.empty()) {
-                report(atNode(second, b),
-                       quotedText(b.path) + " has another " + flags + " than in " + inFile(atNode(first, a)),
-                       "One file is treated in two ways: what becomes of it depends on which product is "
-                       "installed, or "
-                       "removed, last.",
-                       "Give it the same flags in both, or another name in one.");
-            }
-        });
+    forEachShared(line, [&](const Product& first, const TreeNode& a, const Product& second,
+                            const TreeNode& b) {
+        // Of a directory only what it hands down counts.
+        const bool bLeaves = a.children.empty() && b.children.empty();
+        const std::string flags = differingFlags(*a.node, *b.node);
+        if (bLeaves && !flags.empty()) {
+            report(atNode(second, b),
+                   quotedText(b.treePath) + " has another " + flags + " than in " + inFile(atNode(first, a)),
+                   "One file is treated in two ways: what becomes of it depends on which product is "
+                   "installed, or "
+                   "removed, last.",
+                   "Give it the same flags in both, or another name in one.");
+        }
+    });
 }
 
 void pathsLookAlike(const ProductLine& line, const Report& report) {
@@ -194,20 +194,22 @@ void pathsLookAlike(const ProductLine& line, const Report& report) {
     std::map<std::string, Known> seen;
     for (const Product* product : line.products) {
         for (const TreeNode& node : product->tree) {
-            const auto [first, bNew] = seen.emplace(comparedPath(toString(node.path)), Known{product, &node});
+            const auto [first, bNew] =
+                seen.emplace(comparedPath(toString(node.treePath)), Known{product, &node});
             const TreeNode& other = *first->second.node;
-            const bool bParentsSame =
-                node.parent != nullptr && other.parent != nullptr && node.parent->path == other.parent->path;
-            if (bNew || first->second.product == product || node.path == other.path || !bParentsSame) {
+            const bool bParentsSame = node.parent != nullptr && other.parent != nullptr &&
+                                      node.parent->treePath == other.parent->treePath;
+            if (bNew || first->second.product == product || node.treePath == other.treePath ||
+                !bParentsSame) {
                 continue;
             }
-            const bool bCase = !lookAlike(node.path, other.path);
+            const bool bCase = !lookAlike(node.treePath, other.treePath);
             report(atNode(*product, node),
-                   quotedText(node.path) + " and " + quotedText(other.path) + " in " +
+                   quotedText(node.treePath) + " and " + quotedText(other.treePath) + " in " +
                        inFile(atNode(*first->second.product, other)) +
-                       (bCase
-                            ? " differ only in case, or look the same"
-                            : " look the same and are two names: " + hiddenDifference(node.path, other.path)),
+                       (bCase ? " differ only in case, or look the same"
+                              : " look the same and are two names: " +
+                                    hiddenDifference(node.treePath, other.treePath)),
                    "To most disks they are one file, and the record counts two: whichever product goes first "
                    "takes "
                    "it from the other.",
@@ -251,7 +253,7 @@ void recordsDiffer(const ProductLine& line, const Report& report) {
 std::map<VLString, std::set<std::string>> foldersByPath(const Product& product) {
     std::map<VLString, std::set<std::string>> folders;
     for (const TargetFolder& target : targetFoldersOf(product)) {
-        folders[target.node->path].insert(target.compared);
+        folders[target.node->treePath].insert(target.compared);
     }
     return folders;
 }
@@ -272,7 +274,7 @@ void targetsDiffer(const ProductLine& line, const Report& report) {
             }
             const VLString& wanted = path;
             const auto target = std::find_if(targets.begin(), targets.end(), [&](const TargetFolder& other) {
-                return other.node->path == wanted;
+                return other.node->treePath == wanted;
             });
             report(target->where(),
                    quotedText(path) + " goes to other folders here than in " +

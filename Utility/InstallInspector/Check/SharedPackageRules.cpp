@@ -57,7 +57,7 @@ void recordInTree(const Product& product, const Report& report) {
         }
         told.push_back(&node);
         report(
-            atNode(product, node), quotedText(node.path) + " is the record of what is installed",
+            atNode(product, node), quotedText(node.treePath) + " is the record of what is installed",
             "An install writes this file over the customer's record, and an uninstall removes it: all other "
             "products are forgotten, and nothing of theirs is removed any more.",
             "Take it out of the tree and of the source. The engine makes the record by itself.");
@@ -96,7 +96,7 @@ void tellDefinition(const Product& product, const TreeNode& node, const std::str
     const bool bCommon = toVLString(name).EqualsIgnoreCase("COMMON.xml");
     report.as(bCommon ? Severity::Error : Severity::Warning)(
         atNode(product, node),
-        quotedText(toVLString(name)) + " in " + quotedText(node.path) +
+        quotedText(toVLString(name)) + " in " + quotedText(node.treePath) +
             " is the definition of another product than " + quotedText(product.definition.skuInfo.ID),
         bCommon
             ? "A copy that is not the one of the installed shared package takes its place: the uninstall of "

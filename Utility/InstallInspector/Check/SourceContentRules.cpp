@@ -171,7 +171,7 @@ template <class Visitor>
 void forEachListedLink(const Product& product, Visitor visit) {
     for (const TreeNode& node : product.tree) {
         std::error_code error;
-        const fs::directory_entry link(fs::path(product.source) / toString(node.path), error);
+        const fs::directory_entry link(fs::path(product.source) / toString(node.treePath), error);
         if (node.parent != nullptr && isLink(link)) {
             visit(node, link);
         }
