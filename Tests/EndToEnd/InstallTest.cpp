@@ -265,16 +265,6 @@ TEST_F(Install, FileOfTheTreeThatIsMissingOnDiskFailsAndNothingIsCopied) {
     ExpectTree({});
 }
 
-TEST_F(Install, FolderOfTheTreeThatIsMissingOnDiskFailsAndNothingIsCopied) {
-    const ProgramResult result =
-        EndToEndTest::Install(product().file("VorlaneFX/there", "A").listedFolder("VorlaneFX/gone"));
-    EXPECT_EQ(result.exitStatus, 1);
-    ExpectLog(result,
-              {checking, "Error! Folder '/Volumes/Installer/ALPHA/files/VorlaneFX/gone' doesn't exists",
-               "Error! File checking is failed"});
-    ExpectTree({});
-}
-
 TEST_F(Install, MalformedDefinitionInstallsNothingAndSucceeds) {
     const ProgramResult result = EndToEndTest::Install(product().definitionText("<product><sku ID='ALPHA'"));
     ExpectSuccess(result);

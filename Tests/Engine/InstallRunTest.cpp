@@ -56,14 +56,6 @@ TEST_F(InstallRun, MissingDefinitionIsTheSameError) {
               (Lines{"Error: Error! Source dir '$T' is empty", ""}));
 }
 
-TEST_F(InstallRun, MalformedDefinitionPassesWithAnEmptyOne) {
-    write("sku.xml", "<product><sku ID='A'");
-    EXPECT_EQ(logOf([&] { EXPECT_TRUE(engine.parseXMLDefinitionFile(at("sku.xml").c_str())); }), Lines());
-    EXPECT_TRUE(engine.skuDefinition.skuInfo.name.IsEmpty());
-    write("empty.xml", "");
-    EXPECT_TRUE(engine.parseXMLDefinitionFile(at("empty.xml").c_str()));
-}
-
 TEST_F(InstallRun, DefinitionIsReadIntoTheEngine) {
     write("sku.xml", product().name("J\303\244ger & S\303\266hne").file("VorlaneFX/a", "A").definition());
     EXPECT_TRUE(engine.parseXMLDefinitionFile(at("sku.xml").c_str()));
@@ -569,30 +561,4 @@ TEST_F(RecordOfARun, UpdateWalksBelowTheFolderThatItIsGiven) {
     EXPECT_EQ(references("Some/Where/VorlaneFX/d/a"), 1);
     engine.updateStatusFile("Some/Where", node("VorlaneFX"), true);
     EXPECT_EQ(references("Some/Where/VorlaneFX/d/a"), 0);
-}
-
-TEST_F(RecordOfARun, SavingWritesTheFile) {
-    engine.loadStatusFile(at("status").c_str(), false);
-    engine.saveStatusFile(at("status").c_str());
-    EXPECT_EQ(read("status/InstallationStatusFile.xml"), R"(<install>
-    <products>
-        <sku ID="ALPHA" name="Alpha" build="1.2.0.7" />
-    </products>
-    <installFiles>
-        <directory fileName="VorlaneFX" ref="1">
-            <directory fileName="d" ref="1">
-                <file fileName="a" ref="1" build="1.2.0.7" />
-            </directory>
-        </directory>
-        <directory fileName="Content" ref="1">
-            <file fileName="c" ref="1" build="1.2.0.7" />
-        </directory>
-    </installFiles>
-</install>
-)");
-}
-
-TEST_F(RecordOfARun, WithoutProductsAndFolderThereIsNothingToSave) {
-    EXPECT_EQ(logOf([&] { engine.saveStatusFile(at("missing").c_str()); }), Lines());
-    expectTree({"status/"});
 }

@@ -6,7 +6,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <sys/stat.h>
 #include <utility>
 
 namespace {
@@ -144,25 +143,6 @@ TEST_F(RecordFileTest, ThatIsMissingIsAnEmptyOne) {
         EXPECT_EQ(products(), Lines{"ALPHA"});
         std::filesystem::remove_all(at("target"));
     }
-}
-
-TEST_F(RecordFileTest, ThatIsAFolderStays) {
-    write(std::string(recordName) + "/inside", "theirs");
-    const std::string line = unreadable("it is no regular file");
-    EXPECT_EQ(install(product()), Lines{line});
-    EXPECT_EQ(uninstall(product()), Lines{line});
-    EXPECT_EQ(read(std::string(recordName) + "/inside"), "theirs");
-}
-
-TEST_F(RecordFileTest, ThatIsAPipeStaysAndNobodyWaits) {
-    write("target/other", "");
-    ASSERT_EQ(mkfifo(at(recordName).c_str(), 0644), 0);
-    const std::string line = unreadable("it is no regular file");
-    EXPECT_EQ(install(product()), Lines{line});
-    EXPECT_EQ(uninstall(product()), Lines{line});
-    struct stat status {};
-    EXPECT_EQ(lstat(at(recordName).c_str(), &status), 0);
-    EXPECT_TRUE(S_ISFIFO(status.st_mode));
 }
 
 // A damaged one

@@ -67,14 +67,6 @@ TEST_F(BadTarget, FolderInPlaceOfRecordLeavesRunWithoutRecordAndIsReported) {
     EXPECT_EQ(root().read(shared("Tools/tool")), "new");
 }
 
-TEST_F(BadTarget, DamagedRecordReadsAsEmptyAndIsKeptBesideTheNewOne) {
-    root().write(recordPath(), "<install><products><sku ID=\"BETA\" name=");
-    ExpectSuccess(Install(fileProduct()));
-    EXPECT_EQ(root().read(recordPath() + ".damaged"), "<install><products><sku ID=\"BETA\" name=");
-    ExpectCounts({"product ALPHA, Alpha, 1.0.0.100", "VorlaneFX 1", "VorlaneFX/Tools 1",
-                  "VorlaneFX/Tools/tool 1, 1.0.0.100"});
-}
-
 TEST_F(BadTarget, TargetInsideTheSourceGetsItsCopyAndTheRunEnds) {
     const std::string inside = folderOf(product()) + "/files/VorlaneFX/Tools/inside";
     ProductBuilder own = fileProduct();
@@ -94,25 +86,6 @@ TEST_F(BadTarget, WholeFolderInsideItsOwnSourceIsReportedAndTheRunEnds) {
     ExpectSuccess(result);
     EXPECT_TRUE(hasLine(result, failedCopy("VorlaneFX/Kit", source + "/inner")));
     EXPECT_EQ(root().read(source + "/part"), "new");
-}
-
-TEST_F(BadTarget, RecordStaysAsItWasWhereFilesMayNotGrow) {
-    std::string old = "<install>\n    <products />\n    <installFiles>\n";
-    for (int i = 1000; i < 1200; ++i) {
-        old += "        <file fileName=\"look" + std::to_string(i) + "\" ref=\"1\" build=\"1.0.0.7\" />\n";
-    }
-    old += "    </installFiles>\n</install>\n";
-    place(fileProduct());
-    root().write(recordPath(), old);
-    // In blocks of 512 bytes: enough for the product's file, not for the record.
-    std::vector<std::string> command{"/bin/sh", "-c", "trap '' XFSZ; ulimit -f 4; exec \"$@\"", "sh"};
-    const std::vector<std::string> install = installCommand(fileProduct());
-    command.insert(command.end(), install.begin(), install.end());
-    const ProgramResult result = root().run(command);
-    EXPECT_EQ(result.exitStatus, 0);
-    EXPECT_TRUE(root().read(recordPath()) == old);
-    EXPECT_FALSE(root().exists(recordPath() + ".new"));
-    EXPECT_EQ(root().read(shared("Tools/tool")), "new");
 }
 
 TEST_F(BadTarget, InterruptFromTheKeyboardFailsTheCommandAndTheRunAsks) {

@@ -160,17 +160,6 @@ TEST_F(HostileNames, AnyOtherBytesAreAName) {
     }
 }
 
-TEST_F(HostileNames, ACharacterThatSwallowsTheClosingQuoteMakesTheDefinitionMalformed) {
-    const ProductBuilder alpha = listing("a\xC3");
-    place(alpha);
-    const Lines before = root().tree();
-    const ProgramResult result = root().run(installCommand(alpha));
-    ExpectSuccess(result);
-    ExpectLog(result,
-              {checking, recordNotSaved("No such file or directory"), "Error: Wrong/corrupted SKU XML"});
-    EXPECT_EQ(FileTree::difference(before, root().tree()), "");
-}
-
 // Too long, too deep
 
 TEST_F(HostileNames, ANameThatIsTooLongForTheDiskEndsTheRunBeforeItDoesAnything) {

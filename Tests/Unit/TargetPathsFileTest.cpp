@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstring>
 #include <string>
 #include <vector>
 
@@ -96,11 +95,6 @@ std::chrono::duration<double> timeToRead(int paths) {
     EXPECT_EQ(parsed(content).at("i").paths.size(), static_cast<std::size_t>(paths));
     return std::chrono::steady_clock::now() - start;
 }
-
-constexpr const char* wholeDocument =
-    "<?xml version='1.0' encoding='UTF-8'?><!-- c --><root><item name='VorlaneFX'><path value='/a'/><path "
-    "value='/b'><condition type='And'><condition type='PathExist' value='/c'/><condition type='FileExist'/>"
-    "</condition></path></item><item name='Hosts'><item name='H'><path value='/d'/></item></item></root>";
 
 } // namespace
 
@@ -322,30 +316,6 @@ TEST(TargetPathsFile, TextComesThroughByteForByte) {
         EXPECT_THAT(pathsOf(item), ElementsAre(expected)) << start;
         EXPECT_EQ(item.paths.at(0).condition.value, expected) << start;
     }
-}
-
-TEST(TargetPathsFile, AFileCutOffAnywhereHasNoRoot) {
-    for (unsigned long length = 0; length < std::strlen(wholeDocument); ++length) {
-        SCOPED_TRACE(length);
-        const Reading reading(std::string(wholeDocument).substr(0, length));
-        EXPECT_FALSE(reading.bRead);
-        EXPECT_EQ(reading.output, noRootLine);
-        EXPECT_THAT(reading.engine.installItems, IsEmpty());
-    }
-    EXPECT_TRUE(Reading(wholeDocument).bRead);
-}
-
-TEST(TargetPathsFile, AFileWithAZeroByteHasNoRoot) {
-    for (unsigned long position = 0; position < std::strlen(wholeDocument); ++position) {
-        SCOPED_TRACE(position);
-        std::string document = wholeDocument;
-        document[position] = '\0';
-        EXPECT_FALSE(Reading(document).bRead);
-    }
-}
-
-TEST(TargetPathsFile, DuplicateAttributesMakeTheFileMalformed) {
-    EXPECT_FALSE(Reading("<root><item name='i' name='j'/></root>").bRead);
 }
 
 TEST(TargetPathsFile, TooDeepAFileIsMalformed) {
