@@ -183,10 +183,10 @@ TEST_F(CFUrls, RelativePathIsResolvedWhenTheUrlIsMade) {
     TemporaryDirectory folder;
     const fs::path old = fs::current_path();
     fs::current_path(folder.path());
-    const auto plain = urlOf("rel/x");
+    const auto relative = urlOf("rel/x");
     const auto tilde = urlOf("~/x");
     fs::current_path(old);
-    EXPECT_EQ(pathOf(plain.get()), (folder.path() / "rel/x").string());
+    EXPECT_EQ(pathOf(relative.get()), (folder.path() / "rel/x").string());
     EXPECT_EQ(pathOf(tilde.get()), (folder.path() / "~/x").string());
 }
 

@@ -124,10 +124,10 @@ DisturbedRun::Disturbed DisturbedRun::runWithShims(const Command& command, unsig
                            {"FAULT", fault},
                            {"FAULT_SCRIPT", script},
                            {"FAULT_NUMBER", std::to_string(number)}};
-    Command noted{"/bin/sh", "-c", "echo $$ >/var/faults/engine; exec \"$@\"", "sh"};
-    noted.insert(noted.end(), command.begin(), command.end());
+    Command withProcessId{"/bin/sh", "-c", "echo $$ >/var/faults/engine; exec \"$@\"", "sh"};
+    withProcessId.insert(withProcessId.end(), command.begin(), command.end());
     Disturbed run;
-    run.result = root().run(noted, options);
+    run.result = root().run(withProcessId, options);
     run.calls = CommandShim::callsIn(root().outside("/var/faults/calls"));
     return run;
 }

@@ -9,7 +9,7 @@ namespace {
 const char* const shell = "/bin/sh";
 const char* const realShell = "/bin/real-sh";
 const char* const shellBefore = "/bin/sh-before";
-const char* const noted = "/var/commands";
+const char* const recordedCommands = "/var/commands";
 const char* const planFolder = "/var/plan";
 
 std::string nameOf(const std::string& path) {
@@ -62,13 +62,13 @@ ProgramResult PlanComparison::around(const std::vector<std::string>& command,
 
     const OtherShell noting(root);
     root.write(shell,
-               std::string("#!") + realShell + "\n[ \"$1\" != -c ] || printf '%s\\n' \"$2\" >>" + noted +
-                   "\nexec " + shellBefore + " \"$@\"\n",
+               std::string("#!") + realShell + "\n[ \"$1\" != -c ] || printf '%s\\n' \"$2\" >>" +
+                   recordedCommands + "\nexec " + shellBefore + " \"$@\"\n",
                0755);
-    root.write(noted, "");
+    root.write(recordedCommands, "");
     ProgramResult result = run();
-    EXPECT_EQ(planned, root.read(noted)) << "the plan is not what the run does";
-    root.remove(noted);
+    EXPECT_EQ(planned, root.read(recordedCommands)) << "the plan is not what the run does";
+    root.remove(recordedCommands);
     return result;
 }
 

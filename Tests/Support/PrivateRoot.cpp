@@ -219,10 +219,10 @@ ProgramResult PrivateRoot::runInTerminal(const std::vector<std::string>& command
 }
 
 FileTree::Lines PrivateRoot::tree() const {
-    static const std::set<std::string> notShown{"Volumes", "bin",    "dev",  "etc", "lib", "lib32",
-                                                "lib64",   "libx32", "proc", "usr", "var"};
+    static const std::set<std::string> leftOut{"Volumes", "bin",    "dev",  "etc", "lib", "lib32",
+                                               "lib64",   "libx32", "proc", "usr", "var"};
     return FileTree::describe(folder.path(), "/", [this](const fs::path& path) {
-        return (path.parent_path() == folder.path() && notShown.count(path.filename()) != 0) ||
+        return (path.parent_path() == folder.path() && leftOut.count(path.filename()) != 0) ||
                path == outside(buildFolder());
     });
 }

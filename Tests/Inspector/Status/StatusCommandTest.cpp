@@ -572,7 +572,7 @@ TEST(StatusCommand, NamesWhatIsWrongInARecordThatCannotBeRead) {
     EXPECT_NE(run(world, withProducts).standardOutput.find("\n1 error, 0 warnings\n"), std::string::npos);
 }
 
-TEST(StatusCommand, OfSeveralEntriesOfOneNameTheLastIsShownAtItsPlace) {
+TEST(StatusCommand, OfSeveralEntriesOfOneNameTheLastIsPrintedAtItsPlace) {
     const World world;
     world.write("shared/InstallationStatusFile.xml", R"(<install>
 <products><sku ID="ALPHA" name="Alpha" build="1.0.0.100"/></products>
@@ -584,21 +584,21 @@ TEST(StatusCommand, OfSeveralEntriesOfOneNameTheLastIsShownAtItsPlace) {
   </directory>
   <directory fileName="VorlaneFX" ref="1"><file fileName="hidden" ref="1"/></directory>
 </installFiles></install>)");
-    std::string shown;
+    std::string printedText;
     Record record;
     std::string error;
     ASSERT_TRUE(record.read(world.path("shared").string(), error)) << error;
     record.interpret();
     for (const Record::Node& node : record.nodes) {
         const Location where = record.at(node);
-        shown += toString(pathOf(node)) + " " + std::to_string(where.line) + ":" +
-                 std::to_string(where.column) + "\n";
+        printedText += toString(pathOf(node)) + " " + std::to_string(where.line) + ":" +
+                       std::to_string(where.column) + "\n";
     }
-    EXPECT_EQ(shown, " 1:1\n"
-                     "VorlaneFX 4:9\n"
-                     "Content 6:14\n"
-                     "Content/Paper.txt 7:11\n"
-                     "Content/a/b 7:47\n");
+    EXPECT_EQ(printedText, " 1:1\n"
+                           "VorlaneFX 4:9\n"
+                           "Content 6:14\n"
+                           "Content/Paper.txt 7:11\n"
+                           "Content/a/b 7:47\n");
     EXPECT_EQ(record.find("Content/Paper.txt"), &record.nodes[3]);
     EXPECT_EQ(record.find("Content"), &record.nodes[2]);
     for (const char* none : {"", "Content/", "/Content", "Content/lost", "VorlaneFX/hidden", "Paper.txt"}) {

@@ -212,12 +212,12 @@ private:
         constexpr std::size_t widest = 44;
         std::size_t width = 0;
         for (const Line& entry : lines) {
-            width = std::max(width, std::min(widest, shownName(entry).size()));
+            width = std::max(width, std::min(widest, nameOf(entry).size()));
         }
         for (const Line& entry : lines) {
             const Word word = wordOf(entry.entry->action);
             line("      " + painter.paint(word.colour, padded(word.text, 7)) + "  " +
-                 padded(shownName(entry), width) + "  " +
+                 padded(nameOf(entry), width) + "  " +
                  painter.paint(Colour::Dim, printable(entry.entry->why)));
             if (!entry.entry->shortCut.empty()) {
                 line("               shortcut " + printable(entry.entry->shortCut));
@@ -225,7 +225,7 @@ private:
         }
     }
 
-    static std::string shownName(const Line& line) {
+    static std::string nameOf(const Line& line) {
         return line.name == "." ? "the whole folder"
                                 : printable(line.name) + (line.entry->bFolder ? "/" : "");
     }
@@ -460,7 +460,7 @@ private:
         line("");
         if (!plan.bSucceeds) {
             line(painter.paint(Colour::Red, "The run would fail.") + " It would print:");
-            out += visibleLines(plan.log);
+            out += printableLines(plan.log);
             return;
         }
         const std::string summary =
@@ -480,7 +480,7 @@ private:
         return painter.paint(Colour::Yellow, "The run would succeed; whether it does harm is not known.");
     }
 
-    static std::string visibleLines(const std::string& log) {
+    static std::string printableLines(const std::string& log) {
         std::string text;
         std::size_t begin = 0;
         while (begin < log.size()) {
