@@ -94,13 +94,22 @@ Vector<VLString> archQualifiedNames(const VLString& host, const VLString& arch) 
     return names;
 }
 
-/// Reads the attributes that folders and files have in common.
-FileNode parseNode(const TiXmlElement& element, const FileNode& parent, const VLString& parentName) {
-    const auto flag = [&element](const char* name, bool inherited) {
-        return getBoolFlagFromString(XMLDocument::Attribute(element, name), inherited);
+/// Reads the attributes that folders and files have in common into a new child of `parent`. It replaces a
+/// child of that name with everything below it. Null if `element` has no name.
+FileNode* readNode(const TiXmlElement& element, FileNode& parent, const VLString& parentName) {
+    VLString name = XMLDocument::Attribute(element, "fileName");
+    if (name.IsEmpty()) {
+        return nullptr;
+    }
+    const auto flag = [&element](const char* attribute, bool inherited) {
+        return getBoolFlagFromString(XMLDocument::Attribute(element, attribute), inherited);
     };
-    FileNode node;
-    node.name = XMLDocument::Attribute(element, "fileName");
+    // Names of one length mostly come in their order, and then the end is the right place.
+    FileNode& node = parent.children.try_emplace(parent.children.end(), name)->second;
+    if (node.name.IsSet()) {
+        node = FileNode();
+    }
+    node.name = std::move(name);
     // Each child stores a copy. With a long name, they could use up the memory.
     if (parentName.Size() <= FileNode::longestParentName) {
         node.parentName = parentName;
@@ -110,23 +119,19 @@ FileNode parseNode(const TiXmlElement& element, const FileNode& parent, const VL
     node.dontDelete = flag("dontdelete", parent.dontDelete);
     node.ignoreInstallErrors = flag("ignoreinstallerrors", parent.ignoreInstallErrors);
     node.allowDowngrade = flag("allowdowngrade", parent.allowDowngrade);
-    return node;
+    return &node;
 }
 
-FileNode parseFile(TiXmlElement& element, const FileNode& parent, const VLString& parentName) {
-    FileNode node = parseNode(element, parent, parentName);
-    node.configuration = XMLDocument::Attribute(element, "configuration");
-    if (const TiXmlElement* shortCut = FirstChild(element, "shortCut")) {
-        node.shortCut.name = XMLDocument::Attribute(*shortCut, "name");
-        node.shortCut.dir = XMLDocument::Attribute(*shortCut, "dir");
+void readFile(TiXmlElement& element, FileNode& parent, const VLString& parentName) {
+    FileNode* file = readNode(element, parent, parentName);
+    if (file == nullptr) {
+        return;
     }
-    return node;
-}
-
-/// Stores `node` under its name. Replaces an existing node with everything below it.
-FileNode& addChild(FileNode& parent, FileNode node) {
-    const VLString name = node.name;
-    return parent.children.insert_or_assign(name, std::move(node)).first->second;
+    file->configuration = XMLDocument::Attribute(element, "configuration");
+    if (const TiXmlElement* shortCut = FirstChild(element, "shortCut")) {
+        file->shortCut.name = XMLDocument::Attribute(*shortCut, "name");
+        file->shortCut.dir = XMLDocument::Attribute(*shortCut, "dir");
+    }
 }
 
 } // namespace
@@ -270,19 +275,14 @@ void SKUDefinition::fillHostsInfo(TiXmlElement* hosts, Vector<VLString>& names, 
 void SKUDefinition::parseInstallFiles(FileNode& parent, TiXmlNode* element, const VLString& parentName) {
     // The elements are removed while the tree grows, so that both are never complete in memory.
     ForEachChild(element, "directory", [&](TiXmlElement& child) {
-        FileNode node = parseNode(child, parent, parentName);
-        if (node.name.IsSet()) {
-            node.isDirectory = true;
-            FileNode& stored = addChild(parent, std::move(node));
-            parseInstallFiles(stored, &child, stored.name);
+        if (FileNode* directory = readNode(child, parent, parentName)) {
+            directory->isDirectory = true;
+            parseInstallFiles(*directory, &child, directory->name);
         }
         element->RemoveChild(&child);
     });
     ForEachChild(element, "file", [&](TiXmlElement& child) {
-        FileNode node = parseFile(child, parent, parentName);
-        if (node.name.IsSet()) {
-            addChild(parent, std::move(node));
-        }
+        readFile(child, parent, parentName);
         element->RemoveChild(&child);
     });
 }

@@ -106,6 +106,9 @@ private:
         if (depth > 0 && p[1] == '/') {
             return endTag();
         }
+        if (bytes.isNameStart(p[1])) {
+            return element();
+        }
         if (startsWithIgnoreCase(p, "<?xml")) {
             return declaration();
         }
@@ -117,7 +120,7 @@ private:
             p += 9;
             return through("]]>");
         }
-        return bytes.isNameStart(p[1]) ? element() : through(">");
+        return through(">");
     }
 
     /// Byte order marks count as space everywhere.
