@@ -47,6 +47,11 @@ void giveBackFreeMemory() {
 #endif
 }
 
+void over(long most, benchmark::internal::Benchmark* benchmark) {
+    benchmark->RangeMultiplier(10)->Range(1'000, most)->Unit(benchmark::kMillisecond)->UseManualTime();
+    benchmark->Complexity(benchmark::oN);
+}
+
 } // namespace
 
 double PeakMemory(const std::function<void()>& work) {
@@ -105,6 +110,9 @@ void Compare(benchmark::State& state, const Comparison& comparison) {
 }
 
 void OverElements(benchmark::internal::Benchmark* benchmark) {
-    benchmark->RangeMultiplier(10)->Range(1'000, 1'000'000)->Unit(benchmark::kMillisecond)->UseManualTime();
-    benchmark->Complexity(benchmark::oN);
+    over(1'000'000, benchmark);
+}
+
+void OverFiles(benchmark::internal::Benchmark* benchmark) {
+    over(100'000, benchmark);
 }

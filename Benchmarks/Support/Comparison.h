@@ -24,3 +24,5 @@ double PeakMemory(const std::function<void()>& work);
 
 /// Measures with 1,000 to 1,000,000 elements, and fits the time to their number.
 void OverElements(benchmark::internal::Benchmark* benchmark);
+/// 1,000 to 100,000, for what needs so many files on a disk.
+void OverFiles(benchmark::internal::Benchmark* benchmark);

@@ -5,8 +5,10 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <sstream>
 #include <stdexcept>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -46,6 +48,24 @@ std::string installFiles(long files, const std::string& ofFolders, const std::st
     };
     return "    <installFiles>\n        <directory fileName=\"VorlaneFX\"" + ofFolders + ">\n" +
            tree(0, files, "            ", folder, file) + "        </directory>\n    </installFiles>\n";
+}
+
+/// The path of each file in the tree that installFiles() gives for so many.
+std::vector<std::filesystem::path> pathsIn(const std::string& xml) {
+    std::vector<std::filesystem::path> paths;
+    std::filesystem::path folder;
+    std::istringstream lines(xml);
+    for (std::string line; std::getline(lines, line);) {
+        const std::size_t name = line.find("fileName=\"") + 10;
+        if (line.find("</directory>") != std::string::npos) {
+            folder = folder.parent_path();
+        } else if (line.find("<directory ") != std::string::npos) {
+            folder /= line.substr(name, line.find('"', name) - name);
+        } else if (line.find("<file ") != std::string::npos) {
+            paths.push_back(folder / line.substr(name, line.find('"', name) - name));
+        }
+    }
+    return paths;
 }
 
 std::string memoryFolder() {
@@ -88,6 +108,18 @@ std::string TargetPaths(long folders) {
                           "            </condition>\n        </path>\n";
     }
     return text + "    </item>\n</root>\n";
+}
+
+void MakeFolder(const VLString& path) {
+    std::filesystem::create_directories(path.ConstData());
+}
+
+void MakeFiles(const VLString& path, long files) {
+    for (const std::filesystem::path& file : pathsIn(installFiles(files, "", ""))) {
+        const std::filesystem::path made = path.ConstData() / file;
+        std::filesystem::create_directories(made.parent_path());
+        Write(VLString(made.c_str()), "");
+    }
 }
 
 Folder::Folder() : name(memoryFolder() + "/InstallUtilityXXXXXX") {

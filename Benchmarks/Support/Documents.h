@@ -15,6 +15,11 @@ std::string Record(long files);
 /// A target-paths file with this number of target folders. Half of them have a condition.
 std::string TargetPaths(long folders);
 
+/// Makes the folder at `path`. On failure throws std::filesystem::filesystem_error.
+void MakeFolder(const VLString& path);
+/// Makes the empty files of Definition(files) in the folder at `path`. On failure throws an exception.
+void MakeFiles(const VLString& path, long files);
+
 /// A new empty folder, removed at the end of the scope. In memory, if the machine has a file system for that.
 class Folder {
 public:

@@ -234,7 +234,7 @@ void notRecorded(Status& status, const StatusReport& report) {
     for (const auto& product : status.products) {
         std::map<const TreeNode*, std::vector<VLString>> found; // by the uppermost that is not recorded
         for (const Spot& spot : product->spots()) {
-            if (!spot.bLeaf || !isThere(spot) || status.record.find(spot.node->treePath) != nullptr) {
+            if (!spot.bLeaf || status.record.find(spot.node->treePath) != nullptr || !isThere(spot)) {
                 continue;
             }
             const TreeNode* top = spot.node;
