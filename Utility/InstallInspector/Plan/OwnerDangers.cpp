@@ -29,8 +29,8 @@ bool isMine(const OwnedPlace& shortCut, const OwnedFiles& files, PlannedMachine&
 
 /// What is left of a place of the build that goes; empty for what may stay.
 Names leftOf(const Survey& survey, const OwnedFiles& files, const OwnedPlace& place) {
-    const bool bUncertain =
-        place.reach != Reach::Today && (place.bTarget || !survey.wasRecorded(place.treePath));
+    // Elsewhere than where the run goes it may be anyone's, unless the record says that the product was here.
+    const bool bUncertain = place.reach != Reach::Today && (place.bTarget || survey.bFirst);
     if (place.before == 0 || bUncertain || (place.bShortCut && !isMine(place, files, survey.machine))) {
         return {};
     }
@@ -49,7 +49,7 @@ void droppedPath(const Survey& survey, const DangerReport& report) {
         for (const auto& [path, node] : files.tree) {
             const bool bStays =
                 survey.made->tree.count(path) == 0 && survey.usesOf(path) == 0 && survey.countOf(path) > 0;
-            if (bStays && (node.bLeaf || files.tree.count(path) != 0)) {
+            if (bStays) {
                 dropped.push_back(path);
             }
         }

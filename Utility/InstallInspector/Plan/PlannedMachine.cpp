@@ -10,7 +10,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <deque>
 #include <filesystem>
 #include <sys/stat.h>
 #include <system_error>
@@ -54,21 +53,21 @@ std::string folderOf(const std::string& path) {
     return slash == std::string::npos ? "." : slash == 0 ? "/" : withoutLastSlashes(trimmed.substr(0, slash));
 }
 
-/// In order. A slash at the end stands for ".", which only a folder has.
-std::deque<std::string> componentsOf(const std::string& path) {
-    std::deque<std::string> components;
-    std::size_t begin = 0;
-    while (begin < path.size()) {
-        const std::size_t end = std::min(path.find('/', begin), path.size());
+/// Puts the components of the path on the stack, the first one on top. A slash at the end stands for ".",
+/// which only a folder has.
+void pushComponents(std::string_view path, std::vector<std::string_view>& stack) {
+    if (!path.empty() && path.back() == '/') {
+        stack.emplace_back(".");
+    }
+    std::size_t end = path.size();
+    while (end > 0) {
+        const std::size_t slash = path.rfind('/', end - 1);
+        const std::size_t begin = slash == std::string_view::npos ? 0 : slash + 1;
         if (end > begin) {
-            components.push_back(path.substr(begin, end - begin));
+            stack.push_back(path.substr(begin, end - begin));
         }
-        begin = end + 1;
+        end = begin == 0 ? 0 : begin - 1;
     }
-    if (endsWithSlash(path)) {
-        components.emplace_back(".");
-    }
-    return components;
 }
 
 /// Empty when it has been removed.
@@ -174,12 +173,16 @@ PlannedMachine::Node PlannedMachine::nodeAt(const std::string& path) {
     return node;
 }
 
-PlannedMachine::Node& PlannedMachine::childOf(Node& folder, const std::string& name) {
-    const auto [child, bNew] = folder.children.try_emplace(name);
-    if (bNew && !folder.origin.empty()) {
-        child->second = nodeAt(inside(folder.origin, name));
+PlannedMachine::Child& PlannedMachine::entryOf(Node& folder, std::string_view name) {
+    const auto known = folder.children.find(name);
+    if (known != folder.children.end()) {
+        return *known;
     }
-    return child->second;
+    const auto child = folder.children.try_emplace(std::string(name)).first;
+    if (!folder.origin.empty()) {
+        child->second = nodeAt(inside(folder.origin, child->first));
+    }
+    return *child;
 }
 
 std::vector<std::string> PlannedMachine::childNames(Node& folder) {
@@ -187,7 +190,7 @@ std::vector<std::string> PlannedMachine::childNames(Node& folder) {
         std::error_code error;
         for (std::filesystem::directory_iterator entry(folder.origin, error), end; !error && entry != end;
              entry.increment(error)) {
-            childOf(folder, entry->path().filename());
+            childOf(folder, entry->path().filename().string());
         }
     }
     std::vector<std::string> names;
@@ -208,28 +211,37 @@ std::size_t PlannedMachine::countBelow(Node& folder) {
     return count;
 }
 
-PlannedMachine::Place PlannedMachine::find(const std::string& path, bool bFollow) {
-    Place none;
-    none.error = path.size() > longestPath ? ENAMETOOLONG : ENOENT;
-    if (path.empty() || path.size() > longestPath || (path.front() != '/' && bStartFolderGone)) {
-        return none;
-    }
+PlannedMachine::Place PlannedMachine::nowhere(int error) {
     Place place;
-    place.node = &root;
-    return findFrom(std::move(place), componentsOf(path.front() == '/' ? path : inside(startFolder, path)),
-                    bFollow);
+    place.error = error;
+    return place;
 }
 
-PlannedMachine::Place PlannedMachine::findFrom(Place place, std::deque<std::string> rest, bool bFollow) {
-    const auto nowhere = [](int error) {
-        Place none;
-        none.error = error;
-        return none;
-    };
+PlannedMachine::Place PlannedMachine::find(const std::string& path, bool bFollow) {
+    const bool bRelative = path.empty() || path.front() != '/';
+    if (path.size() > longestPath) {
+        return nowhere(ENAMETOOLONG);
+    }
+    if (path.empty() || (bRelative && bStartFolderGone)) {
+        return nowhere(ENOENT);
+    }
+    return bRelative ? walk(inside(startFolder, path), bFollow) : walk(path, bFollow);
+}
+
+/// From "/" on.
+PlannedMachine::Place PlannedMachine::walk(const std::string& path, bool bFollow) {
+    constexpr std::size_t usualDepth = 16;
+    std::vector<std::string_view> rest;
+    rest.reserve(usualDepth);
+    pushComponents(path, rest);
+    Place place;
+    place.node = &root;
+    place.folders.reserve(usualDepth);
+    place.names.reserve(usualDepth);
     int links = 0;
     while (!rest.empty()) {
-        const std::string name = rest.front();
-        rest.pop_front();
+        const std::string_view name = rest.back();
+        rest.pop_back();
         if (place.node->type != S_IFDIR) {
             return nowhere(place.node->type == 0 ? ENOENT : ENOTDIR);
         }
@@ -247,10 +259,11 @@ PlannedMachine::Place PlannedMachine::findFrom(Place place, std::deque<std::stri
             }
             continue;
         }
-        Node& next = childOf(*place.node, name);
+        Child& entry = entryOf(*place.node, name);
+        Node& next = entry.second;
         if (next.type != S_IFLNK || (rest.empty() && !bFollow)) {
             place.folders.push_back(place.node);
-            place.names.push_back(name);
+            place.names.push_back(&entry.first);
             place.node = &next;
             continue;
         }
@@ -262,8 +275,7 @@ PlannedMachine::Place PlannedMachine::findFrom(Place place, std::deque<std::stri
             place.folders.clear();
             place.names.clear();
         }
-        const std::deque<std::string> target = componentsOf(next.text);
-        rest.insert(rest.begin(), target.begin(), target.end());
+        pushComponents(next.text, rest);
     }
     return place;
 }
@@ -283,8 +295,8 @@ std::string PlannedMachine::placeOfFolder(const std::string& path) {
         if (place.node == nullptr || place.node->type == 0) {
             known->second = inside(placeOfFolder(folderOf(path)), lastName(path));
         } else {
-            for (const std::string& name : place.names) {
-                known->second += "/" + name;
+            for (const std::string* name : place.names) {
+                known->second += "/" + *name;
             }
             known->second = known->second.empty() ? "/" : known->second;
         }
@@ -401,7 +413,7 @@ Machine::Saved PlannedMachine::saveFile(const VLString& path, const std::functio
         return Saved::Yes;
     }
     // The new file stands beside the old one at first.
-    Node& unfinished = childOf(*place.folders.back(), place.names.back() + ".new");
+    Node& unfinished = childOf(*place.folders.back(), *place.names.back() + ".new");
     if (unfinished.type == S_IFDIR) {
         return fails(EISDIR);
     }
@@ -464,7 +476,9 @@ bool PlannedMachine::note(Step step) {
     step.before = linkTypeOf(toVLString(step.path));
     folderPlaces.clear();
     step.bSucceeded = take(step);
-    bStartFolderGone = bStartFolderGone || !isFolder(startFolder);
+    const bool bRemoves = step.verb == Verb::RemoveFolder || step.verb == Verb::RemoveEmptyFolder ||
+                          step.verb == Verb::RemoveItem;
+    bStartFolderGone = bStartFolderGone || (bRemoves && !isFolder(startFolder));
     taken.push_back(step);
     return step.bSucceeded;
 }

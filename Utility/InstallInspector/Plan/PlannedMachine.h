@@ -3,10 +3,11 @@
 #include "Foundation/Machine.h"
 
 #include <cstdint>
-#include <deque>
+#include <functional>
 #include <map>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -110,24 +111,27 @@ private:
         /// in `children`. Empty if there is none.
         std::string origin;
         std::string text; ///< the target of a link, or the content of a file without origin
-        std::map<std::string, Node> children;
+        std::map<std::string, Node, std::less<>> children;
         std::uint64_t number = 0; ///< of a file without origin: tells it from those before it
     };
     /// The result of following a path.
     struct Place {
-        Node* node = nullptr;           ///< null when a folder on the way is missing, or the path is no path
-        std::vector<Node*> folders;     ///< those on the way, from "/"
-        std::vector<std::string> names; ///< of those below "/", and of the node
-        int error = 0;                  ///< why there is no node, an errno value
+        Node* node = nullptr;       ///< null when a folder on the way is missing, or the path is no path
+        std::vector<Node*> folders; ///< those on the way, from "/"
+        std::vector<const std::string*> names; ///< of those below "/", and of the node
+        int error = 0;                         ///< why there is no node, an errno value
     };
 
     static Node nodeAt(const std::string& path);
-    static Node& childOf(Node& folder, const std::string& name);
+    using Child = std::map<std::string, Node, std::less<>>::value_type;
+    static Child& entryOf(Node& folder, std::string_view name);
+    static Node& childOf(Node& folder, std::string_view name) { return entryOf(folder, name).second; }
     static std::vector<std::string> childNames(Node& folder);
     static std::size_t countBelow(Node& folder);
     static bool merge(Node& source, Node& destination, std::string& why);
     Place find(const std::string& path, bool bFollow);
-    Place findFrom(Place place, std::deque<std::string> rest, bool bFollow);
+    static Place nowhere(int error);
+    Place walk(const std::string& path, bool bFollow);
     static FileState stateOf(const Node& node);
     Node madeFile(std::string text);
     bool isFolder(const std::string& path);

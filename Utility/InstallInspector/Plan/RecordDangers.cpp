@@ -107,21 +107,6 @@ bool isCounted(const Survey& survey) {
            (survey.plan.bUninstall ? !isUnlisted(*run) && !run->before.products.empty() : run->bRecordSaved);
 }
 
-/// The paths of the product's trees, of the build that goes and of that which comes.
-std::set<std::string> pathsOf(const Survey& survey) {
-    std::set<std::string> paths;
-    const auto add = [&](const OwnedFiles& files) {
-        for (const auto& [path, node] : files.tree) {
-            paths.insert(path);
-        }
-    };
-    std::for_each(survey.mine.begin(), survey.mine.end(), add);
-    if (survey.made) {
-        add(*survey.made);
-    }
-    return paths;
-}
-
 std::int32_t slack(const Survey& survey) {
     return static_cast<std::int32_t>(survey.unknown.size());
 }
@@ -131,7 +116,7 @@ void countedTooLow(const Survey& survey, const DangerReport& report) {
         return;
     }
     Names low;
-    for (const std::string& path : pathsOf(survey)) {
+    for (const std::string& path : survey.paths) {
         const std::int32_t count = std::max(survey.countOf(path), 0);
         const bool bNotRecorded = count == 0 && survey.made && survey.made->tree.count(path) != 0;
         if (!bNotRecorded && count < survey.usesOf(path)) {
@@ -150,7 +135,7 @@ void countedTooHigh(const Survey& survey, const DangerReport& report) {
         return;
     }
     Names high;
-    for (const std::string& path : pathsOf(survey)) {
+    for (const std::string& path : survey.paths) {
         const std::int32_t uses = survey.usesOf(path);
         // What no product lists any more has a rule of its own.
         if ((uses > 0 || survey.plan.bUninstall) && survey.countOf(path) > uses + slack(survey)) {
@@ -231,7 +216,7 @@ void unknownProduct(const Survey& survey, const DangerReport& report) {
         return;
     }
     Names open;
-    for (const std::string& path : pathsOf(survey)) {
+    for (const std::string& path : survey.paths) {
         const bool bHad = std::any_of(survey.mine.begin(), survey.mine.end(),
                                       [&](const OwnedFiles& files) { return files.tree.count(path) != 0; });
         if (run->before.paths.count(path) != 0 && (survey.plan.bUninstall || !bHad)) {

@@ -241,6 +241,21 @@ void Survey::lookAgain() {
         }
     }
     readRecord();
+    listPaths();
+}
+
+void Survey::listPaths() {
+    const auto add = [this](const OwnedFiles& files) {
+        for (const auto& [path, node] : files.tree) {
+            paths.push_back(path);
+        }
+    };
+    std::for_each(mine.begin(), mine.end(), add);
+    if (made) {
+        add(*made);
+    }
+    std::sort(paths.begin(), paths.end());
+    paths.erase(std::unique(paths.begin(), paths.end()), paths.end());
 }
 
 void Survey::findUnknown() {
@@ -270,6 +285,7 @@ std::string Survey::recordPath() const {
 }
 
 void Survey::readRecord() {
+    recordPlace = machine.placeOf(recordPath());
     FileContent content = machine.readFile(toVLString(recordPath()));
     if (recordPath().empty() || content.bytes == nullptr) {
         return;
@@ -286,10 +302,9 @@ std::int32_t Survey::countOf(const std::string& treePath) const {
 }
 
 std::int32_t Survey::usesOf(const std::string& treePath) const {
-    const std::string place = machine.placeOf(recordPath());
     std::int32_t uses = made && made->tree.count(treePath) != 0 ? 1 : 0;
     for (const OwnedFiles& files : others) {
-        uses += files.recordPlace == place && files.tree.count(treePath) != 0 ? 1 : 0;
+        uses += files.recordPlace == recordPlace && files.tree.count(treePath) != 0 ? 1 : 0;
     }
     return uses;
 }

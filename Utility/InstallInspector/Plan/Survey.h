@@ -70,6 +70,7 @@ public:
     bool bInstalledUnknown = false;   ///< what the run replaces or takes away is among these
     bool bFirst = false;              ///< the record does not list the product before the run
     std::string sharedFault;          ///< why the shared package's definition cannot be used
+    std::vector<std::string> paths;   ///< of `mine` and `made` in the tree, sorted, each once
     std::optional<StatusFile> record; ///< as the next run will read it; none when there is none to be read
 
     const Plan::Run* run() const { return plan.runs.empty() ? nullptr : &plan.runs.front(); }
@@ -109,8 +110,10 @@ private:
     bool dependsOnUser(const std::string& targets);
     void findUnknown();
     void readRecord();
+    void listPaths();
     void collect(const std::string& folder, std::vector<std::string>& found) const;
 
+    std::string recordPlace; ///< see recordPath
     PlacedProduct given;
     InstalledProducts installed;
     std::vector<std::string> homes; ///< of other users
