@@ -43,17 +43,6 @@ mode_t typeInSource(const Survey& survey, const std::string& treePath) {
     return typeOf(survey, survey.plan.source + "/" + treePath);
 }
 
-/// A folder that systems show and move as one file.
-bool isBundle(const std::string& path) {
-    for (const std::string ending : {".app", ".bundle", ".plugin", ".framework", ".component", ".pkg"}) {
-        if (path.size() > ending.size() &&
-            path.compare(path.size() - ending.size(), ending.size(), ending) == 0) {
-            return true;
-        }
-    }
-    return Machine().typeOf(toVLString(path + "/Contents")) == S_IFDIR;
-}
-
 // The user
 
 void userAsked(const Survey& survey, const DangerReport& report) {

@@ -71,13 +71,25 @@ std::string lowerCase(const std::string& text) {
 
 } // namespace
 
+bool isBundle(const std::string& path) {
+    for (const std::string ending : {".app", ".bundle", ".plugin", ".framework", ".component", ".pkg"}) {
+        if (path.size() > ending.size() &&
+            path.compare(path.size() - ending.size(), ending.size(), ending) == 0) {
+            return true;
+        }
+    }
+    return Machine::current().typeOf(toVLString(path + "/Contents")) == S_IFDIR ||
+           Machine().typeOf(toVLString(path + "/Contents")) == S_IFDIR;
+}
+
 // What is owned
 
 void Survey::Owned::add(const OwnedPlace& place, mode_t type) {
     if (!places.insert(place.place).second) {
         return;
     }
-    if (!place.bShortCut && (place.bFolder || type == S_IFDIR)) {
+    // A folder that is listed as a file may be someone else's.
+    if (!place.bShortCut && (place.bFolder || (type == S_IFDIR && isBundle(place.path)))) {
         folders.insert(place.place);
     }
     for (std::string folder = folderAbove(place.place); !folder.empty() && above.insert(folder).second;) {

@@ -49,6 +49,9 @@ struct OwnedFiles {
     std::vector<OwnedPlace> places;
 };
 
+/// Whether there is a folder that systems show and move as one file.
+bool isBundle(const std::string& path);
+
 /// Who owns what on this machine before and after a planned run. What owns itself, as the record says, is not
 /// asked: this looks at the definitions that the installed products have left, and at what is there.
 class Survey {
