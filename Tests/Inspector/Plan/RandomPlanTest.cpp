@@ -113,7 +113,7 @@ std::vector<std::string> placesOf(const Build& build, const std::string& treePat
     for (const std::string& folder : foldersOf(build, branch, user, bHost)) {
         places.push_back(folder + treePath.substr(branch.size()));
     }
-    const bool bNowhere = build.bItemForFile && treePath == "VorlaneFX/one.fx";
+    const bool bNowhere = build.bItemForFile && treePath == "Content/one.fx";
     return bNowhere ? std::vector<std::string>{} : places;
 }
 
@@ -154,7 +154,7 @@ ProductBuilder builderOf(const Build& build) {
         product.target("Content", "/Library/Vorlane Content");
     }
     if (build.bItemForFile) {
-        product.target("VorlaneFX/one.fx", "/Library/Elsewhere");
+        product.target("Content/one.fx", "/Library/Elsewhere");
     }
     if (!build.bNoSharedSource) {
         product.unlistedFile("VorlaneFX/unlisted", "");
@@ -514,8 +514,18 @@ protected:
                 }
             }
         }
+        const auto bRemovedWithFolder = [&](std::string path) {
+            while ((path = path.substr(0, path.rfind('/'))).size() > 1) {
+                if (actions.count(path) != 0 && actions.at(path) == "remove") {
+                    return true;
+                }
+            }
+            return false;
+        };
         for (const auto& [path, action] : actions) {
-            if (action == "copy" || action == "replace" || action == "keep") {
+            if (path.front() == '/' && bRemovedWithFolder(path)) {
+                EXPECT_FALSE(isAt(after, path)) << action << " " << path;
+            } else if (action == "copy" || action == "replace" || action == "keep") {
                 EXPECT_TRUE(isAt(after, path)) << action << " " << path;
             } else if (action == "remove" && path.front() == '/') {
                 EXPECT_FALSE(isAt(after, path)) << path;
@@ -573,6 +583,16 @@ protected:
         });
     }
 
+    /// It goes with the folder then.
+    bool isInWholeFolder(const Build& build, const std::string& path) {
+        return std::any_of(build.leaves.begin(), build.leaves.end(), [&](const auto& leaf) {
+            const auto places = placesOf(build, leaf.first, user, isHost());
+            return leaf.second.kind != Kind::File &&
+                   std::any_of(places.begin(), places.end(),
+                               [&](const std::string& place) { return path.rfind(place + "/", 0) == 0; });
+        });
+    }
+
     std::set<std::string> shortCutsOf(const Build& build) {
         std::set<std::string> names;
         for (const auto& [path, leaf] : build.leaves) {
@@ -612,15 +632,16 @@ protected:
                 now["/Applications/" + leaf.shortCut] = treePath;
             }
         }
-        if (build.bItemForFile && build.leaves.count("VorlaneFX/one.fx") != 0) {
-            harm.push_back("nowhere: VorlaneFX/one.fx");
+        if (build.bItemForFile && build.leaves.count("Content/one.fx") != 0) {
+            harm.push_back("nowhere: Content/one.fx");
         }
         for (const auto& [path, treePath] : holdings[build.id]) {
             if (!isAt(after, path)) {
                 continue;
             }
             const bool bUninstaller = path.rfind(uninstallers, 0) == 0;
-            if (bUninstaller ? path != build.uninstaller() : any.count(path) == 0) {
+            if (bUninstaller ? path != build.uninstaller()
+                             : any.count(path) == 0 && !isInWholeFolder(build, path)) {
                 if (!isHeld(others, path)) {
                     harm.push_back("left behind: " + path);
                 }

@@ -84,12 +84,12 @@ bool isBundle(const std::string& path) {
 
 // What is owned
 
-void Survey::Owned::add(const OwnedPlace& place, mode_t type) {
+void Survey::Owned::add(const OwnedPlace& place, mode_t type, bool bWithAll) {
     if (!places.insert(place.place).second) {
         return;
     }
     // A folder that is listed as a file may be someone else's.
-    if (!place.bShortCut && (place.bFolder || (type == S_IFDIR && isBundle(place.path)))) {
+    if (bWithAll && !place.bShortCut && (place.bFolder || (type == S_IFDIR && isBundle(place.path)))) {
         folders.insert(place.place);
     }
     for (std::string folder = folderAbove(place.place); !folder.empty() && above.insert(folder).second;) {
@@ -212,7 +212,7 @@ Survey::Survey(PlannedMachine& inUse, const Plan& planned) : machine(inUse), pla
     for (const auto* list : {&mine, &others}) {
         for (const OwnedFiles& files : *list) {
             for (const OwnedPlace& place : files.places) {
-                before.add(place, place.before);
+                before.add(place, place.before, true);
             }
         }
     }
@@ -236,7 +236,8 @@ void Survey::lookAgain() {
                 place.after = machine.linkTypeOf(toVLString(place.path));
                 place.linkAfter = place.after == S_IFLNK ? machine.linkText(place.path) : "";
                 if (list == &others) {
-                    after.add(place, place.after);
+                    // What the product has in another's folder is left there.
+                    after.add(place, place.after, false);
                 }
             }
         }
@@ -248,7 +249,7 @@ void Survey::lookAgain() {
             place.after = place.before; // this is the machine after the run
             place.linkAfter = place.linkBefore;
             if (place.reach != Reach::Idle) {
-                after.add(place, place.after);
+                after.add(place, place.after, true);
             }
         }
     }

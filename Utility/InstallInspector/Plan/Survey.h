@@ -102,7 +102,8 @@ private:
         std::unordered_set<std::string> folders;
         std::unordered_set<std::string> above; ///< folders in which they lie
 
-        void add(const OwnedPlace& place, mode_t type);
+        /// `bWithAll`: what lies in a folder in one piece is owned, too.
+        void add(const OwnedPlace& place, mode_t type, bool bWithAll);
         bool has(const std::string& place) const;
     };
 
