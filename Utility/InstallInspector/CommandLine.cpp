@@ -114,14 +114,16 @@ void addStatusCommand(CLI::App& app, int& status) {
     auto options = std::make_shared<StatusOptions>();
     CLI::App* command =
         app.add_subcommand("status", "Show what is installed, and how the record and this machine agree");
-    command->add_option("FOLDER", options->folder,
-                        std::string("The folder that holds the record, or a record by itself; without it the "
-                                    "folder that the targets give, or ") +
-                            usualStatusFolder);
+    command->add_option(
+        "FOLDER", options->folder,
+        std::string("The folder that holds the record, or a record by itself; without it that "
+                    "of the given or installed products, or ") +
+            usualStatusFolder);
     addRepeated(*command, "--targets", options->targets,
                 "The target-paths file of the products; once for all, or once for each --sku", "FILE");
     addRepeated(*command, "--sku", options->definitions,
-                "A product definition to compare the record and this machine with; may be repeated", "FILE");
+                "A product definition to compare with in place of the installed ones; may be repeated",
+                "FILE");
     command->add_flag("--json", options->bJson, "Print JSON for other programs");
     command->callback([options, &status] {
         checkUsage(*options);

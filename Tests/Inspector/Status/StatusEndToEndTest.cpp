@@ -4,6 +4,8 @@
 #include <nlohmann/json.hpp>
 
 #include <filesystem>
+#include <map>
+#include <set>
 
 namespace {
 
@@ -32,6 +34,48 @@ protected:
         return result;
     }
 
+    using Json = nlohmann::json;
+
+    /// The findings of "status" without definitions, by rule, for the user with that home folder.
+    std::map<std::string, Json> findings(const std::string& home = "/Users/anna") {
+        Options options;
+        options.environment["HOME"] = home;
+        const Lines before = root().tree();
+        const ProgramResult result = root().run({inspector, "status", "--json"}, options);
+        EXPECT_EQ(FileTree::difference(before, root().tree()), "");
+        const Json document = Json::parse(result.standardOutput);
+        std::map<std::string, Json> byRule;
+        for (const Json& finding : document["findings"]) {
+            EXPECT_TRUE(byRule.emplace(finding["rule"], finding).second) << "twice: " << finding;
+        }
+        EXPECT_EQ(result.exitStatus, byRule.empty() ? 0 : 1);
+        EXPECT_EQ(document["verdict"] == "safe", byRule.empty());
+        return byRule;
+    }
+    std::set<std::string> rules(const std::string& home = "/Users/anna") {
+        std::set<std::string> names;
+        for (const auto& [rule, finding] : findings(home)) {
+            names.insert(rule);
+        }
+        return names;
+    }
+    /// The only finding.
+    Json finding(const std::string& rule) {
+        const auto found = findings();
+        EXPECT_EQ(found.size(), 1U);
+        const auto wanted = found.find(rule);
+        EXPECT_NE(wanted, found.end()) << (found.empty() ? "nothing" : found.begin()->second.dump());
+        return wanted == found.end() ? Json{{"message", ""}, {"advice", ""}, {"paths", Json::array()}}
+                                     : wanted->second;
+    }
+
+    void edit(const std::string& path, const std::string& from, const std::string& to) {
+        std::string text = root().read(path);
+        const std::size_t at = text.find(from);
+        ASSERT_NE(at, std::string::npos) << from << " in " << text;
+        root().write(path, text.replace(at, from.size(), to));
+    }
+
     static bool has(const ProgramResult& result, const std::string& text) {
         return result.standardOutput.find(text) != std::string::npos;
     }
@@ -57,12 +101,30 @@ ProductBuilder beta() {
         .target("VorlaneFX", "/Library/Application Support/Vorlane");
 }
 
+/// The shared package.
+ProductBuilder common() {
+    return ProductBuilder("COMMON", "Shared")
+        .build("1.0.0.300")
+        .listedFile("VorlaneFX/SKU/COMMON.xml")
+        .file("VorlaneFX/Common/ApplicationManager.app/Contents/Info.plist", "manager")
+        .target("VorlaneFX", "/Library/Application Support/Vorlane");
+}
+
+ProductBuilder installable(ProductBuilder product) {
+    const std::string definition = product.definition();
+    return product.unlistedFile("VorlaneFX/SKU/COMMON.xml", definition);
+}
+
+const std::string record = "/Library/Application Support/Vorlane/InstallationStatusFile.xml";
+const std::string sharedDefinition = "/Library/Application Support/Vorlane/SKU/COMMON.xml";
+const std::string managerLink = "/Applications/Vorlane Application Manager.app";
+
 } // namespace
 
 TEST_F(StatusEndToEnd, AFreshMachineHasNoRecord) {
     const auto result = status({});
     EXPECT_EQ(result.standardOutput, "/Library/Application Support/Vorlane/InstallationStatusFile.xml\n\n"
-                                     "  There is no record here: no product is installed.\n");
+                                     "  Nothing is installed.\n");
     EXPECT_EQ(result.exitStatus, 0);
 }
 
@@ -148,4 +210,270 @@ TEST_F(StatusEndToEnd, WhatALostRecordForgetsIsNotRecorded) {
     EXPECT_EQ(document["state"], "missing");
     ASSERT_EQ(document["findings"].size(), 1U);
     EXPECT_EQ(document["findings"][0]["rule"], "not-recorded");
+}
+
+TEST_F(StatusEndToEnd, WithoutDefinitionsItComparesAllThatIsInstalled) {
+    root().makeFolder("/Applications/OpenFX.app");
+    ExpectSuccess(Install(alpha()));
+    ExpectSuccess(Install(beta()));
+    ExpectSuccess(Install(installable(common())));
+    const auto all = status({});
+    EXPECT_EQ(all.exitStatus, 0) << all.standardOutput;
+    EXPECT_TRUE(has(all, "The record and this machine agree.")) << all.standardOutput;
+    ExpectSuccess(Uninstall(alpha()));
+    EXPECT_EQ(rules(), std::set<std::string>());
+    ExpectSuccess(Uninstall(beta()));
+    EXPECT_TRUE(has(status({}), "Nothing is installed.")) << status({}).standardOutput;
+}
+
+TEST_F(StatusEndToEnd, WithFewerDefinitionsThanProductsItNeverAgrees) {
+    ExpectSuccess(Install(alpha()));
+    ExpectSuccess(Install(beta()));
+    const auto one = status({alpha()});
+    EXPECT_EQ(one.exitStatus, 1);
+    EXPECT_TRUE(has(one, "the product \"BETA\" could not be compared [not-compared]")) << one.standardOutput;
+    EXPECT_FALSE(has(one, "agree"));
+}
+
+TEST_F(StatusEndToEnd, AMissingUninstallerIsPlacedByAnInstall) {
+    ExpectSuccess(Install(alpha()));
+    root().remove(uninstallerOf(alpha()));
+    EXPECT_EQ(finding("uninstaller-missing")["advice"],
+              "Install \"ALPHA\" again, which places its uninstaller.");
+    EXPECT_TRUE(has(status({alpha()}), "[uninstaller-missing]"));
+    ExpectSuccess(Install(alpha()));
+    EXPECT_EQ(rules(), std::set<std::string>());
+}
+
+TEST_F(StatusEndToEnd, AnIncompleteUninstallerIsPlacedAnewByAnInstall) {
+    for (const char* part : {"/Contents/sku.xml", "/Contents/target_path.xml", "/Contents/Info.plist",
+                             "/Contents/MacOS/InstallUtility", "/Contents/MacOS/UninstallLauncher"}) {
+        SCOPED_TRACE(part);
+        ExpectSuccess(Install(alpha()));
+        root().remove(uninstallerOf(alpha()) + part);
+        EXPECT_EQ(finding("uninstaller-incomplete")["advice"],
+                  "Install \"ALPHA\" again, which places it anew.");
+    }
+    ExpectSuccess(Install(alpha()));
+    root().write(uninstallerOf(alpha()) + "/Contents/sku.xml", "<product");
+    finding("uninstaller-incomplete");
+    ExpectSuccess(Install(alpha()));
+    EXPECT_EQ(rules(), std::set<std::string>());
+}
+
+TEST_F(StatusEndToEnd, OfTwoProductsOfOneNameOneHasNoUninstaller) {
+    ProductBuilder same = beta().name("Alpha");
+    ExpectSuccess(Install(alpha()));
+    ExpectSuccess(Install(same));
+    const Json found = finding("uninstaller-missing");
+    EXPECT_EQ(found["advice"],
+              "Uninstall \"BETA\", and install \"ALPHA\" again: only one of them can have an "
+              "uninstaller.");
+    ExpectSuccess(Uninstall(same));
+    ExpectSuccess(Install(alpha()));
+    EXPECT_EQ(rules(), std::set<std::string>());
+}
+
+TEST_F(StatusEndToEnd, TheDefinitionOfAnotherProductInAnUninstallerIsNamed) {
+    ExpectSuccess(Install(alpha()));
+    ExpectSuccess(Install(beta()));
+    root().write(uninstallerOf(alpha()) + "/Contents/sku.xml",
+                 root().read(uninstallerOf(beta()) + "/Contents/sku.xml"));
+    EXPECT_NE(finding("uninstaller-missing")["message"].get<std::string>().find("is that of \"BETA\""),
+              std::string::npos);
+    ExpectSuccess(Install(alpha()));
+    EXPECT_EQ(rules(), std::set<std::string>());
+}
+
+TEST_F(StatusEndToEnd, AnUninstallerUnderAnOldNameStays) {
+    ProductBuilder old = alpha().name("Old Alpha");
+    ExpectSuccess(Install(old));
+    ExpectSuccess(Install(alpha()));
+    finding("old-uninstaller");
+    ExpectSuccess(Uninstall(alpha()));
+    EXPECT_TRUE(root().exists(uninstallerOf(old)));
+}
+
+TEST_F(StatusEndToEnd, TheUninstallOfAProductThatTheRecordDoesNotListLeavesItsFiles) {
+    const std::string guide = "/Library/Application Support/Vorlane/Guide.html";
+    ExpectSuccess(Install(alpha()));
+    ExpectSuccess(Install(beta()));
+    edit(record, "<sku ID=\"ALPHA\" name=\"Alpha\" build=\"1.0.0.100\" />", "");
+    const Json found = finding("product-not-recorded");
+    EXPECT_EQ(found["paths"].size(), 2U);
+    EXPECT_EQ(found["consequence"],
+              "Its uninstall lowers no count and leaves its files. It removes its uninstaller.");
+    const std::string damaged = root().read(record);
+    ExpectSuccess(Uninstall(alpha()));
+    EXPECT_TRUE(root().exists(guide));
+    EXPECT_FALSE(root().exists(uninstallerOf(alpha())));
+    // What it says instead.
+    ExpectSuccess(Install(beta()));
+    root().write(record, damaged);
+    edit(record, "<products>", "<products><sku ID=\"ALPHA\" name=\"Alpha\" build=\"1.0.0.100\"/>");
+    ExpectSuccess(Install(alpha()));
+    EXPECT_EQ(rules(), std::set<std::string>());
+    ExpectSuccess(Uninstall(alpha()));
+    EXPECT_FALSE(root().exists(guide));
+}
+
+TEST_F(StatusEndToEnd, WithoutTheRecordEachUninstallerIsNamedAndAnInstallRecordsAgain) {
+    ExpectSuccess(Install(alpha()));
+    root().remove(record);
+    const Json found = finding("product-not-recorded");
+    EXPECT_EQ(found["advice"], "Install it again, which records it.");
+    ExpectSuccess(Install(alpha()));
+    EXPECT_EQ(rules(), std::set<std::string>());
+}
+
+TEST_F(StatusEndToEnd, WithAnUnusableDefinitionTheSharedPackageStays) {
+    for (const std::string& text : {std::string(), std::string("<product"), alpha().definition()}) {
+        takeNewMachine();
+        std::filesystem::copy_file(INSTALLINSPECTOR_PROGRAM, root().outside(inspector));
+        ExpectSuccess(Install(alpha()));
+        ExpectSuccess(Install(installable(common())));
+        root().write(sharedDefinition, text);
+        EXPECT_EQ(finding("shared-definition-unusable")["paths"], Json({sharedDefinition})) << text;
+        Uninstall(alpha());
+        EXPECT_TRUE(root().exists("/Library/Application Support/Vorlane/Common/ApplicationManager.app"))
+            << text;
+        EXPECT_TRUE(root().exists(record)) << text;
+    }
+    ExpectSuccess(Install(alpha()));
+    ExpectSuccess(Install(installable(common())));
+    EXPECT_EQ(rules(), std::set<std::string>());
+}
+
+TEST_F(StatusEndToEnd, TheLinkToTheApplicationManagerIsLookedAt) {
+    ExpectSuccess(Install(alpha()));
+    ExpectSuccess(Install(installable(common())));
+    root().remove(managerLink);
+    EXPECT_NE(finding("manager-link")["message"].get<std::string>().find("is missing"), std::string::npos);
+    std::filesystem::create_symlink("/elsewhere", root().outside(managerLink));
+    EXPECT_NE(finding("manager-link")["message"].get<std::string>().find("leads to \"/elsewhere\""),
+              std::string::npos);
+    root().remove(managerLink);
+    root().write(managerLink + "/mine", "my own");
+    EXPECT_NE(finding("manager-link")["consequence"].get<std::string>().find("everything in it"),
+              std::string::npos);
+    ExpectSuccess(Install(installable(common())));
+    EXPECT_FALSE(root().exists(managerLink + "/mine"));
+    EXPECT_EQ(rules(), std::set<std::string>());
+    // It leads nowhere, but what is missing is named by itself.
+    root().remove("/Library/Application Support/Vorlane/Common/ApplicationManager.app");
+    finding("missing-file");
+}
+
+TEST_F(StatusEndToEnd, ALinkThatLeadsNowhereIsAnErrorForUsers) {
+    ProductBuilder without = ProductBuilder("COMMON", "Shared")
+                                 .listedFile("VorlaneFX/SKU/COMMON.xml")
+                                 .target("VorlaneFX", "/Library/Application Support/Vorlane");
+    ExpectSuccess(Install(alpha()));
+    ExpectSuccess(Install(installable(without)));
+    EXPECT_EQ(finding("manager-link")["consequence"], "Users who open it get an error.");
+}
+
+TEST_F(StatusEndToEnd, AFolderInTheFilesPlaceGoesWithTheUninstall) {
+    const std::string file = "/Library/Application Support/Vorlane/Looks/Grey.look";
+    ExpectSuccess(Install(beta()));
+    root().remove(file);
+    root().write(file + "/mine.txt", "my own");
+    EXPECT_EQ(finding("folder-for-file")["paths"], Json({file}));
+    ExpectSuccess(Uninstall(beta()));
+    EXPECT_FALSE(root().exists(file + "/mine.txt"));
+}
+
+TEST_F(StatusEndToEnd, AllThatIsMissingIsCountedAndComesBack) {
+    root().makeFolder("/Applications/OpenFX.app");
+    ExpectSuccess(Install(alpha()));
+    const std::set<std::string> files{"/Library/Application Support/Vorlane/Looks/Grey.look",
+                                      "/Users/anna/OFX/Vorlane/Glow/Glow.ofx"};
+    for (const std::string& file : files) {
+        root().remove(file);
+    }
+    const Json found = finding("missing-file");
+    EXPECT_EQ(found["message"].get<std::string>().find("2 files of \"ALPHA\" are missing"), 0U) << found;
+    EXPECT_EQ(found["paths"].get<std::set<std::string>>(), files);
+    ExpectSuccess(Install(alpha()));
+    EXPECT_EQ(rules(), std::set<std::string>());
+}
+
+TEST_F(StatusEndToEnd, WhatIsLeftBehindIsRemovedOnlyWhenTheConditionHolds) {
+    const std::string file = "/Users/anna/OFX/Vorlane/Glow/Glow.ofx";
+    for (const bool bFollowed : {false, true}) {
+        root().makeFolder("/Applications/OpenFX.app");
+        ExpectSuccess(Install(alpha()));
+        root().remove("/Applications/OpenFX.app");
+        EXPECT_EQ(finding("left-behind")["paths"], Json({file}));
+        if (bFollowed) {
+            root().makeFolder("/Applications/OpenFX.app");
+        }
+        ExpectSuccess(Uninstall(alpha()));
+        EXPECT_EQ(root().exists(file), !bFollowed);
+    }
+}
+
+TEST_F(StatusEndToEnd, FilesOfAnotherUserGoWithThatUsersUninstall) {
+    root().makeFolder("/Applications/OpenFX.app");
+    root().makeFolder("/Users/ben");
+    const std::string file = "/Users/ben/OFX/Vorlane/Glow/Glow.ofx";
+    Options asBen;
+    asBen.environment["HOME"] = "/Users/ben";
+    ExpectSuccess(Install(alpha(), {}, asBen));
+    EXPECT_EQ(rules("/Users/ben"), std::set<std::string>());
+    const Json found = finding("other-home");
+    EXPECT_NE(found["message"].get<std::string>().find("of the user \"ben\""), std::string::npos);
+    EXPECT_EQ(found["paths"], Json({file}));
+    EXPECT_EQ(rules("/root"), std::set<std::string>{"other-home"});
+
+    ExpectSuccess(Uninstall(alpha()));
+    EXPECT_TRUE(root().exists(file));
+    // What it says instead.
+    ExpectSuccess(Install(alpha(), {}, asBen));
+    ExpectSuccess(Uninstall(alpha(), {}, asBen));
+    EXPECT_FALSE(root().exists(file));
+    ExpectSuccess(Install(alpha()));
+    EXPECT_EQ(rules(), std::set<std::string>());
+}
+
+TEST_F(StatusEndToEnd, TwoUsersOfOneProductAreBothSeen) {
+    root().makeFolder("/Applications/OpenFX.app");
+    root().makeFolder("/Users/ben");
+    Options asBen;
+    asBen.environment["HOME"] = "/Users/ben";
+    ExpectSuccess(Install(alpha(), {}, asBen));
+    ExpectSuccess(Install(alpha()));
+    EXPECT_EQ(finding("other-home")["paths"], Json({"/Users/ben/OFX/Vorlane/Glow/Glow.ofx"}));
+    ExpectSuccess(Uninstall(alpha(), {}, asBen));
+    ExpectSuccess(Install(alpha()));
+    EXPECT_EQ(rules(), std::set<std::string>());
+    ExpectSuccess(Uninstall(alpha()));
+    EXPECT_FALSE(root().exists("/Users/anna/OFX/Vorlane"));
+}
+
+TEST_F(StatusEndToEnd, WhatAnUpgradeNoLongerListsStaysForEver) {
+    const std::string guide = "/Library/Application Support/Vorlane/Guide.html";
+    ExpectSuccess(Install(alpha()));
+    ExpectSuccess(Install(ProductBuilder("ALPHA", "Alpha")
+                              .build("1.0.0.101")
+                              .file("VorlaneFX/Looks/Grey.look", "grey")
+                              .target("VorlaneFX", "/Library/Application Support/Vorlane")));
+    const auto found = findings();
+    ASSERT_EQ(found.count("in-no-definition"), 1U);
+    ExpectSuccess(OpenUninstaller(alpha(), {}));
+    EXPECT_TRUE(root().exists(guide));
+}
+
+TEST_F(StatusEndToEnd, AfterTheAdviceForACountTheUninstallRemovesTheFile) {
+    const std::string file = "/Library/Application Support/Vorlane/Looks/Grey.look";
+    for (const bool bFollowed : {false, true}) {
+        ExpectSuccess(Install(beta()));
+        edit(record, "fileName=\"Grey.look\" ref=\"1\"", "fileName=\"Grey.look\" ref=\"2\"");
+        EXPECT_EQ(finding("count-differs")["advice"], "Write ref=\"1\" there.");
+        if (bFollowed) {
+            edit(record, "fileName=\"Grey.look\" ref=\"2\"", "fileName=\"Grey.look\" ref=\"1\"");
+        }
+        ExpectSuccess(Uninstall(beta()));
+        EXPECT_EQ(root().exists(file), !bFollowed);
+    }
 }

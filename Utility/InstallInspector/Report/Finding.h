@@ -24,9 +24,10 @@ struct Finding {
     Location where;
     std::string rule;
     Severity severity = Severity::Error;
-    std::string message;     ///< what is wrong, without a full stop
-    std::string consequence; ///< the effect on a run
-    std::string advice;      ///< how to correct it
+    std::string message;              ///< what is wrong, without a full stop
+    std::string consequence;          ///< the effect on a run
+    std::string advice;               ///< how to correct it
+    std::vector<std::string> paths{}; ///< all that it is about, on this machine or else in the record
 };
 
 /// By document, file, line and column.

@@ -66,6 +66,13 @@ void writeFindings(JsonWriter& json, const std::vector<Finding>& findings) {
         json.text("message", finding.message);
         json.text("consequence", finding.consequence);
         json.text("advice", finding.advice);
+        if (!finding.paths.empty()) {
+            json.beginArray("paths");
+            for (const std::string& path : finding.paths) {
+                json.element(path);
+            }
+            json.endArray();
+        }
         json.endObject();
     }
     json.endArray();

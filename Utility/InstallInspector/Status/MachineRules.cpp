@@ -1,16 +1,15 @@
 // What the record says against what the given products and this machine say.
 #include "Foundation/Machine.h"
+#include "Utility/InstallInspector/Documents/OtherHomes.h"
 #include "Utility/InstallInspector/Report/FindingOutput.h"
 #include "Utility/InstallInspector/Status/Status.h"
 #include "Utility/InstallUtility/InstallUtility.h"
-
-#include <climits>
 
 #include <algorithm>
 #include <map>
 #include <set>
 #include <sys/stat.h>
-#include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -34,18 +33,22 @@ bool fits(const Spot& spot, const VLString& path) {
     return S_ISDIR(type) || (S_ISREG(type) && !spot.node->node->isDirectory);
 }
 
+/// Whether a folder of that name can be what a product installs as a file: applications and plug-ins are
+/// folders.
+bool isBundle(const VLString& path) {
+    const std::string text = toString(path);
+    for (const std::string ending : {".app", ".bundle", ".plugin", ".framework", ".component", ".pkg"}) {
+        if (text.size() > ending.size() &&
+            text.compare(text.size() - ending.size(), ending.size(), ending) == 0) {
+            return true;
+        }
+    }
+    return S_ISDIR(typeOf(path + "/Contents"));
+}
+
 bool isThere(const Spot& spot) {
     return std::any_of(spot.places.begin(), spot.places.end(),
                        [&](const Place& place) { return fits(spot, place.path); });
-}
-
-VLString folderAbove(const VLString& path) {
-    const std::string text = toString(path);
-    return toVLString(text.substr(0, text.rfind('/')));
-}
-
-std::string quoted(const SKUDefinition::SKUInfo& info) {
-    return quotedText(info.ID.IsSet() ? info.ID : info.name);
 }
 
 std::string withEntries(std::size_t count) {
@@ -59,7 +62,7 @@ bool canBeCompared(const Status& status) {
 /// Calls `visit` with each product and each recorded node of its tree that is installed as it is.
 template <class Visitor>
 void forEachRecordedLeaf(const Status& status, Visitor visit) {
-    for (const auto& product : status.products) {
+    for (PlacedProduct* const product : status.products) {
         for (const Spot& spot : product->spots()) {
             const Record::Node* recorded = status.record.find(spot.node->treePath);
             if (spot.bLeaf && recorded != nullptr) {
@@ -77,7 +80,7 @@ std::set<VLString> pathsOf(const std::vector<Place>& places) {
     return paths;
 }
 
-std::string listed(const std::vector<Place>& places) {
+std::string pathsIn(const std::vector<Place>& places) {
     std::string text;
     for (const Place& place : places) {
         text += (text.empty() ? "" : " and ") + quotedText(place.path);
@@ -85,34 +88,57 @@ std::string listed(const std::vector<Place>& places) {
     return text;
 }
 
+std::string subject(std::size_t count) {
+    return count == 1 ? "is" : "are";
+}
+
 // Missing, or something else
 
 /// A path on this machine where something recorded should be and is not, the uppermost of its kind.
 struct Loss {
     const TreeNode* node;
-    std::set<VLString> leaves; ///< of the tree
+    const PlacedProduct* product; ///< one that brings it
+    std::set<VLString> leaves;    ///< of the tree
+    std::vector<std::string> paths;
     bool bOtherKind;
 };
+
+/// Whether the recorded build of the path is that of the product, so that its files are the right ones.
+bool isOfRecordedBuild(const PlacedProduct& product, const Record::Node& recorded) {
+    return recorded.recorded->isDirectory || recorded.recorded->build == product.info().build;
+}
 
 /// By path on this machine.
 std::map<VLString, Loss> lossesIn(const Status& status) {
     std::map<VLString, Loss> losses;
-    forEachRecordedLeaf(status, [&](const Spot& spot, const Record::Node&) {
-        for (const Place& place : spot.places) {
-            if (fits(spot, place.path)) {
+    for (const PlacedProduct* const product : status.products) {
+        for (const Spot& spot : product->spots()) {
+            const Record::Node* recorded = spot.bLeaf ? status.record.find(spot.node->treePath) : nullptr;
+            if (recorded == nullptr || status.explained.count(recorded) != 0) {
                 continue;
             }
-            VLString top = place.path;
-            const TreeNode* node = spot.node;
-            while (!isSomething(top) && top.Size() > place.target.Size() &&
-                   !S_ISDIR(typeOf(folderAbove(top)))) {
-                top = folderAbove(top);
-                node = node->parent;
+            for (const Place& place : spot.places) {
+                if (fits(spot, place.path)) {
+                    continue;
+                }
+                VLString top = place.path;
+                const TreeNode* node = spot.node;
+                while (!isSomething(top) && top.Size() > place.target.Size() &&
+                       !S_ISDIR(typeOf(folderAbove(top)))) {
+                    top = folderAbove(top);
+                    node = node->parent;
+                }
+                Loss& loss =
+                    losses.try_emplace(top, Loss{node, product, {}, {}, isSomething(top)}).first->second;
+                if (loss.leaves.insert(spot.node->treePath).second) {
+                    loss.paths.push_back(toString(place.path));
+                }
+                if (isOfRecordedBuild(*product, *recorded)) {
+                    loss.product = product;
+                }
             }
-            Loss& loss = losses.try_emplace(top, Loss{node, {}, isSomething(top)}).first->second;
-            loss.leaves.insert(spot.node->treePath);
         }
-    });
+    }
     return losses;
 }
 
@@ -120,16 +146,34 @@ void missingFile(Status& status, const StatusReport& report) {
     if (!canBeCompared(status)) {
         return;
     }
-    for (const auto& [path, loss] : lossesIn(status)) {
-        if (!loss.bOtherKind) {
-            report(status.record.near(loss.node->treePath),
-                   quotedText(loss.node->treePath) + withEntries(loss.leaves.size()) +
-                       " is missing: there is no " + quotedText(path),
-                   "The record counts it as installed. It was removed by other hands, could not be copied, "
-                   "or the "
-                   "host came after the install.",
-                   "Install the product again, which copies what is missing.");
+    const std::map<VLString, Loss> losses = lossesIn(status);
+    for (const PlacedProduct* const product : status.products) {
+        const Loss* first = nullptr;
+        std::string top;
+        std::size_t tops = 0;
+        std::vector<std::string> paths;
+        for (const auto& [path, loss] : losses) {
+            if (loss.bOtherKind || loss.product != product) {
+                continue;
+            }
+            if (tops++ == 0) {
+                first = &loss;
+                top = quotedText(path);
+            }
+            paths.insert(paths.end(), loss.paths.begin(), loss.paths.end());
         }
+        if (first == nullptr) {
+            continue;
+        }
+        report(status.record.near(first->node->treePath),
+               tops == 1 ? quotedText(first->node->treePath) + withEntries(first->leaves.size()) +
+                               " is missing: there is no " + top
+                         : files(paths.size()) + " of " + quoted(product->info()) +
+                               " are missing: there is no " + listed(paths),
+               "The record counts " + std::string(paths.size() == 1 ? "it" : "them") +
+                   " as installed. A file was removed by other hands, could not be copied, or its host came "
+                   "after the install.",
+               "Install " + quoted(product->info()) + " again, which copies what is missing.", paths);
     }
 }
 
@@ -151,10 +195,10 @@ void changedKind(Status& status, const StatusReport& report) {
                    quotedText(path) + " is " + kindOf(path) + ", where " + quotedText(loss.node->treePath) +
                        " should be a " + (loss.node->node->isDirectory ? "folder" : "file"),
                    "An uninstall does not remove it, and an install may not be able to replace it.",
-                   "Move it away, and install the product again.");
+                   "Move it away, and install " + quoted(loss.product->info()) + " again.", loss.paths);
         }
     }
-    for (const auto& product : status.products) {
+    for (PlacedProduct* const product : status.products) {
         for (const Spot& spot : product->spots()) {
             const Record::Node* recorded = status.record.find(spot.node->treePath);
             const bool bFolder = spot.node->node->isDirectory;
@@ -174,43 +218,144 @@ void changedKind(Status& status, const StatusReport& report) {
     }
 }
 
-// Not in the record
-
-void productNotRecorded(Status& status, const StatusReport& report) {
-    for (const auto& product : status.products) {
-        if (status.record.state == Record::State::Readable && !status.record.hasProduct(product->info().ID)) {
-            report(status.record.start(), "the record does not list the product " + quoted(product->info()),
-                   "An uninstall of it takes one use off every path that it has in common with others, and "
-                   "removes "
-                   "what comes to 0 under them.",
-                   "Do not uninstall it here. Is this the right definition, and the right folder?");
+void folderForFile(Status& status, const StatusReport& report) {
+    std::set<VLString> found;
+    const Record::Node* first = nullptr;
+    const PlacedProduct* owner = nullptr;
+    for (const PlacedProduct* const product : status.products) {
+        for (const Spot& spot : product->spots()) {
+            const Record::Node* recorded =
+                spot.node->node->isDirectory ? nullptr : status.record.find(spot.node->treePath);
+            for (const Place& place : spot.places) {
+                if (recorded != nullptr && S_ISDIR(typeOf(place.path)) && !isBundle(place.path)) {
+                    found.insert(place.path);
+                    first = first == nullptr ? recorded : first;
+                    owner = owner == nullptr ? product : owner;
+                }
+            }
         }
     }
+    if (first == nullptr) {
+        return;
+    }
+    std::vector<std::string> paths;
+    for (const VLString& path : found) {
+        paths.push_back(toString(path));
+    }
+    report(status.record.at(*first),
+           listed(paths) + " " + subject(paths.size()) +
+               (paths.size() == 1 ? " a folder where a file of " : " folders where files of ") +
+               quoted(owner->info()) +
+               (paths.size() == 1 ? " goes: it may be someone's own"
+                                  : " and others go: they may be someone's own"),
+           "An uninstall removes such a folder with everything in it.",
+           "If the product brings no folder of that name, move it away, and install the product again.",
+           paths);
+}
+
+// Not in the record
+
+bool isRecorded(const Status& status, const PlacedProduct& product) {
+    return status.record.hasProduct(product.info().ID);
+}
+
+/// How many recorded products list the path.
+std::int32_t recordedUsesOf(const Status& status, const VLString& path) {
+    return static_cast<std::int32_t>(
+        std::count_if(status.products.begin(), status.products.end(), [&](const PlacedProduct* product) {
+            return isRecorded(status, *product) && product->find(path) != nullptr;
+        }));
+}
+
+/// Whether the counts still have the uses of a product that the record does not list.
+bool isStillCounted(const Status& status, const PlacedProduct& product) {
+    bool bAny = false;
+    for (const Spot& spot : product.spots()) {
+        const Record::Node* recorded = status.record.find(spot.node->treePath);
+        if (recorded != nullptr && recorded->recorded->ref <= recordedUsesOf(status, spot.node->treePath)) {
+            return false;
+        }
+        bAny = bAny || recorded != nullptr;
+    }
+    return bAny;
+}
+
+/// An XML attribute of that name.
+std::string attribute(const char* name, const VLString& value) {
+    return std::string(" ") + name + "=" + quotedText(value);
+}
+
+/// What of the product is there.
+std::vector<std::string> filesOf(const PlacedProduct& product) {
+    std::vector<std::string> paths;
+    for (const Spot& spot : product.spots()) {
+        for (const Place& place : spot.places) {
+            if (spot.bLeaf && fits(spot, place.path)) {
+                paths.push_back(toString(place.path));
+            }
+        }
+    }
+    return paths;
+}
+
+void productNotRecorded(Status& status, const StatusReport& report) {
+    for (PlacedProduct* const product : status.products) {
+        const InstalledProduct* installed = status.installedOf(*product);
+        const bool bAsked = status.record.state == Record::State::Readable ||
+                            (status.record.state == Record::State::Missing && installed != nullptr);
+        if (!bAsked || isRecorded(status, *product)) {
+            continue;
+        }
+        const auto& info = product->info();
+        const std::string advice = isStillCounted(status, *product)
+                                       ? "The counts still have its uses. Add <sku" +
+                                             attribute("ID", info.ID) + attribute("name", info.name) +
+                                             attribute("build", info.build) +
+                                             "/> to the products of the record."
+                                       : "Install it again, which records it.";
+        const bool bUninstaller = installed != nullptr && !installed->isShared();
+        report(
+            status.record.start(),
+            "the record does not list the product " + quoted(info) +
+                (installed == nullptr ? std::string()
+                                      : ", of which " +
+                                            quotedText(toVLString(bUninstaller ? installed->uninstaller
+                                                                               : installed->definition)) +
+                                            " is there"),
+            bUninstaller ? "Its uninstall lowers no count and leaves its files. It removes its uninstaller."
+                         : "Its uninstall lowers no count and leaves its files.",
+            installed == nullptr ? "Is this the right definition, and the right folder? " + advice : advice,
+            filesOf(*product));
+    }
+}
+
+void reportElsewhere(const Status& status, const StatusReport& report, const PlacedProduct& product) {
+    const VLString& own = product.statusFolder();
+    report(product.product().targetsFile.start(),
+           own.IsEmpty() ? "no path of the item VorlaneFX applies here, for " + quoted(product.info())
+                         : quoted(product.info()) + " keeps its record in " + quotedText(own),
+           own.IsEmpty() ? "The engine keeps no record for the product on this machine."
+                         : "The record shown is not the one that its install and uninstall use.",
+           own.IsEmpty()          ? "Begin the item with a path that always applies."
+           : status.given.empty() ? "Ask for the status of that folder, too."
+                                  : "Give that folder, or have all products name the same one.");
 }
 
 void recordElsewhere(Status& status, const StatusReport& report) {
     const VLString folder = folderAbove(toVLString(status.record.path));
-    for (const auto& product : status.products) {
-        const VLString& own = product->statusFolder();
-        struct stat here = {};
-        struct stat there = {};
-        const bool bSame = stat(folder.ConstData(), &here) == 0 && stat(own.ConstData(), &there) == 0 &&
-                           here.st_dev == there.st_dev && here.st_ino == there.st_ino;
-        if (!bSame && own != folder) {
-            report(product->product().targetsFile.start(),
-                   own.IsEmpty()
-                       ? "no path of the item VorlaneFX applies here, for " + quoted(product->info())
-                       : quoted(product->info()) + " keeps its record in " + quotedText(own),
-                   own.IsEmpty() ? "The engine keeps no record for the product on this machine."
-                                 : "The record shown is not the one that its install and uninstall use.",
-                   own.IsEmpty() ? "Begin the item with a path that always applies."
-                                 : "Give that folder, or have all products name the same one.");
+    for (const PlacedProduct* const product : status.products) {
+        if (!isSameFolder(folder, product->statusFolder())) {
+            reportElsewhere(status, report, *product);
         }
+    }
+    for (const InstalledProduct* const product : status.elsewhere) {
+        status.explainedProducts.insert(product->files.info().ID);
+        reportElsewhere(status, report, product->files);
     }
 }
 
 void otherBuild(Status& status, const StatusReport& report) {
-    for (const auto& product : status.products) {
+    for (PlacedProduct* const product : status.products) {
         const int index = status.record.content.getProductIndex(product->info());
         if (index < 0) {
             continue;
@@ -220,10 +365,65 @@ void otherBuild(Status& status, const StatusReport& report) {
             report(status.record.start(),
                    "installed is the build " + quotedText(build) + " of " + quoted(product->info()) +
                        ", the definition is of " + quotedText(product->info().build),
-                   "Where the two list different files the findings here say so, too.",
-                   "Give the definition that was installed; the uninstaller has it in its Contents folder.");
+                   "The two may list different files, so that what is said of its files may not hold.",
+                   status.installedOf(*product) != nullptr
+                       ? "Install the newer of the two builds again."
+                       : "Give the definition that was installed; the uninstaller has it in its Contents "
+                         "folder.");
         }
     }
+}
+
+/// A part of the tree that is there and not in the record.
+struct Unrecorded {
+    const TreeNode* top;
+    std::vector<std::string> paths;
+};
+
+/// Null for what is not recorded since the record has a file in the place of a folder, which "changed-kind"
+/// tells.
+const TreeNode* uppermostUnrecorded(const Status& status, const TreeNode& leaf) {
+    const TreeNode* top = &leaf;
+    while (top->parent->parent != nullptr) {
+        if (const Record::Node* above = status.record.find(top->parent->treePath)) {
+            return above->recorded->isDirectory ? top : nullptr;
+        }
+        top = top->parent;
+    }
+    return top;
+}
+
+std::vector<Unrecorded> unrecordedOf(const Status& status, const PlacedProduct& product,
+                                     std::set<VLString>& reported) {
+    std::vector<Unrecorded> found;
+    std::map<const TreeNode*, std::size_t> places;
+    for (const Spot& spot : product.spots()) {
+        if (!spot.bLeaf || !isThere(spot) || status.record.find(spot.node->treePath) != nullptr ||
+            !reported.insert(spot.node->treePath).second) {
+            continue;
+        }
+        if (const TreeNode* top = uppermostUnrecorded(status, *spot.node)) {
+            const auto known = places.try_emplace(top, found.size());
+            if (known.second) {
+                found.push_back({top, {}});
+            }
+            found[known.first->second].paths.push_back(toString(spot.places.front().path));
+        }
+    }
+    return found;
+}
+
+/// Installing one of several products again would count one use.
+std::string howToEnter(const Status& status, const PlacedProduct& product, const VLString& path) {
+    std::vector<std::string> users;
+    for (const PlacedProduct* const each : status.products) {
+        if (isRecorded(status, *each) && each->find(path) != nullptr) {
+            users.push_back(toString(each->info().ID));
+        }
+    }
+    return users.size() < 2
+               ? "Install " + quoted(product.info()) + " again, which enters it."
+               : "Uninstall " + listed(users) + ", and install them again: that counts all uses.";
 }
 
 void notRecorded(Status& status, const StatusReport& report) {
@@ -231,76 +431,168 @@ void notRecorded(Status& status, const StatusReport& report) {
         return;
     }
     std::set<VLString> reported;
-    for (const auto& product : status.products) {
-        std::map<const TreeNode*, std::vector<VLString>> found; // by the uppermost that is not recorded
-        for (const Spot& spot : product->spots()) {
-            if (!spot.bLeaf || status.record.find(spot.node->treePath) != nullptr || !isThere(spot)) {
-                continue;
-            }
-            const TreeNode* top = spot.node;
-            while (top->parent->parent != nullptr && status.record.find(top->parent->treePath) == nullptr) {
-                top = top->parent;
-            }
-            found[top].push_back(spot.places.front().path);
+    for (PlacedProduct* const product : status.products) {
+        const bool bTold = !isRecorded(status, *product) && (status.record.state == Record::State::Readable ||
+                                                             status.installedOf(*product) != nullptr);
+        if (bTold) {
+            continue; // by "product-not-recorded"
         }
-        for (const auto& [node, paths] : found) {
-            if (reported.insert(node->treePath).second) {
-                report(status.record.near(node->treePath),
-                       quotedText(node->treePath) + withEntries(paths.size()) +
-                           " is on this machine and not in the record" +
-                           (paths.size() > 1 ? ", such as " : ": ") + quotedText(paths.front()),
-                       "No uninstall removes it.",
-                       "Install " + quoted(product->info()) +
-                           " again, which enters it, or remove it by hand.");
-            }
+        const std::vector<Unrecorded> found = unrecordedOf(status, *product, reported);
+        if (found.empty()) {
+            continue;
         }
+        std::vector<std::string> paths;
+        for (const Unrecorded& part : found) {
+            paths.insert(paths.end(), part.paths.begin(), part.paths.end());
+        }
+        const VLString& top = found.front().top->treePath;
+        report(
+            status.record.near(top),
+            found.size() == 1
+                ? quotedText(top) + withEntries(paths.size()) + " is on this machine and not in the record" +
+                      (paths.size() > 1 ? ", such as " : ": ") + quotedText(toVLString(paths.front()))
+                : files(paths.size()) + " of " + quoted(product->info()) +
+                      " are on this machine and not in the record: " + listed(paths),
+            "No uninstall removes what the record does not list.", howToEnter(status, *product, top), paths);
     }
 }
 
 // Folders
 
-void leftBehind(Status& status, const StatusReport& report) {
-    if (!canBeCompared(status)) {
-        return;
-    }
+std::set<VLString> placesInUse(const Status& status) {
     std::set<VLString> inUse;
-    for (const auto& product : status.products) {
+    for (const PlacedProduct* const product : status.products) {
         for (const Spot& spot : product->spots()) {
             for (const Place& place : spot.places) {
                 inUse.insert(place.path.ToLower());
             }
         }
     }
-    std::set<VLString> reported; // target folders
-    for (const auto& product : status.products) {
+    return inUse;
+}
+
+/// Calls `visit` with each recorded node that is in a target folder whose condition does not hold today.
+template <class Visitor>
+void forEachLeftBehind(const Status& status, Visitor visit) {
+    std::set<VLString> inUse;
+    for (const PlacedProduct* const product : status.products) {
         for (const Spot& spot : product->spots()) {
-            const Record::Node* recorded = status.record.find(spot.node->treePath);
+            const Record::Node* recorded =
+                spot.bLeaf && !spot.idle.empty() ? status.record.find(spot.node->treePath) : nullptr;
+            if (recorded == nullptr) {
+                continue;
+            }
+            if (inUse.empty()) {
+                inUse = placesInUse(status);
+            }
             for (const Place& place : spot.idle) {
                 // A target folder alone may be anyone's.
-                const bool bFound = spot.bLeaf && recorded != nullptr && place.path != place.target &&
-                                    inUse.count(place.path.ToLower()) == 0 && fits(spot, place.path);
-                if (bFound && reported.insert(place.target).second) {
-                    report(status.record.at(*recorded),
-                           quotedText(spot.node->treePath) + " is in " + quotedText(place.target) +
-                               ", of which the condition does not hold today (line " +
-                               std::to_string(place.element->Row()) + " of " +
-                               printableText(toVLString(product->product().targetsFile.path())) + ")",
-                           "The conditions are weighed again at an uninstall: it does not look there, and "
-                           "leaves the "
-                           "files.",
-                           "Bring back what the condition tests before the uninstall, or remove the files by "
-                           "hand.");
+                if (place.path != place.target && inUse.count(place.path.ToLower()) == 0 &&
+                    fits(spot, place.path)) {
+                    visit(*product, spot, place, *recorded);
                 }
             }
         }
     }
 }
 
+struct Left {
+    const PlacedProduct* product;
+    VLString treePath;
+    Location where;
+    const TiXmlElement* element;
+    std::set<VLString> paths;
+};
+
+void leftBehind(Status& status, const StatusReport& report) {
+    if (!canBeCompared(status)) {
+        return;
+    }
+    std::map<VLString, Left> left; // by target folder
+    forEachLeftBehind(status, [&](const PlacedProduct& product, const Spot& spot, const Place& place,
+                                  const Record::Node& recorded) {
+        left.try_emplace(place.target,
+                         Left{&product, spot.node->treePath, status.record.at(recorded), place.element, {}})
+            .first->second.paths.insert(place.path);
+    });
+    for (const auto& [target, found] : left) {
+        std::vector<std::string> paths;
+        for (const VLString& path : found.paths) {
+            paths.push_back(toString(path));
+        }
+        report(
+            found.where,
+            (paths.size() == 1
+                 ? quotedText(found.treePath) + " is in "
+                 : files(paths.size()) + ", such as " + quotedText(found.treePath) + ", are in ") +
+                quotedText(target) + ", of which the condition does not hold today (line " +
+                std::to_string(found.element->Row()) + " of " +
+                printableText(toVLString(found.product->product().targetsFile.path())) + ")",
+            "The conditions are weighed again at an uninstall: it does not look there, and leaves the files.",
+            "Bring back what the condition tests before the uninstall.", paths);
+    }
+}
+
+// Other users
+
+std::string userOf(const std::string& home) {
+    return quotedText(toVLString(home.substr(home.rfind('/') + 1)));
+}
+
+void otherHome(Status& status, const StatusReport& report) {
+    for (const auto& [home, paths] : status.inOtherHomes) {
+        report(status.record.start(),
+               files(paths.size()) + " " + subject(paths.size()) + " in the home of the user " +
+                   userOf(home) + ": " + listed(paths),
+               "An uninstall looks in the home of the user who starts it: only that user's uninstall removes "
+               "them.",
+               "Uninstall as the user " + userOf(home) + " (HOME=" + quotedText(toVLString(home)) +
+                   "), and install again as the user who is to have the product.",
+               paths);
+    }
+}
+
+void hiddenHome(Status& status, const StatusReport& report) {
+    for (const auto& [home, paths] : status.hiddenHomes) {
+        report(status.record.start(),
+               "this user may not look into the home of the user " + userOf(home) + ", where " +
+                   files(paths.size()) + " may be: " + listed(paths),
+               "Whether the product has files there cannot be told. What is missing here may be there.",
+               "Ask as the superuser.", paths);
+    }
+}
+
+// Products without a definition
+
+void notCompared(Status& status, const StatusReport& report) {
+    std::vector<std::string> names;
+    for (const auto& info : status.record.content.products) {
+        const bool bCompared =
+            std::any_of(status.products.begin(), status.products.end(),
+                        [&](const PlacedProduct* product) { return product->info().ID == info.ID; });
+        if (!bCompared && (status.explainedProducts.count(info.ID) == 0 || !status.given.empty())) {
+            names.push_back(toString(info.ID.IsSet() ? info.ID : info.name));
+        }
+    }
+    if (!names.empty()) {
+        report(status.record.start(),
+               std::string("without ") +
+                   (names.size() == 1 ? "its definition the product " : "their definitions the products ") +
+                   listed(names) + " could not be compared",
+               "Whether the files are there and the counts right cannot be told.",
+               status.given.empty() ? "Give the definitions and target paths of all products with --sku and "
+                                      "--targets."
+                                    : "Give the definitions of all products, or none: without any, those in "
+                                      "the uninstallers count.",
+               names);
+    }
+}
+
 void severalFolders(Status& status, const StatusReport& report) {
     std::set<VLString> reported;
-    for (const auto& first : status.products) {
-        for (const auto& second : status.products) {
-            if (first.get() >= second.get()) {
+    for (const PlacedProduct* const first : status.products) {
+        for (const PlacedProduct* const second : status.products) {
+            if (first >= second) {
                 continue;
             }
             for (const Spot& spot : first->spots()) {
@@ -314,8 +606,8 @@ void severalFolders(Status& status, const StatusReport& report) {
                 reported.insert(spot.node->treePath);
                 if (!bBelow) {
                     report(status.record.near(spot.node->treePath),
-                           quotedText(spot.node->treePath) + " lies in " + listed(spot.places) + " for " +
-                               quoted(first->info()) + ", in " + listed(other->places) + " for " +
+                           quotedText(spot.node->treePath) + " lies in " + pathsIn(spot.places) + " for " +
+                               quoted(first->info()) + ", in " + pathsIn(other->places) + " for " +
                                quoted(second->info()),
                            "The record has one count for both. The product that goes first leaves its files, "
                            "and "
@@ -329,39 +621,62 @@ void severalFolders(Status& status, const StatusReport& report) {
 
 // Counts
 
-/// Whether each recorded product is given, in the build that is recorded.
-bool isComplete(const Status& status) {
-    const auto& installed = status.record.content.products;
-    return !status.products.empty() && std::all_of(installed.begin(), installed.end(), [&](const auto& info) {
-        return std::any_of(status.products.begin(), status.products.end(), [&](const auto& product) {
-            return product->info().ID == info.ID && product->info().build == info.build;
-        });
-    });
-}
+/// How many products use the path: those that are recorded, and those that the record has lost but still
+/// counts.
+class Uses {
+public:
+    explicit Uses(const Status& status) {
+        for (const PlacedProduct* const product : status.products) {
+            if (isRecorded(status, *product) || isStillCounted(status, *product)) {
+                products.push_back(product);
+            }
+        }
+    }
 
-std::int32_t usesOf(const Status& status, const VLString& path) {
-    return static_cast<std::int32_t>(
-        std::count_if(status.products.begin(), status.products.end(), [&](const auto& product) {
-            return status.record.hasProduct(product->info().ID) && product->find(path) != nullptr;
-        }));
+    std::int32_t of(const VLString& path) const {
+        return static_cast<std::int32_t>(
+            std::count_if(products.begin(), products.end(),
+                          [&](const PlacedProduct* product) { return product->find(path) != nullptr; }));
+    }
+
+private:
+    std::vector<const PlacedProduct*> products;
+};
+
+/// Whether an uninstaller on this machine has the path, whatever was given.
+bool isInUninstaller(const Status& status, const VLString& path) {
+    const auto& installed = status.installed.all();
+    return std::any_of(installed.begin(), installed.end(), [&](const auto& product) {
+        return product->isReadable() && product->files.find(path) != nullptr;
+    });
 }
 
 void inNoDefinition(Status& status, const StatusReport& report) {
     if (!isComplete(status)) {
         return;
     }
-    std::set<const Record::Node*> reported;
+    const Uses uses(status);
+    std::set<const Record::Node*> found;
+    std::vector<const Record::Node*> tops;
+    std::vector<std::string> paths;
     for (const Record::Node& node : status.record.nodes) {
         const VLString path = pathOf(node);
-        if (node.parent == nullptr || usesOf(status, path) > 0) {
+        if (node.parent == nullptr || uses.of(path) > 0 || isInUninstaller(status, path)) {
             continue;
         }
-        reported.insert(&node);
-        if (reported.count(node.parent) == 0) {
-            report(status.record.at(node), "no installed product lists " + quotedText(path),
-                   "An earlier build did, and its count stays: no uninstall removes it.",
-                   "Remove it by hand; the record forgets it with the last product.");
+        found.insert(&node);
+        paths.push_back(toString(path));
+        if (found.count(node.parent) == 0) {
+            tops.push_back(&node);
         }
+    }
+    if (!tops.empty()) {
+        report(status.record.at(*tops.front()),
+               "no installed product lists " +
+                   (tops.size() == 1 ? quotedText(pathOf(*tops.front())) : listed(paths)),
+               "An earlier build did, and the count stays: no uninstall removes what it has installed there.",
+               "Remove it by hand, for no uninstaller lists it; the record forgets it with the last product.",
+               paths);
     }
 }
 
@@ -369,10 +684,11 @@ void countDiffers(Status& status, const StatusReport& report) {
     if (!isComplete(status)) {
         return;
     }
+    const Uses users(status);
     std::map<const Record::Node*, std::int32_t> reported; // how much too high
     for (const Record::Node& node : status.record.nodes) {
         const VLString path = pathOf(node);
-        const std::int32_t uses = node.parent == nullptr ? 0 : usesOf(status, path);
+        const std::int32_t uses = node.parent == nullptr ? 0 : users.of(path);
         const std::int32_t excess = uses == 0 ? 0 : node.recorded->ref - uses;
         if (excess == 0) {
             continue;
@@ -386,18 +702,12 @@ void countDiffers(Status& status, const StatusReport& report) {
                        (uses == 1 ? " lists it" : " list it"),
                    excess > 0 ? "The count never comes to 0: no uninstall removes it."
                               : "It comes to 0 too early: it is removed while a product needs it.",
-                   "Mend the count, or remove all products and install them again.");
+                   "Write ref=\"" + std::to_string(uses) + "\" there.", {toString(path)});
         }
     }
 }
 
 // Shortcuts
-
-VLString targetOfLink(const VLString& link) {
-    char target[PATH_MAX];
-    const ssize_t length = readlink(link.ConstData(), target, sizeof target);
-    return length < 0 ? VLString() : VLString(target, static_cast<unsigned long>(length));
-}
 
 void shortCut(Status& status, const StatusReport& report) {
     std::set<VLString> reported;
@@ -418,42 +728,128 @@ void shortCut(Status& status, const StatusReport& report) {
                        ", and should lead to " + quotedText(spot.places.front().path),
                    isSomething(link) ? "The uninstall that removes the file removes it all the same."
                                      : "Users do not find the file where the product says.",
-                   "Install the product again, which makes the shortcut when it copies the file.");
+                   "Install the product again, which makes the shortcut when it copies the file.",
+                   {toString(link)});
         }
     });
 }
 
+// What becomes of each path
+
+void lookIntoOtherHomes(Status& status) {
+    std::set<VLString> inUse;
+    const std::vector<std::string> homes = otherHomes();
+    for (PlacedProduct* const product : status.products) {
+        if (homes.empty() || !dependsOnUser(*product)) {
+            continue;
+        }
+        if (inUse.empty()) {
+            inUse = placesInUse(status);
+        }
+        std::set<VLString> seen = inUse;
+        for (const std::string& home : homes) {
+            {
+                const OtherHome asUser(home);
+                product->placeAgain();
+            }
+            for (const Spot& spot : product->spots()) {
+                const Record::Node* recorded = spot.bLeaf ? status.record.find(spot.node->treePath) : nullptr;
+                for (const auto* places : {&spot.places, &spot.idle}) {
+                    for (const Place& place : *places) {
+                        if (recorded == nullptr || place.path == place.target ||
+                            !seen.insert(place.path.ToLower()).second) {
+                            continue;
+                        }
+                        if (fits(spot, place.path)) {
+                            status.inOtherHomes[home].push_back(toString(place.path));
+                            status.conditions[recorded] = Condition::OtherHome;
+                        } else if (places == &spot.places && isHidden(place.path)) {
+                            status.hiddenHomes[home].push_back(toString(place.path));
+                            status.explained.insert(recorded);
+                        }
+                    }
+                }
+            }
+        }
+        product->placeAgain();
+    }
+}
+
+/// How much worse than nothing it is to find that.
+int weightOf(Condition condition) {
+    switch (condition) {
+    case Condition::Unknown:
+        return 0;
+    case Condition::NoTarget:
+        return 1;
+    case Condition::There:
+        return 2;
+    case Condition::OtherHome:
+        return 3;
+    case Condition::Missing:
+        return 4;
+    case Condition::OtherKind:
+        return 5;
+    case Condition::LeftBehind:
+        return 6;
+    }
+    return 0;
+}
+
+Condition conditionOf(const Spot& spot, const Place& place) {
+    return !spot.bLeaf || fits(spot, place.path) ? Condition::There
+           : isSomething(place.path)             ? Condition::OtherKind
+                                                 : Condition::Missing;
+}
+
 } // namespace
 
+bool isComplete(const Status& status) {
+    const auto& installed = status.record.content.products;
+    return !status.products.empty() && std::all_of(installed.begin(), installed.end(), [&](const auto& info) {
+        return std::any_of(status.products.begin(), status.products.end(), [&](const auto& product) {
+            return product->info().ID == info.ID && product->info().build == info.build;
+        });
+    });
+}
+
 void weighConditions(Status& status) {
-    for (const auto& product : status.products) {
+    lookIntoOtherHomes(status);
+    std::map<const Record::Node*, Condition> here;
+    for (const PlacedProduct* const product : status.products) {
         for (const Spot& spot : product->spots()) {
             const Record::Node* recorded = status.record.find(spot.node->treePath);
             if (recorded == nullptr) {
                 continue;
             }
-            Condition& condition = status.conditions[recorded];
-            if (spot.places.empty()) {
-                const bool bLeft = std::any_of(spot.idle.begin(), spot.idle.end(), [&](const Place& place) {
-                    return spot.bLeaf && place.path != place.target && fits(spot, place.path);
-                });
-                condition = condition != Condition::Unknown ? condition
-                            : bLeft                         ? Condition::LeftBehind
-                            : spot.bLeaf                    ? Condition::NoTarget
-                                                            : Condition::Unknown;
-                continue;
+            Condition& condition = here[recorded];
+            if (spot.places.empty() && spot.bLeaf && condition == Condition::Unknown) {
+                condition = Condition::NoTarget;
             }
             for (const Place& place : spot.places) {
-                const bool bFits = !spot.bLeaf || fits(spot, place.path);
-                const Condition now = bFits                     ? Condition::There
-                                      : isSomething(place.path) ? Condition::OtherKind
-                                                                : Condition::Missing;
-                const bool bWorse = condition == Condition::Unknown || condition == Condition::There ||
-                                    condition == Condition::NoTarget;
-                condition = bWorse ? now : condition;
+                const Condition now = conditionOf(spot, place);
+                condition = weightOf(now) > weightOf(condition) ? now : condition;
             }
         }
     }
+    // What is missing here and in another place is not lost: it has one finding, with its place.
+    for (auto& [recorded, condition] : here) {
+        const auto other = status.conditions.find(recorded);
+        if (other != status.conditions.end() &&
+            (condition == Condition::Missing || condition == Condition::NoTarget)) {
+            condition = other->second;
+            status.explained.insert(recorded);
+        }
+    }
+    forEachLeftBehind(status,
+                      [&](const PlacedProduct&, const Spot&, const Place&, const Record::Node& recorded) {
+                          Condition& condition = here[&recorded];
+                          if (condition == Condition::Missing || condition == Condition::NoTarget) {
+                              condition = Condition::LeftBehind;
+                              status.explained.insert(&recorded);
+                          }
+                      });
+    status.conditions = std::move(here);
 }
 
 const std::vector<StatusRuleEntry>& machineRules() {
@@ -464,12 +860,20 @@ const std::vector<StatusRuleEntry>& machineRules() {
          recordElsewhere},
         {{"other-build", Severity::Warning, "a definition of another build than the recorded one"},
          otherBuild},
+        {{"not-compared", Severity::Warning, "a recorded product whose definition is not at hand",
+          Verdict::CannotTell},
+         notCompared},
         {{"missing-file", Severity::Error, "a recorded file or folder that is not there"}, missingFile},
         {{"changed-kind", Severity::Error, "a file in the place of a folder, or the reverse"}, changedKind},
         {{"not-recorded", Severity::Error, "an installed file or folder that is not in the record"},
          notRecorded},
         {{"left-behind", Severity::Error, "files in a folder that today's conditions no longer reach"},
          leftBehind},
+        {{"other-home", Severity::Error, "recorded files in the home folder of another user"}, otherHome},
+        {{"hidden-home", Severity::Warning, "a home folder that this user may not look into",
+          Verdict::CannotTell},
+         hiddenHome},
+        {{"folder-for-file", Severity::Warning, "a folder in the place of a recorded file"}, folderForFile},
         {{"several-folders", Severity::Error,
           "one path of the tree in different folders for several products"},
          severalFolders},

@@ -1,29 +1,54 @@
 #pragma once
 
+#include "Utility/InstallInspector/Documents/InstalledProducts.h"
 #include "Utility/InstallInspector/Documents/PlacedProduct.h"
 #include "Utility/InstallInspector/Documents/Record.h"
 #include "Utility/InstallInspector/Report/Finding.h"
 #include "Utility/InstallInspector/Report/Output.h"
+#include "Utility/InstallInspector/Report/Verdict.h"
 
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
 /// A record, and the products whose files it is compared with, if any.
 struct Status {
-    /// What has become of a recorded path, as far as the given products tell.
-    enum class Condition { Unknown, There, Missing, OtherKind, LeftBehind, NoTarget };
+    /// What has become of a recorded path, as far as the compared products tell.
+    enum class Condition { Unknown, There, Missing, OtherKind, LeftBehind, OtherHome, NoTarget };
 
     Record record;
-    std::vector<std::unique_ptr<PlacedProduct>> products;
+    /// Whether the record is that of the machine in use: what all products leave there is compared, too.
+    bool bThisMachine = false;
+    InstalledProducts installed;
+    std::vector<std::unique_ptr<PlacedProduct>> given;
+    /// Those that are compared, of the installed or of the given ones.
+    std::vector<PlacedProduct*> products;
+    /// Installed products that are not compared since they keep their record in another folder.
+    std::vector<const InstalledProduct*> elsewhere;
 
     // What `inspect` finds out:
     std::map<const Record::Node*, Condition> conditions;
+    /// Files of recorded paths in the home folders of other users, by home folder.
+    std::map<std::string, std::vector<std::string>> inOtherHomes;
+    /// Other home folders that this user may not look into, with what may be there.
+    std::map<std::string, std::vector<std::string>> hiddenHomes;
+    /// Paths that are missing here for a cause that is told by itself.
+    std::set<const Record::Node*> explained;
+    /// IDs of recorded products of which it is told why they are not compared.
+    std::set<VLString> explainedProducts;
     std::vector<Finding> findings;
+    Verdict verdict = Verdict::Safe;
 
+    /// Compares the installed products that keep their record in the folder `folder`.
+    void compareInstalled(const VLString& folder);
     /// Asks all rules, and takes the record's document down between those that look at it and the others.
     void inspect();
+
+    bool isNothingInstalled() const;
+    /// The one of which `product` is; null when it was given.
+    const InstalledProduct* installedOf(const PlacedProduct& product) const;
 };
 
 /// One kind of finding of `status`. Like those of `check` they have a function and a line in the table of
@@ -32,6 +57,7 @@ struct StatusRule {
     const char* name; ///< in kebab case; never changed, since scripts rely on it
     Severity severity;
     const char* summary; ///< one line, for lists of rules
+    Verdict verdict = Verdict::Harm;
 };
 
 /// Takes the findings of one rule.
@@ -39,9 +65,9 @@ class StatusReport {
 public:
     StatusReport(const StatusRule& reportedRule, Status& inspected) : rule(reportedRule), status(inspected) {}
 
-    /// See Finding for the three texts.
-    void operator()(const Location& where, std::string message, std::string consequence,
-                    std::string advice) const;
+    /// See Finding for the three texts and the paths.
+    void operator()(const Location& where, std::string message, std::string consequence, std::string advice,
+                    std::vector<std::string> paths = {}) const;
 
 private:
     const StatusRule& rule;
@@ -53,11 +79,31 @@ struct StatusRuleEntry {
     void (*inspect)(Status& status, const StatusReport& report);
 };
 
-const std::vector<StatusRuleEntry>& recordRules();  ///< RecordRules.cpp: the record by itself
-const std::vector<StatusRuleEntry>& machineRules(); ///< MachineRules.cpp: against products and this machine
+/// RecordRules.cpp: the record by itself.
+const std::vector<StatusRuleEntry>& recordRules();
+/// UninstallerRules.cpp: what products leave on the machine beside their files, for the record of the
+/// machine.
+const std::vector<StatusRuleEntry>& uninstallerRules();
+/// MachineRules.cpp: against products and this machine.
+const std::vector<StatusRuleEntry>& machineRules();
 
-/// Fills `conditions`.
+/// Fills `conditions`, `inOtherHomes`, `hiddenHomes` and `explained`.
 void weighConditions(Status& status);
+/// Whether each recorded product is compared, in the build that is recorded: counts can be weighed then.
+bool isComplete(const Status& status);
+
+/// Whether both are the same folder.
+bool isSameFolder(const VLString& a, const VLString& b);
+/// The folder in which `path` lies.
+VLString folderAbove(const VLString& path);
+/// What the symbolic link says; empty when it is none.
+VLString targetOfLink(const VLString& link);
+/// The ID in quotes, or the name where there is none.
+std::string quoted(const SKUDefinition::SKUInfo& info);
+/// The first few in quotes, and how many more there are.
+std::string listed(const std::vector<std::string>& texts);
+/// "1 file", "2 files".
+std::string files(std::size_t count);
 
 std::vector<StatusRule> allStatusRules();
 

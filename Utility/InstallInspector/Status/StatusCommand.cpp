@@ -1,10 +1,13 @@
 #include "Utility/InstallInspector/Status/StatusCommand.h"
 
 #include "Foundation/FileLibrary.h"
+#include "Foundation/Machine.h"
 #include "Foundation/SimpleLog.h"
 #include "Utility/InstallInspector/Report/FindingOutput.h"
 #include "Utility/InstallInspector/Status/Status.h"
+#include "Utility/InstallUtility/InstallUtility.h"
 
+#include <algorithm>
 #include <memory>
 
 namespace {
@@ -24,20 +27,64 @@ private:
 bool readProducts(const StatusOptions& options, Status& status, std::string& error) {
     for (std::size_t i = 0; i < options.definitions.size(); ++i) {
         const std::string& targets = options.targets[options.targets.size() == 1 ? 0 : i];
-        status.products.push_back(std::make_unique<PlacedProduct>());
-        if (!status.products.back()->read(options.definitions[i], targets, error)) {
+        status.given.push_back(std::make_unique<PlacedProduct>());
+        if (!status.given.back()->read(options.definitions[i], targets, error)) {
             return false;
         }
+        status.products.push_back(status.given.back().get());
     }
     return true;
 }
 
-/// The folder that was given, else the one that the first product names.
+bool isRecordIn(const VLString& folder) {
+    return Machine::current().linkTypeOf(InstallUtility::statusFilePath(folder)) != 0;
+}
+
+/// The folder of the first installed product that has a record there, else the usual one.
+VLString folderOfMachine(const InstalledProducts& installed) {
+    VLString named;
+    for (const auto& product : installed.all()) {
+        const VLString& folder = product->files.statusFolder();
+        if (product->isReadable() && folder.IsSet()) {
+            if (isRecordIn(folder)) {
+                return folder;
+            }
+            named = named.IsSet() ? named : folder;
+        }
+    }
+    return named.IsSet() && !isRecordIn(usualStatusFolder) ? named : VLString(usualStatusFolder);
+}
+
+/// The folder that was given, else the one that the first product names, else that of the machine.
 std::string folderOf(const StatusOptions& options, const Status& status) {
     if (!options.folder.empty()) {
         return options.folder;
     }
-    return status.products.empty() ? usualStatusFolder : toString(status.products.front()->statusFolder());
+    return toString(status.given.empty() ? folderOfMachine(status.installed)
+                                         : status.given.front()->statusFolder());
+}
+
+/// Whether the record is one that products on this machine use, and not one from elsewhere.
+bool isOfThisMachine(const StatusOptions& options, const Status& status) {
+    const VLString path = toVLString(status.record.path);
+    const VLString folder = folderAbove(path);
+    if (options.folder.empty()) {
+        return true;
+    }
+    const auto& installed = status.installed.all();
+    const bool bUsed =
+        isSameFolder(folder, usualStatusFolder) ||
+        std::any_of(installed.begin(), installed.end(), [&](const auto& product) {
+            return product->isReadable() && isSameFolder(product->files.statusFolder(), folder);
+        });
+    // A file of another name beside the record is another record.
+    return bUsed && isSameFolder(path, InstallUtility::statusFilePath(folder));
+}
+
+InstalledProducts findInstalled(const StatusOptions& options, const Status& status) {
+    return status.given.empty()
+               ? InstalledProducts::find()
+               : InstalledProducts::find(status.given.front()->statusFolder(), options.targets.front());
 }
 
 } // namespace
@@ -49,6 +96,7 @@ int runStatus(const StatusOptions& options) {
     if (!readProducts(options, status, error)) {
         return cannotRun(error);
     }
+    status.installed = findInstalled(options, status);
     const std::string folder = folderOf(options, status);
     if (folder.empty()) {
         return cannotRun(
@@ -63,6 +111,7 @@ int runStatus(const StatusOptions& options) {
     if (!status.record.read(folder, error)) {
         return cannotRun(status.record.path + ": " + error);
     }
+    status.bThisMachine = isOfThisMachine(options, status);
     status.inspect();
     Output output;
     if (options.bJson) {
@@ -73,5 +122,5 @@ int runStatus(const StatusOptions& options) {
     if (!output.finish()) {
         return CannotRun;
     }
-    return status.findings.empty() ? Clean : HasFindings;
+    return status.verdict == Verdict::Safe ? Clean : HasFindings;
 }

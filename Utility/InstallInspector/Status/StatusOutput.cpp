@@ -22,6 +22,7 @@ const ConditionText& textOf(Condition condition) {
         {"missing", "missing", Condition::Missing, Colour::Red},
         {"changed", "changed", Condition::OtherKind, Colour::Red},
         {"left behind", "left behind", Condition::LeftBehind, Colour::Red},
+        {"other home", "other home", Condition::OtherHome, Colour::Red},
         {"no target here", "no target", Condition::NoTarget, Colour::Dim},
     };
     return *std::find_if(std::begin(texts), std::end(texts),
@@ -175,16 +176,12 @@ std::string verdict(const Status& status, const Painter& painter) {
     if (!status.findings.empty()) {
         return "\n" + printed(status.findings, painter);
     }
-    const bool bThere = status.record.state == Record::State::Readable;
-    if (!bThere) {
+    if (status.record.state != Record::State::Readable) {
         return "";
     }
     return "\n" +
            painter.paint(Colour::Green, status.products.empty() ? "The record is sound."
                                                                 : "The record and this machine agree.") +
-           (status.products.empty()
-                ? painter.paint(Colour::Dim, " Give --targets and --sku to compare it with this machine.")
-                : "") +
            "\n";
 }
 
@@ -260,7 +257,9 @@ void writeText(const Status& status, const Painter& painter, Output& output) {
     output.write(painter.paint(Colour::Bold, printableText(toVLString(status.record.path))) + "\n");
     switch (status.record.state) {
     case Record::State::Missing:
-        output.write("\n  There is no record here: no product is installed.\n");
+        output.write(status.isNothingInstalled() ? "\n  Nothing is installed.\n"
+                     : status.findings.empty()   ? "\n  There is no record here: no product is installed.\n"
+                                                 : "\n  There is no record here.\n");
         break;
     case Record::State::Unreadable:
         output.write("\n  The record is there, but the engine cannot read it.\n");
@@ -280,6 +279,7 @@ void writeJson(const Status& status, Output& output) {
     json.beginObject();
     json.text("record", status.record.path);
     json.text("state", states[static_cast<std::size_t>(status.record.state)]);
+    json.text("verdict", nameOf(status.verdict));
     json.beginArray("products");
     for (const auto& info : status.record.content.products) {
         write(json, info);

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "Foundation/Machine.h"
+#include "Utility/InstallInspector/Documents/PlacedProduct.h"
+
+#include <string>
+#include <vector>
+
+/// The folders that can be home folders of other users: those beside the home folder of this one, and those
+/// in /Users.
+std::vector<std::string> otherHomes();
+
+/// Whether the target paths of the product can differ between users.
+bool dependsOnUser(const PlacedProduct& product);
+
+/// Whether it cannot be known if something is at `path`, because this user may not look there.
+bool isHidden(const VLString& path);
+
+/// Until the end of its scope the machine in use is the same for the user with another home folder. Only for
+/// reading.
+class OtherHome : public Machine {
+public:
+    explicit OtherHome(std::string folder);
+    ~OtherHome() override { setCurrent(before); }
+    OtherHome(const OtherHome&) = delete;
+    OtherHome& operator=(const OtherHome&) = delete;
+
+    bool capture(const VLString& command, VLString& output) override;
+    mode_t typeOf(const VLString& path) override { return machine.typeOf(path); }
+    mode_t linkTypeOf(const VLString& path) override { return machine.linkTypeOf(path); }
+    bool hasProgram(const VLString& name) override { return machine.hasProgram(name); }
+    std::vector<VLString> namesIn(const VLString& folder) override { return machine.namesIn(folder); }
+    FileContent readFile(const VLString& path) override { return machine.readFile(path); }
+
+private:
+    std::string home;
+    Machine& machine;
+    Machine* before;
+};

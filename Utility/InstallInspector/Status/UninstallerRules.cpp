@@ -1,0 +1,262 @@
+// What the products leave on the machine beside their files: uninstallers, the shared package's definition
+// and the link to the Application Manager.
+#include "Foundation/Machine.h"
+#include "Foundation/PathLibrary.h"
+#include "Utility/InstallInspector/Status/Status.h"
+#include "Utility/InstallUtility/KnownNames.h"
+
+#include <algorithm>
+#include <sys/stat.h>
+
+namespace {
+
+using Info = SKUDefinition::SKUInfo;
+
+bool isShared(const Info& info) {
+    return info.ID == SharedPackage::ID;
+}
+
+bool canBeRead(const Status& status) {
+    return status.record.state != Record::State::Unreadable;
+}
+
+bool isThere(const std::string& path) {
+    return Machine::current().linkTypeOf(toVLString(path)) != 0;
+}
+
+Location at(const std::string& path) {
+    return {Location::Document::Record, path, 0, 0};
+}
+
+std::string uninstallerOf(const Info& info) {
+    return uninstallersFolder + ("Uninstall " + toString(info.name)) + ".app";
+}
+
+std::string quotedPath(const std::string& path) {
+    return quotedText(toVLString(path));
+}
+
+/// The recorded product whose uninstaller has that path; null when there is none.
+const Info* recordedOwnerOf(const Status& status, const std::string& uninstaller) {
+    const auto& recorded = status.record.content.products;
+    const auto found = std::find_if(recorded.begin(), recorded.end(), [&](const Info& info) {
+        return !isShared(info) && uninstallerOf(info) == uninstaller;
+    });
+    return found == recorded.end() ? nullptr : &*found;
+}
+
+const InstalledProduct* uninstallerAt(const Status& status, const std::string& path) {
+    for (const auto& each : status.installed.all()) {
+        if (each->uninstaller == path) {
+            return each.get();
+        }
+    }
+    return nullptr;
+}
+
+// Uninstallers
+
+/// Why no uninstaller is for the recorded product; empty when there is one, or one with a fault.
+std::string whyNone(const Status& status, const Info& info) {
+    const std::string path = uninstallerOf(info);
+    const InstalledProduct* found = uninstallerAt(status, path);
+    if (status.installed.find(info.ID) != nullptr || (found != nullptr && !found->isReadable())) {
+        return "";
+    }
+    if (found == nullptr) {
+        return "has no uninstaller: there is no " + quotedPath(path);
+    }
+    const Info& other = found->files.info();
+    return "has no uninstaller: " + quotedPath(path) + " is that of " + quoted(other) +
+           (other.name == info.name ? ", which has the same name" : "");
+}
+
+void uninstallerMissing(Status& status, const StatusReport& report) {
+    for (const Info& info : status.record.content.products) {
+        const std::string why = isShared(info) ? "" : whyNone(status, info);
+        if (why.empty()) {
+            continue;
+        }
+        const InstalledProduct* other = uninstallerAt(status, uninstallerOf(info));
+        const bool bSameName = other != nullptr && other->files.info().name == info.name;
+        status.explainedProducts.insert(info.ID);
+        report(status.record.start(), "the product " + quoted(info) + " " + why,
+               "The product cannot be uninstalled without its definition. It was not compared unless it was "
+               "given.",
+               bSameName ? "Uninstall " + quoted(other->files.info()) + ", and install " + quoted(info) +
+                               " again: only one of them can have an uninstaller."
+                         : "Install " + quoted(info) + " again, which places its uninstaller.",
+               {uninstallerOf(info)});
+    }
+}
+
+/// What an uninstaller lacks to be opened; empty when it has it.
+std::string lackOf(const std::string& uninstaller) {
+    for (const char* part :
+         {"/Contents/Info.plist", "/Contents/MacOS/InstallUtility", "/Contents/MacOS/UninstallLauncher"}) {
+        if (!S_ISREG(Machine::current().typeOf(toVLString(uninstaller + part)))) {
+            return uninstaller + part + " is not an existing file";
+        }
+    }
+    return "";
+}
+
+void uninstallerIncomplete(Status& status, const StatusReport& report) {
+    for (const auto& each : status.installed.all()) {
+        if (each->isShared()) {
+            continue;
+        }
+        const std::string fault = each->isReadable() ? lackOf(each->uninstaller) : each->fault;
+        if (fault.empty()) {
+            continue;
+        }
+        const Info* owner =
+            each->isReadable() ? &each->files.info() : recordedOwnerOf(status, each->uninstaller);
+        if (owner != nullptr) {
+            status.explainedProducts.insert(owner->ID);
+        }
+        report(at(each->uninstaller), "the uninstaller is not complete: " + printable(fault),
+               "It cannot uninstall its product, or not all of it.",
+               owner != nullptr ? "Install " + quoted(*owner) + " again, which places it anew."
+                                : "No product in the record has it. Delete it.",
+               {each->uninstaller});
+    }
+}
+
+void oldUninstaller(Status& status, const StatusReport& report) {
+    for (const auto& each : status.installed.all()) {
+        if (!each->isReadable() || each->isShared() ||
+            recordedOwnerOf(status, each->uninstaller) != nullptr) {
+            continue;
+        }
+        const Info& info = each->files.info();
+        const auto& recorded = status.record.content.products;
+        const auto same = std::find_if(recorded.begin(), recorded.end(),
+                                       [&](const Info& other) { return other.ID == info.ID; });
+        if (same != recorded.end() && isThere(uninstallerOf(*same))) {
+            report(at(each->uninstaller),
+                   "the uninstaller is for " + quoted(info) +
+                       ", which has another: " + quotedPath(uninstallerOf(*same)),
+                   "It removes the files of another build, and no uninstall removes it.",
+                   "Delete it; the other one uninstalls the product.", {each->uninstaller});
+        } else if (same != recorded.end()) {
+            report(at(each->uninstaller),
+                   "the uninstaller has not the recorded name of its product " + quoted(info) + ": " +
+                       quotedPath(uninstallerOf(*same)),
+                   "No uninstall removes it, and an install places another beside it.", "Give it that name.",
+                   {each->uninstaller});
+        }
+    }
+}
+
+// The shared package
+
+std::string sharedDefinition(const Status& status) {
+    const VLString folder = PathLibrary::GetDirectoryWithFile(folderAbove(toVLString(status.record.path)),
+                                                              SharedPackage::definitionsFolder);
+    return toString(PathLibrary::GetDirectoryWithFile(folder, VLString(SharedPackage::ID) + ".xml"));
+}
+
+/// Why the engine cannot use it to uninstall the shared package; empty when it can.
+std::string faultOf(const std::string& path) {
+    if (!S_ISREG(Machine::current().typeOf(toVLString(path)))) {
+        return "there is no file " + quotedPath(path);
+    }
+    Product product;
+    std::string error;
+    if (!product.definitionFile.read(path, Location::Document::Definition, Kind::Product, error)) {
+        return quotedPath(path) + " " + error;
+    }
+    if (!product.definitionFile.isReadable()) {
+        return quotedPath(path) + " is no product definition";
+    }
+    product.interpret();
+    const Info& info = product.definition.skuInfo;
+    return isShared(info) ? "" : quotedPath(path) + " is the definition of " + quoted(info);
+}
+
+void sharedDefinitionUnusable(Status& status, const StatusReport& report) {
+    const std::string path = sharedDefinition(status);
+    const bool bRecorded = status.record.hasProduct(SharedPackage::ID);
+    const std::string fault = bRecorded || isThere(path) ? faultOf(path) : "";
+    if (!canBeRead(status) || fault.empty()) {
+        return;
+    }
+    status.explainedProducts.insert(SharedPackage::ID);
+    if (bRecorded) {
+        report(at(path), "the shared package cannot be uninstalled: " + fault,
+               "The uninstall of the last product leaves all files of the shared package, and the record. "
+               "They could not be compared.",
+               "Install the shared package again.", {path});
+    } else {
+        report(at(path), "the record does not list the shared package, and " + fault,
+               "No run uses it, and no uninstall removes it.", "Delete it.", {path});
+    }
+}
+
+/// Whether the compared shared package says itself what is missing of the Application Manager.
+bool listsManager(const Status& status) {
+    const std::string manager = SharedPackage::manager;
+    return std::any_of(status.products.begin(), status.products.end(), [&](const PlacedProduct* product) {
+        return isShared(product->info()) &&
+               std::any_of(product->spots().begin(), product->spots().end(), [&](const auto& spot) {
+                   return spot.bLeaf &&
+                          std::any_of(spot.places.begin(), spot.places.end(), [&](const auto& place) {
+                              return toString(place.path).compare(0, manager.size(), manager) == 0;
+                          });
+               });
+    });
+}
+
+void managerLink(Status& status, const StatusReport& report) {
+    const VLString link = SharedPackage::managerLink;
+    const bool bRecorded = status.record.hasProduct(SharedPackage::ID);
+    const mode_t type = Machine::current().linkTypeOf(link);
+    const VLString target = targetOfLink(link);
+    const bool bRight = target == SharedPackage::manager;
+    if (!canBeRead(status) || (!bRecorded && !bRight)) {
+        return;
+    }
+    const auto say = [&](const std::string& message, const char* consequence, const char* advice) {
+        report(at(toString(link)), message, consequence, advice, {toString(link)});
+    };
+    const char* const again = "Install the shared package again, which places the link.";
+    if (!bRecorded) {
+        say("the record does not list the shared package, and the link to the Application Manager is there",
+            "No uninstall removes it.", "Delete the link.");
+    } else if (type == 0) {
+        say("the link to the Application Manager is missing", "Users do not find the Application Manager.",
+            again);
+    } else if (!S_ISLNK(type)) {
+        say("in the place of the link to the Application Manager is something else",
+            "The next install or uninstall of the shared package removes it with everything in it.",
+            "Move it away, and install the shared package again.");
+    } else if (!bRight) {
+        say("the link to the Application Manager leads to " + quotedText(target) + ", and should lead to " +
+                quotedPath(SharedPackage::manager),
+            "Users who open it do not get the Application Manager.", again);
+    } else if (Machine::current().typeOf(target) == 0 && !listsManager(status)) {
+        say("the link to the Application Manager leads nowhere: there is no " + quotedText(target),
+            "Users who open it get an error.",
+            "Install a build of the shared package that has the Application Manager.");
+    }
+}
+
+} // namespace
+
+const std::vector<StatusRuleEntry>& uninstallerRules() {
+    static const std::vector<StatusRuleEntry> rules = {
+        {{"uninstaller-missing", Severity::Error, "a recorded product without an uninstaller"},
+         uninstallerMissing},
+        {{"uninstaller-incomplete", Severity::Error, "an uninstaller of which a part cannot be used"},
+         uninstallerIncomplete},
+        {{"old-uninstaller", Severity::Error, "an uninstaller under another name than the product's"},
+         oldUninstaller},
+        {{"shared-definition-unusable", Severity::Error,
+          "a definition beside the record with which the shared package cannot be uninstalled"},
+         sharedDefinitionUnusable},
+        {{"manager-link", Severity::Error, "a link to the Application Manager that is not right"},
+         managerLink},
+    };
+    return rules;
+}
