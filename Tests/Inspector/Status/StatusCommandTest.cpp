@@ -617,7 +617,8 @@ TEST(StatusRules, AHomeThatCannotBeLookedIntoLeavesItOpen) {
     };
     const auto rulesOf = [](const ProgramResult& result) {
         std::set<std::string> rules;
-        for (const auto& finding : nlohmann::json::parse(result.standardOutput)["findings"]) {
+        const auto document = nlohmann::json::parse(result.standardOutput);
+        for (const auto& finding : document["findings"]) {
             rules.insert(finding["rule"]);
         }
         return rules;
