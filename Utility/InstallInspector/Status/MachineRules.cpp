@@ -169,7 +169,7 @@ void missingFile(Status& status, const StatusReport& report) {
                tops == 1 ? quotedText(first->node->treePath) + withEntries(first->leaves.size()) +
                                " is missing: there is no " + top
                          : files(paths.size()) + " of " + quoted(product->info()) +
-                               " are missing: there is no " + listed(paths),
+                               " are missing: there is no " + quotedList(paths),
                "The record counts " + std::string(paths.size() == 1 ? "it" : "them") +
                    " as installed. A file was removed by other hands, could not be copied, or its host came "
                    "after the install.",
@@ -243,7 +243,7 @@ void folderForFile(Status& status, const StatusReport& report) {
         paths.push_back(toString(path));
     }
     report(status.record.at(*first),
-           listed(paths) + " " + subject(paths.size()) +
+           quotedList(paths) + " " + subject(paths.size()) +
                (paths.size() == 1 ? " a folder where a file of " : " folders where files of ") +
                quoted(owner->info()) +
                (paths.size() == 1 ? " goes: it may be someone's own"
@@ -423,7 +423,7 @@ std::string howToEnter(const Status& status, const PlacedProduct& product, const
     }
     return users.size() < 2
                ? "Install " + quoted(product.info()) + " again, which enters it."
-               : "Uninstall " + listed(users) + ", and install them again: that counts all uses.";
+               : "Uninstall " + quotedList(users) + ", and install them again: that counts all uses.";
 }
 
 void notRecorded(Status& status, const StatusReport& report) {
@@ -452,7 +452,7 @@ void notRecorded(Status& status, const StatusReport& report) {
                 ? quotedText(top) + withEntries(paths.size()) + " is on this machine and not in the record" +
                       (paths.size() > 1 ? ", such as " : ": ") + quotedText(toVLString(paths.front()))
                 : files(paths.size()) + " of " + quoted(product->info()) +
-                      " are on this machine and not in the record: " + listed(paths),
+                      " are on this machine and not in the record: " + quotedList(paths),
             "No uninstall removes what the record does not list.", howToEnter(status, *product, top), paths);
     }
 }
@@ -543,7 +543,7 @@ void otherHome(Status& status, const StatusReport& report) {
     for (const auto& [home, paths] : status.inOtherHomes) {
         report(status.record.start(),
                files(paths.size()) + " " + subject(paths.size()) + " in the home of the user " +
-                   userOf(home) + ": " + listed(paths),
+                   userOf(home) + ": " + quotedList(paths),
                "An uninstall looks in the home of the user who starts it: only that user's uninstall removes "
                "them.",
                "Uninstall as the user " + userOf(home) + " (HOME=" + quotedText(toVLString(home)) +
@@ -556,7 +556,7 @@ void hiddenHome(Status& status, const StatusReport& report) {
     for (const auto& [home, paths] : status.hiddenHomes) {
         report(status.record.start(),
                "this user may not look into the home of the user " + userOf(home) + ", where " +
-                   files(paths.size()) + " may be: " + listed(paths),
+                   files(paths.size()) + " may be: " + quotedList(paths),
                "Whether the product has files there cannot be told. What is missing here may be there.",
                "Ask as the superuser.", paths);
     }
@@ -578,7 +578,7 @@ void notCompared(Status& status, const StatusReport& report) {
         report(status.record.start(),
                std::string("without ") +
                    (names.size() == 1 ? "its definition the product " : "their definitions the products ") +
-                   listed(names) + " could not be compared",
+                   quotedList(names) + " could not be compared",
                "Whether the files are there and the counts right cannot be told.",
                status.given.empty() ? "Give the definitions and target paths of all products with --sku and "
                                       "--targets."
@@ -673,7 +673,7 @@ void inNoDefinition(Status& status, const StatusReport& report) {
     if (!tops.empty()) {
         report(status.record.at(*tops.front()),
                "no installed product lists " +
-                   (tops.size() == 1 ? quotedText(pathOf(*tops.front())) : listed(paths)),
+                   (tops.size() == 1 ? quotedText(pathOf(*tops.front())) : quotedList(paths)),
                "An earlier build did, and the count stays: no uninstall removes what it has installed there.",
                "Remove it by hand, for no uninstaller lists it; the record forgets it with the last product.",
                paths);

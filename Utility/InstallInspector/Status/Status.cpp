@@ -143,7 +143,7 @@ std::string quoted(const SKUDefinition::SKUInfo& info) {
     return quotedText(info.ID.IsSet() ? info.ID : info.name);
 }
 
-std::string listed(const std::vector<std::string>& texts) {
+std::string quotedList(const std::vector<std::string>& texts) {
     constexpr std::size_t most = 3;
     const std::size_t shown = std::min(most, texts.size());
     std::string text;

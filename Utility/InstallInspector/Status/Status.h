@@ -101,7 +101,7 @@ VLString targetOfLink(const VLString& link);
 /// The ID in quotes, or the name where there is none.
 std::string quoted(const SKUDefinition::SKUInfo& info);
 /// The first few in quotes, and how many more there are.
-std::string listed(const std::vector<std::string>& texts);
+std::string quotedList(const std::vector<std::string>& texts);
 /// "1 file", "2 files".
 std::string files(std::size_t count);
 
