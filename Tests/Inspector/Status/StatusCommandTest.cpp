@@ -827,7 +827,7 @@ TEST(StatusCommand, PrintsJson) {
         members.insert(member.key());
     }
     EXPECT_EQ(members, (std::set<std::string>{"record", "state", "verdict", "products", "entries", "errors",
-                                              "warnings", "findings"}));
+                                              "warnings", "notes", "findings"}));
     members.clear();
     for (const auto& member : document["findings"][0].items()) {
         members.insert(member.key());

@@ -182,7 +182,7 @@ TEST_F(StatusEndToEnd, SeesWhatOtherHandsDid) {
                     "\"Hosts/OpenFX/Glow/Glow.ofx\" is in \"/Users/anna/OFX/Vorlane/Glow\", of which the "
                     "condition does not hold today"))
         << result.standardOutput;
-    EXPECT_TRUE(has(result, "\n2 errors, 1 warning\n"));
+    EXPECT_TRUE(has(result, "\n3 errors, 0 warnings\n"));
 
     root().makeFolder("/Applications/OpenFX.app");
     ExpectSuccess(Install(alpha()));

@@ -169,7 +169,7 @@ void missingFile(Status& status, const StatusReport& report) {
                tops == 1 ? quotedText(first->node->treePath) + withEntries(first->leaves.size()) +
                                " is missing: there is no " + top
                          : files(paths.size()) + " of " + quoted(product->info()) +
-                               " are missing: there is no " + quotedList(paths),
+                               " are missing: there is no " + firstFew(paths),
                "The record counts " + std::string(paths.size() == 1 ? "it" : "them") +
                    " as installed. A file was removed by other hands, could not be copied, or its host came "
                    "after the install.",
@@ -243,7 +243,7 @@ void folderForFile(Status& status, const StatusReport& report) {
         paths.push_back(toString(path));
     }
     report(status.record.at(*first),
-           quotedList(paths) + " " + subject(paths.size()) +
+           firstFew(paths) + " " + subject(paths.size()) +
                (paths.size() == 1 ? " a folder where a file of " : " folders where files of ") +
                quoted(owner->info()) +
                (paths.size() == 1 ? " goes: it may be someone's own"
@@ -423,7 +423,7 @@ std::string howToEnter(const Status& status, const PlacedProduct& product, const
     }
     return users.size() < 2
                ? "Install " + quoted(product.info()) + " again, which enters it."
-               : "Uninstall " + quotedList(users) + ", and install them again: that counts all uses.";
+               : "Uninstall " + firstFew(users) + ", and install them again: that counts all uses.";
 }
 
 void notRecorded(Status& status, const StatusReport& report) {
@@ -452,7 +452,7 @@ void notRecorded(Status& status, const StatusReport& report) {
                 ? quotedText(top) + withEntries(paths.size()) + " is on this machine and not in the record" +
                       (paths.size() > 1 ? ", such as " : ": ") + quotedText(toVLString(paths.front()))
                 : files(paths.size()) + " of " + quoted(product->info()) +
-                      " are on this machine and not in the record: " + quotedList(paths),
+                      " are on this machine and not in the record: " + firstFew(paths),
             "No uninstall removes what the record does not list.", howToEnter(status, *product, top), paths);
     }
 }
@@ -543,7 +543,7 @@ void otherHome(Status& status, const StatusReport& report) {
     for (const auto& [home, paths] : status.inOtherHomes) {
         report(status.record.start(),
                files(paths.size()) + " " + subject(paths.size()) + " in the home of the user " +
-                   userOf(home) + ": " + quotedList(paths),
+                   userOf(home) + ": " + firstFew(paths),
                "An uninstall looks in the home of the user who starts it: only that user's uninstall removes "
                "them.",
                "Uninstall as the user " + userOf(home) + " (HOME=" + quotedText(toVLString(home)) +
@@ -556,7 +556,7 @@ void hiddenHome(Status& status, const StatusReport& report) {
     for (const auto& [home, paths] : status.hiddenHomes) {
         report(status.record.start(),
                "this user may not look into the home of the user " + userOf(home) + ", where " +
-                   files(paths.size()) + " may be: " + quotedList(paths),
+                   files(paths.size()) + " may be: " + firstFew(paths),
                "Whether the product has files there cannot be told. What is missing here may be there.",
                "Ask as the superuser.", paths);
     }
@@ -578,7 +578,7 @@ void notCompared(Status& status, const StatusReport& report) {
         report(status.record.start(),
                std::string("without ") +
                    (names.size() == 1 ? "its definition the product " : "their definitions the products ") +
-                   quotedList(names) + " could not be compared",
+                   firstFew(names) + " could not be compared",
                "Whether the files are there and the counts right cannot be told.",
                status.given.empty() ? "Give the definitions and target paths of all products with --sku and "
                                       "--targets."
@@ -673,7 +673,7 @@ void inNoDefinition(Status& status, const StatusReport& report) {
     if (!tops.empty()) {
         report(status.record.at(*tops.front()),
                "no installed product lists " +
-                   (tops.size() == 1 ? quotedText(pathOf(*tops.front())) : quotedList(paths)),
+                   (tops.size() == 1 ? quotedText(pathOf(*tops.front())) : firstFew(paths)),
                "An earlier build did, and the count stays: no uninstall removes what it has installed there.",
                "Remove it by hand, for no uninstaller lists it; the record forgets it with the last product.",
                paths);
@@ -860,8 +860,7 @@ const std::vector<StatusRuleEntry>& machineRules() {
          recordElsewhere},
         {{"other-build", Severity::Warning, "a definition of another build than the recorded one"},
          otherBuild},
-        {{"not-compared", Severity::Warning, "a recorded product whose definition is not at hand",
-          Verdict::CannotTell},
+        {{"not-compared", Severity::Warning, "a recorded product whose definition is not at hand"},
          notCompared},
         {{"missing-file", Severity::Error, "a recorded file or folder that is not there"}, missingFile},
         {{"changed-kind", Severity::Error, "a file in the place of a folder, or the reverse"}, changedKind},
@@ -870,18 +869,16 @@ const std::vector<StatusRuleEntry>& machineRules() {
         {{"left-behind", Severity::Error, "files in a folder that today's conditions no longer reach"},
          leftBehind},
         {{"other-home", Severity::Error, "recorded files in the home folder of another user"}, otherHome},
-        {{"hidden-home", Severity::Warning, "a home folder that this user may not look into",
-          Verdict::CannotTell},
-         hiddenHome},
+        {{"hidden-home", Severity::Warning, "a home folder that this user may not look into"}, hiddenHome},
         {{"folder-for-file", Severity::Warning, "a folder in the place of a recorded file"}, folderForFile},
         {{"several-folders", Severity::Error,
           "one path of the tree in different folders for several products"},
          severalFolders},
-        {{"in-no-definition", Severity::Warning, "a recorded path that no installed product lists"},
+        {{"in-no-definition", Severity::Error, "a recorded path that no installed product lists"},
          inNoDefinition},
         {{"count-differs", Severity::Error, "a count other than how many installed products list the path"},
          countDiffers},
-        {{"shortcut-missing", Severity::Warning, "a shortcut that is missing or leads elsewhere"}, shortCut},
+        {{"shortcut-missing", Severity::Error, "a shortcut that is missing or leads elsewhere"}, shortCut},
     };
     return rules;
 }

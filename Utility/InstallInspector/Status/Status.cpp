@@ -13,9 +13,6 @@ void StatusReport::operator()(const Location& where, std::string message, std::s
                               std::string advice, std::vector<std::string> paths) const {
     status.findings.push_back({where, rule.name, rule.severity, std::move(message), std::move(consequence),
                                std::move(advice), std::move(paths)});
-    if (rule.verdict == Verdict::Harm || status.verdict == Verdict::Safe) {
-        status.verdict = rule.verdict;
-    }
 }
 
 namespace {
@@ -39,7 +36,6 @@ void leaveCountsToTheDefinitions(Status& status) {
                                              finding.rule == "count-above-folder";
                                   }),
                    findings.end());
-    status.verdict = findings.empty() ? Verdict::Safe : Verdict::Harm;
 }
 
 /// Of two for one product, the one that was placed with what is recorded.
@@ -143,7 +139,7 @@ std::string quoted(const SKUDefinition::SKUInfo& info) {
     return quotedText(info.ID.IsSet() ? info.ID : info.name);
 }
 
-std::string quotedList(const std::vector<std::string>& texts) {
+std::string firstFew(const std::vector<std::string>& texts) {
     constexpr std::size_t most = 3;
     const std::size_t shown = std::min(most, texts.size());
     std::string text;

@@ -39,7 +39,6 @@ struct Status {
     /// IDs of recorded products of which it is told why they are not compared.
     std::set<VLString> explainedProducts;
     std::vector<Finding> findings;
-    Verdict verdict = Verdict::Safe;
 
     /// Compares the installed products that keep their record in the folder `folder`.
     void compareInstalled(const VLString& folder);
@@ -57,7 +56,6 @@ struct StatusRule {
     const char* name; ///< in kebab case; never changed, since scripts rely on it
     Severity severity;
     const char* summary; ///< one line, for lists of rules
-    Verdict verdict = Verdict::Harm;
 };
 
 /// Takes the findings of one rule.
@@ -101,7 +99,7 @@ VLString targetOfLink(const VLString& link);
 /// The ID in quotes, or the name where there is none.
 std::string quoted(const SKUDefinition::SKUInfo& info);
 /// The first few in quotes, and how many more there are.
-std::string quotedList(const std::vector<std::string>& texts);
+std::string firstFew(const std::vector<std::string>& texts);
 /// "1 file", "2 files".
 std::string files(std::size_t count);
 

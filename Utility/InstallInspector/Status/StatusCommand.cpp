@@ -122,5 +122,5 @@ int runStatus(const StatusOptions& options) {
     if (!output.finish()) {
         return CannotRun;
     }
-    return status.verdict == Verdict::Safe ? Clean : HasFindings;
+    return verdictOf(status.findings) == Verdict::Safe ? Clean : HasFindings;
 }

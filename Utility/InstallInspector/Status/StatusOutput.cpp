@@ -279,7 +279,7 @@ void writeJson(const Status& status, Output& output) {
     json.beginObject();
     json.text("record", status.record.path);
     json.text("state", states[static_cast<std::size_t>(status.record.state)]);
-    json.text("verdict", nameOf(status.verdict));
+    json.text("verdict", nameOf(verdictOf(status.findings)));
     json.beginArray("products");
     for (const auto& info : status.record.content.products) {
         write(json, info);
