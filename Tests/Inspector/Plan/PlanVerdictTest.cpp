@@ -391,6 +391,13 @@ TEST_F(PlanVerdict, TheShortcutOfAnotherProductIsLost) {
     EXPECT_EQ(pathsOf(plan, "others-lost"), std::set<std::string>{"/Applications/Tool"});
 }
 
+TEST_F(PlanVerdict, AShortcutThatIsNotMadeIsTold) {
+    install(beta().build("1.0.0.200").file("VorlaneFX/a", "B"), {});
+    // The newer file is kept, and a kept file gets no shortcut.
+    install(product().file("VorlaneFX/a", "A").shortCut("VorlaneFX/a", "Tool"), {"not-there"});
+    EXPECT_FALSE(root().exists("/Applications/Tool"));
+}
+
 TEST_F(PlanVerdict, ATreeThatListsTheRecordIsTold) {
     install(beta().file("VorlaneFX/b", "B"), {});
     const ProductBuilder alpha = product().file("VorlaneFX/InstallationStatusFile.xml", "<install/>");

@@ -627,9 +627,16 @@ protected:
                     now[place] = treePath;
                 }
             }
-            const bool bPlaced = !placesOf(build, treePath, user, isHost()).empty();
-            if (!leaf.shortCut.empty() && bPlaced && after.count("/Applications/" + leaf.shortCut) != 0) {
-                now["/Applications/" + leaf.shortCut] = treePath;
+            const std::vector<std::string> places = placesOf(build, treePath, user, isHost());
+            const auto link = after.find("/Applications/" + leaf.shortCut);
+            if (leaf.shortCut.empty() || places.empty()) {
+                continue;
+            }
+            if (link != after.end() && link->second.rfind("-> ", 0) == 0 &&
+                std::count(places.begin(), places.end(), link->second.substr(3)) != 0) {
+                now[link->first] = treePath;
+            } else {
+                harm.push_back("no shortcut " + leaf.shortCut);
             }
         }
         if (build.bItemForFile && build.leaves.count("Content/one.fx") != 0) {

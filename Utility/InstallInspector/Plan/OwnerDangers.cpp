@@ -16,22 +16,11 @@ void append(Names& to, const Names& more) {
     to.insert(to.end(), more.begin(), more.end());
 }
 
-/// A shortcut that leads to nothing of the product's is someone else's.
-bool isMine(const OwnedPlace& shortCut, const OwnedFiles& files, PlannedMachine& machine) {
-    if (shortCut.before != S_IFLNK) {
-        return false;
-    }
-    const std::string target = machine.placeOf(shortCut.linkBefore);
-    return std::any_of(files.places.begin(), files.places.end(), [&](const OwnedPlace& place) {
-        return !place.bShortCut && place.treePath == shortCut.treePath && place.place == target;
-    });
-}
-
 /// What is left of a place of the build that goes; empty for what may stay.
 Names leftOf(const Survey& survey, const OwnedFiles& files, const OwnedPlace& place) {
     // Elsewhere than where the run goes it may be anyone's, unless the record says that the product was here.
     const bool bUncertain = place.reach != Reach::Today && (place.bTarget || survey.bFirst);
-    if (place.before == 0 || bUncertain || (place.bShortCut && !isMine(place, files, survey.machine))) {
+    if (place.before == 0 || bUncertain || (place.bShortCut && !survey.isOwnShortCut(place, files))) {
         return {};
     }
     return survey.ownerless(place);
@@ -159,7 +148,7 @@ void lookForLost(const Survey& survey, const OwnedFiles& files, Names& lost) {
         if (place.before == 0) {
             continue;
         }
-        const bool bOwnLink = place.bShortCut && isMine(place, files, survey.machine);
+        const bool bOwnLink = place.bShortCut && survey.isOwnShortCut(place, files);
         if (place.bShortCut ? bOwnLink && place.linkAfter != place.linkBefore
                             : place.after == 0 || place.after != place.before) {
             lost.push_back(place.path);

@@ -101,7 +101,9 @@ void notThere(const Survey& survey, const DangerReport& report) {
     });
     Names missing;
     for (const OwnedPlace& place : survey.made->places) {
-        if (place.reach == Reach::Today && typeOf(survey, place.path) == 0 && failed.count(place.path) == 0 &&
+        const bool bThere =
+            place.bShortCut ? survey.isOwnShortCut(place, *survey.made) : typeOf(survey, place.path) != 0;
+        if (place.reach == Reach::Today && !bThere && failed.count(place.path) == 0 &&
             !isMissingInSource(*survey.run(), place.treePath)) {
             missing.push_back(place.path);
         }

@@ -337,6 +337,16 @@ bool Survey::hadForeign(const std::string& folder) const {
     });
 }
 
+bool Survey::isOwnShortCut(const OwnedPlace& shortCut, const OwnedFiles& files) const {
+    if (shortCut.before != S_IFLNK) {
+        return false;
+    }
+    const std::string target = machine.placeOf(shortCut.linkBefore);
+    return std::any_of(files.places.begin(), files.places.end(), [&](const OwnedPlace& place) {
+        return !place.bShortCut && place.treePath == shortCut.treePath && place.place == target;
+    });
+}
+
 std::string Survey::ownUninstaller() const {
     return uninstallersFolder + ("Uninstall " + toString(product.name)) + ".app";
 }

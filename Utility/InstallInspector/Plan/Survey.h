@@ -90,6 +90,8 @@ public:
     bool isAfterOwned(const std::string& place) const { return after.has(place); }
     /// Whether the folder held something before the run that belonged to no product.
     bool hadForeign(const std::string& folder) const;
+    /// Whether the shortcut led to the file for which the product makes it. Another one is someone else's.
+    bool isOwnShortCut(const OwnedPlace& shortCut, const OwnedFiles& files) const;
     /// What of the place is there after the run and belongs to no product then.
     std::vector<std::string> ownerless(const OwnedPlace& place) const;
     /// The path of the uninstaller that the run places or removes.
