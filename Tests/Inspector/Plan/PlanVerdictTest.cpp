@@ -391,6 +391,30 @@ TEST_F(PlanVerdict, TheShortcutOfAnotherProductIsLost) {
     EXPECT_EQ(pathsOf(plan, "others-lost"), std::set<std::string>{"/Applications/Tool"});
 }
 
+TEST_F(PlanVerdict, AShortcutThatIsMadeInsideTheFolderOfAnOldOneIsTold) {
+    const auto tool = [](const char* folder) {
+        return product()
+            .file("VorlaneFX/x", "X")
+            .listedFile("Content/Tool.app")
+            .unlistedFile("Content/Tool.app/Contents/tool", "tool")
+            .shortCut("Content/Tool.app", "Tool")
+            .target("Content", folder);
+    };
+    install(tool("/Users/%USER%/Movies"), {}, asBen());
+    install(tool("/Users/%USER%/Movies"), {}, asBen());
+    install(tool("/Users/%USER%/Movies"), {"not-there", "shortcut"});
+    EXPECT_EQ(std::filesystem::read_symlink(root().outside("/Applications/Tool")),
+              "/Users/ben/Movies/Tool.app");
+    EXPECT_TRUE(root().exists("/Users/ben/Movies/Tool.app/Tool.app"));
+}
+
+TEST_F(PlanVerdict, ALinkOfTheUserThatBecomesAShortcutIsTold) {
+    root().write("/Library/mine", "mine");
+    std::filesystem::create_symlink("/Library/mine", root().outside("/Applications/Tool"));
+    install(product().file("VorlaneFX/a", "A").shortCut("VorlaneFX/a", "Tool"), {"shortcut"});
+    EXPECT_EQ(std::filesystem::read_symlink(root().outside("/Applications/Tool")), shared("a"));
+}
+
 TEST_F(PlanVerdict, AShortcutThatIsNotMadeIsTold) {
     install(beta().build("1.0.0.200").file("VorlaneFX/a", "B"), {});
     // The newer file is kept, and a kept file gets no shortcut.

@@ -652,7 +652,7 @@ protected:
                 if (!isHeld(others, path)) {
                     harm.push_back("left behind: " + path);
                 }
-            } else {
+            } else if (shortCutsOf(build).count(path) == 0) { // one that leads elsewhere is not held
                 now.emplace(path, treePath);
             }
         }
@@ -795,7 +795,8 @@ protected:
                     std::to_string(build.hostTarget) + ", other to " + std::to_string(build.otherTarget) +
                     ":";
             for (const auto& [path, leaf] : build.leaves) {
-                text += " " + path + (leaf.kind == Kind::Whole ? "/" : "") + (leaf.bStays ? " (stays)" : "");
+                text += " " + path + (leaf.kind == Kind::Whole ? "/" : "") + (leaf.bStays ? " (stays)" : "") +
+                        (leaf.shortCut.empty() ? "" : " (" + leaf.shortCut + ")");
             }
             text += "\n";
         }

@@ -593,7 +593,8 @@ bool PlannedMachine::copyFolder(Step& step) {
 }
 
 bool PlannedMachine::link(Step& step) {
-    const std::string path = isFolder(step.path) ? inside(step.path, lastName(step.source)) : step.path;
+    step.inside = isFolder(step.path) ? placeOfFolder(step.path) : "";
+    const std::string path = step.inside.empty() ? step.path : inside(step.path, lastName(step.source));
     const Place place = find(path, false);
     if (place.node == nullptr) {
         return fails(step, printable(folderOf(path)) + " is not there");

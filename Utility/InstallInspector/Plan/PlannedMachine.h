@@ -50,7 +50,9 @@ public:
         bool bSucceeded = true;
         std::string why;               ///< the reason of a failure
         std::vector<std::string> made; ///< new folders, without those inside a copied folder
-        std::size_t removed = 0;       ///< the number of files and folders in a removed folder
+        std::string
+            inside; ///< of a link that was made inside a folder, since its own path leads to one: that
+        std::size_t removed = 0; ///< the number of files and folders in a removed folder
     };
 
     /// The program's bundle in memory, with a folder "Contents". Not a path on this machine.

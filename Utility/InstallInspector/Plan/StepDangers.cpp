@@ -101,8 +101,7 @@ void notThere(const Survey& survey, const DangerReport& report) {
     });
     Names missing;
     for (const OwnedPlace& place : survey.made->places) {
-        const bool bThere =
-            place.bShortCut ? survey.isOwnShortCut(place, *survey.made) : typeOf(survey, place.path) != 0;
+        const bool bThere = place.bShortCut ? survey.leadsToday(place) : typeOf(survey, place.path) != 0;
         if (place.reach == Reach::Today && !bThere && failed.count(place.path) == 0 &&
             !isMissingInSource(*survey.run(), place.treePath)) {
             missing.push_back(place.path);
@@ -275,6 +274,11 @@ void wholeFolder(const Survey& survey, const DangerReport& report) {
 
 // Shortcuts and the uninstaller
 
+bool replacesForeignLink(const Survey& survey, const Plan::Step& step) {
+    const std::string before = PlannedMachine().linkText(step.path);
+    return !before.empty() && before != step.source && !survey.wasOwned(survey.machine.placeOf(step.path));
+}
+
 void shortcut(const Survey& survey, const DangerReport& report) {
     for (const Plan::Step& step : survey.plan.steps) {
         if (step.verb == Verb::RemoveItem && step.bSucceeded && step.before != S_IFLNK &&
@@ -289,6 +293,14 @@ void shortcut(const Survey& survey, const DangerReport& report) {
         } else if (step.before == S_IFDIR) {
             report(step.path + " is a folder: the shortcut to " + step.source +
                        " is made inside it, and no uninstall will find it",
+                   {step.path});
+        } else if (!step.inside.empty() && step.inside != survey.machine.placeOf(step.source)) {
+            report(step.path + " leads to the folder " + step.inside + ": the shortcut to " + step.source +
+                       " is made inside it, and the old one stays",
+                   {step.path});
+        } else if (replacesForeignLink(survey, step)) {
+            report(step.path + " is a link that no installed product has made, and is replaced by one to " +
+                       step.source,
                    {step.path});
         } else if (step.before != 0 && step.before != S_IFLNK) {
             report(step.path + " is no shortcut, and is replaced by one to " + step.source, {step.path});

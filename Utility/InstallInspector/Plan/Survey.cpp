@@ -347,6 +347,14 @@ bool Survey::isOwnShortCut(const OwnedPlace& shortCut, const OwnedFiles& files) 
     });
 }
 
+bool Survey::leadsToday(const OwnedPlace& shortCut) const {
+    const std::string target = machine.placeOf(shortCut.linkAfter);
+    return std::any_of(made->places.begin(), made->places.end(), [&](const OwnedPlace& place) {
+        return !place.bShortCut && place.reach == Reach::Today && place.treePath == shortCut.treePath &&
+               place.place == target;
+    });
+}
+
 std::string Survey::ownUninstaller() const {
     return uninstallersFolder + ("Uninstall " + toString(product.name)) + ".app";
 }

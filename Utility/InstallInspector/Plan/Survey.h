@@ -92,6 +92,8 @@ public:
     bool hadForeign(const std::string& folder) const;
     /// Whether the shortcut led to the file for which the product makes it. Another one is someone else's.
     bool isOwnShortCut(const OwnedPlace& shortCut, const OwnedFiles& files) const;
+    /// Whether a shortcut of `made` leads to where its file goes today.
+    bool leadsToday(const OwnedPlace& shortCut) const;
     /// What of the place is there after the run and belongs to no product then.
     std::vector<std::string> ownerless(const OwnedPlace& place) const;
     /// The path of the uninstaller that the run places or removes.
