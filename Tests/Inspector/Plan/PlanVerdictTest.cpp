@@ -320,6 +320,18 @@ TEST_F(PlanVerdict, AFolderOfTheUserThatBecomesTheProductsIsTold) {
     EXPECT_FALSE(root().exists(shared("Presets/mine")));
 }
 
+TEST_F(PlanVerdict, AFileThatIsKeptWhereAFolderGoesIsTold) {
+    const auto tool = [](const ProductBuilder& product) {
+        return ProductBuilder(product)
+            .listedFile("VorlaneFX/Tool.app")
+            .unlistedFile("VorlaneFX/Tool.app/tool", "t");
+    };
+    root().write(shared("Tool.app"), "mine");
+    Install(tool(beta().build("1.0.0.200"))); // which cannot write its folder
+    install(tool(product()), {"not-there"});
+    EXPECT_EQ(root().read(shared("Tool.app")), "mine");
+}
+
 TEST_F(PlanVerdict, ABundleIsTheProductsOwn) {
     const ProductBuilder alpha = product()
                                      .listedFile("VorlaneFX/Tool.app")

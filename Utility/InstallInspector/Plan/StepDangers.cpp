@@ -89,6 +89,13 @@ bool isMissingInSource(const Plan::Run& run, const std::string& treePath) {
     });
 }
 
+/// A folder in the place of a file has a rule of its own.
+bool isThere(const Survey& survey, const OwnedPlace& place) {
+    const mode_t type = typeOf(survey, place.path);
+    const bool bFolder = place.bFolder || typeInSource(survey, place.treePath) == S_IFDIR;
+    return bFolder ? type == S_IFDIR : type != 0;
+}
+
 void notThere(const Survey& survey, const DangerReport& report) {
     if (!survey.made || survey.run() == nullptr || !survey.plan.bSucceeds) {
         return;
@@ -101,7 +108,7 @@ void notThere(const Survey& survey, const DangerReport& report) {
     });
     Names missing;
     for (const OwnedPlace& place : survey.made->places) {
-        const bool bThere = place.bShortCut ? survey.leadsToday(place) : typeOf(survey, place.path) != 0;
+        const bool bThere = place.bShortCut ? survey.leadsToday(place) : isThere(survey, place);
         if (place.reach == Reach::Today && !bThere && failed.count(place.path) == 0 &&
             !isMissingInSource(*survey.run(), place.treePath)) {
             missing.push_back(place.path);
