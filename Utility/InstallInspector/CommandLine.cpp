@@ -1,6 +1,7 @@
 #include "Utility/InstallInspector/CommandLine.h"
 
 #include "Utility/InstallInspector/Check/CheckCommand.h"
+#include "Utility/InstallInspector/Log/LogCommand.h"
 #include "Utility/InstallInspector/Plan/PlanCommand.h"
 #include "Utility/InstallInspector/Report/Output.h"
 #include "Utility/InstallInspector/Status/StatusCommand.h"
@@ -131,6 +132,21 @@ void addStatusCommand(CLI::App& app, int& status) {
     });
 }
 
+void addLogCommand(CLI::App& app, int& status) {
+    auto options = std::make_shared<LogOptions>();
+    CLI::App* command = app.add_subcommand(
+        "log", "Tell from what runs have printed what they did, what failed, and what to do");
+    command
+        ->add_option("FILE", options->file,
+                     "What runs have printed, or a system log such as /var/log/install.log; - for standard "
+                     "input")
+        ->required();
+    command->add_flag("--json", options->bJson, "Print JSON for other programs");
+    command->footer("Exit status: 0 when no run tells of anything that went wrong, 1 when one does or breaks "
+                    "off, 2 when the file cannot be read or no run is in it.");
+    command->callback([options, &status] { status = runLog(*options); });
+}
+
 } // namespace
 
 int runCommandLine(int argc, char* argv[]) {
@@ -144,6 +160,7 @@ int runCommandLine(int argc, char* argv[]) {
     addCheckCommand(app, status);
     addPlanCommand(app, status);
     addStatusCommand(app, status);
+    addLogCommand(app, status);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

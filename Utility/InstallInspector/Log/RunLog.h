@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Utility/InstallInspector/Log/KnownMessages.h"
+#include "Utility/InstallInspector/Report/Output.h"
 #include "Utility/InstallInspector/Report/Verdict.h"
 
 #include <array>
@@ -111,3 +112,6 @@ struct RunLog {
 
 const char* nameOf(LoggedFile::Outcome outcome);
 const char* nameOf(LoggedQuestion::Answer answer);
+
+void writeText(const RunLog& log, const Painter& painter, Output& output);
+void writeJson(const RunLog& log, Output& output);
