@@ -31,6 +31,7 @@ SKU_FORMAT = {
     "hostsForBuild": set(),
     "host": {"name", "families", "arch", "compilerOptions"},
     "installFiles": set(),
+    "exclude": {"name"},
     "directory": {"fileName", "arch", "dontdelete", "ignoreinstallerrors", "allowdowngrade"},
     "file": {"fileName", "arch", "configuration", "dontdelete", "ignoreinstallerrors", "allowdowngrade"},
     "shortCut": {"name", "dir"},
@@ -156,7 +157,7 @@ class Examples(unittest.TestCase):
 
     def test_only_the_three_branches_that_are_copied_are_used(self):
         for product, definition in definitions().items():
-            branches = {child.get("fileName") for child in definition.find("installFiles")}
+            branches = {child.get("fileName") for child in definition.findall("installFiles/directory")}
             self.assertLessEqual(branches, {"Hosts", "VorlaneFX", "Content"}, product)
 
     def test_trees_list_exactly_the_files_that_are_shipped(self):

@@ -1,5 +1,6 @@
 #include "Utility/InstallInspector/CommandLine.h"
 
+#include "Utility/InstallInspector/Author/NewCommand.h"
 #include "Utility/InstallInspector/Check/CheckCommand.h"
 #include "Utility/InstallInspector/Log/LogCommand.h"
 #include "Utility/InstallInspector/Plan/PlanCommand.h"
@@ -147,13 +148,42 @@ void addLogCommand(CLI::App& app, int& status) {
     command->callback([options, &status] { status = runLog(*options); });
 }
 
+void addNewCommand(CLI::App& app, int& status) {
+    auto options = std::make_shared<NewOptions>();
+    CLI::App* command =
+        app.add_subcommand("new", "Write a definition for a folder with the files of a product");
+    command
+        ->add_option("FILES", options->folder,
+                     "The folder: Hosts/HOST/FAMILY, VorlaneFX and Content, as they are to be installed")
+        ->required();
+    command->add_option("--id", options->identity.ID, "What no other product is called")->required();
+    command->add_option("--name", options->identity.name, "What users see")->required();
+    command->add_option("--build", options->identity.build, "Four numbers, such as 1.0.0.100")->required();
+    command->add_option("--prefix", options->identity.prefix, "The prefix, for other tools");
+    command
+        ->add_option("--exclude", options->exclude,
+                     "Leave out what matches; may be repeated. The definition keeps it for check and update")
+        ->type_name("GLOB")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    command->add_option("-o,--output", options->definition, "The file to write; without it standard output")
+        ->type_name("SKU");
+    command->add_option("--targets", options->targets, "Write target paths to begin with, too")
+        ->type_name("FILE");
+    command->add_flag("--force", options->bForce, "Replace files that are there");
+    command->footer(
+        "Exit status: 0 when all is written, 1 when all is written and something is noted that a person "
+        "should look at, 2 when nothing is written.");
+    command->callback([options, &status] { status = runNew(*options); });
+}
+
 } // namespace
 
 int runCommandLine(int argc, char* argv[]) {
-    CLI::App app(
-        "Checks a product before it ships, tells what a run would do, and shows what is installed, without "
-        "changing anything.",
-        "InstallInspector");
+    CLI::App app("Writes a product's definition, checks the product before it ships, tells what a run would "
+                 "do, and shows "
+                 "what is installed. Changes nothing but the file that it is told to write.",
+                 "InstallInspector");
     app.set_version_flag("--version", "InstallInspector " INSTALLUTILITY_VERSION);
     app.require_subcommand(1);
     int status = Clean;
@@ -161,6 +191,7 @@ int runCommandLine(int argc, char* argv[]) {
     addPlanCommand(app, status);
     addStatusCommand(app, status);
     addLogCommand(app, status);
+    addNewCommand(app, status);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

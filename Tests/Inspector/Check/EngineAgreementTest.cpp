@@ -124,7 +124,7 @@ const char* const fullDefinition = R"(<product>
 <featuresmask name="1"/><contentmask name="m"/></family></families>
 <hosts><host name="H" families="F" arch="x86" compilerOptions="o"/></hosts>
 <hostsForBuild><host name="B" families="F" arch="x64" compilerOptions="p"/></hostsForBuild>
-<installFiles><directory fileName="d" arch="x86" dontdelete="1" ignoreinstallerrors="1" allowdowngrade="1">
+<installFiles><exclude name="e"/><directory fileName="d" arch="x86" dontdelete="1" ignoreinstallerrors="1" allowdowngrade="1">
 <file fileName="f" arch="x86" configuration="c" dontdelete="0" ignoreinstallerrors="0" allowdowngrade="0">
 <shortCut name="s" dir="t"/></file></directory></installFiles></product>)";
 const char* const fullTargets = R"(<root><item name="I"><path value="/p">
@@ -157,7 +157,7 @@ std::vector<std::string> spoilt(const std::string& xml, const std::string& word)
 
 } // namespace
 
-TEST(EngineAgreement, EachAttributeOfTheVocabularyIsRead) {
+TEST(EngineAgreement, EachAttributeOfTheVocabularyIsReadButForOnesOwn) {
     for (const ElementFormat& format : elementFormats()) {
         const Kind root = rootOf(format.kind);
         const std::string xml = fullText(root);
@@ -173,7 +173,7 @@ TEST(EngineAgreement, EachAttributeOfTheVocabularyIsRead) {
                 const bool bDiffers = meaningOf(root, text) != meaningOf(root, xml);
                 bMatters = bMatters || (bInElement && bDiffers);
             }
-            EXPECT_TRUE(bMatters);
+            EXPECT_NE(bMatters, isOwn(format.kind, attribute));
         }
     }
 }

@@ -1,6 +1,7 @@
 // Differences between the definition's tree and the source folder.
 #include "Utility/InstallInspector/Check/NameRules.h"
 #include "Utility/InstallInspector/Check/Rules.h"
+#include "Utility/InstallInspector/Documents/LeftOut.h"
 #include "Utility/InstallInspector/Documents/LookAlike.h"
 #include "Utility/InstallInspector/Report/NearestName.h"
 
@@ -120,29 +121,42 @@ void missingInSource(const Product& product, const Report& report) {
     });
 }
 
-/// What the Finder, archives and version control leave in folders, and what speaks to those who build the
-/// package: nobody means to install it.
-bool isForOthers(const std::string& name) {
-    const std::vector<std::string> names = {".DS_Store", ".git",      ".gitignore", ".gitattributes",
-                                            ".gitkeep",  ".keep",     ".svn",       ".hg",
-                                            "__MACOSX",  "Thumbs.db", "desktop.ini"};
-    return std::find(names.begin(), names.end(), name) != names.end() || name.compare(0, 2, "._") == 0 ||
-           fs::path(toString(toVLString(name).ToLower())).stem() == "readme";
+/// What speaks to those who build the package: nobody means to install it.
+bool isReadme(const std::string& name) {
+    return fs::path(toString(toVLString(name).ToLower())).stem() == "readme";
+}
+
+/// Whether there is something in the folder, and all of it is left out.
+bool holdsOnlyLeftOut(const fs::path& folder, const std::string& path, const LeftOut& leftOut) {
+    const std::set<std::string> names = namesIn(folder);
+    return !names.empty() && std::all_of(names.begin(), names.end(), [&](const std::string& name) {
+        const std::string inside = path + "/" + name;
+        return leftOut.matches(name, inside) || holdsOnlyLeftOut(folder / name, inside, leftOut);
+    });
+}
+
+/// Every source folder has to have VorlaneFX, also for a product that has nothing to put there.
+bool isEmptySharedFolder(const fs::path& folder, const std::string& path) {
+    std::error_code error;
+    return path == Branch::shared && fs::is_directory(folder, error) && namesIn(folder).empty();
 }
 
 void notListed(const Product& product, const Report& report) {
+    const LeftOut leftOut(product.definitionFile);
     forEachFolder(product, [&](const TreeNode& node, const fs::path& folder) {
         const bool bWhole = node.parent != nullptr && node.children.empty();
         if (bWhole) {
             return;
         }
         for (const std::string& name : namesIn(folder)) {
-            if (isForOthers(name) || node.child(toVLString(name)) != nullptr) {
+            const std::string path = (node.parent == nullptr ? "" : toString(node.treePath) + "/") + name;
+            if (node.child(toVLString(name)) != nullptr || isReadme(name) || leftOut.matches(name, path) ||
+                isEmptySharedFolder(folder / name, path) || holdsOnlyLeftOut(folder / name, path, leftOut)) {
                 continue;
             }
             report({Location::Document::Source, (folder / name).string(), 0, 0},
                    "no entry of the tree covers it", "It is not installed.",
-                   "List it in the tree, or take it out of the source.");
+                   "List it in the tree, write an <exclude> for it, or take it out of the source.");
         }
     });
 }

@@ -96,6 +96,25 @@ bool lookAlike(const VLString& a, const VLString& b) {
     return a != b && appearanceOf(a) == appearanceOf(b);
 }
 
+std::string diskFormOf(const std::string& name) {
+    if (std::all_of(name.begin(), name.end(), [](unsigned char c) { return c < 0x80; })) {
+        std::string lower = name;
+        std::transform(lower.begin(), lower.end(), lower.begin(),
+                       [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+        return lower;
+    }
+    utf8proc_uint8_t* folded = nullptr;
+    const auto length = utf8proc_map(
+        reinterpret_cast<const utf8proc_uint8_t*>(name.data()), static_cast<utf8proc_ssize_t>(name.size()),
+        &folded, static_cast<utf8proc_option_t>(UTF8PROC_STABLE | UTF8PROC_DECOMPOSE | UTF8PROC_CASEFOLD));
+    if (length < 0) {
+        return name;
+    }
+    const std::string form(reinterpret_cast<const char*>(folded), static_cast<std::size_t>(length));
+    std::free(folded); // NOLINT: the library allocates with malloc
+    return form;
+}
+
 std::string hiddenDifference(const VLString& first, const VLString& second) {
     const Characters a = charactersOf(toString(first));
     const Characters b = charactersOf(toString(second));

@@ -13,6 +13,10 @@ VLString appearanceOf(const VLString& name);
 /// Whether the two differ, and nobody can see it.
 bool lookAlike(const VLString& a, const VLString& b);
 
+/// The same for all names that most disks take for one: those that differ only in case or in the form in
+/// which Unicode writes a letter. What is no UTF-8 stays as it is.
+std::string diskFormOf(const std::string& name);
+
 /// In what two names that look alike differ, such as "the first has U+00A0 for a blank".
 std::string hiddenDifference(const VLString& first, const VLString& second);
 

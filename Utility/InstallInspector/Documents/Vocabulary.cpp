@@ -30,7 +30,8 @@ const std::vector<ElementFormat>& elementFormats() {
         {Kind::Hosts, "hosts", {}, {Kind::Host}, true},
         {Kind::HostsForBuild, "hostsForBuild", {}, {Kind::Host}, true},
         {Kind::Host, "host", {"name", "families", "arch", "compilerOptions"}, {}, false},
-        {Kind::InstallFiles, "installFiles", {}, {Kind::Directory, Kind::File}, true},
+        {Kind::InstallFiles, "installFiles", {}, {Kind::Exclude, Kind::Directory, Kind::File}, true},
+        {Kind::Exclude, "exclude", name, {}, false},
         {Kind::Directory,
          "directory",
          {"fileName", "arch", "dontdelete", "ignoreinstallerrors", "allowdowngrade"},
@@ -64,6 +65,10 @@ const std::vector<ElementFormat>& elementFormats() {
 
 const ElementFormat& formatOf(Kind kind) {
     return elementFormats()[static_cast<std::size_t>(kind)];
+}
+
+bool isOwn(Kind kind, const std::string& /*attribute*/) {
+    return kind == Kind::Exclude;
 }
 
 std::string nameOf(Kind kind) {

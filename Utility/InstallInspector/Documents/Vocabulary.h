@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-/// The elements that the engine reads in its XML files. An element with different meanings at different
+/// The elements that the engine, or this program alone, reads in the XML files. An element with different meanings at different
 /// places has several kinds.
 enum class Kind {
     Product,
@@ -22,6 +22,7 @@ enum class Kind {
     HostsForBuild,
     Host,
     InstallFiles,
+    Exclude, ///< for this program alone
     Directory,
     File,
     ShortCut,
@@ -51,6 +52,8 @@ struct ElementFormat {
 /// Every element, in the order of Kind.
 const std::vector<ElementFormat>& elementFormats();
 const ElementFormat& formatOf(Kind kind);
+/// Whether the attribute of that kind of element is for this program alone, and the engine passes it over.
+bool isOwn(Kind kind, const std::string& attribute);
 std::string nameOf(Kind kind);
 /// The root element of the documents that contain this kind: Product, Root or Install.
 Kind rootOf(Kind kind);

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "Utility/InstallInspector/Author/NewDefinition.h"
+
+#include <string>
+#include <vector>
+
+/// What the subcommand "new" is told.
+struct NewOptions {
+    std::string folder;
+    Identity identity;
+    std::vector<std::string> exclude;
+    std::string definition; ///< empty for standard output
+    std::string targets;    ///< empty for none
+    bool bForce = false;
+};
+
+/// The exit status.
+int runNew(const NewOptions& options);

@@ -1,0 +1,67 @@
+#include "Utility/InstallInspector/Author/OutputFile.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+
+namespace {
+
+std::string cannotBeWritten(const std::string& path, int error) {
+    return path + " cannot be written: " + std::strerror(error != 0 ? error : EIO);
+}
+
+} // namespace
+
+std::string OutputFile::unexpected() const {
+    const FileState now = WholeFile::StateOf(path);
+    if (bReplaces || now == expected) {
+        return "";
+    }
+    return expected == FileState() ? path + " is there already; --force replaces it"
+                                   : path + " has changed since it was read, and stays as it is";
+}
+
+std::string OutputFile::prepare(const std::string& text) {
+    const std::string fault = unexpected();
+    if (!fault.empty()) {
+        return fault;
+    }
+    if (!file.Open() || std::fwrite(text.data(), 1, text.size(), file.Stream()) != text.size() ||
+        !file.Sync()) {
+        const int error = file.Error() != 0 ? file.Error() : errno;
+        return cannotBeWritten(path, error);
+    }
+    return "";
+}
+
+std::string OutputFile::putInPlace() {
+    // Once more: reading and preparing take time.
+    const std::string fault = unexpected();
+    if (!fault.empty()) {
+        return fault;
+    }
+    return file.Commit() ? "" : cannotBeWritten(path, file.Error());
+}
+
+SignalsHeld::SignalsHeld() {
+    sigset_t held;
+    sigemptyset(&held);
+    for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) {
+        sigaddset(&held, signal);
+    }
+    pthread_sigmask(SIG_BLOCK, &held, &before);
+}
+
+SignalsHeld::~SignalsHeld() {
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+}
+
+bool liesIn(const std::string& path, const std::string& folder) {
+    namespace fs = std::filesystem;
+    std::error_code error;
+    const fs::path inside = fs::weakly_canonical(fs::absolute(path, error), error).parent_path();
+    const fs::path outer = fs::weakly_canonical(fs::absolute(folder, error), error);
+    const auto relative = inside.lexically_relative(outer);
+    return !relative.empty() && *relative.begin() != "..";
+}

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "Platform/AtomicFile.h"
+#include "Platform/WholeFile.h"
+
+#include <csignal>
+#include <string>
+#include <vector>
+
+/// A file that is written as a whole or not at all: prepare it, and everything else that goes with it, before
+/// the first of them is put in its place. Each gives an empty text, or why it is not possible.
+class OutputFile {
+public:
+    /// `state` is what has to be there when the file is put in place: that of the file which is replaced as
+    /// it was read, or nothing when there must be none. `bAnything` takes what is there for right.
+    OutputFile(std::string filePath, const FileState& state, bool bAnything)
+        : path(std::move(filePath)), expected(state), bReplaces(bAnything), file(path) {}
+
+    std::string prepare(const std::string& text);
+    std::string putInPlace();
+
+private:
+    std::string unexpected() const;
+
+    std::string path;
+    FileState expected;
+    bool bReplaces;
+    AtomicFile file;
+};
+
+/// Signals that would end the program wait until the end of the scope, so that nothing half-written stays.
+class SignalsHeld {
+public:
+    SignalsHeld();
+    ~SignalsHeld();
+    SignalsHeld(const SignalsHeld&) = delete;
+    SignalsHeld& operator=(const SignalsHeld&) = delete;
+
+private:
+    sigset_t before = {};
+};
+
+/// Whether a file at `path` would lie in `folder`, links followed.
+bool liesIn(const std::string& path, const std::string& folder);

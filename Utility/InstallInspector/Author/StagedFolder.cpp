@@ -1,0 +1,346 @@
+#include "Utility/InstallInspector/Author/StagedFolder.h"
+
+#include "Platform/Utf8.h"
+#include "Utility/InstallInspector/Documents/LookAlike.h"
+#include "Utility/InstallInspector/Report/Finding.h"
+#include "Utility/InstallUtility/KnownNames.h"
+#include "Utility/InstallUtility/XMLTextCheck.h"
+
+#include <climits>
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <dirent.h>
+#include <iterator>
+#include <memory>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <unordered_map>
+
+namespace {
+
+using Kind = StagedNode::Kind;
+using Omission = StagedNode::Omission;
+using Parts = std::vector<std::string>;
+
+/// Two levels of a document are `product` and `installFiles`.
+constexpr std::size_t deepest = XMLTextCheck::maxDepth - 2;
+
+constexpr const char* bundleEndings[] = {
+    ".app",    ".appex", ".aaxplugin", ".bundle", ".component", ".framework", ".fxplug", ".kext",
+    ".plugin", ".prm",   ".prefPane",  ".saver",  ".vst",       ".vst3",      ".xpc",    ".qlgenerator",
+};
+
+bool endsWithAnyCase(const std::string& name, const std::string& ending) {
+    return name.size() > ending.size() &&
+           std::equal(ending.begin(), ending.end(), name.end() - static_cast<std::ptrdiff_t>(ending.size()),
+                      [](unsigned char a, unsigned char b) { return std::tolower(a) == std::tolower(b); });
+}
+
+bool hasBundleName(const std::string& name) {
+    return std::any_of(std::begin(bundleEndings), std::end(bundleEndings),
+                       [&](const char* ending) { return endsWithAnyCase(name, ending); });
+}
+
+bool hasControlCharacter(const std::string& name) {
+    return std::any_of(name.begin(), name.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; });
+}
+
+/// The names in a path, without the empty ones and ".".
+Parts partsOf(const std::string& path) {
+    Parts parts;
+    std::size_t begin = 0;
+    while (begin <= path.size()) {
+        const std::size_t end = std::min(path.find('/', begin), path.size());
+        const std::string part = path.substr(begin, end - begin);
+        if (!part.empty() && part != ".") {
+            parts.push_back(part);
+        }
+        begin = end + 1;
+    }
+    return parts;
+}
+
+bool beginsWith(const Parts& parts, const Parts& beginning) {
+    return parts.size() >= beginning.size() && std::equal(beginning.begin(), beginning.end(), parts.begin());
+}
+
+/// The path at which the link at `path` ends, without links. 0, or why there is none.
+int resolve(const std::string& path, std::string& end) {
+    const std::unique_ptr<char, decltype(&std::free)> real(realpath(path.c_str(), nullptr), &std::free);
+    if (real == nullptr) {
+        return errno;
+    }
+    end = real.get();
+    return 0;
+}
+
+/// Whether the path `target`, written in the folder `from`, leaves the folder `limit` on its way, by the text
+/// alone. One that comes back leaves it, too: what lies around the folder is another thing once it is
+/// installed.
+bool leaves(const Parts& limit, Parts from, const std::string& target) {
+    for (const std::string& part : partsOf(target)) {
+        if (part != "..") {
+            from.push_back(part);
+        } else if (from.size() == limit.size()) {
+            return true;
+        } else {
+            from.pop_back();
+        }
+    }
+    return false;
+}
+
+class Reader {
+public:
+    Reader(const std::string& folder, const LeftOut& what, Remarks& said, Progress& shown)
+        : path(folder), rootSize(folder.size() + 1), leftOut(what), remarks(said), progress(shown) {
+        resolve(folder, realRoot);
+    }
+
+    void read(StagedNode& node, std::size_t depth) {
+        readNames(node);
+        findTwins(node);
+        for (StagedNode& child : node.children) {
+            if (child.isLeftOut()) {
+                continue;
+            }
+            const std::size_t size = path.size();
+            path += '/';
+            path += child.name;
+            look(child, depth + 1);
+            path.resize(size);
+        }
+        const auto isContents = [](const StagedNode& child) {
+            return child.name == "Contents" && child.isFolder();
+        };
+        node.bBundle =
+            hasBundleName(node.name) || std::any_of(node.children.begin(), node.children.end(), isContents);
+        const bool bHollow = !node.bBundle && !node.children.empty() &&
+                             std::all_of(node.children.begin(), node.children.end(),
+                                         [](const StagedNode& child) { return child.isLeftOut(); });
+        node.omission = bHollow ? Omission::Hollow : node.omission;
+    }
+
+private:
+    std::string path; ///< of what is looked at
+    std::size_t rootSize;
+    const LeftOut& leftOut;
+    Remarks& remarks;
+    Progress& progress;
+    std::string realRoot;
+
+    std::string pathInside() const { return path.size() < rootSize ? "." : path.substr(rootSize); }
+
+    void fault(const std::string& text) { remarks.fault(pathInside(), text); }
+
+    Kind kindOf(const dirent& entry, const std::string& name) {
+        switch (entry.d_type) {
+        case DT_DIR:
+            return Kind::Folder;
+        case DT_REG:
+            return Kind::File;
+        case DT_UNKNOWN:
+        case DT_LNK:
+        default:
+            break;
+        }
+        return kindOfOther(path + "/" + name);
+    }
+
+    /// What needs a closer look counts as a loose link until it gets it.
+    static Kind kindOfOther(const std::string& file) {
+        struct stat status = {};
+        if (lstat(file.c_str(), &status) != 0) {
+            return Kind::LooseLink;
+        }
+        return S_ISDIR(status.st_mode)   ? Kind::Folder
+               : S_ISREG(status.st_mode) ? Kind::File
+                                         : Kind::LooseLink;
+    }
+
+    void readNames(StagedNode& node) {
+        const std::unique_ptr<DIR, int (*)(DIR*)> names(opendir(path.c_str()), &closedir);
+        if (names == nullptr) {
+            fault(std::string("cannot be read: ") + std::strerror(errno));
+            return;
+        }
+        errno = 0;
+        while (const dirent* entry = readdir(names.get())) {
+            StagedNode child;
+            child.name = entry->d_name;
+            if (child.name != "." && child.name != "..") {
+                child.kind = kindOf(*entry, child.name);
+                child.omission = omissionOf(child.name);
+                node.children.push_back(std::move(child));
+            }
+            errno = 0;
+        }
+        if (errno != 0) {
+            fault(std::string("cannot be read: ") + std::strerror(errno));
+        }
+        std::sort(node.children.begin(), node.children.end(),
+                  [](const StagedNode& a, const StagedNode& b) { return a.name < b.name; });
+        progress.add(node.children.size());
+    }
+
+    Omission omissionOf(const std::string& name) const {
+        if (LeftOut::isJunk(name)) {
+            return Omission::Junk;
+        }
+        if (leftOut.patterns().empty()) {
+            return Omission::None;
+        }
+        const std::string inside = path.size() < rootSize ? name : path.substr(rootSize) + "/" + name;
+        return leftOut.isExcluded(name, inside) ? Omission::Excluded : Omission::None;
+    }
+
+    void findTwins(const StagedNode& node) {
+        std::unordered_map<std::string, const std::string*> seen;
+        seen.reserve(node.children.size());
+        for (const StagedNode& child : node.children) {
+            if (child.isLeftOut()) {
+                continue;
+            }
+            const auto [twin, bNew] = seen.emplace(diskFormOf(child.name), &child.name);
+            if (!bNew) {
+                const std::string inside = path.size() < rootSize ? "" : path.substr(rootSize) + "/";
+                remarks.fault(inside + child.name, "differs only in case or Unicode form from " +
+                                                       quotedText(toVLString(*twin->second)) +
+                                                       ": to most disks they are one name");
+            }
+        }
+    }
+
+    void look(StagedNode& node, std::size_t depth) {
+        if (!isUtf8(node.name)) {
+            fault("the name is not UTF-8");
+        } else if (hasControlCharacter(node.name)) {
+            fault("the name holds a line break or another control character");
+        }
+        if (depth > deepest) {
+            fault("lies more than " + std::to_string(deepest) + " folders deep, where no definition reaches");
+        } else if (node.kind == Kind::Folder) {
+            read(node, depth);
+        } else if (node.kind == Kind::LooseLink) {
+            lookCloser(node);
+        }
+    }
+
+    void lookCloser(StagedNode& node) {
+        node.kind = Kind::File; // so that what a fault is told of is not told of twice
+        struct stat status = {};
+        if (lstat(path.c_str(), &status) != 0) {
+            fault(std::string("cannot be read: ") + std::strerror(errno));
+        } else if (S_ISLNK(status.st_mode)) {
+            followLink(node);
+        } else {
+            fault(S_ISSOCK(status.st_mode)   ? "is a socket"
+                  : S_ISFIFO(status.st_mode) ? "is a named pipe"
+                                             : "is a device");
+        }
+    }
+
+    /// The folder that holds all that is installed in one place together with the link.
+    static Parts limitOf(const Parts& link) {
+        const std::size_t size = link.front() == Branch::hosts ? 3 : 1;
+        return Parts(link.begin(),
+                     link.begin() + static_cast<std::ptrdiff_t>(std::min(size, link.size() - 1)));
+    }
+
+    void followLink(StagedNode& node) {
+        std::string target(PATH_MAX, '\0');
+        const ssize_t length = readlink(path.c_str(), target.data(), target.size());
+        if (length < 0) {
+            fault(std::string("cannot be read: ") + std::strerror(errno));
+            return;
+        }
+        target.resize(static_cast<std::size_t>(length));
+        if (target.rfind('/', 0) == 0) {
+            fault("is a link to a place on this machine, " + quotedText(toVLString(target)));
+            return;
+        }
+        const Parts link = partsOf(pathInside());
+        const Parts limit = limitOf(link);
+        if (leaves(limit, Parts(link.begin(), link.end() - 1), target)) {
+            tellLeaving(limit, target);
+            return;
+        }
+        std::string end;
+        const int error = resolve(path, end);
+        if (error == ENOENT || error == ENOTDIR) {
+            node.kind = Kind::LooseLink;
+            return;
+        }
+        if (error != 0) {
+            fault(error == ELOOP ? std::string("is a link that leads in a circle") : std::strerror(error));
+            return;
+        }
+        judgeEnd(node, limit, target, end);
+    }
+
+    void tellLeaving(const Parts& limit, const std::string& target) {
+        std::string whole;
+        for (const std::string& part : limit) {
+            whole += (whole.empty() ? "" : "/") + part;
+        }
+        fault("is a link that leaves " + (whole.empty() ? "the folder" : quotedText(toVLString(whole))) +
+              ", to " + quotedText(toVLString(target)));
+    }
+
+    void judgeEnd(StagedNode& node, const Parts& limit, const std::string& target, const std::string& end) {
+        Parts realLimit = partsOf(realRoot);
+        realLimit.insert(realLimit.end(), limit.begin(), limit.end());
+        const Parts realEnd = partsOf(end);
+        struct stat status = {};
+        if (!beginsWith(realEnd, realLimit)) {
+            tellLeaving(limit, target);
+        } else if (stat(end.c_str(), &status) != 0) {
+            fault(std::string("cannot be read: ") + std::strerror(errno));
+        } else if (S_ISDIR(status.st_mode)) {
+            std::string own;
+            resolve(path.substr(0, path.rfind('/')), own);
+            if (beginsWith(partsOf(own), realEnd)) {
+                fault("is a link to a folder that holds it");
+            }
+            node.kind = Kind::LinkToFolder;
+        } else if (S_ISREG(status.st_mode)) {
+            node.kind = Kind::File;
+        } else {
+            fault("is a link to what is neither a file nor a folder");
+        }
+    }
+};
+
+} // namespace
+
+const StagedNode* StagedNode::child(const std::string& wanted) const {
+    const auto found =
+        std::lower_bound(children.begin(), children.end(), wanted,
+                         [](const StagedNode& node, const std::string& text) { return node.name < text; });
+    return found != children.end() && found->name == wanted ? &*found : nullptr;
+}
+
+bool StagedFolder::read(const std::string& path, const LeftOut& leftOut, Remarks& remarks, Progress& progress,
+                        std::string& error) {
+    struct stat status = {};
+    if (stat(path.c_str(), &status) != 0) {
+        error = std::string("cannot be read: ") + std::strerror(errno);
+        return false;
+    }
+    if (!S_ISDIR(status.st_mode)) {
+        error = "is not a folder";
+        return false;
+    }
+    folder = path;
+    while (folder.size() > 1 && folder.back() == '/') {
+        folder.pop_back();
+    }
+    top = StagedNode();
+    top.kind = Kind::Folder;
+    Reader(folder, leftOut, remarks, progress).read(top, 0);
+    return true;
+}
