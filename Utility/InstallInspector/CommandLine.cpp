@@ -1,6 +1,7 @@
 #include "Utility/InstallInspector/CommandLine.h"
 
 #include "Utility/InstallInspector/Author/NewCommand.h"
+#include "Utility/InstallInspector/Author/UpdateCommand.h"
 #include "Utility/InstallInspector/Check/CheckCommand.h"
 #include "Utility/InstallInspector/Log/LogCommand.h"
 #include "Utility/InstallInspector/Plan/PlanCommand.h"
@@ -177,6 +178,21 @@ void addNewCommand(CLI::App& app, int& status) {
     command->callback([options, &status] { status = runNew(*options); });
 }
 
+void addUpdateCommand(CLI::App& app, int& status) {
+    auto options = std::make_shared<UpdateOptions>();
+    CLI::App* command =
+        app.add_subcommand("update", "Bring a definition up to date with the folder that holds the files");
+    command->add_option("SKU", options->definition, "The product definition (sku.xml)")->required();
+    command->add_option("--source", options->source, "The folder that holds the product's files")
+        ->type_name("FILES")
+        ->required();
+    command->add_flag("--dry-run", options->bDryRun, "Only print what would change");
+    command->footer(
+        "Exit status: 0 when the definition is up to date, 1 when something is noted that a person "
+        "should look at or, with --dry-run, something would change, 2 when nothing is written.");
+    command->callback([options, &status] { status = runUpdate(*options); });
+}
+
 } // namespace
 
 int runCommandLine(int argc, char* argv[]) {
@@ -192,6 +208,7 @@ int runCommandLine(int argc, char* argv[]) {
     addStatusCommand(app, status);
     addLogCommand(app, status);
     addNewCommand(app, status);
+    addUpdateCommand(app, status);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

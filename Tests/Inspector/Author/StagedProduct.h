@@ -57,6 +57,15 @@ protected:
         return lines;
     }
 
+    /// The tree lists what lies in "files", and nothing else.
+    void expectNoUnlisted() const {
+        const auto result = run({"check", "sku.xml", "--source", "files"});
+        for (const char* rule :
+             {"[not-listed]", "[missing-in-source]", "[not-well-formed]", "[unknown-family]"}) {
+            EXPECT_TRUE(linesWith(rule, result.standardOutput).empty()) << result.standardOutput;
+        }
+    }
+
     void expectNoFindings(const std::string& definition = "sku.xml", const std::string& targets = "") const {
         std::vector<std::string> command = {"check", definition, "--source", "files"};
         if (!targets.empty()) {

@@ -170,8 +170,8 @@ void EntryWriter::writeFolder(const StagedNode& node, const std::string& path, c
     text += ">" + style.lineEnd;
     const auto first = std::find_if(node.children.begin(), node.children.end(),
                                     [](const StagedNode& child) { return !child.isLeftOut(); });
-    const bool bMakesFolder = first->isFolder() && !isTakenWhole(*first, path + "/" + first->name);
-    counted.foldersMade += bMakesFolder ? 0 : 1;
+    const bool bComesWithFirst = first->isFolder() && !isTakenWhole(*first, path + "/" + first->name);
+    counted.foldersMade += bComesWithFirst ? 0 : 1;
     for (const StagedNode& child : node.children) {
         write(child, path + "/" + child.name, before + style.indentation, text);
     }
@@ -180,7 +180,7 @@ void EntryWriter::writeFolder(const StagedNode& node, const std::string& path, c
 
 /// Whether an entry can be made of the node where it lies.
 bool EntryWriter::mayStand(const StagedNode& node, const std::string& path) {
-    if (!standsInPlace(node, path, levelOf(path))) {
+    if (!standsInPlace(node, path)) {
         return false;
     }
     const std::string fault = shellFaultOf(node.name);
@@ -198,8 +198,8 @@ bool EntryWriter::mayStand(const StagedNode& node, const std::string& path) {
     return true;
 }
 
-/// What lies above the files of families, VorlaneFX and Content has to be folders of a certain kind.
-bool EntryWriter::standsInPlace(const StagedNode& node, const std::string& path, std::size_t level) {
+bool EntryWriter::standsInPlace(const StagedNode& node, const std::string& path) {
+    const std::size_t level = levelOf(path);
     if (level == 1 && std::none_of(std::begin(Branch::all), std::end(Branch::all),
                                    [&](const char* branch) { return node.name == branch; })) {
         remarks.fault(path,

@@ -46,9 +46,12 @@ public:
     /// Says what is left out of a folder that is copied whole, where that is not possible.
     void noteInsideWhole(const StagedNode& node, const std::string& path);
 
+    /// Whether a node of its kind may lie at that path: what is above the files of families, VorlaneFX and
+    /// Content has to be folders of a certain kind. Where it may not, says so.
+    bool standsInPlace(const StagedNode& node, const std::string& path);
+
 private:
     bool mayStand(const StagedNode& node, const std::string& path);
-    bool standsInPlace(const StagedNode& node, const std::string& path, std::size_t level);
     void writeFolder(const StagedNode& node, const std::string& path, const std::string& before,
                      std::string& text);
     void countInside(const StagedNode& node);

@@ -47,6 +47,7 @@ public:
     /// Whether the document is well-formed and has the expected root element.
     bool isReadable() const { return !entryList.empty(); }
     TiXmlDocument& xml() { return parsed; }
+    const TiXmlDocument& xml() const { return parsed; }
     /// To be called when a reader has taken that document down: empties all that led into it.
     void forgetContent();
 

@@ -1,0 +1,68 @@
+#pragma once
+
+#include "Utility/InstallInspector/Author/EditableDefinition.h"
+#include "Utility/InstallInspector/Author/NewDefinition.h"
+#include "Utility/InstallUtility/SKUDefinition.h"
+
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+/// One line of what an update does.
+struct DefinitionChange {
+    enum class Kind { Added, Dropped, Changed };
+
+    Kind kind;
+    std::string path; ///< in the tree, of folders with a slash at the end; or what else is changed
+    std::string text; ///< behind the path; may be empty
+};
+
+/// Brings a definition up to date with a staged folder, by as few edits as that takes.
+class DefinitionUpdate {
+public:
+    DefinitionUpdate(EditableDefinition& edited, const StagedFolder& folder, EntryWriter& entries,
+                     Remarks& said);
+
+    /// Finds all differences, and makes the edits.
+    void run();
+    /// In the order of the tree, families and hosts last.
+    const std::vector<DefinitionChange>& changes() const { return changeList; }
+
+private:
+    using Entry = LocatedDocument::Entry;
+    /// What the definition lists under one name inside one element.
+    struct Listed {
+        const Entry* counts = nullptr; ///< the one that the engine takes
+        std::vector<const Entry*> all;
+        const StagedNode* node = nullptr; ///< what it is in the folder
+    };
+    using ListedNames = std::map<std::string, Listed>;
+
+    ListedNames listedIn(const Entry& parent) const;
+    void matchNames(ListedNames& listed, const StagedNode& folder) const;
+    std::optional<std::string> whyGone(const Listed& listed, const std::string& path) const;
+    void compareFolder(const Entry& entry, const StagedNode& folder, const std::string& path);
+    void compareEntry(const Entry& entry, const StagedNode& node, const std::string& path);
+    void compareDirectory(const Entry& entry, const StagedNode& node, const std::string& path);
+    void addMissing(const Entry& parent, const StagedNode& folder, const std::string& path,
+                    const ListedNames& listed);
+    void addTree();
+    void drop(const Listed& listed, const std::string& path, const std::string& why);
+    void tellDropped(const Entry& entry, const std::string& path, const std::string& why);
+    void rename(const Entry& entry, const std::string& path, const std::string& oldName);
+    void addFamilies();
+    void addHosts();
+    void noteServedHosts();
+    void change(DefinitionChange::Kind kind, const std::string& path, const std::string& text = "");
+
+    EditableDefinition& definition;
+    const StagedFolder& source;
+    EntryWriter& writer;
+    Remarks& remarks;
+    SKUDefinition meaning;
+    StagedHosts hosts;
+    std::vector<DefinitionChange> changeList;
+    std::set<std::string> addedPaths;
+};
