@@ -171,6 +171,7 @@ void addNewCommand(CLI::App& app, int& status) {
         ->type_name("SKU");
     command->add_option("--targets", options->targets, "Write target paths to begin with, too")
         ->type_name("FILE");
+    command->add_flag("--manifest", options->bManifest, "Write size and SHA-256 of each file");
     command->add_flag("--force", options->bForce, "Replace files that are there");
     command->footer(
         "Exit status: 0 when all is written, 1 when all is written and something is noted that a person "
@@ -186,6 +187,8 @@ void addUpdateCommand(CLI::App& app, int& status) {
     command->add_option("--source", options->source, "The folder that holds the product's files")
         ->type_name("FILES")
         ->required();
+    command->add_flag("--manifest", options->bManifest,
+                      "Write size and SHA-256 of each file; a definition that has them keeps them anyway");
     command->add_flag("--dry-run", options->bDryRun, "Only print what would change");
     command->footer(
         "Exit status: 0 when the definition is up to date, 1 when something is noted that a person "

@@ -125,8 +125,8 @@ const char* const fullDefinition = R"(<product>
 <hosts><host name="H" families="F" arch="x86" compilerOptions="o"/></hosts>
 <hostsForBuild><host name="B" families="F" arch="x64" compilerOptions="p"/></hostsForBuild>
 <installFiles><exclude name="e"/><directory fileName="d" arch="x86" dontdelete="1" ignoreinstallerrors="1" allowdowngrade="1">
-<file fileName="f" arch="x86" configuration="c" dontdelete="0" ignoreinstallerrors="0" allowdowngrade="0">
-<shortCut name="s" dir="t"/></file></directory></installFiles></product>)";
+<file fileName="f" arch="x86" configuration="c" dontdelete="0" ignoreinstallerrors="0" allowdowngrade="0"
+size="1" sha256="2"><part path="p" size="1" sha256="2" link="l"/><shortCut name="s" dir="t"/></file></directory></installFiles></product>)";
 const char* const fullTargets = R"(<root><item name="I"><path value="/p">
 <condition type="And" value="v"><condition type="Or" value="w"/></condition></path></item></root>)";
 

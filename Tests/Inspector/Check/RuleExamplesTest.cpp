@@ -352,6 +352,27 @@ std::vector<Example> nameExamples() {
          {{D, grey, "<file fileName=\"Grey.look\"/><file @@fileName=\"grey.look\"/>"}},
          {{D, paper, std::string(paper) + "<directory fileName=\"looks\"/>"}}},
     };
+    const std::string digest(64, 'a');
+    const std::string sound = "size=\"1\" sha256=\"" + digest + "\"/>";
+    const std::string whole = "<file fileName=\"Grey.look\"><part path=\"a\" " + sound;
+    for (const std::string& bad : {
+             "@@<file fileName=\"G\" size=\"x\" sha256=\"" + digest + "\"/>",
+             "@@<file fileName=\"G\" sha256=\"" + digest + "\"/>",
+             std::string("@@<file fileName=\"G\" size=\"1\"/>"),
+             "@@<file fileName=\"G\" size=\"1\" sha256=\"" + std::string(64, 'A') + "\"/>",
+             whole + "@@<part path=\"a\" " + sound + "</file>",
+             whole + "@@<part " + sound + "</file>",
+             whole + "@@<part path=\"b\" link=\"\"/></file>",
+             whole + "@@<part path=\"b\" link=\"c\" size=\"1\"/></file>",
+             whole + "@@<part path=\"b\"/></file>",
+             "<file fileName=\"G\" size=\"1\" sha256=\"" + digest + "\">@@<part path=\"a\" " + sound +
+                 "</file>",
+             "<file fileName=\"G\"/>@@<part path=\"a\" " + sound,
+         }) {
+        examples.push_back({"manifest-value",
+                            {{D, grey, bad}},
+                            {{D, grey, whole + "<part path=\"b/c\" link=\"d\"/></file>"}}});
+    }
     for (const char* character : {"&quot;", "$", "`", "\\"}) {
         examples.push_back({"shell-character",
                             {{D, grey, std::string("<file @@fileName=\"a") + character + "b\"/>"}},

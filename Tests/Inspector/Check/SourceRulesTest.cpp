@@ -285,6 +285,12 @@ TEST_F(SourceRules, EachHasOneThatTriggersItAndOneThatDoesNot) {
              FileTree::write(source() / "Docs/a.txt", "");
              return check();
          }},
+        {"manifest-differs",
+         [this] {
+             const std::string digest(64, '0');
+             return check({{Edit::Definition, "<file fileName=\"Grey.look\"/>",
+                            "<file fileName=\"Grey.look\" size=\"0\" sha256=\"" + digest + "\"/>"}});
+         }},
         {"no-shared-source",
          [this] {
              std::filesystem::remove_all(source() / "VorlaneFX");

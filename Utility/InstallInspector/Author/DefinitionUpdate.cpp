@@ -2,6 +2,7 @@
 
 #include "Utility/InstallInspector/Documents/LookAlike.h"
 #include "Utility/InstallInspector/Report/Finding.h"
+#include "Utility/InstallInspector/Report/Output.h"
 #include "Utility/InstallUtility/KnownNames.h"
 
 #include <algorithm>
@@ -49,6 +50,9 @@ void DefinitionUpdate::run() {
     }
     std::stable_sort(changeList.begin(), changeList.end(),
                      [](const DefinitionChange& a, const DefinitionChange& b) { return a.path < b.path; });
+    if (begunManifests > 0) {
+        change(Change::Changed, "manifest", "of " + counted(begunManifests, "entry", "entries") + ", new");
+    }
     for (const auto& repeated : definition.document().repeatedElements()) {
         if (repeated.element->ValueStr() == nameOf(Kind::InstallFiles)) {
             remarks.note("installFiles in " + lineOf(*repeated.element),
@@ -141,8 +145,9 @@ void DefinitionUpdate::compareEntry(const Entry& entry, const StagedNode& node, 
         remarks.fault(path, "is a link to nothing");
     } else if (entry.kind == Kind::Directory) {
         compareDirectory(entry, node, path);
-    } else if (node.isFolder()) {
+    } else {
         writer.noteInsideWhole(node, path);
+        compareManifest(entry, path);
     }
 }
 
@@ -155,6 +160,7 @@ void DefinitionUpdate::compareDirectory(const Entry& entry, const StagedNode& no
         tellDropped(entry, path, "");
         change(Change::Added, path, "a file in its place");
         definition.replaceByEmpty(*entry.element, nameOf(Kind::File));
+        compareManifest(entry, path);
     } else if (node.kind == NodeKind::LinkToFolder && !bWhole) {
         remarks.fault(path, "is a link, while the definition lists what is in a folder");
     } else if (node.omission == Omission::Junk) {
@@ -163,8 +169,95 @@ void DefinitionUpdate::compareDirectory(const Entry& entry, const StagedNode& no
         return;
     } else if (bWhole) {
         writer.noteInsideWhole(node, path);
+        compareManifest(entry, path);
     } else {
         compareFolder(entry, node, path);
+    }
+}
+
+/// Makes the entry's manifest that of what lies there.
+void DefinitionUpdate::compareManifest(const Entry& entry, const std::string& path) {
+    if (!writer.writesManifests()) {
+        return;
+    }
+    const Manifest::Parts parts = writer.manifestOf(path);
+    const bool bFile = parts.size() == 1 && parts.front().path.empty();
+    begunManifests += !parts.empty() && !Manifest::isIn(*entry.element) ? 1U : 0U;
+    if (bFile) {
+        compareFileManifest(*entry.element, parts.front(), path);
+    } else if (entry.kind == Kind::File) {
+        definition.removeAttribute(*entry.element, "size");
+        definition.removeAttribute(*entry.element, "sha256");
+    }
+    compareParts(entry, bFile ? Manifest::Parts() : parts, path);
+}
+
+void DefinitionUpdate::compareFileManifest(const TiXmlElement& element, const Manifest::Part& part,
+                                           const std::string& path) {
+    const std::string size = valueOf(element, "size");
+    if (comparePart(element, part) && Manifest::isIn(element)) {
+        change(Change::Changed, path,
+               size == std::to_string(part.size) ? "other content"
+                                                 : size + " to " + counted(part.size, "byte", "bytes"));
+    }
+}
+
+/// Gives the attributes of the element their values; whether one of them had another.
+bool DefinitionUpdate::comparePart(const TiXmlElement& element, const Manifest::Part& part) {
+    bool bChanged = false;
+    const auto set = [&](const char* name, const std::string& value) {
+        if (valueOf(element, name) == value) {
+            return;
+        }
+        bChanged = true;
+        if (value.empty()) {
+            definition.removeAttribute(element, name);
+        } else {
+            definition.setAttribute(element, name, value);
+        }
+    };
+    set("size", part.link.empty() ? std::to_string(part.size) : "");
+    set("sha256", part.digest);
+    if (!part.path.empty()) {
+        set("link", part.link);
+    }
+    return bChanged;
+}
+
+void DefinitionUpdate::compareParts(const Entry& entry, const Manifest::Parts& parts,
+                                    const std::string& path) {
+    const bool bBegun = !Manifest::isIn(*entry.element);
+    const auto find = [&parts](const std::string& wanted) {
+        const auto found =
+            std::lower_bound(parts.begin(), parts.end(), wanted,
+                             [](const Manifest::Part& a, const std::string& b) { return a.path < b; });
+        return found != parts.end() && found->path == wanted ? &*found : nullptr;
+    };
+    std::map<std::string, const TiXmlElement*> kept;
+    for (const Entry* part : definition.childrenOf(entry, {Kind::Part})) {
+        const std::string name = valueOf(*part->element, "path");
+        const Manifest::Part* is = find(name);
+        if (is == nullptr || !kept.emplace(name, part->element).second) {
+            change(Change::Dropped, inside(path, name));
+            definition.remove(*part->element);
+        } else if (comparePart(*part->element, *is)) {
+            change(Change::Changed, inside(path, name), "other content");
+        }
+    }
+    std::map<const TiXmlElement*, std::string> lines; // by what they come behind
+    const std::string before = definition.indentationInside(*entry.element);
+    for (const Manifest::Part& part : parts) {
+        if (kept.count(part.path) == 0) {
+            const auto next = kept.upper_bound(part.path);
+            lines[next == kept.begin() ? nullptr : std::prev(next)->second] +=
+                before + "<part" + manifestAttributes(part) + "/>" + definition.style().lineEnd;
+            if (!bBegun) {
+                change(Change::Added, inside(path, part.path));
+            }
+        }
+    }
+    for (const auto& [behind, text] : lines) {
+        definition.insert(*entry.element, behind, text);
     }
 }
 

@@ -46,6 +46,11 @@ private:
     void compareFolder(const Entry& entry, const StagedNode& folder, const std::string& path);
     void compareEntry(const Entry& entry, const StagedNode& node, const std::string& path);
     void compareDirectory(const Entry& entry, const StagedNode& node, const std::string& path);
+    void compareManifest(const Entry& entry, const std::string& path);
+    void compareFileManifest(const TiXmlElement& element, const Manifest::Part& part,
+                             const std::string& path);
+    void compareParts(const Entry& entry, const Manifest::Parts& parts, const std::string& path);
+    bool comparePart(const TiXmlElement& element, const Manifest::Part& part);
     void addMissing(const Entry& parent, const StagedNode& folder, const std::string& path,
                     const ListedNames& listed);
     void addTree();
@@ -65,4 +70,5 @@ private:
     StagedHosts hosts;
     std::vector<DefinitionChange> changeList;
     std::set<std::string> addedPaths;
+    std::size_t begunManifests = 0; ///< entries that had none
 };

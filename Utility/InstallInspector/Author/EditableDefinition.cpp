@@ -177,6 +177,13 @@ EditableDefinition::childrenOf(const LocatedDocument::Entry& parent,
     return found;
 }
 
+bool EditableDefinition::hasManifest() const {
+    const auto& entries = located.entries();
+    return std::any_of(entries.begin(), entries.end(), [](const LocatedDocument::Entry& entry) {
+        return (entry.kind == Kind::File || entry.kind == Kind::Directory) && Manifest::isIn(*entry.element);
+    });
+}
+
 bool EditableDefinition::hasForeignEncoding() const {
     const TiXmlNode* first = document().xml().FirstChild();
     const TiXmlDeclaration* declaration = first == nullptr ? nullptr : first->ToDeclaration();

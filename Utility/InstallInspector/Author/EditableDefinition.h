@@ -37,6 +37,8 @@ public:
     /// The entries of these kinds inside `parent`, in the order of the file.
     std::vector<const LocatedDocument::Entry*> childrenOf(const LocatedDocument::Entry& parent,
                                                           std::initializer_list<Kind> kinds) const;
+    /// Whether any entry has one.
+    bool hasManifest() const;
     /// Whether the file says that its encoding is another than UTF-8.
     bool hasForeignEncoding() const;
 

@@ -106,6 +106,13 @@ std::string asAttribute(const std::string& text) {
     return value += '"';
 }
 
+std::string manifestAttributes(const Manifest::Part& part) {
+    const std::string path = part.path.empty() ? "" : " path=" + asAttribute(part.path);
+    return part.link.empty()
+               ? path + " size=\"" + std::to_string(part.size) + "\" sha256=\"" + part.digest + "\""
+               : path + " link=" + asAttribute(part.link);
+}
+
 void EntryWriter::write(const StagedNode& node, const std::string& path, const std::string& before,
                         std::string& text) {
     if (node.isLeftOut()) {
@@ -122,7 +129,7 @@ void EntryWriter::write(const StagedNode& node, const std::string& path, const s
     }
     if (isTakenWhole(node, path)) {
         begin("file", node, path, before, text);
-        text += "/>" + style.lineEnd;
+        endFile(path, before, text);
         ++counted.wholeFolders;
         countInside(node);
         noteInsideWhole(node, path);
@@ -130,7 +137,7 @@ void EntryWriter::write(const StagedNode& node, const std::string& path, const s
         writeFolder(node, path, before, text);
     } else {
         begin("file", node, path, before, text);
-        text += "/>" + style.lineEnd;
+        endFile(path, before, text);
         ++counted.files;
     }
 }
@@ -143,6 +150,31 @@ void EntryWriter::begin(const char* element, const StagedNode& node, const std::
     text += " fileName=";
     text += asAttribute(node.name);
     entries.push_back(path + (node.kind == NodeKind::File ? "" : "/"));
+}
+
+/// What stands behind the name of a file, or of a whole folder.
+void EntryWriter::endFile(const std::string& path, const std::string& before, std::string& text) {
+    const Manifest::Parts parts = writesManifests() ? manifestOf(path) : Manifest::Parts();
+    if (!parts.empty() && parts.front().path.empty()) {
+        text += manifestAttributes(parts.front()) + "/>" + style.lineEnd;
+    } else if (parts.empty()) {
+        text += "/>" + style.lineEnd;
+    } else {
+        text += ">" + style.lineEnd;
+        for (const Manifest::Part& part : parts) {
+            text += before + style.indentation + "<part" + manifestAttributes(part) + "/>" + style.lineEnd;
+        }
+        text += before + "</file>" + style.lineEnd;
+    }
+}
+
+Manifest::Parts EntryWriter::manifestOf(const std::string& path) {
+    std::vector<Manifest::Difference> faults;
+    Manifest::Parts parts = Manifest::read(source + "/" + path, *progress, faults);
+    for (const Manifest::Difference& fault : faults) {
+        remarks.fault(fault.path.empty() ? path : path + "/" + fault.path, fault.text);
+    }
+    return parts;
 }
 
 void EntryWriter::writeFolder(const StagedNode& node, const std::string& path, const std::string& before,

@@ -2,6 +2,7 @@
 
 #include "Utility/InstallInspector/Author/Remarks.h"
 #include "Utility/InstallInspector/Author/StagedFolder.h"
+#include "Utility/InstallInspector/Documents/Manifest.h"
 
 #include <cstddef>
 #include <string>
@@ -39,6 +40,15 @@ public:
     /// each. Nothing when it is left out.
     void write(const StagedNode& node, const std::string& path, const std::string& before, std::string& text);
 
+    /// From now on entries get a manifest of what lies in `sourceFolder`.
+    void writeManifests(const std::string& sourceFolder, Progress& shown) {
+        source = sourceFolder;
+        progress = &shown;
+    }
+    bool writesManifests() const { return progress != nullptr; }
+    /// The manifest of what lies at that path. What cannot be read becomes a fault.
+    Manifest::Parts manifestOf(const std::string& path);
+
     const EntryCounts& counts() const { return counted; }
     /// The tree paths of what was written, in its order; of folders with a slash at the end.
     const std::vector<std::string>& written() const { return entries; }
@@ -54,6 +64,7 @@ private:
     bool mayStand(const StagedNode& node, const std::string& path);
     void writeFolder(const StagedNode& node, const std::string& path, const std::string& before,
                      std::string& text);
+    void endFile(const std::string& path, const std::string& before, std::string& text);
     void countInside(const StagedNode& node);
     void begin(const char* element, const StagedNode& node, const std::string& path,
                const std::string& before, std::string& text);
@@ -61,6 +72,8 @@ private:
     const TextStyle& style;
     Remarks& remarks;
     EntryCounts counted;
+    std::string source;
+    Progress* progress = nullptr;
     std::vector<std::string> entries;
 };
 
@@ -75,6 +88,9 @@ std::string hostOfVariant(const std::string& folder);
 
 /// Why a thing is left out.
 std::string reasonOf(StagedNode::Omission omission);
+
+/// A part of a manifest as attributes, with a blank before each.
+std::string manifestAttributes(const Manifest::Part& part);
 
 /// `text` as the value of an attribute, between double quotes.
 std::string asAttribute(const std::string& text);

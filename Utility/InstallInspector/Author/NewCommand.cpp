@@ -123,6 +123,9 @@ int runNew(const NewOptions& options) {
         if (!folder.read(options.folder, leftOut, remarks, progress, error)) {
             return cannotRun(options.folder + " " + error);
         }
+        if (options.bManifest) {
+            writer.writeManifests(folder.path(), progress);
+        }
         definition = newDefinition(options.identity, folder, leftOut, writer, style);
     }
     judgeWhole(options, folder, remarks);

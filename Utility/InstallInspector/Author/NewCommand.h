@@ -13,6 +13,7 @@ struct NewOptions {
     std::string definition; ///< empty for standard output
     std::string targets;    ///< empty for none
     bool bForce = false;
+    bool bManifest = false;
 };
 
 /// The exit status.

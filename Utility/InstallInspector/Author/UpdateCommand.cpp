@@ -6,6 +6,7 @@
 #include "Utility/InstallInspector/Report/Output.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace {
 
@@ -66,15 +67,17 @@ int runUpdate(const UpdateOptions& options) {
     Remarks remarks;
     StagedFolder folder;
     EntryWriter writer(definition.style(), remarks);
-    {
-        Progress progress;
-        const LeftOut leftOut(definition.document());
-        if (!folder.read(options.source, leftOut, remarks, progress, error)) {
-            return cannotRun(options.source + " " + error);
-        }
+    std::optional<Progress> progress(std::in_place);
+    const LeftOut leftOut(definition.document());
+    if (!folder.read(options.source, leftOut, remarks, *progress, error)) {
+        return cannotRun(options.source + " " + error);
+    }
+    if (options.bManifest || definition.hasManifest()) {
+        writer.writeManifests(folder.path(), *progress);
     }
     DefinitionUpdate update(definition, folder, writer, remarks);
     update.run();
+    progress.reset();
     remarks.print();
     if (!remarks.faults.empty()) {
         return cannotRun("nothing is written: no definition can carry what is told above");

@@ -7,6 +7,7 @@ struct UpdateOptions {
     std::string definition;
     std::string source;
     bool bDryRun = false;
+    bool bManifest = false; ///< begin a manifest; one that is there is brought up to date anyway
 };
 
 /// The exit status.

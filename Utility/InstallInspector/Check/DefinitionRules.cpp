@@ -3,6 +3,7 @@
 #include "Utility/InstallInspector/Check/NameRules.h"
 #include "Utility/InstallInspector/Check/Rules.h"
 #include "Utility/InstallInspector/Documents/LookAlike.h"
+#include "Utility/InstallInspector/Documents/Manifest.h"
 #include "Utility/InstallInspector/Documents/Placeholders.h"
 #include "Utility/InstallInspector/Report/NearestName.h"
 
@@ -778,6 +779,52 @@ void dontDeleteUndone(const Product& product, const Report& report) {
     }
 }
 
+/// What is wrong with the size, digest or link of a file or of a part of one; empty when nothing is.
+std::string manifestFaultOf(const TiXmlElement& element, bool bPart) {
+    const auto isThere = [&](const char* name) { return findAttribute(element, name) != nullptr; };
+    const auto value = [&](const char* name) { return toString(attributeOf(element, name)); };
+    if (bPart && value("path").empty()) {
+        return "a part without path";
+    }
+    if (bPart && isThere("link")) {
+        return value("link").empty()                  ? "a link to nothing"
+               : isThere("size") || isThere("sha256") ? "a link with the size or digest of a file"
+                                                      : "";
+    }
+    if (!bPart && !isThere("size") && !isThere("sha256")) {
+        return "";
+    }
+    if (!Manifest::isSize(value("size"))) {
+        return "no size in bytes";
+    }
+    return Manifest::isDigest(value("sha256")) ? "" : "no SHA-256 of 64 small hexadecimal digits";
+}
+
+void manifestValue(const Product& product, const Report& report) {
+    const auto tell = [&](const Entry& entry, const std::string& what) {
+        report(product.definitionFile.at(*entry.element), "a manifest with " + what,
+               "It is passed over, so that nobody sees when the file is another one.",
+               "Let InstallInspector update --manifest write it.");
+    };
+    std::map<const Entry*, std::set<VLString>> paths;
+    std::set<const Entry*> withEntries;
+    product.definitionFile.forEach({Kind::Directory, Kind::File},
+                                   [&](const Entry& entry) { withEntries.insert(entry.parent); });
+    product.definitionFile.forEach({Kind::File, Kind::Part}, [&](const Entry& entry) {
+        const bool bPart = entry.kind == Kind::Part;
+        const std::string fault = manifestFaultOf(*entry.element, bPart);
+        if (!fault.empty()) {
+            tell(entry, fault);
+        } else if (bPart && withEntries.count(entry.parent) != 0) {
+            tell(entry, "a part of a directory that is not copied whole");
+        } else if (bPart && Manifest::isSize(toString(attributeOf(*entry.parent->element, "size")))) {
+            tell(entry, "a part of what has a size of its own");
+        } else if (bPart && !paths[entry.parent].insert(attributeOf(*entry.element, "path")).second) {
+            tell(entry, "a path that stands there twice");
+        }
+    });
+}
+
 void noSharedFolder(const Product& product, const Report& report) {
     // With a source folder, missing-in-source and the look below know better.
     const TreeNode* shared = product.branch(Branch::shared);
@@ -862,6 +909,8 @@ const std::vector<Rule>& definitionRules() {
          "a shortcut with the name of what the engine makes", shortCutNameTaken},
         {"dontdelete-undone", Severity::Warning, Needs::Definition,
          "a dontdelete that is to be taken back below a directory that has it", dontDeleteUndone},
+        {"manifest-value", Severity::Warning, Needs::Definition, "a size or digest that is none",
+         manifestValue},
         {"no-shared-folder", Severity::Warning, Needs::Definition, "a tree without VorlaneFX",
          noSharedFolder},
     };

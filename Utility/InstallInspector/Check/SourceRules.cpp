@@ -3,6 +3,7 @@
 #include "Utility/InstallInspector/Check/Rules.h"
 #include "Utility/InstallInspector/Documents/LeftOut.h"
 #include "Utility/InstallInspector/Documents/LookAlike.h"
+#include "Utility/InstallInspector/Documents/Manifest.h"
 #include "Utility/InstallInspector/Report/NearestName.h"
 
 #include <algorithm>
@@ -161,6 +162,25 @@ void notListed(const Product& product, const Report& report) {
     });
 }
 
+void manifestDiffers(const Product& product, const Report& report) {
+    Progress progress;
+    for (const TreeNode& node : product.tree) {
+        const Manifest::Parts manifest = Manifest::of(*node.element);
+        const fs::path path = fs::path(product.source) / toString(node.treePath);
+        // What is not there at all, missing-in-source tells.
+        if (manifest.empty() || !node.children.empty() || !isThere(path, node.node->isDirectory)) {
+            continue;
+        }
+        for (const auto& difference : Manifest::compare(manifest, path.string(), progress)) {
+            report(product.definitionFile.at(*node.element, "fileName"),
+                   quotedPath(difference.path.empty() ? path : path / difference.path) + " " +
+                       difference.text,
+                   "It would be installed as it is, and is not the file that the release was made of.",
+                   "Put the right file there, or let InstallInspector update write the manifest anew.");
+        }
+    }
+}
+
 void noSharedSource(const Product& product, const Report& report) {
     std::error_code error;
     if (product.tree.empty() || product.branch(Branch::shared) != nullptr ||
@@ -183,6 +203,8 @@ const std::vector<Rule>& sourceRules() {
          "a name of the tree that the source does not have", missingInSource},
         {"not-listed", Severity::Warning, Needs::Source, "something in the source that no entry covers",
          notListed, true},
+        {"manifest-differs", Severity::Error, Needs::Source,
+         "a file that is another one than the manifest says", manifestDiffers},
         {"no-shared-source", Severity::Error, Needs::Source, "neither tree nor source has VorlaneFX",
          noSharedSource},
     };

@@ -35,14 +35,16 @@ const std::vector<ElementFormat>& elementFormats() {
         {Kind::Directory,
          "directory",
          {"fileName", "arch", "dontdelete", "ignoreinstallerrors", "allowdowngrade"},
-         {Kind::Directory, Kind::File},
+         {Kind::Directory, Kind::File, Kind::Part},
          false},
         {Kind::File,
          "file",
-         {"fileName", "arch", "configuration", "dontdelete", "ignoreinstallerrors", "allowdowngrade"},
-         {Kind::ShortCut},
+         {"fileName", "arch", "configuration", "dontdelete", "ignoreinstallerrors", "allowdowngrade", "size",
+          "sha256"},
+         {Kind::ShortCut, Kind::Part},
          false},
         {Kind::ShortCut, "shortCut", {"name", "dir"}, {}, true},
+        {Kind::Part, "part", {"path", "size", "sha256", "link"}, {}, false},
         {Kind::Root, "root", {}, {Kind::Item}, true},
         {Kind::Item, "item", name, {Kind::Path, Kind::Item}, false},
         {Kind::Path, "path", {"value"}, {Kind::Condition}, false},
@@ -67,8 +69,9 @@ const ElementFormat& formatOf(Kind kind) {
     return elementFormats()[static_cast<std::size_t>(kind)];
 }
 
-bool isOwn(Kind kind, const std::string& /*attribute*/) {
-    return kind == Kind::Exclude;
+bool isOwn(Kind kind, const std::string& attribute) {
+    return kind == Kind::Exclude || kind == Kind::Part ||
+           (kind == Kind::File && (attribute == "size" || attribute == "sha256"));
 }
 
 std::string nameOf(Kind kind) {

@@ -26,6 +26,7 @@ enum class Kind {
     Directory,
     File,
     ShortCut,
+    Part, ///< for this program alone
     Root,
     Item,
     Path,
