@@ -311,6 +311,30 @@ TEST_F(NewCommand, AHostThatNobodyKnowsIsNoted) {
                 HasSubstr("<!-- Decide: these two paths are made of the host's name"));
 }
 
+TEST_F(NewCommand, WhatCheckWarnsOfIsNoted) {
+    putProduct();
+    const std::string bundle = "Hosts/Premiere Pro/Glow/Glow.bundle/Contents/";
+    put("Content/blank ");
+    put("Content/co:lon");
+    put("Content/%USER%");
+    put("Content/no\xC2\xA0"
+        "break");
+    put("Content/empty", "");
+    put("Content/.keep me", "");
+    put(bundle + "empty", "");
+    fs::create_symlink("later", files() / (bundle + "loose"));
+    const auto result = write();
+    EXPECT_EQ(result.exitStatus, 1);
+    const auto notes = linesWith(": note: ", result.standardError);
+    EXPECT_EQ(notes.size(), 7U) << result.standardError;
+    const auto check = run({"check", "sku.xml", "--source", "files"});
+    for (const char* rule : {"[blank-at-end]", "[colon-in-name]", "[placeholder-in-name]", "[odd-blank]",
+                             "[empty-file]", "[link-leads-out]"}) {
+        EXPECT_FALSE(linesWith(rule, check.standardOutput).empty()) << rule;
+    }
+    EXPECT_EQ(linesWith("[not-listed]", check.standardOutput).size(), 0U);
+}
+
 TEST_F(NewCommand, TargetsHaveAPlaceForEachPart) {
     putProduct();
     EXPECT_EQ(write({"--targets", "target_path.xml"}).exitStatus, 0);
@@ -474,7 +498,6 @@ TEST_F(NewCommand, LinksThatStayInsideAreCarried) {
     fs::create_symlink("Paper.txt", files() / "Content/link.txt");
     fs::create_directory_symlink("Real", files() / "Content/Alias");
     fs::create_directory_symlink("MacOS", files() / "Hosts/Premiere Pro/Glow/Glow.bundle/Contents/Current");
-    fs::create_symlink("later", files() / "Hosts/Premiere Pro/Glow/Glow.bundle/Contents/loose");
     EXPECT_EQ(write().exitStatus, 0);
     EXPECT_THAT(linesWith("file fileName", read("sku.xml")), Contains(HasSubstr("\"Alias\"")));
     EXPECT_THAT(linesWith("file fileName", read("sku.xml")), Contains(HasSubstr("\"link.txt\"")));
@@ -557,8 +580,13 @@ TEST_F(NewCommand, TheSharedPackageNeedsItsOwnDefinition) {
     const std::vector<std::string> asShared = {"--id", "COMMON"};
     EXPECT_THAT(write(asShared).standardError, HasSubstr("VorlaneFX/SKU/COMMON.xml: error: is not there"));
     put("VorlaneFX/SKU/COMMON.xml");
-    EXPECT_EQ(write(asShared).exitStatus, 0);
-    expectNoFindings();
+    const auto result = write(asShared);
+    EXPECT_THAT(result.standardError, HasSubstr("COMMON.xml: note: has to be a copy of the definition"));
+    EXPECT_EQ(result.exitStatus, 1);
+    fs::copy_file(path("sku.xml"), files() / "VorlaneFX/SKU/COMMON.xml",
+                  fs::copy_options::overwrite_existing);
+    const auto check = run({"check", "sku.xml", "--source", "files"});
+    EXPECT_EQ(linesWith("[common-definition", check.standardOutput).size(), 0U) << check.standardOutput;
 }
 
 TEST_F(NewCommand, AnIdentityThatNoSoundDefinitionHasIsRefused) {
@@ -568,7 +596,8 @@ TEST_F(NewCommand, AnIdentityThatNoSoundDefinitionHasIsRefused) {
           std::pair("--name", ""), std::pair("--name", "a/b"), std::pair("--name", "a$b"),
           std::pair("--name", "\xE9"), std::pair("--build", ""), std::pair("--build", "1.0"),
           std::pair("--build", "1.0.0.0"), std::pair("--build", "1.0.0.x"), std::pair("--build", "1.0.0.1.2"),
-          std::pair("--prefix", "\x01"), std::pair("--exclude", "")}) {
+          std::pair("--build", "1.0.0.2147483648"), std::pair("--prefix", "\x01"),
+          std::pair("--exclude", "")}) {
         const auto result = write({option, value});
         EXPECT_THAT(result.standardError, HasSubstr(std::string("InstallInspector: ") + option + " "));
         EXPECT_EQ(result.exitStatus, 2) << option << " " << value;

@@ -1,5 +1,7 @@
 #include "Utility/InstallInspector/Author/EntryWriter.h"
 
+#include "Utility/InstallInspector/Documents/LookAlike.h"
+#include "Utility/InstallInspector/Documents/Placeholders.h"
 #include "Utility/InstallInspector/Documents/Vocabulary.h"
 #include "Utility/InstallInspector/Report/Finding.h"
 #include "Utility/InstallInspector/Report/NearestName.h"
@@ -169,6 +171,10 @@ void EntryWriter::endFile(const std::string& path, const std::string& before, st
 }
 
 Manifest::Parts EntryWriter::manifestOf(const std::string& path) {
+    // A copy of the definition itself, which cannot hold its own digest.
+    if (path == std::string(Branch::shared) + "/" + SharedPackage::definitionsFolder + "/COMMON.xml") {
+        return {};
+    }
     std::vector<Manifest::Difference> faults;
     Manifest::Parts parts = Manifest::read(source + "/" + path, *progress, faults);
     for (const Manifest::Difference& fault : faults) {
@@ -224,9 +230,8 @@ bool EntryWriter::mayStand(const StagedNode& node, const std::string& path) {
         remarks.fault(path, "is a link to nothing");
         return false;
     }
-    if (isBlank(node.name.front()) || isBlank(node.name.back())) {
-        remarks.note(path, "the name begins or ends with a blank, and check warns of it");
-    }
+    noteName(node.name, path);
+    noteContent(node, path);
     return true;
 }
 
@@ -276,6 +281,31 @@ void EntryWriter::countInside(const StagedNode& node) {
     }
 }
 
+/// What check warns of, and what may be meant.
+void EntryWriter::noteName(const std::string& name, const std::string& path) {
+    if (isBlank(name.front()) || isBlank(name.back())) {
+        remarks.note(path, "the name begins or ends with a blank, and check warns of it");
+    }
+    if (name.find(':') != std::string::npos) {
+        remarks.note(path, "the name holds a colon, which users see as a slash, and check warns of it");
+    }
+    const std::string odd = oddBlankIn(toVLString(name));
+    if (!odd.empty()) {
+        remarks.note(path,
+                     "the name holds " + odd + ", which nobody tells from a blank, and check warns of it");
+    }
+    if (!placeholdersIn(toVLString(name), false).empty()) {
+        remarks.note(path,
+                     "the name looks like a placeholder, which nothing fills in here, and check warns of it");
+    }
+}
+
+void EntryWriter::noteContent(const StagedNode& node, const std::string& path) {
+    if (node.bEmpty && node.name.front() != '.' && node.name != "__init__.py") {
+        remarks.note(path, "has 0 bytes, and check warns of it");
+    }
+}
+
 void EntryWriter::noteInsideWhole(const StagedNode& node, const std::string& path) {
     for (const StagedNode& child : node.children) {
         const std::string inside = path + "/" + child.name;
@@ -284,7 +314,10 @@ void EntryWriter::noteInsideWhole(const StagedNode& node, const std::string& pat
                          std::string(child.omission == StagedNode::Omission::Junk ? "is junk that"
                                                                                   : "is excluded, yet") +
                              " is installed with its folder, which is copied whole: remove it");
+        } else if (child.kind == NodeKind::LooseLink) {
+            remarks.note(inside, "is a link to nothing, and check warns of it");
         } else {
+            noteContent(child, inside);
             noteInsideWhole(child, inside);
         }
     }

@@ -65,6 +65,8 @@ private:
     void writeFolder(const StagedNode& node, const std::string& path, const std::string& before,
                      std::string& text);
     void endFile(const std::string& path, const std::string& before, std::string& text);
+    void noteName(const std::string& name, const std::string& path);
+    void noteContent(const StagedNode& node, const std::string& path);
     void countInside(const StagedNode& node);
     void begin(const char* element, const StagedNode& node, const std::string& path,
                const std::string& before, std::string& text);

@@ -39,9 +39,14 @@ void judgeWhole(const NewOptions& options, const StagedFolder& folder, Remarks& 
         remarks.fault(Branch::shared, "is not there: every install opens this folder, which may be empty");
         return;
     }
+    if (options.identity.ID != SharedPackage::ID) {
+        return;
+    }
     const StagedNode* definitions = shared->child(SharedPackage::definitionsFolder);
-    if (options.identity.ID == SharedPackage::ID &&
-        (definitions == nullptr || definitions->child("COMMON.xml") == nullptr)) {
+    if (definitions != nullptr && definitions->child("COMMON.xml") != nullptr) {
+        remarks.note("VorlaneFX/SKU/COMMON.xml",
+                     "has to be a copy of the definition: copy it there when that is done");
+    } else {
         remarks.fault(
             "VorlaneFX/SKU/COMMON.xml",
             "is not there: the shared package installs its own definition as this file, and its uninstall "

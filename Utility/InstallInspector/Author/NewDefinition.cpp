@@ -6,7 +6,9 @@
 #include "Utility/InstallUtility/KnownNames.h"
 
 #include <algorithm>
-#include <cctype>
+#include <cstdint>
+#include <limits>
+#include <string>
 
 namespace {
 
@@ -14,19 +16,23 @@ bool hasControlCharacter(const std::string& text) {
     return std::any_of(text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; });
 }
 
-/// Up to four numbers with dots between them.
+/// Up to four numbers with dots between them, none of them beyond 32 bits.
 bool isVersionText(const std::string& text) {
-    int dots = 0;
-    char last = '.';
-    for (const char c : text) {
-        const bool bDigit = std::isdigit(static_cast<unsigned char>(c)) != 0;
-        if (!bDigit && (c != '.' || last == '.')) {
+    std::size_t begin = 0;
+    for (int numbers = 1; numbers <= 4; ++numbers) {
+        const std::size_t end = std::min(text.find('.', begin), text.size());
+        const std::string number = text.substr(begin, end - begin);
+        if (number.empty() || number.size() > 18 ||
+            number.find_first_not_of("0123456789") != std::string::npos ||
+            std::stoll(number) > std::numeric_limits<std::int32_t>::max()) {
             return false;
         }
-        dots += c == '.' ? 1 : 0;
-        last = c;
+        if (end == text.size()) {
+            return true;
+        }
+        begin = end + 1;
     }
-    return dots <= 3 && last != '.';
+    return false;
 }
 
 std::string familiesAttribute(const std::set<std::string>& families) {

@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <dirent.h>
+#include <fcntl.h>
 #include <iterator>
 #include <memory>
 #include <sys/stat.h>
@@ -162,6 +163,11 @@ private:
                                          : Kind::LooseLink;
     }
 
+    static bool isEmpty(int folder, const char* name) {
+        struct stat status = {};
+        return fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) == 0 && status.st_size == 0;
+    }
+
     void readNames(StagedNode& node) {
         const std::unique_ptr<DIR, int (*)(DIR*)> names(opendir(path.c_str()), &closedir);
         if (names == nullptr) {
@@ -175,6 +181,7 @@ private:
             if (child.name != "." && child.name != "..") {
                 child.kind = kindOf(*entry, child.name);
                 child.omission = omissionOf(child.name);
+                child.bEmpty = child.kind == Kind::File && isEmpty(dirfd(names.get()), entry->d_name);
                 node.children.push_back(std::move(child));
             }
             errno = 0;

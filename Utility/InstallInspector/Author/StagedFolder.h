@@ -29,6 +29,7 @@ struct StagedNode {
     Omission omission = Omission::None;
     /// A folder that is one thing for users: it holds a folder Contents, or its name says so.
     bool bBundle = false;
+    bool bEmpty = false; ///< a file of 0 bytes
 
     bool isFolder() const { return kind == Kind::Folder; }
     bool isLeftOut() const { return omission != Omission::None; }
