@@ -513,6 +513,11 @@ protected:
                     actions[entry["path"]] = entry["action"];
                 }
             }
+            for (const Json& step : run["steps"]) {
+                if (run["action"] == "uninstall" && step.contains("removedFolder")) {
+                    actions[step["removedFolder"]] = "remove";
+                }
+            }
         }
         const auto bRemovedWithFolder = [&](std::string path) {
             while ((path = path.substr(0, path.rfind('/'))).size() > 1) {
