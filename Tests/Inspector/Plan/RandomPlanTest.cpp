@@ -768,6 +768,13 @@ protected:
 
     void addHarmToOthers(const Build& build, const std::map<std::string, Build>& others, const Disk& before,
                          const Disk& after, Lines& harm) {
+        // One uninstaller for two products.
+        for (const auto& [id, other] : others) {
+            if (other.uninstaller() == build.uninstaller() && build.id != "COMMON" &&
+                holdings[id].erase(build.uninstaller()) != 0) {
+                harm.push_back("lost to " + id + ": its uninstaller");
+            }
+        }
         for (const auto& [id, other] : others) {
             for (const auto& [path, treePath] : Holdings(holdings[id])) {
                 if (!isAt(before, path)) {
@@ -782,12 +789,6 @@ protected:
                     harm.push_back("lost to " + id + ": " + path);
                     holdings[id].erase(path);
                 }
-            }
-        }
-        // One uninstaller for two products.
-        for (const auto& [id, other] : others) {
-            if (other.uninstaller() == build.uninstaller() && id != "COMMON" && build.id != "COMMON") {
-                harm.push_back("lost to " + id + ": its uninstaller");
             }
         }
     }
