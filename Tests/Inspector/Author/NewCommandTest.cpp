@@ -252,7 +252,8 @@ TEST_F(NewCommand, JunkInAWholeFolderIsNoted) {
                 ElementsAre(HasSubstr("Glow.bundle/Contents/.DS_Store: note: is junk"),
                             HasSubstr("Glow.bundle/Contents/notes.map: note: is excluded, yet")));
     EXPECT_EQ(result.exitStatus, 1);
-    expectNoFindings();
+    const auto check = run({"check", "sku.xml", "--source", "files"});
+    EXPECT_EQ(linesWith("[leftover-in-folder]", check.standardOutput).size(), 1U) << check.standardOutput;
 }
 
 TEST_F(NewCommand, WhatIsExcludedStaysExcluded) {
