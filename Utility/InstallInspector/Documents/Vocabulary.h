@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-/// The elements that the engine, or this program alone, reads in the XML files. An element with different meanings at different
-/// places has several kinds.
+/// The elements that the engine, or this program alone, reads in the XML files. An element with different
+/// meanings at different places has several kinds.
 enum class Kind {
     Product,
     Sku,
