@@ -94,8 +94,7 @@ BENCHMARK(StatusWithADefinition)->Apply(OverElements);
 void CheckOfADefinition(benchmark::State& state) {
     const ProductOnDisk product(state.range(0));
     CheckOptions options;
-    options.definition = product.definition.ConstData();
-    options.targets = product.targets.ConstData();
+    options.files = {product.definition.ConstData(), product.targets.ConstData()};
 
     Comparison comparison;
     comparison.work = [&] {
