@@ -7,7 +7,7 @@ namespace fs = std::filesystem;
 namespace {
 
 const char* const shell = "/bin/sh";
-const char* const realShell = "/bin/real-sh";
+const char* const unwatchedShell = "/bin/unwatched-sh";
 const char* const shellBefore = "/bin/sh-before";
 const char* const recordedCommands = "/var/commands";
 const char* const planFolder = "/var/plan";
@@ -47,7 +47,7 @@ bool PlanComparison::isAvailable() {
 }
 
 PlanComparison::PlanComparison(const PrivateRoot& machine) : root(machine) {
-    fs::create_hard_link(root.outside(shell), root.outside(realShell));
+    fs::create_hard_link(root.outside(shell), root.outside(unwatchedShell));
 }
 
 ProgramResult PlanComparison::around(const std::vector<std::string>& command,
@@ -62,7 +62,7 @@ ProgramResult PlanComparison::around(const std::vector<std::string>& command,
 
     const OtherShell noting(root);
     root.write(shell,
-               std::string("#!") + realShell + "\n[ \"$1\" != -c ] || printf '%s\\n' \"$2\" >>" +
+               std::string("#!") + unwatchedShell + "\n[ \"$1\" != -c ] || printf '%s\\n' \"$2\" >>" +
                    recordedCommands + "\nexec " + shellBefore + " \"$@\"\n",
                0755);
     root.write(recordedCommands, "");
@@ -122,7 +122,7 @@ PlanComparison::questionForUninstaller(const std::string& launcher,
 std::string PlanComparison::plannedCommands(const Question& question) const {
     // A test's own shell must not hear of the plan.
     const OtherShell recording(root);
-    fs::create_hard_link(root.outside(realShell), root.outside(shell));
+    fs::create_hard_link(root.outside(unwatchedShell), root.outside(shell));
     const FileTree::Lines before = root.tree();
     const ProgramResult plan = root.runUnwatched(question.command, question.options);
     EXPECT_EQ(FileTree::difference(before, root.tree()), "") << "the plan has changed something";

@@ -14,7 +14,6 @@
 
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::Not;
 
 namespace {
@@ -433,7 +432,7 @@ TEST_F(UpdateCommand, ADefinitionThatIsNotReadWholeIsNeverWrittenOver) {
     expectRefusal(std::string(handMade) + "text", unread);
     expectRefusal(std::string(handMade) + std::string("\0 ", 2), unread);
     expectRefusal(with("  <installFiles>\n", "  <!--installFiles-->\n  <installFiles>\n"), unread);
-    expectRefusal("\xFF\xFE<\0p\0", unread);
+    expectRefusal(std::string("\xFF\xFE<\0p\0", 6), unread);
     expectRefusal(with("By hand", "\xE9"), "is not UTF-8, and stays as it is");
     fs::remove(path("sku.xml"));
     EXPECT_EQ(update().standardError,
