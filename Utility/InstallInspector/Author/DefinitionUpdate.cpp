@@ -163,9 +163,8 @@ void DefinitionUpdate::compareDirectory(const Entry& entry, const StagedNode& no
         compareManifest(entry, path);
     } else if (node.kind == NodeKind::LinkToFolder && !bWhole) {
         remarks.fault(path, "is a link, while the definition lists what is in a folder");
-    } else if (node.omission == Omission::Junk) {
-        return; // listed on purpose, and not looked into
-    } else if (!bWhole && node.children.empty() && !writer.standsInPlace(node, path)) {
+    } else if (node.omission == Omission::Junk || // listed on purpose, and not looked into
+               (!bWhole && node.children.empty() && !writer.standsInPlace(node, path))) {
         return;
     } else if (bWhole) {
         writer.noteInsideWhole(node, path);
@@ -436,12 +435,12 @@ void DefinitionUpdate::noteServedHosts() {
         }
         const auto served = meaning.hostFamilies.find(qualified);
         for (const std::string& family : hosts.families) {
-            const bool bNew = addedPaths.count(path + "/" + family + "/") != 0;
+            const std::string familyPath = inside(path, family);
+            const bool bNew = addedPaths.count(familyPath + "/") != 0;
             if (bNew && served != meaning.hostFamilies.end() &&
                 std::find(served->second.begin(), served->second.end(), toVLString(family)) ==
                     served->second.end()) {
-                remarks.note(path + "/" + family,
-                             "is new, while the families of the host in hosts do not name it");
+                remarks.note(familyPath, "is new, while the families of the host in hosts do not name it");
             }
         }
     }

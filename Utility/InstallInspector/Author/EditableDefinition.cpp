@@ -257,7 +257,7 @@ std::string EditableDefinition::indentationInside(const TiXmlElement& parent) co
     const std::string outer = indentationOf(parent);
     if (const TiXmlElement* child = parent.FirstChildElement()) {
         const std::size_t begin = spanOf(*child).begin;
-        const std::string inner = indentationOf(*child);
+        std::string inner = indentationOf(*child);
         if (lineBegin(begin) + inner.size() == begin) {
             return inner;
         }

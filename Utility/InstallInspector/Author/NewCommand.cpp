@@ -77,13 +77,13 @@ std::string save(const std::vector<std::pair<std::string, std::string>>& texts, 
     std::list<OutputFile> files;
     for (const auto& [path, text] : texts) {
         files.emplace_back(path, FileState(), bForce);
-        const std::string fault = files.back().prepare(text);
+        std::string fault = files.back().prepare(text);
         if (!fault.empty()) {
             return fault;
         }
     }
     for (OutputFile& file : files) {
-        const std::string fault = file.putInPlace();
+        std::string fault = file.putInPlace();
         if (!fault.empty()) {
             return fault;
         }

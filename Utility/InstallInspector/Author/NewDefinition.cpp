@@ -167,7 +167,7 @@ std::string newDefinition(const Identity& identity, const StagedFolder& folder, 
         " -->" + end;
     text += one + "<installFiles>" + end;
     for (const std::string& pattern : leftOut.patterns()) {
-        text += two + "<exclude" + attribute("name", pattern) + "/>" + end;
+        text.append(two).append("<exclude").append(attribute("name", pattern)).append("/>").append(end);
     }
     bool bFirst = leftOut.patterns().empty();
     const auto write = [&](const StagedNode& node) {

@@ -23,7 +23,7 @@ std::string OutputFile::unexpected() const {
 }
 
 std::string OutputFile::prepare(const std::string& text) {
-    const std::string fault = unexpected();
+    std::string fault = unexpected();
     if (!fault.empty()) {
         return fault;
     }
@@ -37,7 +37,7 @@ std::string OutputFile::prepare(const std::string& text) {
 
 std::string OutputFile::putInPlace() {
     // Once more: reading and preparing take time.
-    const std::string fault = unexpected();
+    std::string fault = unexpected();
     if (!fault.empty()) {
         return fault;
     }
