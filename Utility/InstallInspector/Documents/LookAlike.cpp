@@ -110,7 +110,7 @@ std::string diskFormOf(const std::string& name) {
     if (length < 0) {
         return name;
     }
-    const std::string form(reinterpret_cast<const char*>(folded), static_cast<std::size_t>(length));
+    std::string form(reinterpret_cast<const char*>(folded), static_cast<std::size_t>(length));
     std::free(folded); // NOLINT: the library allocates with malloc
     return form;
 }

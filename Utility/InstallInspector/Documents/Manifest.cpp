@@ -21,7 +21,7 @@ namespace {
 
 using Kind = Difference::Kind;
 
-constexpr std::size_t blockSize = 256 * 1024;
+constexpr std::size_t blockSize = 262144; ///< bytes that are read at a time
 
 std::string valueOf(const TiXmlElement& element, const char* attribute) {
     const char* value = element.Attribute(attribute);
@@ -55,7 +55,7 @@ public:
         if (file < 0) {
             return cannotBeRead();
         }
-        const std::string fault = readOpen(file, part);
+        std::string fault = readOpen(file, part);
         close(file);
         return fault;
     }
