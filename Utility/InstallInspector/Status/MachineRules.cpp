@@ -239,6 +239,7 @@ void folderForFile(Status& status, const StatusReport& report) {
         return;
     }
     std::vector<std::string> paths;
+    paths.reserve(found.size());
     for (const VLString& path : found) {
         paths.push_back(toString(path));
     }
