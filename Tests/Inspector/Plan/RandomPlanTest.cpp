@@ -900,9 +900,10 @@ std::string listed(const std::map<std::string, int>& counts) {
 } // namespace
 
 // Set PROPERTY_SEED to the seed of a failure to see its sequence first, and PROPERTY_SEQUENCES for so many of
-// them.
+// them. The short form always takes the same sequences, so that a change that fails it is the cause. The long
+// form looks for new ones.
 TEST_F(RandomPlan, SaysWhatTheRunDoesAndWhatItDoesToOthers) {
-    const unsigned first = number("PROPERTY_SEED", std::random_device()() % 1000000);
+    const unsigned first = number("PROPERTY_SEED", isFullRun() ? std::random_device()() % 1000000 : 100100);
     const unsigned wanted = number("PROPERTY_SEQUENCES", isFullRun() ? 1000 : 12);
     for (seed = first; seed < first + wanted && !HasFailure(); ++seed) {
         runSequence();
