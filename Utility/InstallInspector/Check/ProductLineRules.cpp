@@ -86,19 +86,22 @@ void sameUninstaller(const ProductLine& line, const Report& report) {
     }
 }
 
+/// A node of one of the products of the line.
+struct NodeOfProduct {
+    const Product* product;
+    const TreeNode* node;
+};
+
 void sameShortCut(const ProductLine& line, const Report& report) {
-    struct Known {
-        const Product* product;
-        const TreeNode* node;
-    };
-    std::map<std::string, Known> seen;
+    std::map<std::string, NodeOfProduct> seen;
     for (const Product* product : line.products) {
         for (const TreeNode& node : product->tree) {
             if (!node.node->IsShortCutInfoValid()) {
                 continue;
             }
             const VLString& name = node.node->shortCut.name;
-            const auto [first, bNew] = seen.emplace(comparedPath(toString(name)), Known{product, &node});
+            const auto [first, bNew] =
+                seen.emplace(comparedPath(toString(name)), NodeOfProduct{product, &node});
             // A file that both list has one shortcut, which goes with the last of them.
             if (!bNew && first->second.product != product && first->second.node->treePath != node.treePath) {
                 report(product->definitionFile.at(*node.element->FirstChildElement("shortCut"), "name"),
@@ -187,15 +190,11 @@ void flagsDiffer(const ProductLine& line, const Report& report) {
 }
 
 void pathsLookAlike(const ProductLine& line, const Report& report) {
-    struct Known {
-        const Product* product;
-        const TreeNode* node;
-    };
-    std::map<std::string, Known> seen;
+    std::map<std::string, NodeOfProduct> seen;
     for (const Product* product : line.products) {
         for (const TreeNode& node : product->tree) {
             const auto [first, bNew] =
-                seen.emplace(comparedPath(toString(node.treePath)), Known{product, &node});
+                seen.emplace(comparedPath(toString(node.treePath)), NodeOfProduct{product, &node});
             const TreeNode& other = *first->second.node;
             const bool bParentsSame = node.parent != nullptr && other.parent != nullptr &&
                                       node.parent->treePath == other.parent->treePath;

@@ -25,6 +25,7 @@ public:
     OtherHome(const OtherHome&) = delete;
     OtherHome& operator=(const OtherHome&) = delete;
 
+    bool run(const Command& /*command*/) override { return false; }
     bool capture(const VLString& command, VLString& output) override;
     mode_t typeOf(const VLString& path) override { return machine.typeOf(path); }
     mode_t linkTypeOf(const VLString& path) override { return machine.linkTypeOf(path); }

@@ -157,7 +157,7 @@ void folderForFile(const Survey& survey, const DangerReport& report) {
         if (run.bUninstall) {
             const bool bRemoved = entry.action == Action::Remove && !isRelative(entry) &&
                                   entry.bListedAsFile && typeBefore(entry.path) == S_IFDIR &&
-                                  !isBundle(entry.path);
+                                  !isOrWasBundle(entry.path);
             if (bRemoved) {
                 report(entry.path +
                            " is a folder where the product lists a file, and is removed with all that is "

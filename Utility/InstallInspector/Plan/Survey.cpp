@@ -1,12 +1,12 @@
 #include "Utility/InstallInspector/Plan/Survey.h"
 
-#include "Foundation/SimpleLog.h"
+#include "Utility/InstallInspector/Documents/Bundle.h"
+#include "Utility/InstallInspector/Documents/OtherHomes.h"
 #include "Utility/InstallInspector/Report/Finding.h"
 #include "Utility/InstallUtility/KnownNames.h"
 #include "Utility/InstallUtility/Pattern.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <sys/stat.h>
 #include <utility>
 
@@ -14,72 +14,16 @@ namespace {
 
 using Reach = OwnedPlace::Reach;
 
-/// The machine in use as it is for the user with another home folder.
-class OtherHome : public Machine {
-public:
-    OtherHome(Machine& asked, std::string folder)
-        : machine(asked), home(std::move(folder)), before(Machine::setCurrent(this)) {}
-    ~OtherHome() override { Machine::setCurrent(before); }
-    OtherHome(const OtherHome&) = delete;
-    OtherHome& operator=(const OtherHome&) = delete;
-
-    bool capture(const VLString& /*command*/, VLString& output) override {
-        output = toVLString(home + "\n");
-        return true;
-    }
-    mode_t typeOf(const VLString& path) override { return machine.typeOf(path); }
-    mode_t linkTypeOf(const VLString& path) override { return machine.linkTypeOf(path); }
-    std::vector<VLString> namesIn(const VLString& folder) override { return machine.namesIn(folder); }
-    FileContent readFile(const VLString& path) override { return machine.readFile(path); }
-    bool run(const Command& /*command*/) override { return false; }
-
-private:
-    Machine& machine;
-    std::string home;
-    Machine* before;
-};
-
 std::string folderAbove(const std::string& path) {
     const std::size_t slash = path.rfind('/');
     return slash == std::string::npos || slash == 0 ? "" : path.substr(0, slash);
 }
 
-/// The folders beside the user's home, and those in /Users, as far as a user's home can be one.
-std::vector<std::string> otherHomes(PlannedMachine& machine) {
-    const char* value = std::getenv("HOME"); // NOLINT(concurrency-mt-unsafe): one thread
-    const std::string home = value == nullptr ? "" : value;
-    std::set<std::string> folders{"/Users"};
-    if (!folderAbove(home).empty()) {
-        folders.insert(folderAbove(home));
-    }
-    std::vector<std::string> homes;
-    for (const std::string& folder : folders) {
-        for (const VLString& name : machine.namesIn(toVLString(folder))) {
-            const std::string candidate = folder + "/" + toString(name);
-            if (candidate != home && Pattern::isFitForEval(name) &&
-                machine.typeOf(toVLString(candidate)) == S_IFDIR) {
-                homes.push_back(candidate);
-            }
-        }
-    }
-    return homes;
-}
-
-std::string lowerCase(const std::string& text) {
-    return toString(toVLString(text).ToLower());
-}
-
 } // namespace
 
-bool isBundle(const std::string& path) {
-    for (const std::string ending : {".app", ".bundle", ".plugin", ".framework", ".component", ".pkg"}) {
-        if (path.size() > ending.size() &&
-            path.compare(path.size() - ending.size(), ending.size(), ending) == 0) {
-            return true;
-        }
-    }
-    return Machine::current().typeOf(toVLString(path + "/Contents")) == S_IFDIR ||
-           Machine().typeOf(toVLString(path + "/Contents")) == S_IFDIR;
+bool isOrWasBundle(const std::string& path) {
+    Machine real;
+    return isBundle(path) || isBundle(path, real);
 }
 
 // What is owned
@@ -89,7 +33,7 @@ void Survey::Owned::add(const OwnedPlace& place, mode_t type, bool bWithAll) {
         return;
     }
     // A folder that is listed as a file may be someone else's.
-    if (bWithAll && !place.bShortCut && (place.bFolder || (type == S_IFDIR && isBundle(place.path)))) {
+    if (bWithAll && !place.bShortCut && (place.bFolder || (type == S_IFDIR && isOrWasBundle(place.path)))) {
         folders.insert(place.place);
     }
     for (std::string folder = folderAbove(place.place); !folder.empty() && above.insert(folder).second;) {
@@ -159,15 +103,7 @@ void Survey::addPlaces(const PlacedProduct& placed, Reach reach, OwnedFiles& fil
     }
 }
 
-bool Survey::dependsOnUser(const std::string& targets) {
-    const FileContent content = machine.readFile(toVLString(targets));
-    const std::string text =
-        content.bytes == nullptr ? "" : lowerCase(std::string(content.bytes.get(), content.size));
-    return text.find("%user%") != std::string::npos || text.find("regkey:") != std::string::npos;
-}
-
-OwnedFiles Survey::filesOf(PlacedProduct& placed, const std::string& targets,
-                           const std::string& uninstaller) {
+OwnedFiles Survey::filesOf(PlacedProduct& placed, const std::string& uninstaller) {
     OwnedFiles files;
     files.product = placed.info();
     files.uninstaller = uninstaller;
@@ -179,9 +115,9 @@ OwnedFiles Survey::filesOf(PlacedProduct& placed, const std::string& targets,
     }
     std::set<std::string> known;
     addPlaces(placed, Reach::Today, files, known);
-    if (dependsOnUser(targets)) {
+    if (dependsOnUser(placed)) {
         for (const std::string& home : homes) {
-            const OtherHome other(machine, home);
+            const OtherHome other(home);
             placed.placeAgain();
             addPlaces(placed, Reach::OtherHome, files, known);
         }
@@ -193,18 +129,22 @@ OwnedFiles Survey::filesOf(PlacedProduct& placed, const std::string& targets,
 
 Survey::Survey(PlannedMachine& inUse, const Plan& planned) : machine(inUse), plan(planned) {
     const PlannedMachine::WithoutSteps withoutSteps(machine);
-    homes = otherHomes(machine);
+    for (const std::string& home : otherHomes()) {
+        if (Pattern::isFitForEval(toVLString(home))) { // any other counts as no home for the engine
+            homes.push_back(home);
+        }
+    }
     const bool bGiven = given.read(plan.definition, plan.targets, fault);
     product = bGiven ? given.info() : SKUDefinition::SKUInfo();
     installed =
         bGiven ? InstalledProducts::find(given.statusFolder(), plan.targets) : InstalledProducts::find();
     if (bGiven && plan.bUninstall) {
-        mine.push_back(filesOf(given, plan.targets, ""));
+        mine.push_back(filesOf(given, ""));
     }
     for (const auto& each : installed.all()) {
         if (each->isReadable()) {
             const bool bMine = bGiven && each->files.info().ID == product.ID;
-            (bMine ? mine : others).push_back(filesOf(each->files, each->targets, each->uninstaller));
+            (bMine ? mine : others).push_back(filesOf(each->files, each->uninstaller));
         } else if (each->isShared()) {
             sharedFault = each->fault;
         }
@@ -244,7 +184,7 @@ void Survey::lookAgain() {
     }
     if (!plan.bUninstall && fault.empty()) {
         given.placeAgain();
-        made = filesOf(given, plan.targets, ownUninstaller());
+        made = filesOf(given, ownUninstaller());
         for (OwnedPlace& place : made->places) {
             place.after = place.before; // this is the machine after the run
             place.linkAfter = place.linkBefore;

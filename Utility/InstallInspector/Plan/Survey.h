@@ -49,8 +49,8 @@ struct OwnedFiles {
     std::vector<OwnedPlace> places;
 };
 
-/// Whether there is a folder that systems show and move as one file.
-bool isBundle(const std::string& path);
+/// Whether a folder at the path is a bundle, on the planned machine or on this one, as it was before the run.
+bool isOrWasBundle(const std::string& path);
 
 /// Who owns what on this machine before and after a planned run. What owns itself, as the record says, is not
 /// asked: this looks at the definitions that the installed products have left, and at what is there.
@@ -111,11 +111,10 @@ private:
         bool has(const std::string& place) const;
     };
 
-    OwnedFiles filesOf(PlacedProduct& placed, const std::string& targets, const std::string& uninstaller);
+    OwnedFiles filesOf(PlacedProduct& placed, const std::string& uninstaller);
     void addPlaces(const PlacedProduct& placed, OwnedPlace::Reach reach, OwnedFiles& files,
                    std::set<std::string>& known);
     void addPlace(OwnedPlace place, OwnedFiles& files, std::set<std::string>& known);
-    bool dependsOnUser(const std::string& targets);
     void findUnknown();
     void readRecord();
     void listPaths();

@@ -1,5 +1,6 @@
 // What the record says against what the given products and this machine say.
 #include "Foundation/Machine.h"
+#include "Utility/InstallInspector/Documents/Bundle.h"
 #include "Utility/InstallInspector/Documents/OtherHomes.h"
 #include "Utility/InstallInspector/Report/FindingOutput.h"
 #include "Utility/InstallInspector/Status/Status.h"
@@ -31,19 +32,6 @@ bool isSomething(const VLString& path) {
 bool fits(const Spot& spot, const VLString& path) {
     const mode_t type = typeOf(path);
     return S_ISDIR(type) || (S_ISREG(type) && !spot.node->node->isDirectory);
-}
-
-/// Whether a folder of that name can be what a product installs as a file: applications and plug-ins are
-/// folders.
-bool isBundle(const VLString& path) {
-    const std::string text = toString(path);
-    for (const std::string ending : {".app", ".bundle", ".plugin", ".framework", ".component", ".pkg"}) {
-        if (text.size() > ending.size() &&
-            text.compare(text.size() - ending.size(), ending.size(), ending) == 0) {
-            return true;
-        }
-    }
-    return S_ISDIR(typeOf(path + "/Contents"));
 }
 
 bool isThere(const Spot& spot) {
@@ -227,7 +215,7 @@ void folderForFile(Status& status, const StatusReport& report) {
             const Record::Node* recorded =
                 spot.node->node->isDirectory ? nullptr : status.record.find(spot.node->treePath);
             for (const Place& place : spot.places) {
-                if (recorded != nullptr && S_ISDIR(typeOf(place.path)) && !isBundle(place.path)) {
+                if (recorded != nullptr && S_ISDIR(typeOf(place.path)) && !isBundle(toString(place.path))) {
                     found.insert(place.path);
                     first = first == nullptr ? recorded : first;
                     owner = owner == nullptr ? product : owner;

@@ -1,0 +1,9 @@
+#pragma once
+
+#include "Foundation/Machine.h"
+
+#include <string>
+
+/// Whether a folder at `path` is one that systems show and move as one file, such as an application or a
+/// plug-in: by its name, or because `machine` has a folder "Contents" in it.
+bool isBundle(const std::string& path, Machine& machine = Machine::current());
