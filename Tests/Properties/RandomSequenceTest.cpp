@@ -1,5 +1,6 @@
 #include "Tests/Support/EndToEndTest.h"
 #include "Tests/Support/FullRun.h"
+#include "Tests/Support/Random.h"
 
 #include <algorithm>
 #include <chrono>
@@ -11,7 +12,6 @@
 namespace {
 
 using Lines = FileTree::Lines;
-using Random = std::mt19937;
 
 bool happens(Random& random, int percent) {
     return std::uniform_int_distribution<int>(1, 100)(random) <= percent;

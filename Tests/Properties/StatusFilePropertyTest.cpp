@@ -152,7 +152,7 @@ private:
 
 // The model
 
-class Model {
+class CountModel {
 public:
     struct Node {
         bool bFolder = false;
@@ -382,12 +382,12 @@ std::string line(bool bFolder, std::int32_t ref, const std::string& build, std::
     return out.str();
 }
 
-std::string lineOf(const Model& model, const std::string& path) {
+std::string lineOf(const CountModel& model, const std::string& path) {
     const auto found = model.nodes.find(path);
     if (found == model.nodes.end()) {
         return "none";
     }
-    const Model::Node& node = found->second;
+    const CountModel::Node& node = found->second;
     return line(node.bFolder, node.ref, node.build.text, node.build.number, node.needReplace, node.ref < 1,
                 node.shortCut.first + " in " + node.shortCut.second);
 }
@@ -404,7 +404,7 @@ std::string lineOf(StatusFile& record, const std::string& path) {
 }
 
 /// The first difference between record and model; empty when there is none.
-std::string difference(StatusFile& record, const Model& model, const std::vector<std::string>& paths) {
+std::string difference(StatusFile& record, const CountModel& model, const std::vector<std::string>& paths) {
     for (const std::string& path : paths) {
         const std::string expected = lineOf(model, path);
         const std::string actual = lineOf(record, path);
@@ -412,7 +412,7 @@ std::string difference(StatusFile& record, const Model& model, const std::vector
             return path + "\n  expected " + expected + "\n  actual   " + actual + "\n";
         }
     }
-    for (const Model::Installed& product : model.products) {
+    for (const CountModel::Installed& product : model.products) {
         const auto i = static_cast<std::size_t>(&product - model.products.data());
         if (i >= record.products.size() || record.products[i].ID != VLString(product.ID.c_str()) ||
             record.products[i].name != VLString(product.name.c_str()) ||
@@ -425,7 +425,7 @@ std::string difference(StatusFile& record, const Model& model, const std::vector
 
 /// Does all that the world says, and adds each saved record to `saved`; the first difference, or empty.
 std::string run(const World& world, const VLString& path, std::set<std::string>& saved) {
-    Model model;
+    CountModel model;
     StatusFile record;
     std::filesystem::remove(path.ConstData());
     for (const Step& step : world.steps) {

@@ -10,7 +10,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-const char* const checking = "Checking file consistency in source folder";
 const char* const noUninstaller = "Error: Can't copy Uninstall.app to target folder";
 
 /// Puts a disk of its own in the place of one folder for one run.

@@ -37,6 +37,8 @@ protected:
         TemporaryDirectory folder;
     };
 
+    /// The first line of every run.
+    static constexpr const char* checking = "Checking file consistency in source folder";
     static constexpr const char* recordPath =
         "/Library/Application Support/Vorlane/InstallationStatusFile.xml";
     static constexpr const char* noRecord = "no record";

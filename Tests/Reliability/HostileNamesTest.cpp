@@ -11,8 +11,6 @@
 
 namespace {
 
-const char* const checking = "Checking file consistency in source folder";
-
 class HostileNames : public DisturbedRun {
 protected:
     static std::string inSource(const std::string& path) { return "/Volumes/Installer/ALPHA/files/" + path; }

@@ -13,7 +13,6 @@
 
 namespace {
 
-const char* const checking = "Checking file consistency in source folder";
 const char* const waiting = "Another install or uninstall is running. Waiting for its end.";
 const char* const goesOn =
     "Warning: The other install or uninstall has not ended for ten minutes. This one goes on.";

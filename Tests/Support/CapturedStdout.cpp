@@ -1,5 +1,7 @@
 #include "Tests/Support/CapturedStdout.h"
 
+#include "Tests/Support/Checked.h"
+
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -12,13 +14,6 @@
 
 namespace {
 
-int checked(int result, const char* what) {
-    if (result < 0) {
-        throw std::system_error(errno, std::generic_category(), what);
-    }
-    return result;
-}
-
 void flushAll() {
     std::cout.flush();
     static_cast<void>(std::fflush(stdout));
@@ -29,7 +24,7 @@ struct Ends {
     int write;
 };
 
-Ends openPipe() {
+Ends openEnds() {
     std::array<int, 2> ends{};
     checked(pipe(ends.data()), "pipe");
     checked(fcntl(ends[0], F_SETFL, O_NONBLOCK), "fcntl");
@@ -50,7 +45,7 @@ Ends openFile() {
 
 CapturedStdout::CapturedStdout(Into into) {
     flushAll();
-    const Ends ends = into == Into::Pipe ? openPipe() : openFile();
+    const Ends ends = into == Into::Pipe ? openEnds() : openFile();
     readEnd = ends.read;
     oldOutput = checked(dup(STDOUT_FILENO), "dup");
     for (const int ours : {readEnd, oldOutput}) {

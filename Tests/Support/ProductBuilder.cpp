@@ -56,10 +56,10 @@ Named& findOrAppend(std::vector<Named>& list, const std::string& name) {
     return list.back();
 }
 
-void write(const TargetCondition& condition, std::string& xml) {
+void writeCondition(const TargetCondition& condition, std::string& xml) {
     xml += startTag("condition", {{"type", condition.type}, {"value", condition.value}}) + ">";
     for (const TargetCondition& operand : condition.operands) {
-        write(operand, xml);
+        writeCondition(operand, xml);
     }
     xml += "</condition>";
 }
@@ -268,7 +268,7 @@ void ProductBuilder::write(const Item& item, std::string& xml) {
     for (const auto& [pattern, condition] : item.paths) {
         xml += startTag("path", {{"value", pattern}}) + ">";
         if (!condition.type.empty()) {
-            ::write(condition, xml);
+            writeCondition(condition, xml);
         }
         xml += "</path>\n";
     }

@@ -1,5 +1,7 @@
 #include "Tests/Support/RunProgram.h"
 
+#include "Tests/Support/Checked.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -20,13 +22,6 @@ extern char** environ; // NOLINT(readability-redundant-declaration): macOS decla
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-int checked(int result, const char* what) {
-    if (result < 0) {
-        throw std::system_error(errno, std::generic_category(), what);
-    }
-    return result;
-}
 
 class Descriptor {
 public:

@@ -7,6 +7,7 @@
 #include "Tests/Support/FakeMachine.h"
 #include "Tests/Support/ScopedEnvironment.h"
 #include "Tests/Support/TemporaryDirectory.h"
+#include "Tests/Support/Texts.h"
 #include "Tests/Support/WorkingFolder.h"
 
 #include <climits>
@@ -32,10 +33,6 @@ using testing::IsEmpty;
 namespace {
 
 using Call = CommandShim::Call;
-
-std::string text(const VLString& string) {
-    return {string.ConstData(), string.Size()};
-}
 
 VLString vl(const fs::path& path) {
     return VLString(path.c_str());
@@ -102,7 +99,7 @@ std::string outputOf(const char* commandText) {
     VLString command(commandText);
     VLString output("what was there before");
     EXPECT_TRUE(exec(command, output));
-    return text(output);
+    return bytesOf(output);
 }
 
 } // namespace
@@ -222,7 +219,7 @@ TEST(Exec, CommandStaysAsItIs) {
     VLString command("echo text");
     VLString output;
     EXPECT_TRUE(exec(command, output));
-    EXPECT_EQ(text(command), "echo text");
+    EXPECT_EQ(bytesOf(command), "echo text");
 }
 
 TEST(Exec, LongLinesComeWhole) {
@@ -263,7 +260,7 @@ TEST(Exec, FailsWithoutOutputWhenNothingCanBeStarted) {
         bStarted = exec(command, output);
     }
     EXPECT_FALSE(bStarted);
-    EXPECT_EQ(text(output), "");
+    EXPECT_EQ(bytesOf(output), "");
 }
 
 // The order of what this program and its commands print
@@ -328,9 +325,9 @@ TEST(FileLibrary, WhatIsMissingOrOfAnotherKindIsNeither) {
     ASSERT_EQ(mkfifo((folder.path() / "fifo").c_str(), 0600), 0);
     for (const VLString& path : {VLString(), folder / "missing", folder / "f/", folder / "f/below",
                                  folder / "fifo", VLString("/dev/null")}) {
-        EXPECT_FALSE(FileLibrary::IsFileExists(path, false)) << text(path);
-        EXPECT_FALSE(FileLibrary::IsFileExists(path, true)) << text(path);
-        EXPECT_FALSE(FileLibrary::IsDirectoryExists(path)) << text(path);
+        EXPECT_FALSE(FileLibrary::IsFileExists(path, false)) << bytesOf(path);
+        EXPECT_FALSE(FileLibrary::IsFileExists(path, true)) << bytesOf(path);
+        EXPECT_FALSE(FileLibrary::IsDirectoryExists(path)) << bytesOf(path);
     }
 }
 
@@ -747,8 +744,8 @@ TEST(CopyFolder, FindsDittoInTheSearchPath) {
     shim.replace("ditto", "exit 0");
     shim.replace("touch", "exit 0");
     EXPECT_TRUE(FileLibrary::CopyFolder(folder / "s", folder / "d", false));
-    EXPECT_THAT(shim.calls(), ElementsAre(Call{"ditto", text(folder / "s"), text(folder / "d")},
-                                          Call{"touch", text(folder / "d")}));
+    EXPECT_THAT(shim.calls(), ElementsAre(Call{"ditto", bytesOf(folder / "s"), bytesOf(folder / "d")},
+                                          Call{"touch", bytesOf(folder / "d")}));
 }
 
 TEST(CopyFolder, FailedCopyIsNotTouched) {
@@ -757,7 +754,7 @@ TEST(CopyFolder, FailedCopyIsNotTouched) {
     CommandShim shim;
     shim.replace("ditto", "exit 1");
     EXPECT_FALSE(FileLibrary::CopyFolder(folder / "s", folder / "d", false));
-    EXPECT_THAT(shim.calls(), ElementsAre(Call{"ditto", text(folder / "s"), text(folder / "d")}));
+    EXPECT_THAT(shim.calls(), ElementsAre(Call{"ditto", bytesOf(folder / "s"), bytesOf(folder / "d")}));
 }
 
 TEST(CopyFolder, FailedTouchDoesNotMatter) {
@@ -766,7 +763,7 @@ TEST(CopyFolder, FailedTouchDoesNotMatter) {
     CommandShim shim;
     shim.replace("touch", "exit 1");
     EXPECT_TRUE(FileLibrary::CopyFolder(folder / "s", folder / "d", false));
-    EXPECT_THAT(shim.calls().back(), (Call{"touch", text(folder / "d")}));
+    EXPECT_THAT(shim.calls().back(), (Call{"touch", bytesOf(folder / "d")}));
 }
 
 TEST(CopyFolder, OfAnythingButADirectoryRunsNothing) {
@@ -797,9 +794,9 @@ TEST(CopyFolder, CopiesEvenWhereTheLinkCannotBeRemoved) {
     fs::create_directory(folder.path() / "s");
     fs::create_symlink("s", folder.path() / "l");
     EXPECT_TRUE(FileLibrary::CopyFolder(folder / "s", folder / "l", false));
-    EXPECT_THAT(shim.calls(), ElementsAre(Call{"rm", "-rf", text(folder / "l")},
-                                          Call{"ditto", text(folder / "s"), text(folder / "l")},
-                                          Call{"touch", text(folder / "l")}));
+    EXPECT_THAT(shim.calls(), ElementsAre(Call{"rm", "-rf", bytesOf(folder / "l")},
+                                          Call{"ditto", bytesOf(folder / "s"), bytesOf(folder / "l")},
+                                          Call{"touch", bytesOf(folder / "l")}));
 }
 
 TEST(CopyFolder, MaskOfTheLinkTypeDecidesWhatIsRemovedFirst) {
@@ -828,7 +825,7 @@ TEST(CopyFolder, RegularFileAsDestinationIsNotRemoved) {
     recorded.bResult = false;
     EXPECT_FALSE(FileLibrary::CopyFolder(folder.text(), folder / "f", false));
     EXPECT_THAT(recorded.commands,
-                ElementsAre("ditto \"" + text(folder.text()) + "\" \"" + text(folder / "f") + "\""));
+                ElementsAre("ditto \"" + bytesOf(folder.text()) + "\" \"" + bytesOf(folder / "f") + "\""));
 }
 
 // CopyFolder: what comes of it, with whatever tool the machine has
@@ -1078,7 +1075,7 @@ TEST(WriteFile, UsesNoCommandAndTakesNamesAsTheyAre) {
     const FakeMachine recorded;
     const char* name = "a\"$HOME`\\b";
     EXPECT_TRUE(FileLibrary::writeFile("text", folder / name, false));
-    EXPECT_EQ(text(FileLibrary::readFile(folder / name)), "text");
+    EXPECT_EQ(bytesOf(FileLibrary::readFile(folder / name)), "text");
     EXPECT_THAT(recorded.commands, IsEmpty());
 }
 
@@ -1086,11 +1083,11 @@ TEST(ReadFile, GivesAllBytes) {
     const TemporaryDirectory folder;
     const std::string bytes("\0a\r\n\xff\x1a", 6);
     write(folder.path() / "f", bytes);
-    EXPECT_EQ(text(FileLibrary::readFile(folder / "f")), bytes);
+    EXPECT_EQ(bytesOf(FileLibrary::readFile(folder / "f")), bytes);
 
     const std::string many(3000001, 'x');
     write(folder.path() / "f", many);
-    EXPECT_EQ(text(FileLibrary::readFile(folder / "f")), many);
+    EXPECT_EQ(bytesOf(FileLibrary::readFile(folder / "f")), many);
 }
 
 TEST(ReadFile, IsEmptyForAnEmptyFile) {

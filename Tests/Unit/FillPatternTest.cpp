@@ -4,6 +4,7 @@
 #include "Tests/Support/PreferenceFile.h"
 #include "Tests/Support/ScopedEnvironment.h"
 #include "Tests/Support/TemporaryDirectory.h"
+#include "Tests/Support/Texts.h"
 #include "Tests/Support/VLStringPrinter.h"
 #include "Utility/InstallUtility/InstallUtility.h"
 #include "Utility/InstallUtility/OncePerRun.h"
@@ -27,10 +28,6 @@ using InstallItem = InstallUtility::InstallItem;
 using ItemPath = InstallItem::ItemPath;
 using Condition = ItemPath::Condition;
 
-VLString text(const std::string& bytes) {
-    return VLString(bytes.data(), bytes.size());
-}
-
 /// A filled pattern, and what was said of it.
 struct Filling {
     VLString result;
@@ -40,7 +37,7 @@ struct Filling {
 
 private:
     Filling(const std::string& pattern, CapturedStdout&& captured)
-        : result(InstallUtility::fillPattern(text(pattern))), output(captured.text()) {}
+        : result(InstallUtility::fillPattern(textOf(pattern))), output(captured.text()) {}
 };
 
 std::string malformedLine(const std::string& pattern) {
@@ -300,7 +297,7 @@ TEST_F(FillPattern, ARunLogsOnceWhatItDoesNotUse) {
 
 TEST_F(FillPattern, OnlyTheUsersPreferencesCount) {
     const std::string stem = "fillpatterntest" + std::to_string(getpid());
-    const PreferenceFile preferences(text("/tmp/com.vorlane." + stem + ".plist"), "{'Name': 'v'}");
+    const PreferenceFile preferences(textOf("/tmp/com.vorlane." + stem + ".plist"), "{'Name': 'v'}");
     EXPECT_EQ(Filling("a%REGKEY:" + stem + "::Name%b").result, "ab");
 }
 
@@ -340,7 +337,7 @@ TEST_F(FillPattern, AValueThatHoldsItsOwnPlaceholderComesToAnEnd) {
     EXPECT_EQ(self.output, endlessLine("%REGKEY:Key::self%/%USER%"));
 
     const Filling grows("%REGKEY:Key::grows%");
-    EXPECT_EQ(grows.result, text(std::string(256, 'x') + "%REGKEY:Key::grows%"));
+    EXPECT_EQ(grows.result, textOf(std::string(256, 'x') + "%REGKEY:Key::grows%"));
     EXPECT_EQ(grows.output, endlessLine("%REGKEY:Key::grows%"));
 
     const Filling mutual("%REGKEY:Key::a%");
@@ -370,17 +367,17 @@ TEST_F(FillPattern, TwoHundredAndFiftySixPlaceholdersAreFilledIn) {
         pattern += "%REGKEY:Key::" + std::to_string(i) + "%/";
     }
     const Filling complete(pattern);
-    EXPECT_EQ(complete.result, text(std::string(256, '/')));
+    EXPECT_EQ(complete.result, textOf(std::string(256, '/')));
     EXPECT_EQ(complete.output, "");
     const Filling tooMany(pattern + "%USER%");
-    EXPECT_EQ(tooMany.result, text(std::string(256, '/') + "%USER%"));
+    EXPECT_EQ(tooMany.result, textOf(std::string(256, '/') + "%USER%"));
     EXPECT_EQ(tooMany.output, endlessLine(pattern + "%USER%"));
 }
 
 TEST_F(FillPattern, AMebibyteIsFilledIn) {
     const std::string longest(1UL << 20, 'x');
     const PreferenceFile preferences(file("key"), "{'longest': '" + longest + "'}");
-    EXPECT_EQ(Filling("%REGKEY:Key::longest%").result, text(longest));
+    EXPECT_EQ(Filling("%REGKEY:Key::longest%").result, textOf(longest));
     const Filling tooLong("a%REGKEY:Key::longest%");
     EXPECT_EQ(tooLong.result, "a%REGKEY:Key::longest%");
     EXPECT_EQ(tooLong.output, endlessLine("a%REGKEY:Key::longest%"));
@@ -392,7 +389,7 @@ TEST_F(FillPattern, ALongPatternOfUnknownPlaceholdersTakesNoTime) {
         pattern += "%x%%REGKEY:%";
     }
     const Filling filling(pattern);
-    EXPECT_EQ(filling.result, text(pattern));
+    EXPECT_EQ(filling.result, textOf(pattern));
     EXPECT_EQ(std::count(filling.output.begin(), filling.output.end(), '\n'), 1);
 }
 
@@ -482,7 +479,7 @@ TEST(Exec, GivesAllOutputWhateverTheStatus) {
     EXPECT_TRUE(InstallUtility::exec("true", output));
     EXPECT_EQ(output, "");
     EXPECT_TRUE(InstallUtility::exec("printf '%0300d\\n' 7", output));
-    EXPECT_EQ(output, text(std::string(299, '0') + "7\n"));
+    EXPECT_EQ(output, textOf(std::string(299, '0') + "7\n"));
 }
 
 TEST(Exec, FailsOnlyWhenTheCommandCannotBeStarted) {
@@ -527,8 +524,8 @@ TEST_F(TargetPaths, TheFamilysNameIsNotSearchedForTheFamilyButForOtherPlaceholde
 TEST_F(TargetPaths, AFamilyMayMakeAPathOfAMebibyte) {
     const std::string half(1UL << 19, 'x');
     const std::vector<VLString> paths =
-        InstallUtility::getTargetPaths({candidate("%FAMILY%%FAMILY%")}, text(half));
-    EXPECT_THAT(paths, ElementsAre(text(half + half)));
+        InstallUtility::getTargetPaths({candidate("%FAMILY%%FAMILY%")}, textOf(half));
+    EXPECT_THAT(paths, ElementsAre(textOf(half + half)));
 }
 
 TEST_F(TargetPaths, APathThatTheFamilyMakesLongerIsReportedAndSkipped) {
@@ -539,7 +536,7 @@ TEST_F(TargetPaths, APathThatTheFamilyMakesLongerIsReportedAndSkipped) {
     {
         CapturedStdout captured;
         paths = InstallUtility::getTargetPaths(
-            {candidate(text(tooLong)), candidate("/a"), candidate(text(tooLong), never)}, text(name));
+            {candidate(textOf(tooLong)), candidate("/a"), candidate(textOf(tooLong), never)}, textOf(name));
         output = captured.text();
     }
     EXPECT_THAT(paths, ElementsAre("/a"));
@@ -549,7 +546,7 @@ TEST_F(TargetPaths, APathThatTheFamilyMakesLongerIsReportedAndSkipped) {
 TEST_F(TargetPaths, ALongPathThatTheFamilyMakesNoLongerIsTaken) {
     const std::string longer(1UL << 20, 'x');
     EXPECT_THAT(InstallUtility::getTargetPaths(
-                    {candidate(text(longer + "x")), candidate(text(longer + "%FAMILY%"))}, "F"),
+                    {candidate(textOf(longer + "x")), candidate(textOf(longer + "%FAMILY%"))}, "F"),
                 testing::SizeIs(2));
 }
 

@@ -16,7 +16,7 @@ using testing::IsEmpty;
 namespace {
 
 /// The tree of a definition whose installFiles element has that content.
-FileNode parsed(const std::string& content) {
+FileNode filesOf(const std::string& content) {
     SKUDefinition definition;
     const std::string xml = "<product><installFiles>" + content + "</installFiles></product>";
     definition.parse(VLString(xml.data(), xml.size()));
@@ -60,7 +60,7 @@ std::chrono::duration<double> timeToRead(int files) {
         content += "<file fileName='f" + std::to_string(i) + "'/>";
     }
     const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(parsed(content).children.size(), static_cast<std::size_t>(files));
+    EXPECT_EQ(filesOf(content).children.size(), static_cast<std::size_t>(files));
     return std::chrono::steady_clock::now() - start;
 }
 
@@ -82,7 +82,7 @@ TEST(InstallFiles, ANodeStartsEmpty) {
 }
 
 TEST(InstallFiles, ACopyIsDeep) {
-    FileNode original = parsed("<directory fileName='d'><file fileName='f'/></directory>");
+    FileNode original = filesOf("<directory fileName='d'><file fileName='f'/></directory>");
     const FileNode copy = original;
     original.children.at("d").children.at("f").configuration = "changed";
     original.children.clear();
@@ -90,8 +90,8 @@ TEST(InstallFiles, ACopyIsDeep) {
 }
 
 TEST(InstallFiles, FoldersAndFilesMakeATree) {
-    const FileNode root = parsed("<directory fileName='Hosts'><directory fileName='Sub'><file fileName='x'/>"
-                                 "</directory><file fileName='y'/></directory><file fileName='z'/>");
+    const FileNode root = filesOf("<directory fileName='Hosts'><directory fileName='Sub'><file fileName='x'/>"
+                                  "</directory><file fileName='y'/></directory><file fileName='z'/>");
     EXPECT_THAT(childNames(root), ElementsAre("Hosts", "z"));
     EXPECT_THAT(childNames(at(root, {"Hosts"})), ElementsAre("Sub", "y"));
     EXPECT_THAT(childNames(at(root, {"Hosts", "Sub"})), ElementsAre("x"));
@@ -102,7 +102,7 @@ TEST(InstallFiles, FoldersAndFilesMakeATree) {
 }
 
 TEST(InstallFiles, TheRootIsAFolderWithoutNameAndFlags) {
-    const FileNode root = parsed("<file fileName='f' dontdelete='1'/>");
+    const FileNode root = filesOf("<file fileName='f' dontdelete='1'/>");
     EXPECT_TRUE(root.isDirectory);
     EXPECT_EQ(root.name, "");
     EXPECT_FALSE(root.dontDelete);
@@ -111,7 +111,7 @@ TEST(InstallFiles, TheRootIsAFolderWithoutNameAndFlags) {
 }
 
 TEST(InstallFiles, AnEmptyElementGivesAnEmptyFolder) {
-    const FileNode root = parsed("");
+    const FileNode root = filesOf("");
     EXPECT_TRUE(root.isDirectory);
     EXPECT_THAT(root.children, IsEmpty());
 }
@@ -150,13 +150,13 @@ TEST(InstallFiles, FillsAnyFolderFromAnyElement) {
 }
 
 TEST(InstallFiles, ChildrenAreOrderedByTheirNamesLongestFirst) {
-    EXPECT_THAT(childNames(parsed("<file fileName='b'/><file fileName='zz'/><file fileName='abc'/>")),
+    EXPECT_THAT(childNames(filesOf("<file fileName='b'/><file fileName='zz'/><file fileName='abc'/>")),
                 ElementsAre("abc", "zz", "b"));
 }
 
 TEST(InstallFiles, TheParentIsTheEnclosingFoldersName) {
-    const FileNode root = parsed("<directory fileName='a'><directory fileName='b'><file fileName='f'/>"
-                                 "</directory></directory><file fileName='g'/>");
+    const FileNode root = filesOf("<directory fileName='a'><directory fileName='b'><file fileName='f'/>"
+                                  "</directory></directory><file fileName='g'/>");
     EXPECT_EQ(at(root, {"a"}).parentName, "");
     EXPECT_EQ(at(root, {"g"}).parentName, "");
     EXPECT_EQ(at(root, {"a", "b"}).parentName, "a");
@@ -166,8 +166,8 @@ TEST(InstallFiles, TheParentIsTheEnclosingFoldersName) {
 TEST(InstallFiles, ANameLongerThanAnyPathIsNotRepeatedInItsChildren) {
     const std::string longest(1023, 'n');
     const std::string longer(1024, 'n');
-    const FileNode root = parsed("<directory fileName='" + longest + "'><file fileName='f'/></directory>" +
-                                 "<directory fileName='" + longer + "'><file fileName='f'/></directory>");
+    const FileNode root = filesOf("<directory fileName='" + longest + "'><file fileName='f'/></directory>" +
+                                  "<directory fileName='" + longer + "'><file fileName='f'/></directory>");
     EXPECT_EQ(at(root, {longest.c_str(), "f"}).parentName, longest.c_str());
     EXPECT_EQ(at(root, {longer.c_str(), "f"}).parentName, "");
 }
@@ -177,16 +177,16 @@ TEST(InstallFiles, OnlyX86IsAnArch) {
         {"x86", 1}, {"X86", 1}, {"x64", 0}, {"x86;x64", 0}, {"x86;", 0}, {" x86", 0}, {"", 0}, {"1", 0}};
     for (const auto& [arch, number] : expectations) {
         const FileNode root =
-            parsed(filled("<directory fileName='d' arch='@'/><file fileName='f' arch='@'/>", arch));
+            filesOf(filled("<directory fileName='d' arch='@'/><file fileName='f' arch='@'/>", arch));
         EXPECT_EQ(at(root, {"d"}).arch, number) << arch;
         EXPECT_EQ(at(root, {"f"}).arch, number) << arch;
     }
-    EXPECT_EQ(at(parsed("<file fileName='f'/>"), {"f"}).arch, 0);
+    EXPECT_EQ(at(filesOf("<file fileName='f'/>"), {"f"}).arch, 0);
 }
 
 TEST(InstallFiles, ArchAndConfigurationAreNotInherited) {
-    const FileNode root = parsed("<directory fileName='d' arch='x86' configuration='Release'>"
-                                 "<directory fileName='e'/><file fileName='f'/></directory>");
+    const FileNode root = filesOf("<directory fileName='d' arch='x86' configuration='Release'>"
+                                  "<directory fileName='e'/><file fileName='f'/></directory>");
     EXPECT_EQ(at(root, {"d"}).arch, 1);
     EXPECT_EQ(at(root, {"d", "e"}).arch, 0);
     EXPECT_EQ(at(root, {"d", "f"}).arch, 0);
@@ -194,8 +194,8 @@ TEST(InstallFiles, ArchAndConfigurationAreNotInherited) {
 }
 
 TEST(InstallFiles, OnlyFilesHaveAConfiguration) {
-    const FileNode root = parsed("<directory fileName='d' configuration='Release'/>"
-                                 "<file fileName='f' configuration='Release'/>");
+    const FileNode root = filesOf("<directory fileName='d' configuration='Release'/>"
+                                  "<file fileName='f' configuration='Release'/>");
     EXPECT_EQ(at(root, {"d"}).configuration, "");
     EXPECT_EQ(at(root, {"f"}).configuration, "Release");
 }
@@ -203,9 +203,9 @@ TEST(InstallFiles, OnlyFilesHaveAConfiguration) {
 TEST(InstallFiles, FlagsAreInheritedThroughAllLevels) {
     for (const Flag& flag : flags) {
         const FileNode root =
-            parsed(filled("<directory fileName='d' @='1'><directory fileName='e'><file fileName='f'/>"
-                          "</directory></directory><file fileName='g'/>",
-                          flag.attribute));
+            filesOf(filled("<directory fileName='d' @='1'><directory fileName='e'><file fileName='f'/>"
+                           "</directory></directory><file fileName='g'/>",
+                           flag.attribute));
         EXPECT_TRUE(at(root, {"d"}).*flag.field) << flag.attribute;
         EXPECT_TRUE(at(root, {"d", "e"}).*flag.field) << flag.attribute;
         EXPECT_TRUE(at(root, {"d", "e", "f"}).*flag.field) << flag.attribute;
@@ -218,7 +218,7 @@ TEST(InstallFiles, FlagsAreInheritedThroughAllLevels) {
 
 TEST(InstallFiles, ALevelMayStateAFlagAnew) {
     for (const Flag& flag : flags) {
-        const FileNode root = parsed(
+        const FileNode root = filesOf(
             filled("<directory fileName='d' @='1'><file fileName='inherits'/><file fileName='denies' @='0'/>"
                    "<directory fileName='e' @='0'><file fileName='f'/><file fileName='g' @='1'/>"
                    "</directory></directory>",
@@ -236,9 +236,9 @@ TEST(InstallFiles, OtherTextsOfAFlagAreAsGoodAsNone) {
         for (const char* other : {"true", "yes", "false", "no", "2", ""}) {
             const std::string stated = std::string(flag.attribute) + "='" + other + "'";
             const FileNode inherited =
-                parsed(filled("<directory fileName='d' @='1'>", flag.attribute) +
-                       filled("<file fileName='f' @/><directory fileName='e' @/>", stated) + "</directory>");
-            const FileNode root = parsed(filled("<file fileName='g' @/>", stated));
+                filesOf(filled("<directory fileName='d' @='1'>", flag.attribute) +
+                        filled("<file fileName='f' @/><directory fileName='e' @/>", stated) + "</directory>");
+            const FileNode root = filesOf(filled("<file fileName='g' @/>", stated));
             EXPECT_TRUE(at(inherited, {"d", "f"}).*flag.field) << stated;
             EXPECT_TRUE(at(inherited, {"d", "e"}).*flag.field) << stated;
             EXPECT_FALSE(at(root, {"g"}).*flag.field) << stated;
@@ -248,21 +248,21 @@ TEST(InstallFiles, OtherTextsOfAFlagAreAsGoodAsNone) {
 
 TEST(InstallFiles, NodesWithoutNameAreSkippedWithAllInsideThem) {
     const FileNode root =
-        parsed("<directory><file fileName='a'/><directory fileName='b'/></directory>"
-               "<directory fileName=''><file fileName='c'/></directory><file/><file fileName=''/>"
-               "<directory FileName='d'/><file name='e'/><file fileName='kept'/>");
+        filesOf("<directory><file fileName='a'/><directory fileName='b'/></directory>"
+                "<directory fileName=''><file fileName='c'/></directory><file/><file fileName=''/>"
+                "<directory FileName='d'/><file name='e'/><file fileName='kept'/>");
     EXPECT_THAT(childNames(root), ElementsAre("kept"));
 }
 
 TEST(InstallFiles, OtherNodesAreIgnored) {
     const FileNode root =
-        parsed("text<!--file--><folder fileName='a'/><File fileName='b'/><Directory fileName='c'/>"
-               "<shortCut name='d' dir='e'/>file<file fileName='kept'/>directory");
+        filesOf("text<!--file--><folder fileName='a'/><File fileName='b'/><Directory fileName='c'/>"
+                "<shortCut name='d' dir='e'/>file<file fileName='kept'/>directory");
     EXPECT_THAT(childNames(root), ElementsAre("kept"));
 }
 
 TEST(InstallFiles, AFileHasNoChildren) {
-    const FileNode root = parsed("<file fileName='f'><file fileName='g'/><directory fileName='d'/></file>");
+    const FileNode root = filesOf("<file fileName='f'><file fileName='g'/><directory fileName='d'/></file>");
     EXPECT_THAT(at(root, {"f"}).children, IsEmpty());
 }
 
@@ -271,7 +271,7 @@ TEST(InstallFiles, AFileReplacesAFolderOfItsNameWhereverItStands) {
                                 "<file fileName='a.bundle'/>",
                                 "<file fileName='a.bundle'/>"
                                 "<directory fileName='a.bundle'><file fileName='f'/></directory>"}) {
-        const FileNode root = parsed(content);
+        const FileNode root = filesOf(content);
         EXPECT_THAT(childNames(root), ElementsAre("a.bundle"));
         EXPECT_FALSE(at(root, {"a.bundle"}).isDirectory);
         EXPECT_THAT(at(root, {"a.bundle"}).children, IsEmpty());
@@ -280,10 +280,10 @@ TEST(InstallFiles, AFileReplacesAFolderOfItsNameWhereverItStands) {
 
 TEST(InstallFiles, ALaterNodeReplacesOneOfItsKindAndNameWhole) {
     const FileNode root =
-        parsed("<directory fileName='d' dontdelete='1' arch='x86'><file fileName='old'/></directory>"
-               "<directory fileName='d'><file fileName='new'/></directory>"
-               "<file fileName='f' configuration='c' allowdowngrade='1'><shortCut name='s' dir='t'/></file>"
-               "<file fileName='f'/>");
+        filesOf("<directory fileName='d' dontdelete='1' arch='x86'><file fileName='old'/></directory>"
+                "<directory fileName='d'><file fileName='new'/></directory>"
+                "<file fileName='f' configuration='c' allowdowngrade='1'><shortCut name='s' dir='t'/></file>"
+                "<file fileName='f'/>");
     EXPECT_THAT(childNames(at(root, {"d"})), ElementsAre("new"));
     EXPECT_FALSE(at(root, {"d"}).dontDelete);
     EXPECT_FALSE(at(root, {"d", "new"}).dontDelete);
@@ -294,11 +294,11 @@ TEST(InstallFiles, ALaterNodeReplacesOneOfItsKindAndNameWhole) {
 }
 
 TEST(InstallFiles, NamesThatDifferInCaseAreTwo) {
-    EXPECT_THAT(childNames(parsed("<file fileName='A'/><file fileName='a'/>")), ElementsAre("A", "a"));
+    EXPECT_THAT(childNames(filesOf("<file fileName='A'/><file fileName='a'/>")), ElementsAre("A", "a"));
 }
 
 TEST(InstallFiles, AFileMayHaveAShortCut) {
-    const FileNode root = parsed("<file fileName='f'><shortCut name='s' dir='t'/></file>");
+    const FileNode root = filesOf("<file fileName='f'><shortCut name='s' dir='t'/></file>");
     EXPECT_EQ(at(root, {"f"}).shortCut.name, "s");
     EXPECT_EQ(at(root, {"f"}).shortCut.dir, "t");
     EXPECT_TRUE(at(root, {"f"}).IsShortCutInfoValid());
@@ -306,20 +306,20 @@ TEST(InstallFiles, AFileMayHaveAShortCut) {
 
 TEST(InstallFiles, OnlyTheFirstShortCutCounts) {
     const FileNode root =
-        parsed("<file fileName='f'><!-- c --><shortCut name='s'/><shortCut name='u' dir='v'/></file>");
+        filesOf("<file fileName='f'><!-- c --><shortCut name='s'/><shortCut name='u' dir='v'/></file>");
     EXPECT_EQ(at(root, {"f"}).shortCut.name, "s");
     EXPECT_EQ(at(root, {"f"}).shortCut.dir, "");
 }
 
 TEST(InstallFiles, AShortCutOfAFolderIsIgnored) {
-    const FileNode root = parsed("<directory fileName='d'><shortCut name='s' dir='t'/></directory>");
+    const FileNode root = filesOf("<directory fileName='d'><shortCut name='s' dir='t'/></directory>");
     EXPECT_EQ(at(root, {"d"}).shortCut.name, "");
     EXPECT_EQ(at(root, {"d"}).shortCut.dir, "");
     EXPECT_FALSE(at(root, {"d"}).IsShortCutInfoValid());
 }
 
 TEST(InstallFiles, AShortCutIsValidWithNameAndFolderOnly) {
-    const FileNode root = parsed(
+    const FileNode root = filesOf(
         "<file fileName='name'><shortCut name='s'/></file><file fileName='dir'><shortCut dir='t'/></file>"
         "<file fileName='none'><shortCut/></file>");
     EXPECT_EQ(at(root, {"name"}).shortCut.name, "s");
@@ -334,7 +334,7 @@ TEST(InstallFiles, TwoHundredLevelsAreRead) {
     for (int i = 0; i < 200; ++i) {
         content.insert(0, "<directory fileName='d'>").append("</directory>");
     }
-    const FileNode root = parsed(content);
+    const FileNode root = filesOf(content);
     const FileNode* node = &root;
     for (int i = 0; i < 200; ++i) {
         node = &node->children.at("d");

@@ -1,5 +1,7 @@
 #include "Foundation/PathLibrary.h"
 
+#include "Tests/Support/Texts.h"
+
 #include <gtest/gtest.h>
 
 #include <random>
@@ -8,10 +10,6 @@
 
 namespace {
 
-std::string text(const VLString& string) {
-    return {string.ConstData(), string.Size()};
-}
-
 struct Example {
     const char* path;
     const char* expected;
@@ -19,7 +17,7 @@ struct Example {
 
 void expectAll(VLString (*operation)(const VLString&), const std::vector<Example>& examples) {
     for (const Example& example : examples) {
-        EXPECT_EQ(text(operation(example.path)), example.expected) << "for '" << example.path << "'";
+        EXPECT_EQ(bytesOf(operation(example.path)), example.expected) << "for '" << example.path << "'";
     }
 }
 
@@ -76,7 +74,7 @@ TEST(PathLibrary, FileNameIsWhatFollowsTheLastSlash) {
 
 TEST(PathLibrary, DirectoryAndFileMeetAtOneSlash) {
     const auto joined = [](const char* directory, const char* file) {
-        return text(PathLibrary::GetDirectoryWithFile(directory, file));
+        return bytesOf(PathLibrary::GetDirectoryWithFile(directory, file));
     };
     EXPECT_EQ(joined("/a", "b"), "/a/b");
     EXPECT_EQ(joined("/a/", "b"), "/a/b");
@@ -122,7 +120,7 @@ TEST(PathLibrary, CollapseKnowsNothingButTheStepUpBetweenSlashes) {
 
 TEST(PathLibrary, CollapseKeepsZeroBytes) {
     const VLString path("/a\0b/c/../d", 11);
-    EXPECT_EQ(text(PathLibrary::CollapsePath(path)), std::string("/a\0b/d", 6));
+    EXPECT_EQ(bytesOf(PathLibrary::CollapsePath(path)), std::string("/a\0b/d", 6));
 }
 
 TEST(PathLibrary, CollapseAgreesWithRepeatedSearches) {
@@ -145,7 +143,7 @@ TEST(PathLibrary, CollapseAgreesWithRepeatedSearches) {
             static const std::vector<std::string> pieces{"/", "/", "..", ".", "a", "/../"};
             path += pieces[random() % pieces.size()];
         }
-        ASSERT_EQ(text(PathLibrary::CollapsePath(path.c_str())), collapsedInPasses(path)) << path;
+        ASSERT_EQ(bytesOf(PathLibrary::CollapsePath(path.c_str())), collapsedInPasses(path)) << path;
     }
 }
 
@@ -154,5 +152,5 @@ TEST(PathLibrary, CollapseOfALongPathTakesOneWalk) {
     for (int i = 0; i < 300000; ++i) {
         path += "/a/..";
     }
-    EXPECT_EQ(text(PathLibrary::CollapsePath((path + "/b").c_str())), "/b");
+    EXPECT_EQ(bytesOf(PathLibrary::CollapsePath((path + "/b").c_str())), "/b");
 }

@@ -2,6 +2,7 @@
 
 #include "Foundation/FileLibrary.h"
 #include "Tests/Support/TemporaryDirectory.h"
+#include "Tests/Support/Texts.h"
 #include "Tests/Support/VLStringPrinter.h"
 
 #include <gmock/gmock.h>
@@ -19,13 +20,9 @@ using testing::UnorderedElementsAre;
 
 namespace {
 
-VLString text(const std::string& bytes) {
-    return VLString(bytes.data(), bytes.size());
-}
-
 SKUDefinition parsedText(const std::string& xml) {
     SKUDefinition definition;
-    definition.parse(text(xml));
+    definition.parse(textOf(xml));
     return definition;
 }
 
@@ -491,7 +488,7 @@ TEST(SKUDefinition, ARepeatedVariantDoesNotMultiplyTheHostForEver) {
     const SKUDefinition definition =
         parsed(hosts("<host name='" + std::string(100000, 'n') + "' arch='" + arch + "x86'/>"));
     EXPECT_LT(definition.hostArchNames.size(), 10U);
-    EXPECT_EQ(definition.hostArchNames.back(), text(std::string(100000, 'n') + "32"));
+    EXPECT_EQ(definition.hostArchNames.back(), textOf(std::string(100000, 'n') + "32"));
 }
 
 TEST(SKUDefinition, HostsForBuildAreThoseOfHostsWhenTheyAreNotGiven) {
@@ -655,11 +652,11 @@ TEST(SKUDefinition, ASecondDocumentReplacesListsAndMergesIntoMaps) {
                hosts("<host name='H' families='A' compilerOptions='-h'/>") +
                "<installFiles><file fileName='f'/></installFiles>");
     definition.parse(
-        text("<product><sku ID='2'/>" +
-             families(family("B", "<plugins><plugin name='b'/></plugins><contentmask name='n'/>") +
-                      family("A", "<featuresmask name='2'/>")) +
-             hosts("<host name='G' families='B'/>") +
-             "<installFiles><file fileName='g'/></installFiles></product>"));
+        textOf("<product><sku ID='2'/>" +
+               families(family("B", "<plugins><plugin name='b'/></plugins><contentmask name='n'/>") +
+                        family("A", "<featuresmask name='2'/>")) +
+               hosts("<host name='G' families='B'/>") +
+               "<installFiles><file fileName='g'/></installFiles></product>"));
     EXPECT_EQ(definition.skuInfo.ID, "2");
     EXPECT_EQ(definition.skuInfo.name, "");
     EXPECT_EQ(definition.skuInfo.build, "");
@@ -690,7 +687,7 @@ TEST(SKUDefinition, AnUnreadableTextClears) {
 TEST(SKUDefinition, ReadsAFile) {
     const TemporaryDirectory folder;
     const VLString path = folder / "s k'u.xml";
-    ASSERT_TRUE(FileLibrary::writeFile(text(wholeDocument), path, false));
+    ASSERT_TRUE(FileLibrary::writeFile(textOf(wholeDocument), path, false));
     SKUDefinition definition;
     definition.fromFile(path);
     EXPECT_EQ(definition.skuInfo.name, "N");

@@ -2,6 +2,7 @@
 
 #include "Foundation/PathLibrary.h"
 #include "Tests/Support/FileTree.h"
+#include "Tests/Support/ProcessorTime.h"
 #include "Tests/Support/RunProgram.h"
 #include "Tests/Support/TemporaryDirectory.h"
 #include "Tests/Support/VLStringPrinter.h"
@@ -145,13 +146,6 @@ protected:
     const VLString path = folder / "InstallationStatusFile.xml";
     StatusFile record;
 };
-
-template <class Action>
-double processorSeconds(Action action) {
-    const std::clock_t start = std::clock();
-    action();
-    return static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
-}
 
 } // namespace
 

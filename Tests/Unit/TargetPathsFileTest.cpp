@@ -1,6 +1,7 @@
 #include "Foundation/FileLibrary.h"
 #include "Tests/Support/CapturedStdout.h"
 #include "Tests/Support/TemporaryDirectory.h"
+#include "Tests/Support/Texts.h"
 #include "Tests/Support/VLStringPrinter.h"
 #include "Utility/InstallUtility/InstallUtility.h"
 
@@ -25,10 +26,6 @@ using Condition = ItemPath::Condition;
 constexpr const char* notFoundLine = "Error: Error! File with target not found\n\n";
 constexpr const char* noRootLine = "Error: Can't find node <root> in target paths XML.\n";
 
-VLString text(const std::string& bytes) {
-    return VLString(bytes.data(), bytes.size());
-}
-
 /// An engine that has read a file, and what it said.
 struct Reading {
     InstallUtility engine;
@@ -38,7 +35,7 @@ struct Reading {
     explicit Reading(const std::string& xml) {
         const TemporaryDirectory folder;
         const VLString path = folder / "target_path.xml";
-        FileLibrary::writeFile(text(xml), path, false);
+        FileLibrary::writeFile(textOf(xml), path, false);
         read(path);
     }
 
@@ -50,7 +47,7 @@ struct Reading {
 };
 
 /// The items of a file whose root element has that content.
-std::map<VLString, InstallItem> parsed(const std::string& content) {
+std::map<VLString, InstallItem> itemsOf(const std::string& content) {
     const Reading reading("<root>" + content + "</root>");
     EXPECT_TRUE(reading.bRead);
     EXPECT_EQ(reading.output, "");
@@ -75,7 +72,7 @@ std::vector<VLString> pathsOf(const InstallItem& item) {
 
 /// The condition of the first path of the only item.
 Condition parsedCondition(const std::string& insidePath) {
-    return parsed("<item name='i'><path value='p'>" + insidePath + "</path></item>")
+    return itemsOf("<item name='i'><path value='p'>" + insidePath + "</path></item>")
         .at("i")
         .paths.at(0)
         .condition;
@@ -85,14 +82,14 @@ std::vector<VLString> valuesOf(const std::vector<Condition>& conditions) {
     return texts(conditions, [](const Condition& condition) { return condition.value; });
 }
 
-std::chrono::duration<double> timeToRead(int paths) {
+std::chrono::duration<double> timeToReadPaths(int paths) {
     std::string content = "<item name='i'>";
     for (int i = 0; i < paths; ++i) {
         content += "<path value='p'><condition type='Or'/></path><item name='" + std::to_string(i) + "'/>";
     }
     content += "</item>";
     const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(parsed(content).at("i").paths.size(), static_cast<std::size_t>(paths));
+    EXPECT_EQ(itemsOf(content).at("i").paths.size(), static_cast<std::size_t>(paths));
     return std::chrono::steady_clock::now() - start;
 }
 
@@ -110,7 +107,7 @@ TEST(TargetPathsFile, RecordsStartEmpty) {
 }
 
 TEST(TargetPathsFile, ACopyIsDeep) {
-    std::map<VLString, InstallItem> original = parsed(
+    std::map<VLString, InstallItem> original = itemsOf(
         "<item name='i'><path value='p'><condition type='And'><condition value='v'/></condition></path>"
         "<item name='j'><path value='q'/></item></item>");
     const InstallItem copy = original.at("i");
@@ -145,7 +142,7 @@ TEST(TargetPathsFile, AFileWithoutRootIsReportedAndChangesNothing) {
 }
 
 TEST(TargetPathsFile, AnEmptyRootGivesNoItems) {
-    EXPECT_THAT(parsed(""), IsEmpty());
+    EXPECT_THAT(itemsOf(""), IsEmpty());
     const Reading reading("<root/>");
     EXPECT_TRUE(reading.bRead);
     EXPECT_EQ(reading.output, "");
@@ -171,8 +168,8 @@ TEST(TargetPathsFile, OnlyTheFirstRootCounts) {
 
 TEST(TargetPathsFile, ItemsMakeATree) {
     const std::map<VLString, InstallItem> items =
-        parsed("<item name='VorlaneFX'><path value='/a'/></item><item name='Hosts'><item name='H'>"
-               "<path value='/b'/><item name='VorlaneFX'><path value='/c'/></item></item></item>");
+        itemsOf("<item name='VorlaneFX'><path value='/a'/></item><item name='Hosts'><item name='H'>"
+                "<path value='/b'/><item name='VorlaneFX'><path value='/c'/></item></item></item>");
     EXPECT_THAT(names(items), ElementsAre("VorlaneFX", "Hosts"));
     EXPECT_THAT(pathsOf(items.at("VorlaneFX")), ElementsAre("/a"));
     EXPECT_THAT(items.at("VorlaneFX").items, IsEmpty());
@@ -183,15 +180,15 @@ TEST(TargetPathsFile, ItemsMakeATree) {
 
 TEST(TargetPathsFile, AnItemWithoutNameIsSkippedWithAllInsideIt) {
     EXPECT_THAT(
-        names(parsed("<item><path value='p'/><item name='a'/></item><item name=''><item name='b'/></item>"
-                     "<item Name='c'/><item name='kept'/>")),
+        names(itemsOf("<item><path value='p'/><item name='a'/></item><item name=''><item name='b'/></item>"
+                      "<item Name='c'/><item name='kept'/>")),
         ElementsAre("kept"));
 }
 
 TEST(TargetPathsFile, OfItemsOfOneNameTheLaterReplacesTheEarlierWhole) {
     const std::map<VLString, InstallItem> items =
-        parsed("<item name='i'><path value='p'/><path value='q'/><item name='a'/></item>"
-               "<item name='i'><path value='r'/><item name='b'/></item>");
+        itemsOf("<item name='i'><path value='p'/><path value='q'/><item name='a'/></item>"
+                "<item name='i'><path value='r'/><item name='b'/></item>");
     EXPECT_THAT(names(items), ElementsAre("i"));
     EXPECT_THAT(pathsOf(items.at("i")), ElementsAre("r"));
     EXPECT_THAT(names(items.at("i").items), ElementsAre("b"));
@@ -199,17 +196,17 @@ TEST(TargetPathsFile, OfItemsOfOneNameTheLaterReplacesTheEarlierWhole) {
 
 TEST(TargetPathsFile, AnEmptyItemReplacesToo) {
     const std::map<VLString, InstallItem> items =
-        parsed("<item name='i'><path value='p'/><item name='a'/></item><item name='i'/>");
+        itemsOf("<item name='i'><path value='p'/><item name='a'/></item><item name='i'/>");
     EXPECT_THAT(items.at("i").paths, IsEmpty());
     EXPECT_THAT(items.at("i").items, IsEmpty());
 }
 
 TEST(TargetPathsFile, NamesThatDifferInCaseAreTwo) {
-    EXPECT_THAT(names(parsed("<item name='I'/><item name='i'/>")), ElementsAre("I", "i"));
+    EXPECT_THAT(names(itemsOf("<item name='I'/><item name='i'/>")), ElementsAre("I", "i"));
 }
 
 TEST(TargetPathsFile, OtherNodesAreIgnored) {
-    const std::map<VLString, InstallItem> items = parsed(
+    const std::map<VLString, InstallItem> items = itemsOf(
         "item<!--item--><Item name='a'/><items><item name='b'/></items><path value='/root'/>"
         "<item name='kept' colour='red'>path<!--path--><Path value='c'/><paths><path value='d'/></paths>"
         "<condition type='Or'/><path value='e' colour='red'/>text</item>text");
@@ -231,15 +228,15 @@ TEST(TargetPathsFile, FillsAnyMapFromAnyNode) {
 // Paths
 
 TEST(TargetPathsFile, PathsKeepTheirOrder) {
-    EXPECT_THAT(pathsOf(parsed("<item name='i'><path value='b'/><path value='ccc'/><item name='j'/>"
-                               "<path value='a'/><path value='b'/></item>")
+    EXPECT_THAT(pathsOf(itemsOf("<item name='i'><path value='b'/><path value='ccc'/><item name='j'/>"
+                                "<path value='a'/><path value='b'/></item>")
                             .at("i")),
                 ElementsAre("b", "ccc", "a", "b"));
 }
 
 TEST(TargetPathsFile, APathWithoutValueIsDroppedWithItsCondition) {
-    EXPECT_THAT(pathsOf(parsed("<item name='i'><path><condition type='Or'/></path><path value=''/>"
-                               "<path Value='x'/><path value='kept'/></item>")
+    EXPECT_THAT(pathsOf(itemsOf("<item name='i'><path><condition type='Or'/></path><path value=''/>"
+                                "<path Value='x'/><path value='kept'/></item>")
                             .at("i")),
                 ElementsAre("kept"));
 }
@@ -334,7 +331,7 @@ TEST(TargetPathsFile, TwoHundredLevelsAreRead) {
     for (int i = 0; i < 200; ++i) {
         content.insert(0, "<item name='i'>").append("</item>");
     }
-    const std::map<VLString, InstallItem> items = parsed(content);
+    const std::map<VLString, InstallItem> items = itemsOf(content);
     const InstallItem* item = &items.at("i");
     for (int i = 1; i < 200; ++i) {
         item = &item->items.at("i");
@@ -343,7 +340,7 @@ TEST(TargetPathsFile, TwoHundredLevelsAreRead) {
 }
 
 TEST(TargetPathsFile, TimeGrowsInProportionToTheFile) {
-    const auto few = std::min({timeToRead(5000), timeToRead(5000), timeToRead(5000)});
-    const auto many = timeToRead(50000);
+    const auto few = std::min({timeToReadPaths(5000), timeToReadPaths(5000), timeToReadPaths(5000)});
+    const auto many = timeToReadPaths(50000);
     EXPECT_LT(many / few, 40); // 10 in theory; 100 where each path costs time in proportion to all others
 }

@@ -1,5 +1,6 @@
 #include "Foundation/VLString.h"
 
+#include "Tests/Support/Texts.h"
 #include "Tests/Support/UTF8Locale.h"
 #include "Tests/Support/VLStringPrinter.h"
 
@@ -21,10 +22,6 @@ namespace {
 /// A length for which no memory can be had.
 constexpr unsigned long absurdLength = 1UL << 62U;
 constexpr unsigned long maxLen = VLString::maxLen;
-
-std::string bytes(const VLString& string) {
-    return {string.ConstData(), string.Size()};
-}
 
 using VLStringInUTF8Locale = UTF8Locale;
 
@@ -566,7 +563,7 @@ TEST(VLString, IgnoresCaseUpToAZeroByteInBoth) {
 }
 
 TEST(VLString, IsUTF8Already) {
-    EXPECT_EQ(bytes(VLString("a\0\xc3\xa9", 4).ToUTF8()), "a\0\xc3\xa9"s);
+    EXPECT_EQ(bytesOf(VLString("a\0\xc3\xa9", 4).ToUTF8()), "a\0\xc3\xa9"s);
 }
 
 TEST(VLString, WidensByteByByteAndComesBack) {
@@ -579,7 +576,7 @@ TEST(VLString, WidensByteByByteAndComesBack) {
     for (unsigned long i = 0; i < wide.Size(); ++i) {
         ASSERT_EQ(wide[i], static_cast<wchar_t>(i + 1));
     }
-    EXPECT_EQ(bytes(wide.ToUTF8()), all);
+    EXPECT_EQ(bytesOf(wide.ToUTF8()), all);
 }
 
 TEST(VLString, WidensUpToAZeroByte) {
@@ -649,7 +646,7 @@ TEST(VLString, KeepsTheFirst510FormattedBytes) {
         const std::string text(length, 'x');
         VLString string;
         string.FromFormat("%s", text.c_str());
-        EXPECT_EQ(bytes(string), text.substr(0, 510)) << length;
+        EXPECT_EQ(bytesOf(string), text.substr(0, 510)) << length;
     }
 }
 

@@ -1,5 +1,6 @@
 // What differs from VLString; what both have in common is in VLStringTest.cpp.
 #include "Foundation/VLString.h"
+#include "Tests/Support/Texts.h"
 #include "Tests/Support/UTF8Locale.h"
 #include "Tests/Support/VLStringPrinter.h"
 
@@ -13,13 +14,7 @@ using namespace std::string_literals;
 
 namespace {
 
-constexpr unsigned long maxLen = VLUnicodeString::maxLen;
-
-std::wstring characters(const VLUnicodeString& string) {
-    return {string.ConstData(), string.Size()};
-}
-
-std::string bytes(const VLString& string) {
+std::wstring wideText(const VLUnicodeString& string) {
     return {string.ConstData(), string.Size()};
 }
 
@@ -30,7 +25,7 @@ using VLUnicodeStringInUTF8Locale = UTF8Locale;
 TEST(VLUnicodeString, WidensNarrowText) {
     EXPECT_EQ(VLUnicodeString("abc"), VLUnicodeString(L"abc"));
     EXPECT_EQ(VLUnicodeString("abc", 2), VLUnicodeString(L"ab"));
-    EXPECT_EQ(characters(VLUnicodeString("\xc3\xa9")), L"\u00c3\u00a9");
+    EXPECT_EQ(wideText(VLUnicodeString("\xc3\xa9")), L"\u00c3\u00a9");
     EXPECT_EQ(VLUnicodeString("a\0b", 3), VLUnicodeString(L"a"));
     const char* null = nullptr;
     EXPECT_TRUE(VLUnicodeString(null).IsEmpty());
@@ -48,14 +43,14 @@ TEST(VLUnicodeString, IgnoresCaseBehindAZeroCharacterToo) {
     EXPECT_TRUE(VLUnicodeString(L"A\0C", 3).EqualsIgnoreCase(VLUnicodeString(L"a\0c", 3)));
     EXPECT_FALSE(VLUnicodeString(L"A\0C", 3).EqualsIgnoreCase(VLUnicodeString(L"a\0b", 3)));
     EXPECT_EQ(string.IndexOfIgnoreCase(VLUnicodeString(L"a\0c", 3), 0), 1UL);
-    EXPECT_EQ(string.IndexOfIgnoreCase(VLUnicodeString(L"a\0b", 3), 0), maxLen);
+    EXPECT_EQ(string.IndexOfIgnoreCase(VLUnicodeString(L"a\0b", 3), 0), VLUnicodeString::maxLen);
     EXPECT_EQ(string.IndexLastOfIgnoreCase(VLUnicodeString(L"a\0c", 3)), 1UL);
-    EXPECT_EQ(string.IndexLastOfIgnoreCase(VLUnicodeString(L"a\0b", 3)), maxLen);
+    EXPECT_EQ(string.IndexLastOfIgnoreCase(VLUnicodeString(L"a\0b", 3)), VLUnicodeString::maxLen);
 }
 
 TEST(VLUnicodeString, NarrowsCharacterByCharacter) {
-    EXPECT_EQ(bytes(VLUnicodeString(L"a\u00ff").ToUTF8()), "a\xff");
-    EXPECT_EQ(bytes(VLUnicodeString(L"ab\0c", 4).ToUTF8()), "ab");
+    EXPECT_EQ(bytesOf(VLUnicodeString(L"a\u00ff").ToUTF8()), "a\xff");
+    EXPECT_EQ(bytesOf(VLUnicodeString(L"ab\0c", 4).ToUTF8()), "ab");
     EXPECT_TRUE(VLUnicodeString().ToUTF8().IsEmpty());
 }
 
@@ -69,17 +64,17 @@ TEST(VLUnicodeString, IsEmptyWhenACharacterCannotBeNarrowed) {
 }
 
 TEST(VLUnicodeString, GivesMultibyteText) {
-    EXPECT_EQ(bytes(VLUnicodeString(L"a\u00e9z").GetMultibyteString()), "a\xe9z");
+    EXPECT_EQ(bytesOf(VLUnicodeString(L"a\u00e9z").GetMultibyteString()), "a\xe9z");
     EXPECT_EQ(VLUnicodeString(L"ab\0c", 4).GetMultibyteString(), VLString("ab"));
     EXPECT_TRUE(VLUnicodeString().GetMultibyteString().IsEmpty());
 }
 
 TEST(VLUnicodeString, ReadsUTF8) {
     VLUnicodeString string(L"old");
-    EXPECT_EQ(&string.FromUTF8("abc", maxLen), &string);
+    EXPECT_EQ(&string.FromUTF8("abc", VLUnicodeString::maxLen), &string);
     EXPECT_EQ(string, VLUnicodeString(L"abc"));
     EXPECT_EQ(string.FromUTF8("abc", 2), VLUnicodeString(L"ab"));
-    EXPECT_EQ(string.FromUTF8("\xc3\xa9", maxLen), VLUnicodeString(L"\u00c3\u00a9"));
+    EXPECT_EQ(string.FromUTF8("\xc3\xa9", VLUnicodeString::maxLen), VLUnicodeString(L"\u00c3\u00a9"));
 }
 
 TEST(VLUnicodeString, ReadsUTF8UpToItsTerminatorWhateverTheLength) {
@@ -93,9 +88,9 @@ TEST(VLUnicodeString, IsEmptyWithoutUTF8ToRead) {
     const auto isEmptyAfter = [](const char* text, unsigned long length) {
         return VLUnicodeString(L"old").FromUTF8(text, length).IsEmpty();
     };
-    EXPECT_TRUE(isEmptyAfter(nullptr, maxLen));
+    EXPECT_TRUE(isEmptyAfter(nullptr, VLUnicodeString::maxLen));
     EXPECT_TRUE(isEmptyAfter(nullptr, 3));
-    EXPECT_TRUE(isEmptyAfter("", maxLen));
+    EXPECT_TRUE(isEmptyAfter("", VLUnicodeString::maxLen));
     EXPECT_TRUE(isEmptyAfter("", 1));
     EXPECT_TRUE(isEmptyAfter("abc", 0));
 }
@@ -113,19 +108,19 @@ TEST_F(VLUnicodeStringInUTF8Locale, HasRoomForFourBytesACharacter) {
     for (int i = 0; i < 100; ++i) {
         narrow += "\xf0\x9f\x98\x80";
     }
-    EXPECT_EQ(bytes(VLUnicodeString(wide.c_str()).ToUTF8()), narrow);
-    EXPECT_EQ(characters(VLUnicodeString().FromUTF8(narrow.c_str(), maxLen)), wide);
+    EXPECT_EQ(bytesOf(VLUnicodeString(wide.c_str()).ToUTF8()), narrow);
+    EXPECT_EQ(wideText(VLUnicodeString().FromUTF8(narrow.c_str(), VLUnicodeString::maxLen)), wide);
 }
 
 TEST_F(VLUnicodeStringInUTF8Locale, NarrowsUpToAZeroCharacter) {
-    EXPECT_EQ(bytes(VLUnicodeString(L"\u00e9\0\u00e9", 3).ToUTF8()), "\xc3\xa9");
+    EXPECT_EQ(bytesOf(VLUnicodeString(L"\u00e9\0\u00e9", 3).ToUTF8()), "\xc3\xa9");
     EXPECT_TRUE(VLUnicodeString(L"\0\u00e9", 2).ToUTF8().IsEmpty());
     EXPECT_TRUE(VLUnicodeString().ToUTF8().IsEmpty());
     EXPECT_TRUE(VLUnicodeString().GetMultibyteString().IsEmpty());
 }
 
 TEST_F(VLUnicodeStringInUTF8Locale, CutsMultibyteTextAtItsNumberOfCharacters) {
-    const auto multibyte = [](const VLUnicodeString& text) { return bytes(text.GetMultibyteString()); };
+    const auto multibyte = [](const VLUnicodeString& text) { return bytesOf(text.GetMultibyteString()); };
     EXPECT_EQ(multibyte(L"abc"), "abc");
     EXPECT_EQ(multibyte(L"\u00e9\u00e9"), "\xc3\xa9");
     EXPECT_EQ(multibyte(L"a\u00e9\u00e9"), "a\xc3\xa9");
@@ -139,16 +134,16 @@ TEST_F(VLUnicodeStringInUTF8Locale, CutsMultibyteTextAtItsNumberOfCharacters) {
 TEST_F(VLUnicodeStringInUTF8Locale, IsEmptyWhenTheLocaleRefusesACharacter) {
     for (const unsigned int refused : {0xd800U, 0xdfffU, 0x80000000U, 0xffffffffU}) {
         const wchar_t text[] = {L'a', static_cast<wchar_t>(refused), L'b', 0};
-        EXPECT_EQ(bytes(VLUnicodeString(text).ToUTF8()), "") << std::hex << refused;
+        EXPECT_EQ(bytesOf(VLUnicodeString(text).ToUTF8()), "") << std::hex << refused;
         EXPECT_EQ(VLUnicodeString(text).ToUTF8().Data(), nullptr);
-        EXPECT_EQ(bytes(VLUnicodeString(text).GetMultibyteString()), "") << std::hex << refused;
+        EXPECT_EQ(bytesOf(VLUnicodeString(text).GetMultibyteString()), "") << std::hex << refused;
     }
 }
 
 TEST_F(VLUnicodeStringInUTF8Locale, ReadsAsManyCharactersOfUTF8AsAskedFor) {
     const char* text = "\xc3\xa9\xe4\xb8\xad\xf0\x9f\x98\x80";
     VLUnicodeString string(L"old");
-    EXPECT_EQ(&string.FromUTF8(text, maxLen), &string);
+    EXPECT_EQ(&string.FromUTF8(text, VLUnicodeString::maxLen), &string);
     EXPECT_EQ(string, VLUnicodeString(L"\u00e9\u4e2d\U0001f600"));
     EXPECT_EQ(string.FromUTF8(text, 1), VLUnicodeString(L"\u00e9"));
     EXPECT_EQ(string.FromUTF8(text, 2), VLUnicodeString(L"\u00e9\u4e2d"));
@@ -158,7 +153,7 @@ TEST_F(VLUnicodeStringInUTF8Locale, ReadsAsManyCharactersOfUTF8AsAskedFor) {
     EXPECT_EQ(string.FromUTF8("\xc3\xa9\0\xff", 4), VLUnicodeString(L"\u00e9"));
     EXPECT_TRUE(string.FromUTF8(text, 0).IsEmpty());
     EXPECT_TRUE(string.FromUTF8(text, 0x80000000UL).IsEmpty());
-    EXPECT_TRUE(string.FromUTF8("", maxLen).IsEmpty());
+    EXPECT_TRUE(string.FromUTF8("", VLUnicodeString::maxLen).IsEmpty());
     EXPECT_TRUE(string.FromUTF8(nullptr, 2).IsEmpty());
 }
 
@@ -172,7 +167,8 @@ TEST_F(VLUnicodeStringInUTF8Locale, LooksNoFurtherThanTheCharactersAskedFor) {
 TEST_F(VLUnicodeStringInUTF8Locale, IsEmptyAfterUTF8ThatTheLocaleRefuses) {
     for (const char* text : {"\xff", "a\xff", "\xc3", "\xed\xa0\x80"}) {
         VLUnicodeString string(L"old");
-        EXPECT_EQ(string.FromUTF8(text, maxLen), VLUnicodeString()) << testing::PrintToString(text);
+        EXPECT_EQ(string.FromUTF8(text, VLUnicodeString::maxLen), VLUnicodeString())
+            << testing::PrintToString(text);
         EXPECT_EQ(string.Data(), nullptr);
     }
 }
@@ -202,7 +198,7 @@ TEST(VLUnicodeString, KeepsTheFirst510FormattedCharacters) {
         const std::wstring text(length, L'x');
         VLUnicodeString string;
         string.FromFormat(L"%ls", text.c_str());
-        EXPECT_EQ(characters(string), text.substr(0, 510)) << length;
+        EXPECT_EQ(wideText(string), text.substr(0, 510)) << length;
     }
 }
 

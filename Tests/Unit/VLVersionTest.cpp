@@ -1,5 +1,7 @@
 #include "Foundation/VLVersion.h"
 
+#include "Tests/Support/Texts.h"
+
 #include <climits>
 #include <gtest/gtest.h>
 
@@ -15,10 +17,6 @@ void expectFields(const VLVersion& version, int major_, int minor_, int revision
     EXPECT_EQ(fields, expected);
 }
 
-std::string text(const VLString& string) {
-    return string.ConstData();
-}
-
 } // namespace
 
 TEST(VLVersion, IsZeroAndNotValidAtFirst) {
@@ -29,7 +27,7 @@ TEST(VLVersion, IsZeroAndNotValidAtFirst) {
 TEST(VLVersion, IsValidWithAnyNumber) {
     for (const VLVersion& version : {VLVersion(1, 0, 0, 0), VLVersion(0, 1, 0, 0), VLVersion(0, 0, 1, 0),
                                      VLVersion(0, 0, 0, 1), VLVersion(0, 0, 0, -1)}) {
-        EXPECT_TRUE(version.IsValid()) << text(version.ToString(false));
+        EXPECT_TRUE(version.IsValid()) << bytesOf(version.ToString(false));
     }
 }
 
@@ -78,7 +76,7 @@ TEST(VLVersion, IsEqualWhenAllNumbersAre) {
     EXPECT_TRUE(version == VLVersion(1, 2, 3, 4));
     for (const VLVersion& other :
          {VLVersion(9, 2, 3, 4), VLVersion(1, 9, 3, 4), VLVersion(1, 2, 9, 4), VLVersion(1, 2, 3, 9)}) {
-        EXPECT_FALSE(version == other) << text(other.ToString(false));
+        EXPECT_FALSE(version == other) << bytesOf(other.ToString(false));
     }
 }
 
@@ -86,7 +84,7 @@ TEST(VLVersion, AnyLesserNumberMakesItLess) {
     const VLVersion version(5, 5, 5, 5);
     for (const VLVersion& other :
          {VLVersion(4, 5, 5, 5), VLVersion(5, 4, 5, 5), VLVersion(5, 5, 4, 5), VLVersion(5, 5, 5, 4)}) {
-        SCOPED_TRACE(text(other.ToString(false)));
+        SCOPED_TRACE(bytesOf(other.ToString(false)));
         EXPECT_TRUE(other < version);
         EXPECT_TRUE(other <= version);
         EXPECT_FALSE(other > version);
@@ -121,10 +119,10 @@ TEST(VLVersion, EqualOnesAreNeitherLessNorGreater) {
 }
 
 TEST(VLVersion, ShortFormLeavesOutTheRevision) {
-    EXPECT_EQ(text(VLVersion("1.2.3.4").ToString(false)), "1.2.3.4");
-    EXPECT_EQ(text(VLVersion("1.2.3.4").ToString(true)), "1.2.4");
-    EXPECT_EQ(text(VLVersion().ToString(true)), "0.0.0");
-    EXPECT_EQ(text(VLVersion(INT_MIN, INT_MAX, -1, 0).ToString(false)), "-2147483648.2147483647.-1.0");
+    EXPECT_EQ(bytesOf(VLVersion("1.2.3.4").ToString(false)), "1.2.3.4");
+    EXPECT_EQ(bytesOf(VLVersion("1.2.3.4").ToString(true)), "1.2.4");
+    EXPECT_EQ(bytesOf(VLVersion().ToString(true)), "0.0.0");
+    EXPECT_EQ(bytesOf(VLVersion(INT_MIN, INT_MAX, -1, 0).ToString(false)), "-2147483648.2147483647.-1.0");
 }
 
 TEST(VLVersion, NumberIsTheTextWithoutDots) {

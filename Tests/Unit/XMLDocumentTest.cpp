@@ -1,6 +1,7 @@
 #include "Utility/InstallUtility/XMLDocument.h"
 
 #include "Tests/Support/FileTree.h"
+#include "Tests/Support/ProcessorTime.h"
 #include "Tests/Support/TemporaryDirectory.h"
 #include "Tests/Support/VLStringPrinter.h"
 #include "Utility/InstallUtility/XMLTextCheck.h"
@@ -66,13 +67,6 @@ VLString attributeOfRoot(const std::string& xml) {
     EXPECT_TRUE(parse(xml, document));
     return document.RootElement() == nullptr ? VLString()
                                              : XMLDocument::Attribute(*document.RootElement(), "a");
-}
-
-template <class Action>
-double processorSeconds(Action action) {
-    const std::clock_t start = std::clock();
-    action();
-    return static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
 }
 
 /// Loads that text from a file.

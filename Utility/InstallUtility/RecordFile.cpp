@@ -19,7 +19,7 @@ using Saved = Machine::Saved;
 /// How often a save starts again because another run has saved meanwhile, or is saving: up to a minute. This
 /// happens only to runs that go on without the lock.
 constexpr int mostTries = 3000;
-constexpr std::chrono::milliseconds pauseBetweenTries{20};
+constexpr std::chrono::milliseconds pauseForOtherSave{20};
 
 bool isMissing(const FileContent& content) {
     return content.error == ENOENT || content.error == ENOTDIR;
@@ -86,7 +86,7 @@ void RecordFile::save(StatusFile& record, const std::function<void()>& enterAgai
             enterAgain();
             error = EBUSY;
         } else if (error == EBUSY) {
-            machine.pause(pauseBetweenTries); // another run is saving
+            machine.pause(pauseForOtherSave); // another run is saving
         } else {
             break;
         }

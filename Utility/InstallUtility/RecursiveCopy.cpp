@@ -12,7 +12,7 @@ namespace {
 using FileCopy = RunObserver::FileCopy;
 
 /// Debug lines name the walk, whichever step of it prints them.
-const char* const walk = "copyFilesRecursively";
+const char* const copyWalk = "copyFilesRecursively";
 
 bool exists(const VLString& path) {
     return FileLibrary::IsFileExists(path, false) || FileLibrary::IsDirectoryExists(path);
@@ -29,12 +29,12 @@ std::vector<VLString> targetsOf(const InstallUtility::InstallItem& item, const V
 }
 
 void logCopy(const VLString& source, const VLString& destination) {
-    SimpleLog::printLog(SimpleLog::Debug, __FILE__, walk, __LINE__, "Copy '%s' to '%s'", source.ConstData(),
-                        destination.ConstData());
+    SimpleLog::printLog(SimpleLog::Debug, __FILE__, copyWalk, __LINE__, "Copy '%s' to '%s'",
+                        source.ConstData(), destination.ConstData());
 }
 
 void logFailedCopy(const VLString& source, const VLString& destination, const FileNode& node) {
-    SimpleLog::printLog(node.ignoreInstallErrors ? SimpleLog::Warning : SimpleLog::Error, __FILE__, walk,
+    SimpleLog::printLog(node.ignoreInstallErrors ? SimpleLog::Warning : SimpleLog::Error, __FILE__, copyWalk,
                         __LINE__, "Failed to copy '%s' to '%s'", source.ConstData(), destination.ConstData());
 }
 
@@ -122,7 +122,7 @@ bool InstallUtility::copyFile(const FileNode& node, const VLString& source, cons
         return result != FileCopy::Failed;
     };
     if (!statusFile.needReplaceFile(treePath) && exists(destination)) {
-        SimpleLog::printLog(SimpleLog::Debug, __FILE__, walk, __LINE__, "Skipped file: %s",
+        SimpleLog::printLog(SimpleLog::Debug, __FILE__, copyWalk, __LINE__, "Skipped file: %s",
                             destination.ConstData());
         return end(FileCopy::Kept);
     }

@@ -9,7 +9,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr std::chrono::milliseconds pauseBetweenTries = 50ms;
+constexpr std::chrono::milliseconds pauseForOtherRun = 50ms;
 constexpr std::chrono::milliseconds patience = 10min;
 
 void waitForLock() {
@@ -26,7 +26,7 @@ void waitForLock() {
                 "The other install or uninstall has not ended for ten minutes. This one goes on.");
             return;
         }
-        waited += machine.pause(pauseBetweenTries);
+        waited += machine.pause(pauseForOtherRun);
     }
 }
 

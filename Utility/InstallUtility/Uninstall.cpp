@@ -14,7 +14,7 @@
 namespace {
 
 /// Debug lines name the walk, whichever step of it prints them.
-const char* const walk = "removeFilesRecursively";
+const char* const removeWalk = "removeFilesRecursively";
 
 /// How many folders the clean-up above an emptied target looks at, the target itself included.
 constexpr int highestClimb = 10;
@@ -48,7 +48,7 @@ void removeFileOrFolder(const VLString& path) {
         return;
     }
     if (!FileLibrary::IsDirectoryExists(path) || !FileLibrary::RemoveFolder(path)) {
-        SimpleLog::printLog(SimpleLog::Error, __FILE__, walk, __LINE__, "Cannot remove file '%s'",
+        SimpleLog::printLog(SimpleLog::Error, __FILE__, removeWalk, __LINE__, "Cannot remove file '%s'",
                             path.ConstData());
     }
 }
@@ -130,7 +130,7 @@ bool InstallUtility::removeFilesRecursively(const VLString& folder, const FileNo
 void InstallUtility::removeNode(const VLString& folder, const FileNode& node, const VLString& treePath,
                                 const InstallItem& item) {
     if (folder.IsSet() && !FileLibrary::IsDirectoryExists(folder)) {
-        SimpleLog::printLog(SimpleLog::Warning, __FILE__, walk, __LINE__, "Src path '%s' not found",
+        SimpleLog::printLog(SimpleLog::Warning, __FILE__, removeWalk, __LINE__, "Src path '%s' not found",
                             folder.ConstData());
         return;
     }
@@ -144,7 +144,7 @@ void InstallUtility::removeNode(const VLString& folder, const FileNode& node, co
         const auto subItem = item.items.find(name);
         if (subItem != item.items.end()) {
             if (!removeFilesRecursively(VLString(), child, childTreePath, subItem->second)) {
-                SimpleLog::printLog(SimpleLog::Warning, __FILE__, walk, __LINE__,
+                SimpleLog::printLog(SimpleLog::Warning, __FILE__, removeWalk, __LINE__,
                                     "Something goes wrong when deleting '%s' at '%s'", name.ConstData(),
                                     childTreePath.ConstData());
             }
@@ -157,10 +157,10 @@ void InstallUtility::removeNode(const VLString& folder, const FileNode& node, co
 
     if (node.isDirectory && node.children.empty() && statusFile.needRemove(treePath)) {
         for (const VLString& target : targets) {
-            SimpleLog::printLog(SimpleLog::Debug, __FILE__, walk, __LINE__, "Delete dir '%s'",
+            SimpleLog::printLog(SimpleLog::Debug, __FILE__, removeWalk, __LINE__, "Delete dir '%s'",
                                 target.ConstData());
             if (!FileLibrary::RemoveFolder(target)) {
-                SimpleLog::printLog(SimpleLog::Error, __FILE__, walk, __LINE__, "Failed to remove '%s'",
+                SimpleLog::printLog(SimpleLog::Error, __FILE__, removeWalk, __LINE__, "Failed to remove '%s'",
                                     target.ConstData());
             }
         }
@@ -174,7 +174,7 @@ void InstallUtility::removeChild(const FileNode& node, const VLString& path, con
     if (node.isDirectory) {
         removeFilesRecursively(path, node, treePath, InstallItem());
         if (statusFile.needRemove(treePath)) {
-            SimpleLog::printLog(SimpleLog::Debug, __FILE__, walk, __LINE__, "Delete empty dir '%s'",
+            SimpleLog::printLog(SimpleLog::Debug, __FILE__, removeWalk, __LINE__, "Delete empty dir '%s'",
                                 path.ConstData());
             FileLibrary::RemoveEmptyDirectory(path);
         }
@@ -184,7 +184,8 @@ void InstallUtility::removeChild(const FileNode& node, const VLString& path, con
     const bool bInUse = !statusFile.needRemove(treePath);
     VLString shortCut;
     if (!bInUse) {
-        SimpleLog::printLog(SimpleLog::Debug, __FILE__, walk, __LINE__, "Delete '%s'", path.ConstData());
+        SimpleLog::printLog(SimpleLog::Debug, __FILE__, removeWalk, __LINE__, "Delete '%s'",
+                            path.ConstData());
         removeFileOrFolder(path);
         if (node.IsShortCutInfoValid() && removeShortCut(path, node)) {
             createFullShortCutName(node, shortCut);

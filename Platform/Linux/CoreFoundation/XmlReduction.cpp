@@ -20,7 +20,7 @@ bool isContainer(std::string_view element) {
 
 class Reducer {
 public:
-    Reducer(std::string_view xml, std::size_t deepestNesting) : rest(xml), deepest(deepestNesting) {}
+    Reducer(std::string_view xml, std::size_t mostNesting) : rest(xml), deepest(mostNesting) {}
 
     std::optional<std::string> run() {
         while (!bDone) {

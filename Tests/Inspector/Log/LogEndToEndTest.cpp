@@ -1,4 +1,5 @@
 // What "log" tells about what the real program has printed, against what is on disk.
+#include "Tests/Inspector/Log/ReadLog.h"
 #include "Tests/Support/EndToEndTest.h"
 #include "Utility/InstallInspector/Log/LogReader.h"
 
@@ -18,15 +19,6 @@ using End = LoggedRun::End;
 using Kind = LoggedRun::Kind;
 using Outcome = LoggedFile::Outcome;
 
-RunLog read(const std::string& text) {
-    std::string bytes = text;
-    FILE* stream = fmemopen(bytes.data(), bytes.size(), "rb");
-    LogReader reader;
-    EXPECT_TRUE(reader.read(stream));
-    EXPECT_EQ(std::fclose(stream), 0);
-    return reader.finish();
-}
-
 class LogEndToEnd : public EndToEndTest {
 protected:
     /// Starts the command as a package's script would, with both streams in one log.
@@ -36,7 +28,7 @@ protected:
         all.insert(all.end(), command.begin(), command.end());
         all.insert(all.end(), more.begin(), more.end());
         result = root().run(all, options);
-        return read(result.standardOutput);
+        return readLog(result.standardOutput);
     }
     LoggedRun runOf(const std::vector<std::string>& command, const std::vector<std::string>& more = {},
                     const Options& options = {}) {
@@ -243,7 +235,7 @@ TEST_F(LogEndToEnd, AnAnswerInTheTerminalIsTold) {
         std::vector<std::string> command = installCommand(product());
         command.insert(command.end(), more.begin(), more.end());
         const ProgramResult cancelled = root().runInTerminal(command, {{"ancel: ", "c\n", {}}}, Options());
-        const RunLog log = read(shown(cancelled.standardOutput, "c"));
+        const RunLog log = readLog(shown(cancelled.standardOutput, "c"));
         ASSERT_EQ(log.runs.size(), 1U);
         ASSERT_EQ(log.runs[0].questions.size(), 1U);
         EXPECT_THAT(log.runs[0].questions[0].text, HasSubstr("blocking installation of 'Alpha'"));
@@ -254,7 +246,7 @@ TEST_F(LogEndToEnd, AnAnswerInTheTerminalIsTold) {
 
         const ProgramResult retried = root().runInTerminal(
             command, {{"ancel: ", "retry\n", [this] { root().remove(shared("Looks")); }}}, Options());
-        const RunLog again = read(shown(retried.standardOutput, "retry"));
+        const RunLog again = readLog(shown(retried.standardOutput, "retry"));
         ASSERT_EQ(again.runs.size(), 1U);
         EXPECT_EQ(again.runs[0].questions.at(0).answer, Answer::Retry);
         EXPECT_TRUE(root().exists(shared("Looks/Grey.look")));
@@ -269,7 +261,7 @@ TEST_F(LogEndToEnd, ATerminalThatDoesNotShowTheAnswerGoesOnInTheSameLine) {
     place(product());
     const ProgramResult cancelled =
         root().runInTerminal(installCommand(product()), {{"ancel: ", "c\n", {}}}, Options());
-    const RunLog log = read(cancelled.standardOutput);
+    const RunLog log = readLog(cancelled.standardOutput);
     ASSERT_EQ(log.runs.size(), 1U);
     EXPECT_EQ(log.runs[0].questions.at(0).answer, Answer::NotInLog);
     EXPECT_EQ(pathsWith(log.runs[0], Outcome::Failed), Lines{shared("Looks/Grey.look")});
@@ -573,7 +565,7 @@ TEST_F(LogEndToEnd, ARunThatWasKilledBreaksOff) {
         command.push_back(argument);
     }
     command.emplace_back("-v");
-    const RunLog log = read(root().run(command, options).standardOutput);
+    const RunLog log = readLog(root().run(command, options).standardOutput);
     ASSERT_EQ(log.runs.size(), 1U);
     EXPECT_EQ(log.runs[0].end, End::BreaksOff);
     EXPECT_THAT(log.runs[0].breakOff, HasSubstr("Killed"));
@@ -589,7 +581,7 @@ TEST_F(LogEndToEnd, ALogThatEndsAnywhereIsRead) {
     const std::size_t question = text.find("Warning: Installation warning");
     ASSERT_NE(question, std::string::npos);
     for (std::size_t size = 1; size < text.size(); ++size) {
-        const RunLog log = read(text.substr(0, size));
+        const RunLog log = readLog(text.substr(0, size));
         ASSERT_LE(log.runs.size(), 1U);
         if (log.runs.empty()) {
             EXPECT_LT(size, std::string("Checking file consistency in source folder").size());
@@ -622,7 +614,7 @@ TEST_F(LogEndToEnd, RunsThatFollowEachOtherInOneFileAreParted) {
     add({PrivateRoot::program, "-uninstall", "/none", "/none"});
     add(uninstallCommand(product()));
     add(installCommand(product()));
-    const RunLog log = read(text);
+    const RunLog log = readLog(text);
     std::vector<Kind> kinds;
     for (const LoggedRun& run : log.runs) {
         kinds.push_back(run.kind);

@@ -1,6 +1,8 @@
 // Logs that are made up: what stands between the lines of a run, what is missing, and what is too much.
 #include "Utility/InstallInspector/Log/LogReader.h"
 
+#include "Tests/Inspector/Log/ReadLog.h"
+
 #include <gmock/gmock.h>
 
 #include <chrono>
@@ -20,19 +22,9 @@ using Outcome = LoggedFile::Outcome;
 
 const std::string checking = "Checking file consistency in source folder\n";
 
-RunLog read(std::string text, std::size_t room = LogReader::usualRoom) {
-    LogReader reader(room);
-    if (!text.empty()) {
-        FILE* stream = fmemopen(text.data(), text.size(), "rb");
-        EXPECT_TRUE(reader.read(stream));
-        EXPECT_EQ(std::fclose(stream), 0);
-    }
-    return reader.finish();
-}
-
 /// The only run of a log.
 LoggedRun runOf(const std::string& text) {
-    RunLog log = read(text);
+    RunLog log = readLog(text);
     EXPECT_EQ(log.runs.size(), 1U) << text;
     return log.runs.empty() ? LoggedRun() : log.runs.front();
 }
@@ -70,17 +62,18 @@ std::string inSystemLog(const std::string& text, const std::string& writer = "pa
 } // namespace
 
 TEST(LogReader, WithoutARunThereIsNothing) {
-    EXPECT_THAT(read("").runs, IsEmpty());
-    EXPECT_THAT(read("a line\nError: another\ncp: a: b\nInstallation warning\n-v - show debug logs\n").runs,
-                IsEmpty());
-    EXPECT_EQ(read("a\nb").lines, 2U);
+    EXPECT_THAT(readLog("").runs, IsEmpty());
+    EXPECT_THAT(
+        readLog("a line\nError: another\ncp: a: b\nInstallation warning\n-v - show debug logs\n").runs,
+        IsEmpty());
+    EXPECT_EQ(readLog("a\nb").lines, 2U);
 }
 
 TEST(LogReader, OtherLinesBetweenAreLeftOut) {
     const std::string text = checking + "mkdir: /t: File exists\ncp: /t/a: Not a directory\n" +
                              failed("/s/VorlaneFX/a", "/t/a") + asked("x") + failed("/s/VorlaneFX/a", "/t/a");
-    const RunLog plain = read(text);
-    const RunLog log = read("first line\n" + inSystemLog(text) + "last line\n");
+    const RunLog plain = readLog(text);
+    const RunLog log = readLog("first line\n" + inSystemLog(text) + "last line\n");
     ASSERT_EQ(log.runs.size(), 1U);
     const LoggedRun& run = log.runs[0];
     EXPECT_EQ(run.writer, "package_script_service[84]: ./postinstall");
@@ -102,8 +95,8 @@ TEST(LogReader, RunsOfSeveralWritersAtOnceAreParted) {
     const std::string a = "Nov 22 10:20:30 host a[1]: ";
     const std::string b = "Nov 22 10:20:31 host b[2]: ";
     const std::string wait = "Another install or uninstall is running. Waiting for its end.\n";
-    const RunLog log = read(a + checking + b + checking + a + copied("/s/VorlaneFX/a", "/a") + b + wait + a +
-                            failed("/s/VorlaneFX/a", "/a") + b + copied("/s/VorlaneFX/b", "/b"));
+    const RunLog log = readLog(a + checking + b + checking + a + copied("/s/VorlaneFX/a", "/a") + b + wait +
+                               a + failed("/s/VorlaneFX/a", "/a") + b + copied("/s/VorlaneFX/b", "/b"));
     ASSERT_EQ(log.runs.size(), 2U);
     EXPECT_EQ(log.runs[0].count(Outcome::Failed), 1U);
     EXPECT_EQ(log.runs[1].count(Outcome::Copied), 1U);
@@ -114,8 +107,8 @@ TEST(LogReader, RunsOfSeveralWritersAtOnceAreParted) {
 }
 
 TEST(LogReader, ALineWithoutBeginningGoesOnWithTheOneBefore) {
-    const RunLog log = read("Nov 22 10:20:30 host a[1]: " + checking + "cp: /t/a: No space\n" +
-                            failed("/s/VorlaneFX/a", "/t/a"));
+    const RunLog log = readLog("Nov 22 10:20:30 host a[1]: " + checking + "cp: /t/a: No space\n" +
+                               failed("/s/VorlaneFX/a", "/t/a"));
     ASSERT_EQ(log.runs.size(), 1U);
     EXPECT_THAT(log.runs[0].files.at(0).tools, ElementsAre("cp: /t/a: No space"));
 }
@@ -228,7 +221,7 @@ TEST(LogReader, ALogThatBeginsInTheMiddleIsToldAsSuch) {
     EXPECT_FALSE(run.bChecked);
     EXPECT_EQ(run.kind, Kind::Install);
     EXPECT_EQ(run.verdict(), Verdict::CannotTell);
-    EXPECT_EQ(read(copied("/s/VorlaneFX/a", "/t/a")).verdict(), Verdict::CannotTell);
+    EXPECT_EQ(readLog(copied("/s/VorlaneFX/a", "/t/a")).verdict(), Verdict::CannotTell);
     EXPECT_FALSE(runOf(checking + copied("/s/VorlaneFX/a", "/t/a")).bBeginningMissing);
     // What an uninstall says at first is any of its lines.
     EXPECT_FALSE(runOf(removed("/a")).bBeginningMissing);
@@ -335,21 +328,21 @@ TEST(LogReader, WhatMayComeBeforeAnInstallBelongsToIt) {
     EXPECT_EQ(run.kind, Kind::Install);
     EXPECT_EQ(run.firstLine, 1U);
     EXPECT_FALSE(run.bBeginningMissing);
-    EXPECT_EQ(read(removed("/a") + home + checking).runs.size(), 2U);
+    EXPECT_EQ(readLog(removed("/a") + home + checking).runs.size(), 2U);
 }
 
 TEST(LogReader, AnUninstallThatFollowsAnotherIsParted) {
     const std::string begins =
         "rmdir: failed to remove '/Applications/Vorlane Uninstallers/': Directory not empty\n";
-    EXPECT_EQ(read(removed("/a") + begins + removed("/b")).runs.size(), 2U);
-    EXPECT_EQ(read(checking + begins).runs.size(), 2U);
-    EXPECT_EQ(read(removed("/a") +
-                   "Warning: The record does not list the product 'B'. No count is lowered.\n" +
-                   removed("/b"))
+    EXPECT_EQ(readLog(removed("/a") + begins + removed("/b")).runs.size(), 2U);
+    EXPECT_EQ(readLog(checking + begins).runs.size(), 2U);
+    EXPECT_EQ(readLog(removed("/a") +
+                      "Warning: The record does not list the product 'B'. No count is lowered.\n" +
+                      removed("/b"))
                   .runs.size(),
               2U);
-    EXPECT_EQ(read(begins + "Warning: The record does not list the product 'B'. No count is lowered.\n" +
-                   removed("/b"))
+    EXPECT_EQ(readLog(begins + "Warning: The record does not list the product 'B'. No count is lowered.\n" +
+                      removed("/b"))
                   .runs.size(),
               1U);
 }
@@ -358,7 +351,7 @@ TEST(LogReader, AnUninstallWithoutDefinitionIsPartedFromWhatStandsBefore) {
     const std::string missing = "Error: Postflight failed: sku xml not found\n"
                                 "Error: Error! Source dir '/a/sku.xml' is empty\n\n";
     for (const std::string& before : {checking, removed("/a")}) {
-        const RunLog log = read(before + missing);
+        const RunLog log = readLog(before + missing);
         ASSERT_EQ(log.runs.size(), 2U);
         EXPECT_EQ(log.runs[0].lastLine, 1U);
         EXPECT_EQ(log.runs[0].verdict(), Verdict::Safe);
@@ -369,13 +362,13 @@ TEST(LogReader, AnUninstallWithoutDefinitionIsPartedFromWhatStandsBefore) {
         EXPECT_EQ(log.runs[1].messages[0].text, "Postflight failed: sku xml not found");
     }
     // The definition disappeared during the install.
-    EXPECT_EQ(read(checking + "Error: Postflight failed: sku xml not found\n").runs.size(), 1U);
+    EXPECT_EQ(readLog(checking + "Error: Postflight failed: sku xml not found\n").runs.size(), 1U);
 }
 
 TEST(LogReader, AVeryLongLineIsReadInPart) {
     const std::string tail(3 * LogReader::longestLine, 'x');
-    const RunLog log = read(tail + "\n" + checking + tail + "\n" + copied("/s/VorlaneFX/a", "/t/" + tail) +
-                            copied("/s/VorlaneFX/b", "/t/b"));
+    const RunLog log = readLog(tail + "\n" + checking + tail + "\n" + copied("/s/VorlaneFX/a", "/t/" + tail) +
+                               copied("/s/VorlaneFX/b", "/t/b"));
     EXPECT_EQ(log.lines, 5U);
     ASSERT_EQ(log.runs.size(), 1U);
     ASSERT_EQ(log.runs[0].files.size(), 2U);

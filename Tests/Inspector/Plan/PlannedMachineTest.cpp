@@ -2,6 +2,7 @@
 #include "Utility/InstallInspector/Plan/PlannedMachine.h"
 
 #include "Tests/Support/FileTree.h"
+#include "Tests/Support/Random.h"
 #include "Tests/Support/ScopedEnvironment.h"
 #include "Tests/Support/TemporaryDirectory.h"
 #include "Utility/InstallInspector/Report/Finding.h"
@@ -353,12 +354,6 @@ TEST_F(PlannedMachineTest, TouchesAFolderAndMakesAFile) {
 // Any commands, one after the other, among links that lead anywhere
 
 namespace {
-
-using Random = std::mt19937;
-
-std::size_t below(Random& random, std::size_t end) {
-    return std::uniform_int_distribution<std::size_t>(0, end - 1)(random);
-}
 
 /// Mostly something that is there.
 std::string randomPath(Random& random) {

@@ -2,6 +2,7 @@
 // what the run then does, and its verdict against who has what on the disk before and afterwards.
 #include "Tests/Support/EndToEndTest.h"
 #include "Tests/Support/FullRun.h"
+#include "Tests/Support/Random.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -23,8 +24,6 @@ namespace {
 
 using Json = nlohmann::json;
 using Lines = FileTree::Lines;
-using Random = std::mt19937;
-
 const char* const statusFolder = "/Library/Application Support/Vorlane";
 const char* const recordPath = "/Library/Application Support/Vorlane/InstallationStatusFile.xml";
 const char* const uninstallers = "/Applications/Vorlane Uninstallers/";
@@ -35,10 +34,6 @@ const std::vector<std::string> users = {"anna", "ben"};
 
 bool happens(Random& random, int percent) {
     return std::uniform_int_distribution<int>(1, 100)(random) <= percent;
-}
-
-std::size_t below(Random& random, std::size_t end) {
-    return std::uniform_int_distribution<std::size_t>(0, end - 1)(random);
 }
 
 template <class Container>

@@ -1,16 +1,13 @@
 #include "Utility/InstallInspector/Author/EditableDefinition.h"
 
 #include "Platform/Utf8.h"
+#include "Utility/InstallInspector/Author/Characters.h"
 
 #include <algorithm>
 #include <cctype>
 #include <cstring>
 
 namespace {
-
-bool isBlank(char c) {
-    return c == ' ' || c == '\t';
-}
 
 bool isSpace(char c) {
     return isBlank(c) || c == '\n' || c == '\r';

@@ -1,5 +1,6 @@
 #include "Utility/InstallInspector/Author/EntryWriter.h"
 
+#include "Utility/InstallInspector/Author/Characters.h"
 #include "Utility/InstallInspector/Documents/LookAlike.h"
 #include "Utility/InstallInspector/Documents/Placeholders.h"
 #include "Utility/InstallInspector/Documents/Vocabulary.h"
@@ -34,10 +35,6 @@ std::string shellFaultOf(const std::string& name) {
     default:
         return "";
     }
-}
-
-bool isBlank(char c) {
-    return c == ' ' || c == '\t';
 }
 
 } // namespace

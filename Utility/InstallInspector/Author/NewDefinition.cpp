@@ -2,6 +2,7 @@
 
 #include "Foundation/VLVersion.h"
 #include "Platform/Utf8.h"
+#include "Utility/InstallInspector/Author/Characters.h"
 #include "Utility/InstallInspector/Report/Finding.h"
 #include "Utility/InstallUtility/KnownNames.h"
 
@@ -11,10 +12,6 @@
 #include <string>
 
 namespace {
-
-bool hasControlCharacter(const std::string& text) {
-    return std::any_of(text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; });
-}
 
 /// Up to four numbers with dots between them, none of them beyond 32 bits.
 bool isVersionText(const std::string& text) {

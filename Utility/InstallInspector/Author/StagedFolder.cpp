@@ -1,6 +1,7 @@
 #include "Utility/InstallInspector/Author/StagedFolder.h"
 
 #include "Platform/Utf8.h"
+#include "Utility/InstallInspector/Author/Characters.h"
 #include "Utility/InstallInspector/Documents/LookAlike.h"
 #include "Utility/InstallInspector/Report/Finding.h"
 #include "Utility/InstallUtility/KnownNames.h"
@@ -23,7 +24,7 @@
 
 namespace {
 
-using Kind = StagedNode::Kind;
+using NodeKind = StagedNode::Kind;
 using Omission = StagedNode::Omission;
 using Parts = std::vector<std::string>;
 
@@ -44,10 +45,6 @@ bool endsWithAnyCase(const std::string& name, const std::string& ending) {
 bool hasBundleName(const std::string& name) {
     return std::any_of(std::begin(bundleEndings), std::end(bundleEndings),
                        [&](const char* ending) { return endsWithAnyCase(name, ending); });
-}
-
-bool hasControlCharacter(const std::string& name) {
-    return std::any_of(name.begin(), name.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; });
 }
 
 /// The names in a path, without the empty ones and ".".
@@ -138,12 +135,12 @@ private:
 
     void fault(const std::string& text) { remarks.fault(pathInside(), text); }
 
-    Kind kindOf(const dirent& entry, const std::string& name) {
+    NodeKind kindOf(const dirent& entry, const std::string& name) {
         switch (entry.d_type) {
         case DT_DIR:
-            return Kind::Folder;
+            return NodeKind::Folder;
         case DT_REG:
-            return Kind::File;
+            return NodeKind::File;
         case DT_UNKNOWN:
         case DT_LNK:
         default:
@@ -153,14 +150,14 @@ private:
     }
 
     /// What needs a closer look counts as a loose link until it gets it.
-    static Kind kindOfOther(const std::string& file) {
+    static NodeKind kindOfOther(const std::string& file) {
         struct stat status = {};
         if (lstat(file.c_str(), &status) != 0) {
-            return Kind::LooseLink;
+            return NodeKind::LooseLink;
         }
-        return S_ISDIR(status.st_mode)   ? Kind::Folder
-               : S_ISREG(status.st_mode) ? Kind::File
-                                         : Kind::LooseLink;
+        return S_ISDIR(status.st_mode)   ? NodeKind::Folder
+               : S_ISREG(status.st_mode) ? NodeKind::File
+                                         : NodeKind::LooseLink;
     }
 
     static bool isEmpty(int folder, const char* name) {
@@ -181,7 +178,7 @@ private:
             if (child.name != "." && child.name != "..") {
                 child.kind = kindOf(*entry, child.name);
                 child.omission = omissionOf(child.name);
-                child.bEmpty = child.kind == Kind::File && isEmpty(dirfd(names.get()), entry->d_name);
+                child.bEmpty = child.kind == NodeKind::File && isEmpty(dirfd(names.get()), entry->d_name);
                 node.children.push_back(std::move(child));
             }
             errno = 0;
@@ -230,15 +227,15 @@ private:
         }
         if (depth > deepest) {
             fault("lies more than " + std::to_string(deepest) + " folders deep, where no definition reaches");
-        } else if (node.kind == Kind::Folder) {
+        } else if (node.kind == NodeKind::Folder) {
             read(node, depth);
-        } else if (node.kind == Kind::LooseLink) {
+        } else if (node.kind == NodeKind::LooseLink) {
             lookCloser(node);
         }
     }
 
     void lookCloser(StagedNode& node) {
-        node.kind = Kind::File; // so that what a fault is told of is not told of twice
+        node.kind = NodeKind::File; // so that what a fault is told of is not told of twice
         struct stat status = {};
         if (lstat(path.c_str(), &status) != 0) {
             fault(std::string("cannot be read: ") + std::strerror(errno));
@@ -279,7 +276,7 @@ private:
         std::string end;
         const int error = resolve(path, end);
         if (error == ENOENT || error == ENOTDIR) {
-            node.kind = Kind::LooseLink;
+            node.kind = NodeKind::LooseLink;
             return;
         }
         if (error != 0) {
@@ -313,9 +310,9 @@ private:
             if (beginsWith(partsOf(own), realEnd)) {
                 fault("is a link to a folder that holds it");
             }
-            node.kind = Kind::LinkToFolder;
+            node.kind = NodeKind::LinkToFolder;
         } else if (S_ISREG(status.st_mode)) {
-            node.kind = Kind::File;
+            node.kind = NodeKind::File;
         } else {
             fault("is a link to what is neither a file nor a folder");
         }
@@ -347,7 +344,7 @@ bool StagedFolder::read(const std::string& path, const LeftOut& leftOut, Remarks
         folder.pop_back();
     }
     top = StagedNode();
-    top.kind = Kind::Folder;
+    top.kind = NodeKind::Folder;
     Reader(folder, leftOut, remarks, progress).read(top, 0);
     return true;
 }

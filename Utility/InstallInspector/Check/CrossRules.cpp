@@ -13,10 +13,6 @@ using TargetItem = Product::TargetItem;
 using TreeNode = Product::TreeNode;
 using TreeNodes = std::vector<const TreeNode*>;
 
-Location atNode(const Product& product, const TreeNode& node) {
-    return product.definitionFile.at(*node.element, "fileName");
-}
-
 Location atItem(const Product& product, const TargetItem& item) {
     return product.targetsFile.at(*item.element, "name");
 }
@@ -26,15 +22,6 @@ std::vector<std::string> namesOf(const std::vector<const TargetItem*>& items) {
     names.reserve(items.size());
     for (const TargetItem* item : items) {
         names.push_back(toString(item->name));
-    }
-    return names;
-}
-
-std::vector<std::string> namesOf(const TreeNodes& nodes) {
-    std::vector<std::string> names;
-    names.reserve(nodes.size());
-    for (const TreeNode* node : nodes) {
-        names.push_back(toString(node->node->name));
     }
     return names;
 }

@@ -24,13 +24,6 @@ Location at(const Product& product, const TiXmlElement& element, const char* att
     return product.definitionFile.at(element, attribute);
 }
 
-/// The place of an attribute of `sku`, of `sku`, or of `product` without one.
-Location atIdentity(const Product& product, const char* attribute) {
-    const Entry* sku = product.definitionFile.find(Kind::Sku);
-    return at(product, *(sku != nullptr ? sku : product.definitionFile.find(Kind::Product))->element,
-              attribute);
-}
-
 std::string quoted(const std::string& text) {
     return "\"" + text + "\"";
 }
@@ -451,11 +444,10 @@ void nameTooLong(const Product& product, const Report& report) {
 }
 
 bool hasKnownPlaceholder(const VLString& name) {
-    using Placeholder = Pattern::Placeholder;
     const auto placeholders = placeholdersIn(name, false);
     return name.HasOf(name.IndexOfIgnoreCase("%FAMILY%", 0)) ||
-           std::any_of(placeholders.begin(), placeholders.end(), [](const Placeholder& placeholder) {
-               return placeholder.kind != Placeholder::Kind::Unknown;
+           std::any_of(placeholders.begin(), placeholders.end(), [](const Pattern::Placeholder& placeholder) {
+               return placeholder.kind != Pattern::Placeholder::Kind::Unknown;
            });
 }
 

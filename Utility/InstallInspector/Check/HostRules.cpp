@@ -87,15 +87,6 @@ const TreeNode* hostFolder(const Product& product, const VLString& name) {
     return folder != nullptr && folder->node->isDirectory ? folder : nullptr;
 }
 
-std::vector<std::string> namesOf(const std::vector<const TreeNode*>& nodes) {
-    std::vector<std::string> names;
-    names.reserve(nodes.size());
-    for (const TreeNode* node : nodes) {
-        names.push_back(toString(node->node->name));
-    }
-    return names;
-}
-
 // Hosts
 
 /// Whether unknown-host speaks of it: it is nearly a known name.

@@ -13,18 +13,9 @@ namespace {
 
 using TreeNode = Product::TreeNode;
 
-Location atIdentity(const Product& product, const char* attribute) {
-    const auto* sku = product.definitionFile.find(Kind::Sku);
-    return product.definitionFile.at(*sku->element, attribute);
-}
-
 /// Where the other one stands, as part of a sentence.
 std::string inFile(const Location& where) {
     return printable(where.file) + ", line " + std::to_string(where.line);
-}
-
-Location atNode(const Product& product, const TreeNode& node) {
-    return product.definitionFile.at(*node.element, "fileName");
 }
 
 /// Products with a <sku> to point at.

@@ -119,3 +119,22 @@ std::vector<Finding> checkLine(const ProductLine& line) {
 std::vector<Finding> checkProduct(const Product& product) {
     return checkLine({{&product}, {}});
 }
+
+Location atIdentity(const Product& product, const char* attribute) {
+    const auto* sku = product.definitionFile.find(Kind::Sku);
+    const auto* place = sku != nullptr ? sku : product.definitionFile.find(Kind::Product);
+    return product.definitionFile.at(*place->element, attribute);
+}
+
+Location atNode(const Product& product, const Product::TreeNode& node) {
+    return product.definitionFile.at(*node.element, "fileName");
+}
+
+std::vector<std::string> namesOf(const std::vector<const Product::TreeNode*>& nodes) {
+    std::vector<std::string> names;
+    names.reserve(nodes.size());
+    for (const Product::TreeNode* node : nodes) {
+        names.push_back(toString(node->node->name));
+    }
+    return names;
+}

@@ -67,6 +67,14 @@ const std::vector<Rule>& suppressionRules();   ///< Suppressions.cpp: what was t
 
 std::vector<Rule> allRules();
 
+// What several groups point at and name.
+
+/// The place of an attribute of `sku`, of `sku`, or of `product` without one.
+Location atIdentity(const Product& product, const char* attribute);
+/// The place of the node's name.
+Location atNode(const Product& product, const Product::TreeNode& node);
+std::vector<std::string> namesOf(const std::vector<const Product::TreeNode*>& nodes);
+
 /// The findings of all rules but those that are to be ignored, sorted.
 std::vector<Finding> checkLine(const ProductLine& line);
 /// The same of one product.

@@ -25,15 +25,6 @@ bool isShared(const Product& product) {
     return product.definition.skuInfo.ID == commonId;
 }
 
-Location atNode(const Product& product, const TreeNode& node) {
-    return product.definitionFile.at(*node.element, "fileName");
-}
-
-Location atId(const Product& product) {
-    const auto* sku = product.definitionFile.find(Kind::Sku);
-    return product.definitionFile.at(*sku->element, "ID");
-}
-
 // The record
 
 /// Whether the file, or what the folder holds, lies where the record does: the folder is that of the record.
@@ -182,7 +173,7 @@ void commonDefinitionOutdated(const Product& product, const Report& report) {
     }
     const bool bHarm = !removesTheSame(copy, product.definition);
     report.as(bHarm ? Severity::Error : Severity::Warning)(
-        atId(product), quotedText(path) + " is not a copy of this definition",
+        atIdentity(product, "ID"), quotedText(path) + " is not a copy of this definition",
         bHarm ? "The uninstall of the last product goes by the copy: what it does not list is left behind."
               : "It lists the same files, and has another name or build: it is not the one of this version.",
         "Copy this file there whenever it changes, best in the script that builds the package.");
@@ -206,7 +197,8 @@ bool lists(const Product& product, std::initializer_list<const char*> path) {
 void commonApplicationManager(const Product& product, const Report& report) {
     if (isShared(product) && !product.tree.empty() &&
         !lists(product, {Branch::shared, "Common", "ApplicationManager.app"})) {
-        report(atId(product), "the shared package does not install VorlaneFX/Common/ApplicationManager.app",
+        report(atIdentity(product, "ID"),
+               "the shared package does not install VorlaneFX/Common/ApplicationManager.app",
                "Its install makes the link /Applications/Vorlane Application Manager.app to exactly this "
                "name: the "
                "customer gets a link that leads nowhere.",

@@ -24,7 +24,7 @@ void forEachCondition(const Product& product, Visitor visit) {
     });
 }
 
-Location at(const Product& product, const TiXmlElement& element, const char* attribute) {
+Location atTarget(const Product& product, const TiXmlElement& element, const char* attribute) {
     return product.targetsFile.at(element, attribute);
 }
 
@@ -66,7 +66,7 @@ bool hasOperands(const Product& product, const Entry& entry) {
 void itemWithoutName(const Product& product, const Report& report) {
     product.targetsFile.forEach({Kind::Item}, [&](const Entry& entry) {
         if (attributeOf(*entry.element, "name").IsEmpty()) {
-            report(at(product, *entry.element, "name"), "an <item> without name",
+            report(atTarget(product, *entry.element, "name"), "an <item> without name",
                    "The engine passes it over with all its paths and items.",
                    "Write name=\"VorlaneFX\", \"Hosts\", \"Content\", the name of a host, or that of a "
                    "directory "
@@ -78,7 +78,7 @@ void itemWithoutName(const Product& product, const Report& report) {
 void pathWithoutValue(const Product& product, const Report& report) {
     product.targetsFile.forEach({Kind::Path}, [&](const Entry& entry) {
         if (attributeOf(*entry.element, "value").IsEmpty()) {
-            report(at(product, *entry.element, "value"), "a <path> without value",
+            report(atTarget(product, *entry.element, "value"), "a <path> without value",
                    "The engine passes it over with its condition: nothing is installed there.",
                    "Write value=\"/...\" with the folder.");
         }
@@ -88,7 +88,7 @@ void pathWithoutValue(const Product& product, const Report& report) {
 void conditionWithoutValue(const Product& product, const Report& report) {
     forEachCondition(product, [&](const Entry& entry, Condition::ConditionType type) {
         if (type != Condition::None && !combines(type) && attributeOf(*entry.element, "value").IsEmpty()) {
-            report(at(product, *entry.element, "value"),
+            report(atTarget(product, *entry.element, "value"),
                    "a condition " + quotedType(entry) + " without value",
                    "It tests nothing and " + always(holdsForNothing(type)) + ".",
                    readsRegistry(type) ? "Write value=\"%REGKEY:key::value name%\"."
@@ -105,7 +105,7 @@ void unknownConditionType(const Product& product, const Report& report) {
             return;
         }
         const VLString text = attributeOf(*entry.element, "type");
-        report(at(product, *entry.element, "type"),
+        report(atTarget(product, *entry.element, "type"),
                text.IsEmpty() ? "a condition without type" : "unknown condition type " + quotedText(text),
                "A condition of no known type always holds.", adviseOneOf(text, conditionNames()));
     });
@@ -114,7 +114,8 @@ void unknownConditionType(const Product& product, const Report& report) {
 void noOperands(const Product& product, const Report& report) {
     forEachCondition(product, [&](const Entry& entry, Condition::ConditionType type) {
         if (combines(type) && !hasOperands(product, entry)) {
-            report(at(product, *entry.element, "type"), quotedType(entry) + " without conditions inside it",
+            report(atTarget(product, *entry.element, "type"),
+                   quotedType(entry) + " without conditions inside it",
                    std::string("It ") + always(type == Condition::And) + ".",
                    "Write its conditions as <condition> elements inside it.");
         }
@@ -124,7 +125,8 @@ void noOperands(const Product& product, const Report& report) {
 void operandsIgnored(const Product& product, const Report& report) {
     forEachCondition(product, [&](const Entry& entry, Condition::ConditionType type) {
         if (!combines(type) && type != Condition::None && hasOperands(product, entry)) {
-            report(at(product, *entry.element, "type"), "conditions inside one of type " + quotedType(entry),
+            report(atTarget(product, *entry.element, "type"),
+                   "conditions inside one of type " + quotedType(entry),
                    "Only And and Or look at the conditions inside them: these have no effect.",
                    "Put this condition and those inside it side by side into a <condition type=\"And\"> or "
                    "\"Or\".");
@@ -135,7 +137,7 @@ void operandsIgnored(const Product& product, const Report& report) {
 void valueIgnored(const Product& product, const Report& report) {
     forEachCondition(product, [&](const Entry& entry, Condition::ConditionType type) {
         if (combines(type) && findAttribute(*entry.element, "value") != nullptr) {
-            report(at(product, *entry.element, "value"), "a value for " + quotedType(entry),
+            report(atTarget(product, *entry.element, "value"), "a value for " + quotedType(entry),
                    "And and Or do not look at their own value: it is not tested.",
                    "Put a <condition> with that value inside it.");
         }
@@ -157,7 +159,7 @@ void familyInCondition(const Product& product, const Report& report) {
     forEachCondition(product, [&](const Entry& entry, Condition::ConditionType type) {
         const VLString value = attributeOf(*entry.element, "value");
         if (!combines(type) && value.HasOf(value.IndexOf("%FAMILY%", 0))) {
-            report(at(product, *entry.element, "value"), "%FAMILY% in a condition",
+            report(atTarget(product, *entry.element, "value"), "%FAMILY% in a condition",
                    readsRegistry(type) || type == Condition::None
                        ? "It is replaced in paths only and stays in the value as it stands."
                        : "It is replaced in paths only: the engine looks for a name that has the text "
@@ -178,7 +180,7 @@ void registryTestWithoutPlaceholder(const Product& product, const Report& report
         // What stands around a placeholder is there whatever the registry holds.
         if (withoutPlaceholders(value).IsSet()) {
             report(
-                at(product, *entry.element, "value"),
+                atTarget(product, *entry.element, "value"),
                 quotedType(entry) + " of " + quotedText(value) +
                     ", which is not a registry placeholder alone",
                 "The test is only whether the filled-in value is empty, which text outside the placeholder "
@@ -197,7 +199,7 @@ void bundleAsFile(const Product& product, const Report& report) {
         }
         for (const char* ending : {".app", ".app/", ".bundle", ".plugin", ".framework", "/"}) {
             if (value.EndsWith(ending)) {
-                report(at(product, *entry.element, "type"),
+                report(atTarget(product, *entry.element, "type"),
                        quotedType(entry) + " of " + quotedText(value) + ", which is a folder",
                        "Only regular files count: the condition " + always(holdsForNothing(type)) + ".",
                        type == Condition::FileExist ? "Write type=\"PathExist\"."
@@ -225,7 +227,7 @@ template <class Visitor>
 void forEachPlaceholder(const Product& product, Visitor visit) {
     forEachPattern(product, [&](const Entry& entry, const VLString& value, bool bPath) {
         for (const Placeholder& placeholder : placeholdersIn(value, bPath)) {
-            visit(at(product, *entry.element, "value"), placeholder);
+            visit(atTarget(product, *entry.element, "value"), placeholder);
         }
     });
 }
@@ -296,7 +298,7 @@ void registryPlaceholder(const Product& product, const Report& report) {
 void lonePercent(const Product& product, const Report& report) {
     forEachPattern(product, [&](const Entry& entry, const VLString& value, bool) {
         if (hasLonePercentSign(value)) {
-            report(at(product, *entry.element, "value"), "a percent sign that no second one closes",
+            report(atTarget(product, *entry.element, "value"), "a percent sign that no second one closes",
                    "It stays in the name as it stands.",
                    "Close the placeholder with \"%\", or leave the sign out of the path.");
         }
@@ -316,7 +318,7 @@ void relativePath(const Product& product, const Report& report) {
         if (value[0] == '/' || bRegistry) {
             return;
         }
-        report(at(product, *entry.element, "value"),
+        report(atTarget(product, *entry.element, "value"),
                "the path " + quotedText(value) + " does not begin with \"/\"",
                value[0] == '~'
                    ? "Nothing expands \"~\": it is the name of a folder below whatever folder the "
@@ -332,7 +334,7 @@ void shellCharacterInPath(const Product& product, const Report& report) {
     product.targetsFile.forEach({Kind::Path}, [&](const Entry& entry) {
         const VLString value = attributeOf(*entry.element, "value");
         if (const auto fault = shellCharacterIn(withoutPlaceholders(value))) {
-            report(at(product, *entry.element, "value"), fault->message, fault->consequence,
+            report(atTarget(product, *entry.element, "value"), fault->message, fault->consequence,
                    "Choose a folder whose path does not have the character.");
         }
     });
@@ -341,7 +343,7 @@ void shellCharacterInPath(const Product& product, const Report& report) {
 void controlCharacterInPath(const Product& product, const Report& report) {
     forEachPattern(product, [&](const Entry& entry, const VLString& value, bool) {
         if (const auto fault = controlCharacterIn(value)) {
-            report(at(product, *entry.element, "value"), fault->message, fault->consequence,
+            report(atTarget(product, *entry.element, "value"), fault->message, fault->consequence,
                    "Write the path on one line, without it.");
         }
     });
@@ -363,7 +365,7 @@ void targetInApplication(const Product& product, const Report& report) {
         const std::string application = foreignApplication(value);
         if (!application.empty()) {
             report(
-                at(product, *entry.element, "value"),
+                atTarget(product, *entry.element, "value"),
                 "a target inside the application " + quotedText(toVLString(application)),
                 "What is added breaks the signature of another maker's application, which may not start any "
                 "more; macOS may refuse the copy, and an update of the application takes the files away.",
@@ -388,7 +390,7 @@ void targetNotWritable(const Product& product, const Report& report) {
     product.targetsFile.forEach({Kind::Path}, [&](const Entry& entry) {
         const VLString value = attributeOf(*entry.element, "value");
         if (value[0] == '/' && !isWritable(value)) {
-            report(at(product, *entry.element, "value"),
+            report(atTarget(product, *entry.element, "value"),
                    quotedText(value) + " is on the volume of the system, which nobody can write to",
                    "On macOS nothing can be copied there: the customer is told that something blocks the "
                    "installation.",
@@ -410,7 +412,7 @@ void duplicateItem(const Product& product, const Report& report) {
     for (const auto& [key, siblings] : groups) {
         for (const Entry* entry : siblings) {
             if (entry != siblings.back()) {
-                report(at(product, *entry->element, "name"),
+                report(atTarget(product, *entry->element, "name"),
                        "the item " + quotedText(key.second) + " stands in " +
                            lineOf(*siblings.back()->element) + " too",
                        "The later one replaces this one whole: none of its paths and items counts.",
@@ -431,7 +433,7 @@ void itemCaseConflict(const Product& product, const Report& report) {
             const bool bLater = comesBefore(*found->second->element, *child->element);
             const TargetItem* first = bLater ? found->second : child;
             const TargetItem* second = bLater ? child : found->second;
-            report(at(product, *second->element, "name"),
+            report(atTarget(product, *second->element, "name"),
                    "the items " + quotedText(second->name) + " and " + quotedText(first->name) + " of " +
                        lineOf(*first->element) + " differ only in case",
                    "Items are found by their exact name: only one of them can match the tree.",
@@ -450,7 +452,7 @@ void duplicatePath(const Product& product, const Report& report) {
         const std::pair<const Entry*, VLString> key = {entry.parent, value.ToLower()};
         const auto first = unconditional.find(key);
         if (first != unconditional.end()) {
-            report(at(product, *entry.element, "value"),
+            report(atTarget(product, *entry.element, "value"),
                    "the path " + quotedText(value) + " stands in " + lineOf(*first->second->element) +
                        " without a condition",
                    "The folder counts once, in the earlier place, whatever this one's condition says.",
@@ -466,7 +468,7 @@ void unknownItem(const Product& product, const Report& report) {
         const auto& known = branchNames();
         if (std::find(known.begin(), known.end(), toString(item->name)) == known.end()) {
             report(
-                at(product, *item->element, "name"),
+                atTarget(product, *item->element, "name"),
                 "nothing looks for an item " + quotedText(item->name) + " here",
                 "The engine passes it over with all its paths.",
                 adviseNearest(item->name, known,
@@ -493,7 +495,7 @@ void noRecord(const Product& product, const Report& report) {
         report(product.targetsFile.at(*product.targetItems.front().element), "no item VorlaneFX",
                withoutRecord, "Write <item name=\"VorlaneFX\"> with the folder that all products share.");
     } else if (shared->item->paths.empty()) {
-        report(at(product, *shared->element, "name"), "the item VorlaneFX has no path", withoutRecord,
+        report(atTarget(product, *shared->element, "name"), "the item VorlaneFX has no path", withoutRecord,
                "Write a <path> with the folder that all products share.");
     }
 }

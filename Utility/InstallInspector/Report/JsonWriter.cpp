@@ -6,7 +6,7 @@
 
 namespace {
 
-bool needsNoEscape(const std::string& text) {
+bool isJsonAsItIs(const std::string& text) {
     return std::all_of(text.begin(), text.end(),
                        [](char c) { return c >= ' ' && c <= '~' && c != '"' && c != '\\'; });
 }
@@ -90,7 +90,7 @@ void JsonWriter::startLine() {
 }
 
 void JsonWriter::writeQuoted(const std::string& text) {
-    if (needsNoEscape(text)) {
+    if (isJsonAsItIs(text)) {
         output.write("\"");
         output.write(text);
         output.write("\"");
