@@ -4,11 +4,9 @@
 #include <cstdio>
 #include <cstdlib>
 
-void Fuzz::require(bool bHolds, const char* property) {
-    if (!bHolds) {
-        static_cast<void>(std::fprintf(stderr, "Broken: %s\n", property));
-        std::abort();
-    }
+void Fuzz::reportBroken(const char* property) {
+    static_cast<void>(std::fprintf(stderr, "Broken: %s\n", property));
+    std::abort();
 }
 
 std::uint8_t Fuzz::Input::byte() {

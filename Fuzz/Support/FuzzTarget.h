@@ -14,8 +14,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
 namespace Fuzz {
 
+/// Prints `property` and ends the program.
+[[noreturn]] void reportBroken(const char* property);
+
 /// If `bHolds` is false, prints `property` and ends the program, which the fuzzer reports as a finding.
-void require(bool bHolds, const char* property);
+inline void require(bool bHolds, const char* property) {
+    if (!bHolds) {
+        reportBroken(property);
+    }
+}
 
 /// Reads the parts of an input from its beginning.
 class Input {

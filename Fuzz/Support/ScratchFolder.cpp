@@ -22,7 +22,7 @@ Fuzz::ScratchFolder::~ScratchFolder() {
 }
 
 VLString Fuzz::ScratchFolder::write(const char* name, std::string_view content) const {
-    const VLString file = path() + "/" + name;
+    VLString file = path() + "/" + name;
     require(FileLibrary::writeFile(textOf(content), file, false), "the input can be written to a file");
     return file;
 }

@@ -57,7 +57,7 @@ CFTypeRef stringFromNode(plist_t node) {
 }
 
 CFTypeRef arrayFromNode(plist_t node) {
-    auto* array = new __CFArray;
+    auto array = std::make_unique<__CFArray>();
     plist_array_iter iterator = nullptr;
     plist_array_new_iter(node, &iterator);
     const OwnedText owner(static_cast<char*>(iterator));
@@ -66,15 +66,14 @@ CFTypeRef arrayFromNode(plist_t node) {
          plist_array_next_item(node, iterator, &item)) {
         if (!addObject(objectFromNode(item),
                        [&](RetainedObject value) { array->values.push_back(std::move(value)); })) {
-            CFRelease(array);
             return nullptr;
         }
     }
-    return array;
+    return array.release();
 }
 
 CFTypeRef dictionaryFromNode(plist_t node) {
-    auto* dictionary = new __CFDictionary;
+    auto dictionary = std::make_unique<__CFDictionary>();
     plist_dict_iter iterator = nullptr;
     plist_dict_new_iter(node, &iterator);
     const OwnedText owner(static_cast<char*>(iterator));
@@ -84,7 +83,7 @@ CFTypeRef dictionaryFromNode(plist_t node) {
         plist_dict_next_item(node, iterator, &text, &item);
         const OwnedText key(text);
         if (item == nullptr) {
-            return dictionary;
+            return dictionary.release();
         }
         const CFStringRef string = createString(text);
         const bool bAdded = string != nullptr && addObject(objectFromNode(item), [&](RetainedObject value) {
@@ -94,7 +93,6 @@ CFTypeRef dictionaryFromNode(plist_t node) {
             CFRelease(string);
         }
         if (!bAdded) {
-            CFRelease(dictionary);
             return nullptr;
         }
     }

@@ -26,7 +26,7 @@ std::string repeated(const std::string& text, int count) {
 const char* const edius = "<directory fileName=\"Edius\">";
 const char* const guide = "<file fileName=\"Guide.html\">";
 const char* const grey = "<file fileName=\"Grey.look\"/>";
-const char* const paper = "<file fileName=\"Paper.txt\" arch=\"x86\"/>";
+const char* const paperElement = "<file fileName=\"Paper.txt\" arch=\"x86\"/>";
 const char* const contentFolder = R"(<directory fileName="Content">
       <file fileName="Paper.txt" arch="x86"/>
     </directory>)";
@@ -194,10 +194,10 @@ std::vector<Example> identityExamples() {
          {{D, guide, "<file @@fileName=\"InstallationStatusFile.xml\"/>" + std::string(guide)}},
          {{D, grey, "<file fileName=\"InstallationStatusFile.xml\"/>"}}},
         {"record-in-tree",
-         {{D, paper,
+         {{D, paperElement,
            "<directory fileName=\"Vorlane\"><file @@fileName=\"installationstatusfile.xml\"/></directory>"},
           {T, contentPath, "<path value=\"/Library/Application Support\"/>"}},
-         {{D, paper,
+         {{D, paperElement,
            "<directory fileName=\"Vorlane\"><file fileName=\"InstallationStatusFile.xml\"/></directory>"}}},
     };
 }
@@ -350,7 +350,7 @@ std::vector<Example> nameExamples() {
          {{D, grey, "<file fileName=\"a b\"/><file fileName=\"ab\"/>"}}},
         {"case-conflict",
          {{D, grey, "<file fileName=\"Grey.look\"/><file @@fileName=\"grey.look\"/>"}},
-         {{D, paper, std::string(paper) + "<directory fileName=\"looks\"/>"}}},
+         {{D, paperElement, std::string(paperElement) + "<directory fileName=\"looks\"/>"}}},
     };
     const std::string digest(64, 'a');
     const std::string sound = "size=\"1\" sha256=\"" + digest + "\"/>";
@@ -756,12 +756,12 @@ std::vector<Example> crossExamples() {
          {{T, path("/Users/%USER%/Vorlane/Looks"), ""},
           {T, "<item name=\"Looks\">", "<item @@name=\"Looks\">"}},
          {{T, contentPath, "<item name=\"Deep\"><path value=\"/Vorlane\"/></item>"},
-          {D, paper, "<directory fileName=\"Deep\"/>"}}},
+          {D, paperElement, "<directory fileName=\"Deep\"/>"}}},
         {"shared-folder-removed",
-         {{D, paper, ""},
+         {{D, paperElement, ""},
           {T, contentPath, path("/Users/Shared")},
           {D, "<directory fileName=\"Content\">", "<directory @@fileName=\"Content\">"}},
-         {{D, paper, ""}, {T, contentPath, path("/Users/Shared/Content")}}},
+         {{D, paperElement, ""}, {T, contentPath, path("/Users/Shared/Content")}}},
         {"shared-folder-removed",
          {{D, "<file fileName=\"Glow.plugin\" ignoreinstallerrors=\"1\"/>", ""},
           {D, "<directory fileName=\"Glow\">", "<directory @@fileName=\"Glow\">"},
@@ -788,11 +788,13 @@ std::vector<Example> crossExamples() {
            std::string(edius) + "<directory fileName=\"Ink\"><file fileName=\"Ink.plugin\"/></directory>"},
           {T, edPath, "<path value=\"/Library/Edius\">"}}},
         {"targets-meet",
-         {{D, paper, "<file @@fileName=\"Guide.html\"/>"}, {T, contentPath, sharedPath}},
+         {{D, paperElement, "<file @@fileName=\"Guide.html\"/>"}, {T, contentPath, sharedPath}},
          {{T, contentPath, sharedPath}}},
         {"targets-meet",
-         {{D, paper, "<directory @@fileName=\"LOOKS\"/>"}, {T, contentPath, path("/Users/%USER%/Vorlane")}},
-         {{D, paper, "<directory fileName=\"Films\"/>"}, {T, contentPath, path("/Users/%USER%/Vorlane")}}},
+         {{D, paperElement, "<directory @@fileName=\"LOOKS\"/>"},
+          {T, contentPath, path("/Users/%USER%/Vorlane")}},
+         {{D, paperElement, "<directory fileName=\"Films\"/>"},
+          {T, contentPath, path("/Users/%USER%/Vorlane")}}},
         {"family-in-shared-path",
          {{D, "</families>", secondFamily}, {T, sharedPath, markedPath("/Vorlane/%FAMILY%")}},
          {{T, sharedPath, path("/Vorlane/%FAMILY%")}}},
