@@ -1,6 +1,7 @@
 #include "Foundation/Machine.h"
 
 #include "Foundation/PathLibrary.h"
+#include "Foundation/RegistryHelper.h"
 #include "Foundation/SimpleLog.h"
 #include "Platform/AtomicFile.h"
 #include "Platform/PlatformServices.h"
@@ -159,6 +160,14 @@ std::chrono::milliseconds Machine::pause(std::chrono::milliseconds duration) {
     const auto before = std::chrono::steady_clock::now();
     std::this_thread::sleep_for(duration);
     return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - before);
+}
+
+const char* Machine::environmentHome() {
+    return std::getenv("HOME"); // NOLINT(concurrency-mt-unsafe): one thread
+}
+
+VLString Machine::preference(const VLString& key, const VLString& valueName, const VLString& folder) {
+    return RegistryHelper::GetRegistryKeyAtPath(key, valueName, folder);
 }
 
 VLString Machine::mainBundlePath() {

@@ -15,7 +15,8 @@
 /// This class uses the real machine. To preview or test a run, derive from it, override operations, and
 /// install the object with setCurrent.
 ///
-/// Two things do not go through this class: preference files, and FileLibrary::writeFile.
+/// Two things do not go through this class: the other operations of RegistryHelper, and
+/// FileLibrary::writeFile.
 class Machine {
 public:
     virtual ~Machine() = default;
@@ -57,6 +58,11 @@ public:
     virtual void unlock();
     /// Waits for `duration`. Returns the time that has passed on the monotonic clock.
     virtual std::chrono::milliseconds pause(std::chrono::milliseconds duration);
+
+    /// The value of the environment variable HOME. Null if it is not set.
+    virtual const char* environmentHome();
+    /// See RegistryHelper::GetRegistryKeyAtPath.
+    virtual VLString preference(const VLString& key, const VLString& valueName, const VLString& folder);
 
     // See PlatformServices.
 

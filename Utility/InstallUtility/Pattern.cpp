@@ -1,13 +1,12 @@
 #include "Utility/InstallUtility/Pattern.h"
 
 #include "Foundation/FileLibrary.h"
-#include "Foundation/RegistryHelper.h"
+#include "Foundation/Machine.h"
 #include "Foundation/SimpleLog.h"
 #include "Utility/InstallUtility/InstallUtility.h"
 #include "Utility/InstallUtility/OncePerRun.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <utility>
 
@@ -66,8 +65,8 @@ void logRefused(const VLString& what) {
 
 VLString registryValue(const VLString& placeholder) {
     const Pattern::RegistryReference reference = Pattern::registryReference(placeholder);
-    VLString value = RegistryHelper::GetRegistryKeyAtPath(reference.key, reference.valueName,
-                                                          InstallUtility::getUserPreferencesPath());
+    VLString value = Machine::current().preference(reference.key, reference.valueName,
+                                                   InstallUtility::getUserPreferencesPath());
     if (hasControlOrAnyOf(value, "\"$`\\")) {
         logRefused(VLString("The preference '") + reference.key + "::" + reference.valueName + "'");
         value.Clear();
@@ -87,7 +86,7 @@ VLString valueOf(const Placeholder& placeholder) {
 /// Whether HOME is safe in "eval echo $HOME". The shell splits its value, replaces wildcards with file names,
 /// and evaluates the result again.
 bool isHomeSafe() {
-    const char* home = std::getenv("HOME"); // NOLINT(concurrency-mt-unsafe): one thread
+    const char* home = Machine::current().environmentHome();
     if (home == nullptr || Pattern::isFitForEval(home)) {
         return true;
     }

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <set>
 #include <sys/stat.h>
 #include <utility>
@@ -17,7 +16,7 @@ std::string folderAbove(const std::string& path) {
 }
 
 std::string ownHome() {
-    const char* value = std::getenv("HOME"); // NOLINT(concurrency-mt-unsafe): one thread
+    const char* value = Machine::current().environmentHome();
     std::string home = value == nullptr ? "" : value;
     while (!home.empty() && home.back() == '/') {
         home.pop_back();

@@ -32,6 +32,10 @@ public:
     bool hasProgram(const VLString& name) override { return machine.hasProgram(name); }
     std::vector<VLString> namesIn(const VLString& folder) override { return machine.namesIn(folder); }
     FileContent readFile(const VLString& path) override { return machine.readFile(path); }
+    const char* environmentHome() override { return home.c_str(); }
+    VLString preference(const VLString& key, const VLString& valueName, const VLString& folder) override {
+        return machine.preference(key, valueName, folder);
+    }
 
 private:
     std::string home;
