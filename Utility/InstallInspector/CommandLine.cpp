@@ -79,6 +79,11 @@ void addPlanCommand(CLI::App& app, int& status) {
     command->add_option("SKU", options->definition, "The product definition (sku.xml)");
     command->add_option("TARGETS", options->targets, "The target-paths file (target_path.xml)");
     command->add_flag("--uninstall", options->bUninstall, "Take the product away");
+    command
+        ->add_option("--machine", options->machine,
+                     "Plan for the machine that this file describes, in place of this one")
+        ->type_name("FILE")
+        ->check([](const std::string& file) { return file.empty() ? "the name of a file is wanted" : ""; });
     CLI::Option* json = command->add_flag("--json", options->bJson, "Print JSON for other programs");
     command
         ->add_flag("--commands", options->bCommands,

@@ -83,6 +83,22 @@ bool LocatedDocument::read(const std::string& filePath, Location::Document docum
     return true;
 }
 
+bool LocatedDocument::readUsable(const std::string& filePath, Location::Document document, Kind root,
+                                 std::string& error) {
+    if (!read(filePath, document, root, error)) {
+        error = filePath + " " + error;
+        return false;
+    }
+    if (isReadable()) {
+        return true;
+    }
+    const TextPosition where = parserFault.has_value() ? parserFault->where : TextPosition{};
+    error = filePath + ":" + std::to_string(where.line) + ":" + std::to_string(where.column) + ": " +
+            (parserFault.has_value() ? "not well-formed: " + parserFault->text
+                                     : "no element <" + nameOf(root) + "> at the top of the document");
+    return false;
+}
+
 std::string LocatedDocument::textOf(const FileContent& content) {
     std::string text;
     if (content.bytes != nullptr) {

@@ -40,6 +40,8 @@ public:
     /// Reads the file at `filePath`. Its root element should be of the kind `root`. If the file does not
     /// exist or cannot be read, returns false and sets `error` to the reason.
     bool read(const std::string& filePath, Location::Document document, Kind root, std::string& error);
+    /// The same. A document that is not readable fails, too; the reason begins with its path.
+    bool readUsable(const std::string& filePath, Location::Document document, Kind root, std::string& error);
 
     const std::string& path() const { return file; }
     Kind rootKind() const { return rootElementKind; }

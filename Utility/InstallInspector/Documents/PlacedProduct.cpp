@@ -12,23 +12,6 @@ namespace {
 using ItemPath = InstallUtility::InstallItem::ItemPath;
 using Place = PlacedProduct::Place;
 
-bool readDocument(LocatedDocument& document, const std::string& path, Location::Document kind, Kind root,
-                  std::string& error) {
-    if (!document.read(path, kind, root, error)) {
-        error = path + " " + error;
-        return false;
-    }
-    if (document.isReadable()) {
-        return true;
-    }
-    const auto& fault = document.fault();
-    const TextPosition where = fault.has_value() ? fault->where : TextPosition{};
-    error = path + ":" + std::to_string(where.line) + ":" + std::to_string(where.column) + ": " +
-            (fault.has_value() ? "not well-formed: " + fault->text
-                               : "no element <" + nameOf(root) + "> at the top of the document");
-    return false;
-}
-
 /// The folder that the candidate gives whether its condition holds or not; empty when it gives none.
 VLString folderOf(const ItemPath& candidate, const VLString& family) {
     ItemPath always;
@@ -74,9 +57,8 @@ std::vector<Place> inside(const std::vector<Place>& folders, const VLString& nam
 } // namespace
 
 bool PlacedProduct::read(const std::string& definition, const std::string& targets, std::string& error) {
-    if (!readDocument(files.definitionFile, definition, Location::Document::Definition, Kind::Product,
-                      error) ||
-        !readDocument(files.targetsFile, targets, Location::Document::Targets, Kind::Root, error)) {
+    if (!files.definitionFile.readUsable(definition, Location::Document::Definition, Kind::Product, error) ||
+        !files.targetsFile.readUsable(targets, Location::Document::Targets, Kind::Root, error)) {
         return false;
     }
     files.bTargets = true;

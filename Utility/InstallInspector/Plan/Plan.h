@@ -130,9 +130,11 @@ struct Plan {
 };
 
 /// Runs the engine against an in-memory machine and records each step in a Plan. `source` is not used for an
-/// uninstall. Writes and prints nothing. Throws CannotForesee if a result cannot be predicted.
+/// uninstall. The machine is this one, or the described one when there is a description. Writes and prints
+/// nothing. Throws CannotForesee if a result cannot be predicted, and BadDescription if a described product
+/// cannot be installed.
 Plan planRun(bool bUninstall, const std::string& source, const std::string& definition,
-             const std::string& targets);
+             const std::string& targets, const MachineDescription* described = nullptr);
 
 class Survey;
 /// Fills `dangers` and `verdict` from all the rest.

@@ -5,8 +5,15 @@
 
 int runPlan(const PlanOptions& options) {
     Plan plan;
+    std::optional<MachineDescription> described;
     try {
-        plan = planRun(options.bUninstall, options.source, options.definition, options.targets);
+        if (!options.machine.empty()) {
+            described = MachineDescription::read(options.machine);
+        }
+        plan = planRun(options.bUninstall, options.source, options.definition, options.targets,
+                       described ? &*described : nullptr);
+    } catch (const BadDescription& fault) {
+        return cannotRun(fault.what());
     } catch (const CannotForesee& failure) {
         return cannotRun(std::string("cannot tell what the run would do: ") + failure.what());
     }

@@ -7,6 +7,7 @@ struct PlanOptions {
     std::string source; ///< empty for an uninstall
     std::string definition;
     std::string targets;
+    std::string machine; ///< the description of the machine; empty for this one
     bool bUninstall = false;
     bool bJson = false;
     bool bCommands = false;

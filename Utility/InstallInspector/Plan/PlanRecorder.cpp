@@ -3,6 +3,7 @@
 #include "Foundation/PathLibrary.h"
 #include "Foundation/SimpleLog.h"
 #include "Foundation/VLVersion.h"
+#include "Utility/InstallInspector/Plan/DescribedProducts.h"
 #include "Utility/InstallInspector/Plan/Survey.h"
 #include "Utility/InstallInspector/Report/Finding.h"
 #include "Utility/InstallUtility/Branches.h"
@@ -539,7 +540,7 @@ void PlanRecorder::add(Plan::Action action, const VLString& treePath, const VLSt
 
 /// Before the run, which has only been thought so far.
 bool PlanRecorder::wasThere(const VLString& path) {
-    return Machine().linkTypeOf(path) != 0;
+    return machine.before().linkTypeOf(path) != 0;
 }
 
 std::vector<VLString> PlanRecorder::foldersThere(const VLString& folder) {
@@ -573,14 +574,25 @@ bool Plan::TreeOrder::operator()(const std::string& a, const std::string& b) con
         });
 }
 
+namespace {
+
+/// The arguments lie on this machine, unless the described one has them.
+void giveArguments(const Plan& plan, PlannedMachine& machine) {
+    for (const std::string& path : {plan.source, plan.definition, plan.targets}) {
+        machine.give(path);
+    }
+}
+
+} // namespace
+
 Plan planRun(bool bUninstall, const std::string& source, const std::string& definition,
-             const std::string& targets) {
+             const std::string& targets, const MachineDescription* described) {
     Plan plan;
     plan.bUninstall = bUninstall;
     plan.source = source;
     plan.definition = definition;
     plan.targets = targets;
-    PlannedMachine machine;
+    PlannedMachine machine = described == nullptr ? PlannedMachine() : PlannedMachine(*described);
     InstallUtility engine;
     PlanRecorder recorder(engine, machine, plan);
     engine.observer = &recorder;
@@ -595,6 +607,11 @@ Plan planRun(bool bUninstall, const std::string& source, const std::string& defi
     } const restore{Machine::setCurrent(&machine), std::exchange(SimpleLog::held, &plan.log)};
     std::string unsaid; // by those who look around
     SimpleLog::held = &unsaid;
+    if (described != nullptr) {
+        installProducts(*described, machine);
+        giveArguments(plan, machine);
+    }
+    machine.begin();
     Survey survey(machine, plan);
     SimpleLog::held = &plan.log;
     plan.bSucceeds = bUninstall ? engine.runUninstall(toVLString(definition), toVLString(targets))

@@ -63,7 +63,7 @@ private:
     std::string whyWritten(const VLString& treePath, bool bThere);
     std::string whyKept(const VLString& treePath);
     std::string whoUses(const VLString& treePath);
-    static bool wasThere(const VLString& path);
+    bool wasThere(const VLString& path);
     void noteQuestion();
     VLString sourceOf(const std::string& treePath) const;
     /// `folder`, or without one the target folders of the branch, as far as they are there.

@@ -1,5 +1,6 @@
 #include "Utility/InstallInspector/Plan/PlannedMachine.h"
 
+#include "Foundation/RegistryHelper.h"
 #include "Platform/Utf8.h"
 #include "Platform/WholeFile.h"
 #include "Utility/InstallInspector/Report/Finding.h"
@@ -24,6 +25,9 @@ using Verb = PlannedMachine::Verb;
 constexpr int mostLinks = 40;
 constexpr std::size_t longestName = 255;
 constexpr std::size_t longestPath = 4095;
+
+/// The working folder of a run on a described machine. No description can name it.
+constexpr const char* emptyFolder = "/./";
 
 bool fails(Step& step, const std::string& why) {
     step.why = why;
@@ -147,7 +151,7 @@ Verb verbOf(Command::Verb verb) {
 bool onlyAsks(const std::string& command) {
     const std::string home = "eval echo '~";
     if (command == "eval echo $HOME") {
-        const char* value = std::getenv("HOME"); // NOLINT(concurrency-mt-unsafe): one thread
+        const char* value = Machine::current().environmentHome();
         return value == nullptr || Pattern::isFitForEval(value);
     }
     return command.size() > home.size() && command.compare(0, home.size(), home) == 0 &&
@@ -159,6 +163,77 @@ bool onlyAsks(const std::string& command) {
 
 PlannedMachine::PlannedMachine()
     : root(nodeAt("/")), startFolder(workingFolder()), bStartFolderGone(startFolder.empty()) {}
+
+PlannedMachine::PlannedMachine(const MachineDescription& description)
+    : described(description), startFolder(emptyFolder) {
+    root.type = S_IFDIR;
+    for (const auto& [path, entry] : description.entries) {
+        make(path, entry.type, entry.text);
+    }
+    described->entries.clear();
+    giveFolder(emptyFolder);
+}
+
+void PlannedMachine::give(const std::string& path) {
+    const std::string name = withoutLastSlashes(path);
+    const bool bAbsolute = !name.empty() && name.front() == '/';
+    if (name.empty() || (bAbsolute && linkTypeOf(toVLString(name)) != 0)) {
+        return;
+    }
+    Node node = nodeAt(name);
+    if (node.type == S_IFLNK) {
+        std::error_code error;
+        node = nodeAt(std::filesystem::canonical(name, error));
+    }
+    if (node.type == S_IFDIR) {
+        readWhole(node);
+    }
+    given[name] = std::move(node);
+}
+
+void PlannedMachine::giveFolder(const std::string& path) {
+    given[path] = Node{S_IFDIR, "", "", {}, 0};
+}
+
+/// Names are compared as they are from here on, whatever the disk takes for the same name.
+void PlannedMachine::readWhole(Node& folder) {
+    for (const std::string& name : childNames(folder)) {
+        Node& child = childOf(folder, name);
+        if (child.type == S_IFDIR) {
+            readWhole(child);
+        }
+    }
+    folder.origin.clear();
+}
+
+void PlannedMachine::make(const std::string& path, mode_t type, std::string text) {
+    const auto inGiven = givenWith(path);
+    Node* node = inGiven == given.end() ? &root : &inGiven->second;
+    std::vector<std::string_view> names;
+    pushComponents(std::string_view(path).substr(inGiven == given.end() ? 0 : inGiven->first.size()), names);
+    for (; !names.empty(); names.pop_back()) {
+        node->type = S_IFDIR;
+        node = &childOf(*node, names.back());
+    }
+    if (type != S_IFDIR) {
+        *node = madeFile(std::move(text));
+    }
+    node->type = type;
+}
+
+void PlannedMachine::begin() {
+    taken.clear();
+    asked.clear();
+    folderPlaces.clear();
+    if (described) {
+        earlier.reset();
+        earlier = std::make_shared<PlannedMachine>(*this);
+    }
+}
+
+std::string PlannedMachine::linkTextBefore(const std::string& path) {
+    return earlier == nullptr ? realLinkText(path) : earlier->linkText(path);
+}
 
 // The machine in memory
 
@@ -222,20 +297,39 @@ PlannedMachine::Place PlannedMachine::find(const std::string& path, bool bFollow
     if (path.size() > longestPath) {
         return nowhere(ENAMETOOLONG);
     }
+    const auto inGiven = givenWith(path);
+    if (inGiven != given.end()) {
+        return walk(std::string_view(path).substr(inGiven->first.size()), bFollow, inGiven->second,
+                    inGiven->first);
+    }
     if (path.empty() || (bRelative && bStartFolderGone)) {
         return nowhere(ENOENT);
     }
-    return bRelative ? walk(inside(startFolder, path), bFollow) : walk(path, bFollow);
+    return bRelative ? find(inside(startFolder, path), bFollow) : walk(path, bFollow, root, "");
 }
 
-/// From "/" on.
-PlannedMachine::Place PlannedMachine::walk(const std::string& path, bool bFollow) {
+/// The innermost of what was given in which the path lies, which comes last.
+PlannedMachine::Given::iterator PlannedMachine::givenWith(const std::string& path) {
+    for (auto each = given.end(); each != given.begin();) {
+        const std::string& name = (--each)->first;
+        if (path.compare(0, name.size(), name) == 0 &&
+            (path.size() == name.size() || path[name.size()] == '/' || endsWithSlash(name))) {
+            return each;
+        }
+    }
+    return given.end();
+}
+
+/// From `start` on, the folder of the path `within`.
+PlannedMachine::Place PlannedMachine::walk(std::string_view path, bool bFollow, Node& start,
+                                           const std::string& within) {
     constexpr std::size_t usualDepth = 16;
     std::vector<std::string_view> rest;
     rest.reserve(usualDepth);
     pushComponents(path, rest);
     Place place;
-    place.node = &root;
+    place.node = &start;
+    place.within = within;
     place.folders.reserve(usualDepth);
     place.names.reserve(usualDepth);
     int links = 0;
@@ -272,6 +366,7 @@ PlannedMachine::Place PlannedMachine::walk(const std::string& path, bool bFollow
         }
         if (next.text.front() == '/') {
             place.node = &root;
+            place.within.clear();
             place.folders.clear();
             place.names.clear();
         }
@@ -295,6 +390,7 @@ std::string PlannedMachine::placeOfFolder(const std::string& path) {
         if (place.node == nullptr || place.node->type == 0) {
             known->second = inside(placeOfFolder(folderOf(path)), lastName(path));
         } else {
+            known->second = place.within;
             for (const std::string* name : place.names) {
                 known->second += "/" + *name;
             }
@@ -374,6 +470,30 @@ FileContent PlannedMachine::readFile(const VLString& path) {
     return content;
 }
 
+bool PlannedMachine::hasProgram(const VLString& name) {
+    return described ? described->bDitto && name == "ditto" : Machine::hasProgram(name);
+}
+
+const char* PlannedMachine::environmentHome() {
+    return !described ? Machine::environmentHome() : described->home ? described->home->c_str() : nullptr;
+}
+
+VLString PlannedMachine::preference(const VLString& key, const VLString& valueName, const VLString& folder) {
+    if (!described) {
+        return Machine::preference(key, valueName, folder);
+    }
+    char stem[RegistryHelper::nameBufferSize] = {};
+    RegistryHelper::Normalize(stem, key.ConstData());
+    for (const auto& [home, preferences] : described->users) {
+        const auto values = preferences.find(stem);
+        if (folder == toVLString(home + "/Library/Preferences") && values != preferences.end()) {
+            const auto value = values->second.find(toString(valueName));
+            return value == values->second.end() ? VLString() : toVLString(value->second);
+        }
+    }
+    return VLString();
+}
+
 VLString PlannedMachine::mainBundlePath() {
     return bundle;
 }
@@ -445,6 +565,9 @@ bool PlannedMachine::capture(const VLString& command, VLString& output) {
         output = toVLString(known->second);
     } else if (!onlyAsks(text)) {
         cannotForesee(text, "the shell might do more than answer");
+    } else if (described) {
+        output = toVLString(
+            (text == "eval echo $HOME" ? described->home.value_or("") : described->accountHome) + "\n");
     } else if (!Machine::capture(command, output)) {
         return false;
     }
@@ -473,6 +596,11 @@ bool PlannedMachine::run(const Command& command) {
 
 /// Takes the step, and notes it.
 bool PlannedMachine::note(Step step) {
+    const auto inGiven = givenWith(step.path);
+    if (inGiven != given.end() && inGiven->first != emptyFolder) {
+        cannotForesee(step.command.empty() ? step.path : step.command,
+                      "the run would change what it is given");
+    }
     step.before = linkTypeOf(toVLString(step.path));
     folderPlaces.clear();
     step.bSucceeded = take(step);

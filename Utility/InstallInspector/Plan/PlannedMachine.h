@@ -1,10 +1,13 @@
 #pragma once
 
 #include "Foundation/Machine.h"
+#include "Utility/InstallInspector/Documents/MachineDescription.h"
 
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -18,7 +21,8 @@ public:
 };
 
 /// An in-memory machine. Commands are recorded as steps and change only the files in memory, which later
-/// calls see. The real machine is only read.
+/// calls see. At first it is as this machine, which is only read, or as a description says. Of this machine,
+/// a described one has only what it is given.
 ///
 /// Commands succeed and fail as for the superuser, on a disk with room where upper and lower case differ. If
 /// the shell would interpret a part of a path, throws CannotForesee.
@@ -59,6 +63,25 @@ public:
     static constexpr const char* bundle = "InstallUtility.app";
 
     PlannedMachine();
+    /// A described machine. Its products are not installed.
+    explicit PlannedMachine(const MachineDescription& description);
+
+    /// What a run is told by its arguments is from this machine: `path`, as it stands there, and all below it
+    /// are the file or folder `path`. No folder lists it, so where it lies does not matter. A path that the
+    /// description has is left to it.
+    void give(const std::string& path);
+    /// The same with a folder in which nothing is, see `make`. Takes the place of what was given before.
+    void giveFolder(const std::string& path);
+    void takeBack(const std::string& path) { given.erase(path); }
+    /// Makes a file, folder or link with all folders above it.
+    void make(const std::string& path, mode_t type, std::string text);
+
+    /// To be called when the run begins: keeps what `before` gives, and forgets all steps.
+    void begin();
+    /// The machine as it was before the run. Only for questions.
+    Machine& before() { return earlier == nullptr ? thisMachine : *earlier; }
+    /// What the link at `path` said then; empty when there was no link.
+    std::string linkTextBefore(const std::string& path);
 
     /// In the order of the run.
     const std::vector<Step>& steps() const { return taken; }
@@ -97,6 +120,9 @@ public:
     /// Does not lock, because nothing is changed.
     Lock tryToLock() override { return Lock::Held; }
     void unlock() override {}
+    bool hasProgram(const VLString& name) override;
+    const char* environmentHome() override;
+    VLString preference(const VLString& key, const VLString& valueName, const VLString& folder) override;
     VLString mainBundlePath() override;
     bool removeItem(const VLString& path) override;
     bool createFolder(const VLString& path) override;
@@ -122,6 +148,7 @@ private:
         std::vector<Node*> folders; ///< those on the way, from "/"
         std::vector<const std::string*> names; ///< of those below "/", and of the node
         int error = 0;                         ///< why there is no node, an errno value
+        std::string within; ///< the path of what was given in which it lies, in place of "/"
     };
 
     static Node nodeAt(const std::string& path);
@@ -133,7 +160,10 @@ private:
     static bool merge(Node& source, Node& destination, std::string& why);
     Place find(const std::string& path, bool bFollow);
     static Place nowhere(int error);
-    Place walk(const std::string& path, bool bFollow);
+    Place walk(std::string_view path, bool bFollow, Node& start, const std::string& within);
+    using Given = std::map<std::string, Node>;
+    Given::iterator givenWith(const std::string& path);
+    static void readWhole(Node& folder);
     static FileState stateOf(const Node& node);
     Node madeFile(std::string text);
     bool isFolder(const std::string& path);
@@ -156,6 +186,10 @@ private:
     bool note(Step step);
 
     Node root;
+    std::optional<MachineDescription> described; ///< without what exists
+    Given given;                                 ///< see give
+    Machine thisMachine;
+    std::shared_ptr<PlannedMachine> earlier; ///< a described machine as it was when the run began
     std::vector<Step> taken;
     std::vector<std::string> asked;
     std::string startFolder;                         ///< the working folder of the run

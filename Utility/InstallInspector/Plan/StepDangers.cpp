@@ -34,9 +34,8 @@ mode_t typeOf(const Survey& survey, const std::string& path) {
     return survey.machine.typeOf(toVLString(path));
 }
 
-/// Before the run, which the machine itself does not know of.
-mode_t typeBefore(const std::string& path) {
-    return Machine().linkTypeOf(toVLString(path));
+mode_t typeBefore(const Survey& survey, const std::string& path) {
+    return survey.machine.before().linkTypeOf(toVLString(path));
 }
 
 mode_t typeInSource(const Survey& survey, const std::string& treePath) {
@@ -156,8 +155,8 @@ void folderForFile(const Survey& survey, const DangerReport& report) {
     forEachEntry(survey, [&](const Plan::Run& run, const Plan::Entry& entry) {
         if (run.bUninstall) {
             const bool bRemoved = entry.action == Action::Remove && !isRelative(entry) &&
-                                  entry.bListedAsFile && typeBefore(entry.path) == S_IFDIR &&
-                                  !isOrWasBundle(entry.path);
+                                  entry.bListedAsFile && typeBefore(survey, entry.path) == S_IFDIR &&
+                                  !isOrWasBundle(entry.path, survey.machine);
             if (bRemoved) {
                 report(entry.path +
                            " is a folder where the product lists a file, and is removed with all that is "
@@ -185,7 +184,7 @@ void unrecordedFile(const Survey& survey, const DangerReport& report) {
     forEachEntry(survey, [&](const Plan::Run& run, const Plan::Entry& entry) {
         const bool bTakesOver = entry.action == Action::Replace || entry.action == Action::Copy ||
                                 (entry.action == Action::Keep && !run.recordPath.empty());
-        if (run.bUninstall || !bTakesOver || isRelative(entry) || typeBefore(entry.path) == 0 ||
+        if (run.bUninstall || !bTakesOver || isRelative(entry) || typeBefore(survey, entry.path) == 0 ||
             survey.wasOwned(survey.machine.placeOf(entry.path))) {
             return;
         }
@@ -200,7 +199,7 @@ void unrecordedFile(const Survey& survey, const DangerReport& report) {
                            "product's, and goes with it",
                        {entry.path});
             }
-        } else if (typeBefore(entry.path) == S_IFDIR) {
+        } else if (typeBefore(survey, entry.path) == S_IFDIR) {
             return; // which other rules tell
         } else if (entry.action == Action::Keep) {
             report(entry.path + " is kept, though no installed product has put it there: it is taken for the "
@@ -282,7 +281,7 @@ void wholeFolder(const Survey& survey, const DangerReport& report) {
 // Shortcuts and the uninstaller
 
 bool replacesForeignLink(const Survey& survey, const Plan::Step& step) {
-    const std::string before = PlannedMachine().linkText(step.path);
+    const std::string before = survey.machine.linkTextBefore(step.path);
     return !before.empty() && before != step.source && !survey.wasOwned(survey.machine.placeOf(step.path));
 }
 

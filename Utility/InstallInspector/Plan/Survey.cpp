@@ -21,19 +21,19 @@ std::string folderAbove(const std::string& path) {
 
 } // namespace
 
-bool isOrWasBundle(const std::string& path) {
-    Machine real;
-    return isBundle(path) || isBundle(path, real);
+bool isOrWasBundle(const std::string& path, PlannedMachine& machine) {
+    return isBundle(path, machine) || isBundle(path, machine.before());
 }
 
 // What is owned
 
-void Survey::Owned::add(const OwnedPlace& place, mode_t type, bool bWithAll) {
+void Survey::Owned::add(const OwnedPlace& place, mode_t type, bool bWithAll, PlannedMachine& machine) {
     if (!places.insert(place.place).second) {
         return;
     }
     // A folder that is listed as a file may be someone else's.
-    if (bWithAll && !place.bShortCut && (place.bFolder || (type == S_IFDIR && isOrWasBundle(place.path)))) {
+    if (bWithAll && !place.bShortCut &&
+        (place.bFolder || (type == S_IFDIR && isOrWasBundle(place.path, machine)))) {
         folders.insert(place.place);
     }
     for (std::string folder = folderAbove(place.place); !folder.empty() && above.insert(folder).second;) {
@@ -152,7 +152,7 @@ Survey::Survey(PlannedMachine& inUse, const Plan& planned) : machine(inUse), pla
     for (const auto* list : {&mine, &others}) {
         for (const OwnedFiles& files : *list) {
             for (const OwnedPlace& place : files.places) {
-                before.add(place, place.before, true);
+                before.add(place, place.before, true, machine);
             }
         }
     }
@@ -177,7 +177,7 @@ void Survey::lookAgain() {
                 place.linkAfter = place.after == S_IFLNK ? machine.linkText(place.path) : "";
                 if (list == &others) {
                     // What the product has in another's folder is left there.
-                    after.add(place, place.after, false);
+                    after.add(place, place.after, false, machine);
                 }
             }
         }
@@ -189,7 +189,7 @@ void Survey::lookAgain() {
             place.after = place.before; // this is the machine after the run
             place.linkAfter = place.linkBefore;
             if (place.reach != Reach::Idle) {
-                after.add(place, place.after, true);
+                after.add(place, place.after, true, machine);
             }
         }
     }
@@ -268,11 +268,11 @@ bool Survey::wasRecorded(const std::string& treePath) const {
 }
 
 bool Survey::hadForeign(const std::string& folder) const {
-    Machine real;
-    const std::vector<VLString> names = real.namesIn(toVLString(folder));
+    const std::vector<VLString> names = machine.before().namesIn(toVLString(folder));
     return std::any_of(names.begin(), names.end(), [&](const VLString& name) {
         const std::string path = folder + "/" + toString(name);
-        const bool bShared = before.above.count(path) != 0 && real.linkTypeOf(toVLString(path)) == S_IFDIR;
+        const bool bShared =
+            before.above.count(path) != 0 && machine.before().linkTypeOf(toVLString(path)) == S_IFDIR;
         return !before.has(path) && (!bShared || hadForeign(path));
     });
 }

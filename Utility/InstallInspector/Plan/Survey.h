@@ -49,8 +49,8 @@ struct OwnedFiles {
     std::vector<OwnedPlace> places;
 };
 
-/// Whether a folder at the path is a bundle, on the planned machine or on this one, as it was before the run.
-bool isOrWasBundle(const std::string& path);
+/// Whether a folder at the path is a bundle, on the machine as it is or as it was before the run.
+bool isOrWasBundle(const std::string& path, PlannedMachine& machine);
 
 /// Who owns what on this machine before and after a planned run. What owns itself, as the record says, is not
 /// asked: this looks at the definitions that the installed products have left, and at what is there.
@@ -107,7 +107,7 @@ private:
         std::unordered_set<std::string> above; ///< folders in which they lie
 
         /// `bWithAll`: what lies in a folder in one piece is owned, too.
-        void add(const OwnedPlace& place, mode_t type, bool bWithAll);
+        void add(const OwnedPlace& place, mode_t type, bool bWithAll, PlannedMachine& machine);
         bool has(const std::string& place) const;
     };
 
