@@ -110,7 +110,7 @@ TEST(ManPage, OnlyWhatIsTheSameHasTheSameName) {
 
 TEST(ManPage, NamesEachSubcommandAndOption) {
     const std::string page = manPage();
-    for (const char* command : {"check", "plan", "status", "log", "new", "update"}) {
+    for (const char* command : {"check", "plan", "machine", "status", "log", "new", "update"}) {
         EXPECT_NE(page.find(std::string(".Cm ") + command), std::string::npos) << command;
         const auto help = runProgram({INSTALLINSPECTOR_PROGRAM, command, "--help"});
         std::istringstream words(help.standardOutput);

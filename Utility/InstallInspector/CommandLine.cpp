@@ -4,6 +4,7 @@
 #include "Utility/InstallInspector/Author/UpdateCommand.h"
 #include "Utility/InstallInspector/Check/CheckCommand.h"
 #include "Utility/InstallInspector/Log/LogCommand.h"
+#include "Utility/InstallInspector/Machine/MachineCommand.h"
 #include "Utility/InstallInspector/Plan/PlanCommand.h"
 #include "Utility/InstallInspector/Report/Output.h"
 #include "Utility/InstallInspector/Status/StatusCommand.h"
@@ -106,6 +107,20 @@ void addPlanCommand(CLI::App& app, int& status) {
         }
         status = runPlan(*options);
     });
+}
+
+void addMachineCommand(CLI::App& app, int& status) {
+    auto options = std::make_shared<MachineOptions>();
+    CLI::App* command =
+        app.add_subcommand("machine", "Describe this machine in one file, so that others can plan for it");
+    command->add_option("FILE", options->files,
+                        "Target paths, whose folders are described with all that is in them; with product "
+                        "definitions what matters for these products alone");
+    command->footer("Start it as the user whose machine it is. What is installed here is always described. "
+                    "Exit status: 0 "
+                    "when all could be described, 1 when something could not be looked at, 2 when there is "
+                    "no description.");
+    command->callback([options, &status] { status = runMachine(*options); });
 }
 
 void checkUsage(const StatusOptions& options) {
@@ -213,6 +228,7 @@ int runCommandLine(int argc, char* argv[]) {
     int status = Clean;
     addCheckCommand(app, status);
     addPlanCommand(app, status);
+    addMachineCommand(app, status);
     addStatusCommand(app, status);
     addLogCommand(app, status);
     addNewCommand(app, status);
