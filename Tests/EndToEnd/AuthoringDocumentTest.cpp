@@ -29,6 +29,13 @@ protected:
         return commands;
     }
 
+    /// The machine that the section describes in its text.
+    static std::string descriptionOfThePage() {
+        const std::string page = FileTree::read(DOCUMENTS_FOLDER "/authoring.md");
+        const std::size_t begin = page.find("`{\"home\"") + 1;
+        return page.substr(begin, page.find('`', begin) - begin);
+    }
+
     static std::string replaced(std::string text, const std::string& from, const std::string& to) {
         return text.replace(text.find(from), from.size(), to);
     }
@@ -40,17 +47,26 @@ TEST_F(AuthoringDocument, FourCommandsLeadFromAFolderOfFilesToAnInstalledProduct
     if (!PrivateRoot::hasInspector()) {
         GTEST_SKIP() << "InstallInspector is not built";
     }
-    for (int i = 0; i < 300; ++i) {
+    // As in real products, most files are inside bundles.
+    constexpr int files = 5000;
+    constexpr int filesOfABundle = 250;
+    const auto bundleOf = [](int i) {
+        return "Spark " + std::to_string(i / filesOfABundle) + ".ofx.bundle/Contents/";
+    };
+    for (int i = 0; i < files; ++i) {
         const std::string number = std::to_string(i);
-        root().write("/Work/files/VorlaneFX/Looks/" + std::to_string(i / 100) + "/" + number + ".look",
+        const bool bShared = i % 250 == 0;
+        root().write("/Work/files/" + (bShared ? "VorlaneFX/Looks/" : "Hosts/OpenFX/Spark/" + bundleOf(i)) +
+                         number,
                      number);
     }
-    root().write("/Work/files/Hosts/OpenFX/Spark/Spark.ofx.bundle/Contents/Info.plist", "plist");
     root().write("/Work/files/VorlaneFX/.DS_Store", "junk");
+    root().write("/Work/machine.json", descriptionOfThePage());
     root().makeFolder("/Library/OFX/Plugins");
 
     const std::vector<std::string> commands = commandsOfThePage();
     ASSERT_EQ(commands.size(), 4U);
+    EXPECT_NE(commands[2].find("plan --machine machine.json"), std::string::npos);
     Options options;
     options.timeout = std::chrono::minutes(4);
     for (const std::string& command : commands) {
@@ -60,8 +76,8 @@ TEST_F(AuthoringDocument, FourCommandsLeadFromAFolderOfFilesToAnInstalledProduct
         const auto result = root().runUnwatched({"sh", "-c", "cd /Work && " + line}, options);
         EXPECT_EQ(result.exitStatus, 0) << command << "\n" << result.standardOutput << result.standardError;
     }
-    EXPECT_EQ(root().read(shared("Looks/2/299.look")), "299");
+    EXPECT_EQ(root().read(shared("Looks/4750")), "4750");
     EXPECT_FALSE(root().exists(shared(".DS_Store")));
-    EXPECT_TRUE(root().exists("/Library/OFX/Plugins/Vorlane/Spark/Spark.ofx.bundle/Contents/Info.plist"));
+    EXPECT_EQ(root().read("/Library/OFX/Plugins/Vorlane/Spark/" + bundleOf(4999) + "4999"), "4999");
     EXPECT_TRUE(root().exists("/Applications/Vorlane Uninstallers/Uninstall Spark.app"));
 }
