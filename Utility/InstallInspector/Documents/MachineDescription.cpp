@@ -2,6 +2,7 @@
 
 #include "Foundation/RegistryHelper.h"
 #include "Platform/WholeFile.h"
+#include "Utility/InstallInspector/Documents/FolderAbove.h"
 #include "Utility/InstallInspector/Report/Finding.h"
 #include "Utility/InstallInspector/Report/JsonWriter.h"
 #include "Utility/InstallInspector/Report/NearestName.h"
@@ -46,11 +47,6 @@ std::string stemOf(const std::string& key) {
 
 bool isAscii(const std::string& text) {
     return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-}
-
-std::string folderAbove(const std::string& path) {
-    const std::size_t slash = path.rfind('/');
-    return slash == std::string::npos ? "" : path.substr(0, slash);
 }
 
 const char* kindOf(mode_t type) {

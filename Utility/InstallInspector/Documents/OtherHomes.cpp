@@ -1,5 +1,7 @@
 #include "Utility/InstallInspector/Documents/OtherHomes.h"
 
+#include "Utility/InstallInspector/Documents/FolderAbove.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <set>
@@ -9,11 +11,6 @@
 namespace {
 
 constexpr const char* usersFolder = "/Users";
-
-std::string folderAbove(const std::string& path) {
-    const std::size_t slash = path.rfind('/');
-    return slash == std::string::npos ? "" : path.substr(0, slash);
-}
 
 std::string ownHome() {
     const char* value = Machine::current().environmentHome();

@@ -2,6 +2,7 @@
 
 #include "Foundation/RegistryHelper.h"
 #include "Platform/Utf8.h"
+#include "Utility/InstallInspector/Documents/FolderAbove.h"
 #include "Utility/InstallInspector/Documents/InstalledProducts.h"
 #include "Utility/InstallInspector/Documents/OtherHomes.h"
 #include "Utility/InstallInspector/Report/Finding.h"
@@ -25,11 +26,6 @@ constexpr int mostLinks = 40;
 /// The clean-up above an emptied target folder looks at no more.
 constexpr int highestClimb = 10;
 constexpr std::string_view preferencesFolder = "/Library/Preferences";
-
-std::string folderAbove(const std::string& path) {
-    const std::size_t slash = path.rfind('/');
-    return slash == std::string::npos ? "" : path.substr(0, slash);
-}
 
 /// The names of the path, the first one on top.
 void push(const std::string& path, std::vector<std::string>& names) {

@@ -1,6 +1,7 @@
 #include "Utility/InstallInspector/Plan/Survey.h"
 
 #include "Utility/InstallInspector/Documents/Bundle.h"
+#include "Utility/InstallInspector/Documents/FolderAbove.h"
 #include "Utility/InstallInspector/Documents/OtherHomes.h"
 #include "Utility/InstallInspector/Report/Finding.h"
 #include "Utility/InstallUtility/KnownNames.h"
@@ -13,11 +14,6 @@
 namespace {
 
 using Reach = OwnedPlace::Reach;
-
-std::string folderAbove(const std::string& path) {
-    const std::size_t slash = path.rfind('/');
-    return slash == std::string::npos || slash == 0 ? "" : path.substr(0, slash);
-}
 
 } // namespace
 
