@@ -6,11 +6,13 @@
 #include "Utility/InstallInspector/Report/FindingOutput.h"
 #include "Utility/InstallInspector/Status/Status.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <set>
 #include <sstream>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -45,6 +47,21 @@ void expectDescribed(const Rules& rules) {
                   std::string::npos)
             << "the man page does not describe the " << severity << " " << rule.name;
     }
+}
+
+/// The subcommands that the program's help lists.
+std::vector<std::string> subcommands() {
+    std::istringstream help(runProgram({INSTALLINSPECTOR_PROGRAM, "--help"}).standardOutput);
+    std::vector<std::string> commands;
+    bool bListed = false;
+    for (std::string line; std::getline(help, line);) {
+        std::string command;
+        if (bListed && std::istringstream(line) >> command) {
+            commands.push_back(command);
+        }
+        bListed = bListed || line == "Subcommands:";
+    }
+    return commands;
 }
 
 } // namespace
@@ -110,7 +127,9 @@ TEST(ManPage, OnlyWhatIsTheSameHasTheSameName) {
 
 TEST(ManPage, NamesEachSubcommandAndOption) {
     const std::string page = manPage();
-    for (const char* command : {"check", "plan", "machine", "status", "log", "new", "update"}) {
+    const std::vector<std::string> commands = subcommands();
+    EXPECT_THAT(commands, testing::IsSupersetOf({"check", "plan", "status"}));
+    for (const std::string& command : commands) {
         EXPECT_NE(page.find(std::string(".Cm ") + command), std::string::npos) << command;
         const auto help = runProgram({INSTALLINSPECTOR_PROGRAM, command, "--help"});
         std::istringstream words(help.standardOutput);
