@@ -3,6 +3,7 @@
 #include "Utility/InstallInspector/Author/NewCommand.h"
 #include "Utility/InstallInspector/Author/UpdateCommand.h"
 #include "Utility/InstallInspector/Check/CheckCommand.h"
+#include "Utility/InstallInspector/Documents/RecordFolder.h"
 #include "Utility/InstallInspector/Log/LogCommand.h"
 #include "Utility/InstallInspector/Machine/MachineCommand.h"
 #include "Utility/InstallInspector/Plan/PlanCommand.h"
@@ -147,6 +148,8 @@ void addStatusCommand(CLI::App& app, int& status) {
     addRepeated(*command, "--sku", options->definitions,
                 "A product definition to compare with in place of the installed ones; may be repeated",
                 "FILE");
+    command->add_flag("--verify", options->bVerify,
+                      "Read what is installed, and compare it with the manifests in the definitions");
     command->add_flag("--json", options->bJson, "Print JSON for other programs");
     command->callback([options, &status] {
         checkUsage(*options);

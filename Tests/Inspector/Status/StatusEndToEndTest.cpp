@@ -1,4 +1,5 @@
 // "status" on a machine on which the real program has installed real products.
+#include "Platform/Digest.h"
 #include "Tests/Support/EndToEndTest.h"
 
 #include <nlohmann/json.hpp>
@@ -476,4 +477,47 @@ TEST_F(StatusEndToEnd, AfterTheAdviceForACountTheUninstallRemovesTheFile) {
         ExpectSuccess(Uninstall(beta()));
         EXPECT_EQ(root().exists(file), !bFollowed);
     }
+}
+
+namespace {
+
+/// A product with one file, which is in its manifest.
+ProductBuilder verifiable(const std::string& ID, const std::string& build, const std::string& content) {
+    Sha256 digest;
+    digest.add(content.data(), content.size());
+    return ProductBuilder(ID, ID)
+        .build(build)
+        .file("VorlaneFX/Looks/Grey.look", content,
+              {{"size", std::to_string(content.size())}, {"sha256", digest.finish()}})
+        .target("VorlaneFX", "/Library/Application Support/Vorlane");
+}
+
+} // namespace
+
+TEST_F(StatusEndToEnd, VerifiesWhatInstallsHaveLeftByThePlacedUninstallers) {
+    const auto kinds = [&] {
+        const Json document =
+            Json::parse(root().run({inspector, "status", "--verify", "--json"}).standardOutput);
+        std::string all;
+        for (const Json& fault : document["contents"]) {
+            all += fault["kind"].get<std::string>() + " " + fault["product"].get<std::string>() + ";";
+        }
+        EXPECT_EQ(document["verdict"] == "safe", all.empty()) << document.dump(2);
+        return all;
+    };
+    const auto older = verifiable("ALPHA", "1.0.0.100", "alpha's grey");
+    const auto newer = verifiable("BETA", "1.0.0.200", "grey");
+    ExpectSuccess(Install(newer));
+    ExpectSuccess(Install(older)); // keeps the newer file
+    EXPECT_EQ(kinds(), "");
+    const std::string look = shared("Looks/Grey.look");
+    root().write(look, "gre");
+    EXPECT_EQ(kinds(), "truncated BETA;");
+    root().write(look, "alpha's grey");
+    EXPECT_EQ(kinds(), "older BETA;");
+    ExpectSuccess(Install(newer));
+    EXPECT_EQ(kinds(), "");
+    // What is left is of a build that nobody knows any more.
+    ExpectSuccess(Uninstall(newer));
+    EXPECT_EQ(kinds(), "unknown build ALPHA;");
 }

@@ -764,27 +764,6 @@ void lookIntoOtherHomes(Status& status) {
     }
 }
 
-/// How much worse than nothing it is to find that.
-int weightOf(Condition condition) {
-    switch (condition) {
-    case Condition::Unknown:
-        return 0;
-    case Condition::NoTarget:
-        return 1;
-    case Condition::There:
-        return 2;
-    case Condition::OtherHome:
-        return 3;
-    case Condition::Missing:
-        return 4;
-    case Condition::OtherKind:
-        return 5;
-    case Condition::LeftBehind:
-        return 6;
-    }
-    return 0;
-}
-
 Condition conditionOf(const Spot& spot, const Place& place) {
     return !spot.bLeaf || fits(spot, place.path) ? Condition::There
            : isSomething(place.path)             ? Condition::OtherKind
@@ -817,7 +796,7 @@ void weighConditions(Status& status) {
             }
             for (const Place& place : spot.places) {
                 const Condition now = conditionOf(spot, place);
-                condition = weightOf(now) > weightOf(condition) ? now : condition;
+                condition = std::max(condition, now);
             }
         }
     }

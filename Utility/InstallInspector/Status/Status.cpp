@@ -5,7 +5,6 @@
 #include <climits>
 
 #include <algorithm>
-#include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 
@@ -87,6 +86,10 @@ void Status::inspect() {
         ask(uninstallerRules(), *this);
     }
     ask(machineRules(), *this);
+    if (contents.bVerified) {
+        verifyContents(*this);
+        ask(contentRules(), *this);
+    }
     sortFindings(findings);
 }
 
@@ -106,7 +109,7 @@ const InstalledProduct* Status::installedOf(const PlacedProduct& product) const 
 
 std::vector<StatusRule> allStatusRules() {
     std::vector<StatusRule> rules;
-    for (const auto* group : {&recordRules(), &uninstallerRules(), &machineRules()}) {
+    for (const auto* group : {&recordRules(), &uninstallerRules(), &machineRules(), &contentRules()}) {
         for (const StatusRuleEntry& entry : *group) {
             rules.push_back(entry.rule);
         }
@@ -115,19 +118,6 @@ std::vector<StatusRule> allStatusRules() {
 }
 
 // What the rules share
-
-bool isSameFolder(const VLString& a, const VLString& b) {
-    struct stat here = {};
-    struct stat there = {};
-    return a == b || (stat(a.ConstData(), &here) == 0 && stat(b.ConstData(), &there) == 0 &&
-                      here.st_dev == there.st_dev && here.st_ino == there.st_ino);
-}
-
-VLString folderAbove(const VLString& path) {
-    const std::string text = toString(path);
-    const std::size_t slash = text.rfind('/');
-    return toVLString(slash == std::string::npos ? "." : text.substr(0, slash));
-}
 
 VLString targetOfLink(const VLString& link) {
     char target[PATH_MAX];

@@ -3,6 +3,7 @@
 #include "Utility/InstallInspector/Documents/InstalledProducts.h"
 #include "Utility/InstallInspector/Documents/PlacedProduct.h"
 #include "Utility/InstallInspector/Documents/Record.h"
+#include "Utility/InstallInspector/Documents/RecordFolder.h"
 #include "Utility/InstallInspector/Report/Finding.h"
 #include "Utility/InstallInspector/Report/Output.h"
 #include "Utility/InstallInspector/Report/Verdict.h"
@@ -15,8 +16,47 @@
 
 /// A record, and the products whose files it is compared with, if any.
 struct Status {
-    /// What has become of a recorded path, as far as the compared products tell.
-    enum class Condition { Unknown, There, Missing, OtherKind, LeftBehind, OtherHome, NoTarget };
+    /// What has become of a recorded path, as far as the compared products tell. Of several the last in this
+    /// list counts.
+    enum class Condition {
+        Unknown,
+        NoTarget,
+        There,
+        NotVerified, ///< this and those of content are told only when contents are verified
+        ForeignContent,
+        OtherHome,
+        OlderContent,
+        OtherContent,
+        Truncated,
+        Missing,
+        OtherKind,
+        LeftBehind
+    };
+    /// A file on this machine that is another one than the manifests of the compared products say.
+    struct ContentFault {
+        enum class Kind {
+            Missing,     ///< of a whole folder
+            Truncated,   ///< shorter than its manifest says
+            Older,       ///< that of an older build
+            Changed,     ///< of other content
+            Foreign,     ///< in a whole folder, and in no manifest
+            Unreadable,  ///< it cannot be known what it is
+            UnknownBuild ///< the manifest of its recorded build is not at hand
+        };
+        Kind kind;
+        std::string path;             ///< on this machine
+        std::string text;             ///< what is the matter, to stand behind the path
+        VLString treePath;            ///< of the entry
+        const PlacedProduct* product; ///< the one that says otherwise
+    };
+    /// What the manifests in the definitions say of the files on this machine.
+    struct Contents {
+        bool bVerified = false;           ///< whether it was asked for; all the rest is empty otherwise
+        std::size_t files = 0;            ///< that were compared
+        std::vector<ContentFault> faults; ///< by path
+        /// Files and whole folders of which no definition has a manifest, by product.
+        std::map<const PlacedProduct*, std::vector<std::string>> withoutManifest;
+    };
 
     Record record;
     /// Whether the record is that of the machine in use: what all products leave there is compared, too.
@@ -38,6 +78,7 @@ struct Status {
     std::set<const Record::Node*> explained;
     /// IDs of recorded products of which it is told why they are not compared.
     std::set<VLString> explainedProducts;
+    Contents contents;
     std::vector<Finding> findings;
 
     /// Compares the installed products that keep their record in the folder `folder`.
@@ -85,15 +126,19 @@ const std::vector<StatusRuleEntry>& uninstallerRules();
 /// MachineRules.cpp: against products and this machine.
 const std::vector<StatusRuleEntry>& machineRules();
 
+/// ContentRules.cpp: what verifyContents has found.
+const std::vector<StatusRuleEntry>& contentRules();
+
+/// Reads what is installed, and fills `contents`. Marks `conditions`, too.
+void verifyContents(Status& status);
+/// "missing", "truncated" and so on.
+const char* nameOf(Status::ContentFault::Kind kind);
+
 /// Fills `conditions`, `inOtherHomes`, `hiddenHomes` and `explained`.
 void weighConditions(Status& status);
 /// Whether each recorded product is compared, in the build that is recorded: counts can be weighed then.
 bool isComplete(const Status& status);
 
-/// Whether both are the same folder.
-bool isSameFolder(const VLString& a, const VLString& b);
-/// The folder in which `path` lies.
-VLString folderAbove(const VLString& path);
 /// What the symbolic link says; empty when it is none.
 VLString targetOfLink(const VLString& link);
 /// The ID in quotes, or the name where there is none.

@@ -1,8 +1,7 @@
 #include "Utility/InstallInspector/Status/StatusCommand.h"
 
 #include "Foundation/FileLibrary.h"
-#include "Foundation/Machine.h"
-#include "Foundation/SimpleLog.h"
+#include "Utility/InstallInspector/Documents/QuietLog.h"
 #include "Utility/InstallInspector/Report/FindingOutput.h"
 #include "Utility/InstallInspector/Status/Status.h"
 #include "Utility/InstallUtility/InstallUtility.h"
@@ -11,18 +10,6 @@
 #include <memory>
 
 namespace {
-
-/// Until the end of its scope the engine's log goes nowhere: what it says there is said in findings.
-class QuietLog {
-public:
-    QuietLog() { SimpleLog::held = &log; }
-    ~QuietLog() { SimpleLog::held = nullptr; }
-    QuietLog(const QuietLog&) = delete;
-    QuietLog& operator=(const QuietLog&) = delete;
-
-private:
-    std::string log;
-};
 
 bool readProducts(const StatusOptions& options, Status& status, std::string& error) {
     for (std::size_t i = 0; i < options.definitions.size(); ++i) {
@@ -36,31 +23,12 @@ bool readProducts(const StatusOptions& options, Status& status, std::string& err
     return true;
 }
 
-bool isRecordIn(const VLString& folder) {
-    return Machine::current().linkTypeOf(InstallUtility::statusFilePath(folder)) != 0;
-}
-
-/// The folder of the first installed product that has a record there, else the usual one.
-VLString folderOfMachine(const InstalledProducts& installed) {
-    VLString named;
-    for (const auto& product : installed.all()) {
-        const VLString& folder = product->files.statusFolder();
-        if (product->isReadable() && folder.IsSet()) {
-            if (isRecordIn(folder)) {
-                return folder;
-            }
-            named = named.IsSet() ? named : folder;
-        }
-    }
-    return named.IsSet() && !isRecordIn(usualStatusFolder) ? named : VLString(usualStatusFolder);
-}
-
 /// The folder that was given, else the one that the first product names, else that of the machine.
 std::string folderOf(const StatusOptions& options, const Status& status) {
     if (!options.folder.empty()) {
         return options.folder;
     }
-    return toString(status.given.empty() ? folderOfMachine(status.installed)
+    return toString(status.given.empty() ? recordFolderOf(status.installed)
                                          : status.given.front()->statusFolder());
 }
 
@@ -112,6 +80,7 @@ int runStatus(const StatusOptions& options) {
         return cannotRun(status.record.path + ": " + error);
     }
     status.bThisMachine = isOfThisMachine(options, status);
+    status.contents.bVerified = options.bVerify;
     status.inspect();
     Output output;
     if (options.bJson) {

@@ -3,14 +3,12 @@
 #include <string>
 #include <vector>
 
-/// Where the engine looks for what all products share when no target path says otherwise.
-constexpr const char* usualStatusFolder = "/Library/Application Support/Vorlane";
-
 /// What the subcommand "status" is told.
 struct StatusOptions {
     std::string folder;               ///< empty for the one that the targets give, or the usual one
     std::vector<std::string> targets; ///< one for all definitions, or one for each; none without definitions
     std::vector<std::string> definitions;
+    bool bVerify = false; ///< compare contents with manifests, too
     bool bJson = false;
 };
 

@@ -24,6 +24,11 @@ const ConditionText& textOf(Condition condition) {
         {"left behind", "left behind", Condition::LeftBehind, Colour::Red},
         {"other home", "other home", Condition::OtherHome, Colour::Red},
         {"no target here", "no target", Condition::NoTarget, Colour::Dim},
+        {"not verified", "not verified", Condition::NotVerified, Colour::Yellow},
+        {"foreign files", "foreign", Condition::ForeignContent, Colour::Yellow},
+        {"older", "older", Condition::OlderContent, Colour::Red},
+        {"other content", "other content", Condition::OtherContent, Colour::Red},
+        {"truncated", "truncated", Condition::Truncated, Colour::Red},
     };
     return *std::find_if(std::begin(texts), std::end(texts),
                          [condition](const ConditionText& text) { return text.condition == condition; });
@@ -32,6 +37,12 @@ const ConditionText& textOf(Condition condition) {
 Condition conditionOf(const Status& status, const Node& node) {
     const auto found = status.conditions.find(&node);
     return found == status.conditions.end() ? Condition::Unknown : found->second;
+}
+
+Colour colourOf(Status::ContentFault::Kind kind) {
+    using Kind = Status::ContentFault::Kind;
+    const bool bDoubt = kind == Kind::Foreign || kind == Kind::Unreadable || kind == Kind::UnknownBuild;
+    return bDoubt ? Colour::Yellow : Colour::Red;
 }
 
 // The tree
@@ -172,6 +183,29 @@ std::string printedProducts(const Status& status, const Painter& painter) {
     return text;
 }
 
+/// What the manifests say otherwise, file by file.
+void writeContents(const Status& status, const Painter& painter, Output& output) {
+    const auto& faults = status.contents.faults;
+    if (faults.empty()) {
+        return;
+    }
+    std::size_t width = 0;
+    for (const auto& fault : faults) {
+        width = std::max(width, widthOf(nameOf(fault.kind)));
+    }
+    output.write("\n  " + painter.paint(Colour::Bold, padded("content", width) + "  file") + "\n");
+    for (const auto& fault : faults) {
+        output.write("  " + painter.paint(colourOf(fault.kind), padded(nameOf(fault.kind), width)) + "  " +
+                     printable(fault.path) + " " + painter.paint(Colour::Dim, printable(fault.text)) + "\n");
+    }
+}
+
+std::string verified(const Status& status) {
+    return status.contents.files == 0 ? ""
+                                      : "\n  " + counted(status.contents.files, "file was", "files were") +
+                                            " compared with a manifest.\n";
+}
+
 std::string verdict(const Status& status, const Painter& painter) {
     if (!status.findings.empty()) {
         return "\n" + printed(status.findings, painter);
@@ -251,6 +285,25 @@ void write(JsonWriter& json, const Status& status, const Node& node) {
     json.endObject();
 }
 
+/// Members that are there with --verify alone.
+void writeContents(const Status& status, JsonWriter& json) {
+    if (!status.contents.bVerified) {
+        return;
+    }
+    json.number("verified", static_cast<long>(status.contents.files));
+    json.beginArray("contents");
+    for (const auto& fault : status.contents.faults) {
+        json.beginObject();
+        json.text("kind", nameOf(fault.kind));
+        json.text("file", fault.path);
+        json.text("text", fault.text);
+        json.text("product", toString(fault.product->info().ID));
+        json.text("path", toString(fault.treePath));
+        json.endObject();
+    }
+    json.endArray();
+}
+
 } // namespace
 
 void writeText(const Status& status, const Painter& painter, Output& output) {
@@ -270,6 +323,8 @@ void writeText(const Status& status, const Painter& painter, Output& output) {
         output.write(leftOutOf(status));
         break;
     }
+    writeContents(status, painter, output);
+    output.write(verified(status));
     output.write(verdict(status, painter));
 }
 
@@ -292,6 +347,7 @@ void writeJson(const Status& status, Output& output) {
         }
     }
     json.endArray();
+    writeContents(status, json);
     writeFindings(json, status.findings);
     json.endObject();
 }
