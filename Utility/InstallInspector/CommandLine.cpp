@@ -7,6 +7,7 @@
 #include "Utility/InstallInspector/Log/LogCommand.h"
 #include "Utility/InstallInspector/Machine/MachineCommand.h"
 #include "Utility/InstallInspector/Plan/PlanCommand.h"
+#include "Utility/InstallInspector/Rebuild/RebuildCommand.h"
 #include "Utility/InstallInspector/Report/Output.h"
 #include "Utility/InstallInspector/Status/StatusCommand.h"
 
@@ -172,6 +173,25 @@ void addLogCommand(CLI::App& app, int& status) {
     command->callback([options, &status] { status = runLog(*options); });
 }
 
+void addRebuildCommand(CLI::App& app, int& status) {
+    auto options = std::make_shared<RebuildOptions>();
+    CLI::App* command = app.add_subcommand(
+        "rebuild", "Print the record that this machine should have, from what products have left on it");
+    command->add_option(
+        "FOLDER", options->folder,
+        std::string("The folder of the record; without it that of the installed products, or ") +
+            usualStatusFolder);
+    command
+        ->add_option("-o,--output", options->output,
+                     "Write it to this file, which must not be there yet; without it standard output")
+        ->type_name("FILE");
+    command->footer(
+        "Standard error says what the record cannot know. Exit status: 0 when no product is known to be "
+        "missing in it, 1 when one is, 2 when there is nothing to rebuild or the file is not "
+        "written.");
+    command->callback([options, &status] { status = runRebuild(*options); });
+}
+
 void addNewCommand(CLI::App& app, int& status) {
     auto options = std::make_shared<NewOptions>();
     CLI::App* command =
@@ -233,6 +253,7 @@ int runCommandLine(int argc, char* argv[]) {
     addPlanCommand(app, status);
     addMachineCommand(app, status);
     addStatusCommand(app, status);
+    addRebuildCommand(app, status);
     addLogCommand(app, status);
     addNewCommand(app, status);
     addUpdateCommand(app, status);

@@ -206,6 +206,9 @@ std::vector<Example> recordExamples() {
              fs::create_directory(world.path("shared/InstallationStatusFile.xml"));
          },
          "", nothing},
+        {"record-set-aside",
+         [](const World& world) { world.write("shared/InstallationStatusFile.xml.damaged2", "<inst"); }, "",
+         [](const World& world) { world.write("shared/InstallationStatusFile.damaged", "<inst"); }},
         {"unfinished-save",
          [](const World& world) { world.write("shared/InstallationStatusFile.xml.new", "<inst"); }, "",
          [](const World& world) { world.write("shared/InstallationStatusFile.xml.old", "<inst"); }},

@@ -322,7 +322,9 @@ TEST_F(StatusEndToEnd, WithoutTheRecordEachUninstallerIsNamedAndAnInstallRecords
     ExpectSuccess(Install(alpha()));
     root().remove(record);
     const Json found = finding("product-not-recorded");
-    EXPECT_EQ(found["advice"], "Install it again, which records it.");
+    EXPECT_EQ(found["advice"],
+              "Let InstallInspector rebuild make the record anew (Docs/inspector.md has the three "
+              "steps), or install it again, which records it.");
     ExpectSuccess(Install(alpha()));
     EXPECT_EQ(rules(), std::set<std::string>());
 }

@@ -296,12 +296,15 @@ void productNotRecorded(Status& status, const StatusReport& report) {
             continue;
         }
         const auto& info = product->info();
-        const std::string advice = isStillCounted(status, *product)
-                                       ? "The counts still have its uses. Add <sku" +
-                                             attribute("ID", info.ID) + attribute("name", info.name) +
-                                             attribute("build", info.build) +
-                                             "/> to the products of the record."
-                                       : "Install it again, which records it.";
+        const std::string advice =
+            status.record.state == Record::State::Missing
+                ? "Let InstallInspector rebuild make the record anew (Docs/inspector.md "
+                  "has the three steps), or install it again, which records it."
+            : isStillCounted(status, *product)
+                ? "The counts still have its uses. Add <sku" + attribute("ID", info.ID) +
+                      attribute("name", info.name) + attribute("build", info.build) +
+                      "/> to the products of the record."
+                : "Install it again, which records it.";
         const bool bUninstaller = installed != nullptr && !installed->isShared();
         report(
             status.record.start(),

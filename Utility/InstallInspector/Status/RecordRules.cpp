@@ -1,5 +1,7 @@
 // What is wrong with a record by itself. The engine alone writes it, so that all of this comes from other
 // hands or from a damaged disk.
+#include "Foundation/Machine.h"
+#include "Foundation/PathLibrary.h"
 #include "Utility/InstallInspector/Documents/Product.h"
 #include "Utility/InstallInspector/Status/Status.h"
 
@@ -22,7 +24,9 @@ constexpr const char* countsFromNothing = "The engine takes it for an empty reco
 constexpr const char* countsNothing = "The engine takes it for an empty record and leaves it as it is: no "
                                       "install is recorded, and an uninstall "
                                       "leaves its files in place.";
-constexpr const char* mendRecord = "Put back a copy of the record, or mend it there by hand.";
+constexpr const char* mendRecord = "Let InstallInspector rebuild make the record anew (Docs/inspector.md has "
+                                   "the three steps), put back a copy "
+                                   "of it, or mend it there by hand.";
 
 bool isPath(const Entry& entry) {
     return entry.kind == Kind::RecordedDirectory || entry.kind == Kind::RecordedFile;
@@ -70,7 +74,9 @@ void recordUnreadable(Status& status, const StatusReport& report) {
     }
     if (record.file.path().empty()) {
         report(record.start(), "the record is no file", countsNothing,
-               "Move away what is there, and put back a copy of the record.");
+               "Move away what is there. Let InstallInspector rebuild make the record anew "
+               "(Docs/inspector.md has "
+               "the three steps), or put back a copy of it.");
     } else if (const auto& fault = record.file.fault()) {
         report(record.file.at(fault->where), "the record cannot be read: " + fault->text, countsFromNothing,
                mendRecord);
@@ -93,6 +99,28 @@ void unfinishedSave(Status& status, const StatusReport& report) {
             "The record is the one before that run, which may have copied or removed files since. The next "
             "run takes this file away.",
             "Do the last install or uninstall again.");
+    }
+}
+
+bool startsWith(const std::string& text, const std::string& beginning) {
+    return text.compare(0, beginning.size(), beginning) == 0;
+}
+
+void recordSetAside(Status& status, const StatusReport& report) {
+    const std::string& path = status.record.path;
+    const VLString folder = folderAbove(toVLString(path));
+    for (const VLString& name : Machine::current().namesIn(folder)) {
+        const std::string other = toString(PathLibrary::GetDirectoryWithFile(folder, name));
+        if (startsWith(other, path + ".damaged")) {
+            report({Location::Document::Record, other, 0, 0},
+                   "a run has found the record damaged, and has set it aside",
+                   "That run counted every file from nothing. What the record had of other products is lost, "
+                   "unless somebody has put it back since.",
+                   "Let InstallInspector rebuild make the record anew (Docs/inspector.md has the three "
+                   "steps), and "
+                   "delete this file.",
+                   {other});
+        }
     }
 }
 
@@ -237,6 +265,8 @@ const std::vector<StatusRuleEntry>& recordRules() {
     static const std::vector<StatusRuleEntry> rules = {
         {{"record-unreadable", Severity::Error, "a record that is there but cannot be read"},
          recordUnreadable},
+        {{"record-set-aside", Severity::Warning, "a damaged record that a run has kept under another name"},
+         recordSetAside},
         {{"unfinished-save", Severity::Warning, "what a run left that broke off while it saved"},
          unfinishedSave},
         {{"record-entry-ignored", Severity::Error, "something in the record that the engine passes over"},
