@@ -301,6 +301,31 @@ TEST_F(StatusVerify, WithoutAManifestNothingIsPromised) {
     EXPECT_EQ(json()["verified"], 1);
 }
 
+TEST_F(StatusVerify, WhatAProductWithoutAManifestMayHaveBroughtIsNotJudged) {
+    write("shared/Grey.look", "beta's, with allowdowngrade");
+    write("shared/Glow.bundle/a", "beta's");
+    record("ALPHA", "1.0.0.200",
+           file("Grey.look", "alpha's") + whole("directory", "Glow.bundle", {{"a", "alpha's"}}));
+    record("BETA", "1.0.0.100",
+           "<file fileName=\"Grey.look\" allowdowngrade=\"1\"/><directory fileName=\"Glow.bundle\"/>");
+    EXPECT_THAT(json()["contents"], IsEmpty());
+    EXPECT_EQ(severities(), (std::map<std::string, std::string>{{"content-without-manifest", "warning"}}));
+    EXPECT_EQ(json()["findings"][0]["paths"].size(), 2U);
+    // The record knows whose it is.
+    setRecordedBuild("VorlaneFX/Grey.look", "1.0.0.200");
+    EXPECT_THAT(json()["contents"][0]["kind"], "changed");
+}
+
+TEST_F(StatusVerify, WhatAProductThatIsNotComparedHasBroughtIsNotJudged) {
+    write("shared/Grey.look", "beta's, with allowdowngrade");
+    record("ALPHA", "1.0.0.200", file("Grey.look", "alpha's"));
+    record("BETA", "1.0.0.100", "<file fileName=\"Grey.look\" allowdowngrade=\"1\"/>");
+    definitions.pop_back();
+    EXPECT_THAT(json()["contents"][0]["kind"], "unknown build");
+    write("shared/Grey.look", "alpha's");
+    EXPECT_THAT(json()["contents"], IsEmpty());
+}
+
 TEST_F(StatusVerify, AnEmptyFolderAndTheSharedDefinitionNeedNoManifest) {
     write("shared/Red.look", "red");
     write("shared/Cache/mine", "");

@@ -43,6 +43,7 @@ public:
     const Spot* spot;
     const Record::Node* recorded; ///< null for what is not in the record
     bool bCompared;               ///< otherwise it only tells what else a file may be
+    bool bBuildOfAnother = false; ///< whether the record has another product with the recorded build
 
     bool hasManifest() const { return !manifest.empty(); }
     std::size_t size() const { return manifest.size(); }
@@ -103,7 +104,7 @@ public:
         : path(std::move(pathOnMachine)), claims(allClaims), progress(shown) {
         for (const bool bExact : {true, false}) {
             for (Claim& claim : claims) {
-                if (claim.bCompared && claim.hasManifest() && (!bExact || claim.isRecordedBuild())) {
+                if (claim.bCompared && (!bExact || claim.isRecordedBuild())) {
                     ruling.push_back(&claim);
                 }
             }
@@ -113,7 +114,13 @@ public:
         }
     }
 
-    bool isPossible() const { return !ruling.empty(); }
+    /// The product that may have brought what lies there, and of which no manifest says what that is; null
+    /// for none.
+    const PlacedProduct* withoutManifest() const {
+        const auto found = std::find_if(ruling.begin(), ruling.end(),
+                                        [](const Claim* claim) { return !claim->hasManifest(); });
+        return found == ruling.end() ? nullptr : (*found)->product;
+    }
     std::size_t files() const { return ruling.front()->size(); }
 
     std::vector<Fault> faults() {
@@ -133,6 +140,7 @@ public:
             }
         }
         std::vector<Fault> all;
+        all.reserve(found.size());
         for (auto& [part, fault] : found) {
             all.push_back(std::move(fault));
         }
@@ -176,11 +184,12 @@ private:
         return claim.recorded != nullptr && !claim.recorded->recorded->isDirectory;
     }
 
-    /// Whether the recorded build is newer than all that is at hand: another product has brought it, and is
-    /// gone.
+    /// Whether somebody else has brought the recorded build: a newer one than all that is at hand, or a
+    /// product that is not compared.
     bool isOfUnknownBuild() const {
         return std::all_of(ruling.begin(), ruling.end(), [](const Claim* claim) {
-            return hasBuild(*claim) && claim->recorded->recorded->buildNumber > claim->number();
+            return !claim->isRecordedBuild() && hasBuild(*claim) &&
+                   (claim->recorded->recorded->buildNumber > claim->number() || claim->bBuildOfAnother);
         });
     }
 
@@ -219,6 +228,13 @@ bool hasManifest(const PlacedProduct& product) {
                        [](const Spot& spot) { return Manifest::isIn(*spot.node->element); });
 }
 
+bool isBuildOfAnother(const Status& status, const PlacedProduct& product, const Record::Node* recorded) {
+    const auto& products = status.record.content.products;
+    return recorded != nullptr && std::any_of(products.begin(), products.end(), [&](const auto& info) {
+               return info.build == recorded->recorded->build && !(info.ID == product.info().ID);
+           });
+}
+
 void addClaims(const Status& status, const PlacedProduct& product, bool bCompared, Claims& claims) {
     const bool bManifest = hasManifest(product);
     for (const Spot& spot : product.spots()) {
@@ -228,10 +244,12 @@ void addClaims(const Status& status, const PlacedProduct& product, bool bCompare
         if (!spot.bLeaf || bEmptyFolder || isOwnDefinition(spot)) {
             continue;
         }
+        const Record::Node* recorded = status.record.find(spot.node->treePath);
         for (const auto& place : spot.places) {
             const std::string path = toString(place.path);
             if (bCompared || claims.count(path) != 0) {
-                claims[path].emplace_back(product, spot, status.record.find(spot.node->treePath), bCompared);
+                claims[path].emplace_back(product, spot, recorded, bCompared);
+                claims[path].back().bBuildOfAnother = isBuildOfAnother(status, product, recorded);
             }
         }
     }
@@ -303,8 +321,8 @@ void verifyContents(Status& status) {
             continue; // "missing-file" tells
         }
         Judgement judgement(path, all, progress);
-        if (!judgement.isPossible()) {
-            status.contents.withoutManifest[all.front().product].push_back(path);
+        if (const PlacedProduct* product = judgement.withoutManifest()) {
+            status.contents.withoutManifest[product].push_back(path);
             continue;
         }
         status.contents.files += judgement.files();
