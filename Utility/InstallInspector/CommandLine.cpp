@@ -6,6 +6,7 @@
 #include "Utility/InstallInspector/Documents/RecordFolder.h"
 #include "Utility/InstallInspector/Log/LogCommand.h"
 #include "Utility/InstallInspector/Machine/MachineCommand.h"
+#include "Utility/InstallInspector/Owner/OwnerCommand.h"
 #include "Utility/InstallInspector/Plan/PlanCommand.h"
 #include "Utility/InstallInspector/Rebuild/RebuildCommand.h"
 #include "Utility/InstallInspector/Report/Output.h"
@@ -173,6 +174,19 @@ void addLogCommand(CLI::App& app, int& status) {
     command->callback([options, &status] { status = runLog(*options); });
 }
 
+void addOwnerCommand(CLI::App& app, int& status) {
+    auto options = std::make_shared<OwnerOptions>();
+    CLI::App* command = app.add_subcommand(
+        "owner", "Tell which installed products use a file, and who removes it, or where a product lies");
+    command
+        ->add_option("PATH", options->paths,
+                     "A path on this machine, a path of the tree, or the ID or name of a product")
+        ->required();
+    command->add_flag("--json", options->bJson, "Print JSON for other programs");
+    command->footer("Exit status: 0 when all of them are known, 1 when one is not.");
+    command->callback([options, &status] { status = runOwner(*options); });
+}
+
 void addRebuildCommand(CLI::App& app, int& status) {
     auto options = std::make_shared<RebuildOptions>();
     CLI::App* command = app.add_subcommand(
@@ -254,6 +268,7 @@ int runCommandLine(int argc, char* argv[]) {
     addMachineCommand(app, status);
     addStatusCommand(app, status);
     addRebuildCommand(app, status);
+    addOwnerCommand(app, status);
     addLogCommand(app, status);
     addNewCommand(app, status);
     addUpdateCommand(app, status);

@@ -64,9 +64,6 @@ void tell(const Rebuild& rebuild) {
     for (const std::string& text : rebuild.uncertain) {
         say("note: " + text);
     }
-    for (const char* text : neverKnown) {
-        say(std::string("note: ") + text);
-    }
 }
 
 } // namespace
@@ -82,6 +79,9 @@ int runRebuild(const RebuildOptions& options) {
             printableText(folder) +
             " holds the record of no product whose definition is on this machine: there is nothing "
             "to rebuild");
+    }
+    for (const char* text : neverKnown) {
+        say(std::string("note: ") + text);
     }
     const std::string text = textOf(rebuild.record);
     if (options.output.empty()) {
