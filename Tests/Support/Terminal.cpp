@@ -49,6 +49,7 @@ int openTerminal() {
         close(side);
     }
     umask(022);
+    std::signal(SIGINT, SIG_DFL); // a shell that starts the tests in the background has it ignored
     std::vector<char*> arguments;
     arguments.reserve(command.size() + 1);
     for (std::string& argument : command) {
