@@ -1,7 +1,7 @@
 // What becomes of conditions on any machine, and what the product itself does to them.
-#include "Utility/InstallInspector/Check/ConditionLogic.h"
+#include "Utility/InstallInspector/Documents/ConditionLogic.h"
 #include "Utility/InstallInspector/Check/Rules.h"
-#include "Utility/InstallInspector/Check/TargetFolders.h"
+#include "Utility/InstallInspector/Documents/TargetFolders.h"
 #include "Utility/InstallInspector/Documents/Placeholders.h"
 
 #include <algorithm>

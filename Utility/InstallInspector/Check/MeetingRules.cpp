@@ -1,7 +1,7 @@
 // Parts of the tree that meet in one place on disk.
-#include "Utility/InstallInspector/Check/ConditionLogic.h"
+#include "Utility/InstallInspector/Documents/ConditionLogic.h"
 #include "Utility/InstallInspector/Check/Rules.h"
-#include "Utility/InstallInspector/Check/TargetFolders.h"
+#include "Utility/InstallInspector/Documents/TargetFolders.h"
 #include "Utility/InstallInspector/Report/Output.h"
 
 #include <algorithm>

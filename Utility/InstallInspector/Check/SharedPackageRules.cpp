@@ -1,7 +1,7 @@
 // What the engine keeps for all products: the record, and the shared package COMMON with its definition.
 #include "Foundation/FileLibrary.h"
 #include "Utility/InstallInspector/Check/Rules.h"
-#include "Utility/InstallInspector/Check/TargetFolders.h"
+#include "Utility/InstallInspector/Documents/TargetFolders.h"
 
 #include <algorithm>
 #include <filesystem>

@@ -57,11 +57,9 @@ std::vector<Place> inside(const std::vector<Place>& folders, const VLString& nam
 } // namespace
 
 bool PlacedProduct::read(const std::string& definition, const std::string& targets, std::string& error) {
-    if (!files.definitionFile.readUsable(definition, Location::Document::Definition, Kind::Product, error) ||
-        !files.targetsFile.readUsable(targets, Location::Document::Targets, Kind::Root, error)) {
+    if (!files.readDefinition(definition, error) || !files.readTargets(targets, error)) {
         return false;
     }
-    files.bTargets = true;
     files.interpret();
     place();
     return true;

@@ -38,6 +38,15 @@ const Product::TargetItem* Product::TargetItem::child(const VLString& wanted) co
     return findByName(items, wanted, [](const TargetItem& node) -> const VLString& { return node.name; });
 }
 
+bool Product::readDefinition(const std::string& path, std::string& error) {
+    return definitionFile.readUsable(path, Location::Document::Definition, Kind::Product, error);
+}
+
+bool Product::readTargets(const std::string& path, std::string& error) {
+    bTargets = true;
+    return targetsFile.readUsable(path, Location::Document::Targets, Kind::Root, error);
+}
+
 void Product::interpret() {
     TiXmlDocument taken = definitionFile.xml(); // reading takes it down, and the rules look at the elements
     definition.parseInner(taken);

@@ -47,6 +47,10 @@ struct Product {
     std::vector<TreeNode> tree;
     std::vector<TargetItem> targetItems; ///< the first is for the element `root`
 
+    /// Reads the file. False when the engine would make nothing of it; `error` then names it and says why.
+    bool readDefinition(const std::string& path, std::string& error);
+    /// The same for the target paths.
+    bool readTargets(const std::string& path, std::string& error);
     /// Reads the two documents with the engine's readers, and fills the other members.
     void interpret();
 

@@ -1,4 +1,4 @@
-#include "Utility/InstallInspector/Check/TargetFolders.h"
+#include "Utility/InstallInspector/Documents/TargetFolders.h"
 
 #include "Utility/InstallInspector/Documents/LookAlike.h"
 #include "Utility/InstallUtility/Pattern.h"
@@ -93,6 +93,12 @@ std::vector<TargetFolder> targetFoldersOf(const Product& product) {
             }
         }
     }
+    return folders;
+}
+
+std::vector<TargetFolder> targetFoldersOf(const Product& product, const Product::CopiedBranch& branch) {
+    std::vector<TargetFolder> folders;
+    add(product, *branch.node, *branch.item, branch.family, folders);
     return folders;
 }
 

@@ -22,6 +22,8 @@ struct TargetFolder {
 
 /// All of a product with target paths: VorlaneFX first, in the order of the file, then Content and the hosts.
 std::vector<TargetFolder> targetFoldersOf(const Product& product);
+/// Those of one branch of it, with its own family, in the order in which an install goes to them.
+std::vector<TargetFolder> targetFoldersOf(const Product& product, const Product::CopiedBranch& branch);
 
 /// The path in the form in which it is compared, since most disks do not tell case apart.
 std::string comparedPath(const std::string& path);

@@ -1,4 +1,4 @@
-#include "Utility/InstallInspector/Check/ConditionLogic.h"
+#include "Utility/InstallInspector/Documents/ConditionLogic.h"
 
 #include "Utility/InstallInspector/Report/Finding.h"
 
