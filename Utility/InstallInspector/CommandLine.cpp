@@ -4,6 +4,7 @@
 #include "Utility/InstallInspector/Author/UpdateCommand.h"
 #include "Utility/InstallInspector/Check/CheckCommand.h"
 #include "Utility/InstallInspector/Documents/RecordFolder.h"
+#include "Utility/InstallInspector/Compare/CompareCommand.h"
 #include "Utility/InstallInspector/Log/LogCommand.h"
 #include "Utility/InstallInspector/Machine/MachineCommand.h"
 #include "Utility/InstallInspector/Owner/OwnerCommand.h"
@@ -253,6 +254,24 @@ void addUpdateCommand(CLI::App& app, int& status) {
     command->callback([options, &status] { status = runUpdate(*options); });
 }
 
+void addCompareCommand(CLI::App& app, int& status) {
+    auto options = std::make_shared<CompareOptions>();
+    CLI::App* command = app.add_subcommand(
+        "compare", "Tell what an update from one build to another leaves behind or loses, and do nothing");
+    command->add_option("OLD", options->oldDefinition, "The definition of the build that customers have")
+        ->required();
+    command->add_option("NEW", options->newDefinition, "The definition of the build that they get")
+        ->required();
+    command->add_option("--targets", options->targets, "The target paths of the one and of the other")
+        ->type_name("OLD NEW")
+        ->expected(2);
+    command->add_flag("--json", options->bJson, "Print JSON for other programs");
+    command->footer(
+        "Exit status: 0 when an update leaves nothing behind and loses nothing, as far as the files say, "
+        "1 when it does or they do not say, 2 when the files cannot be compared.");
+    command->callback([options, &status] { status = runCompare(*options); });
+}
+
 } // namespace
 
 int runCommandLine(int argc, char* argv[]) {
@@ -270,6 +289,7 @@ int runCommandLine(int argc, char* argv[]) {
     addRebuildCommand(app, status);
     addOwnerCommand(app, status);
     addLogCommand(app, status);
+    addCompareCommand(app, status);
     addNewCommand(app, status);
     addUpdateCommand(app, status);
     try {
