@@ -1,5 +1,6 @@
 // Random products whose builds change, on a machine that changes, for two users: what each plan says against
 // what the run then does, and its verdict against who has what on the disk before and afterwards.
+#include "Tests/Support/DiskContent.h"
 #include "Tests/Support/EndToEndTest.h"
 #include "Tests/Support/FullRun.h"
 #include "Tests/Support/Random.h"
@@ -15,7 +16,6 @@
 #include <random>
 #include <set>
 #include <string>
-#include <unistd.h>
 #include <vector>
 
 namespace fs = std::filesystem;
@@ -254,18 +254,7 @@ Build nextBuild(Random& random, Build build) {
 
 // What is on the disk
 
-/// Content by path; a folder that holds nothing ends with a slash, a link has "-> " before where it leads.
-using Disk = std::map<std::string, std::string>;
-
-bool isAt(const Disk& disk, const std::string& path) {
-    const auto next = disk.lower_bound(path);
-    return next != disk.end() && (next->first == path || next->first.rfind(path + "/", 0) == 0);
-}
-
-bool isFolderAt(const Disk& disk, const std::string& path) {
-    const auto next = disk.lower_bound(path + "/");
-    return next != disk.end() && next->first.rfind(path + "/", 0) == 0;
-}
+using Disk = DiskContent;
 
 /// What a product has on the disk: for each path that of its tree.
 using Holdings = std::map<std::string, std::string>;
@@ -303,50 +292,9 @@ protected:
         }
     }
 
-    ProgramResult runInside(const std::vector<std::string>& command) {
-        const std::string home = "HOME=/Users/" + user;
-        // The address sanitizer needs /proc, which only a private root of the script's making has.
-        const bool bSanitizer =
-            std::getenv("ASAN_OPTIONS") != nullptr; // NOLINT(concurrency-mt-unsafe): one thread
-        if (geteuid() != 0 || bSanitizer) {
-            Options options;
-            options.environment["HOME"] = "/Users/" + user;
-            return root().runUnwatched(command, options);
-        }
-        // Without the many processes that a private root takes elsewhere.
-        ProgramOptions options;
-        options.environment =
-            std::map<std::string, std::string>{{"HOME", "/Users/" + user}, {"PATH", "/usr/bin:/bin"}};
-        const std::string folder = root().outside("/");
-        options.beforeStart = [folder] {
-            if (chroot(folder.c_str()) != 0 || chdir("/") != 0) {
-                _exit(126);
-            }
-        };
-        return runProgram(command, options);
-    }
+    ProgramResult runInside(const std::vector<std::string>& command) { return RunQuickly(command, user); }
 
-    Disk diskNow() {
-        Disk disk;
-        for (const char* top : {"/Applications", "/Library", "/Users"}) {
-            for (fs::recursive_directory_iterator entry(root().outside(top)), end; entry != end; ++entry) {
-                const std::string path = "/" + entry->path().lexically_relative(root().outside("/")).string();
-                if (entry->is_symlink()) {
-                    disk[path] = "-> " + fs::read_symlink(entry->path()).string();
-                } else if (path.rfind(uninstallers, 0) == 0) {
-                    disk[path] = "";
-                    entry.disable_recursion_pending();
-                } else if (entry->is_directory()) {
-                    if (fs::is_empty(entry->path())) {
-                        disk[path + "/"] = "";
-                    }
-                } else {
-                    disk[path] = FileTree::read(entry->path());
-                }
-            }
-        }
-        return disk;
-    }
+    Disk diskNow() { return diskContentOf(root()); }
 
     bool isHost() { return root().exists(host); }
 
