@@ -324,7 +324,7 @@ bool apply(const Json& difference, const DiskContent& old, const DiskContent& al
         return !left.empty();
     }
     if (state == "missing") {
-        const bool bInTheWay = path.rfind("/Applications/", 0) == 0 || isFileAbove(old, path);
+        const bool bInTheWay = difference.contains("leadsTo") || isFileAbove(old, path);
         if (bInTheWay) {
             erase(disk, now);
         }
@@ -334,7 +334,9 @@ bool apply(const Json& difference, const DiskContent& old, const DiskContent& al
         return false;
     }
     if (state == "misplaced") {
-        disk[onThisMachine(difference["at"])] = now.begin()->second;
+        disk[onThisMachine(difference["at"])] = difference.contains("leadsTo")
+                                                    ? "-> " + onThisMachine(difference["leadsTo"])
+                                                    : now.begin()->second;
     }
     erase(disk, now);
     disk.insert(before.begin(), before.end());

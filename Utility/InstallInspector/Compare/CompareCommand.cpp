@@ -16,6 +16,9 @@ void writeDifference(JsonWriter& json, const Difference& difference) {
             json.text(name, value);
         }
     }
+    if (difference.cause == Difference::Cause::ShortCut && difference.now != nullptr) {
+        json.text("leadsTo", difference.now->path);
+    }
     if (difference.old != nullptr) {
         json.text("old", difference.old->treePath);
     }

@@ -333,11 +333,17 @@ private:
     void weigh(const Links& after, const Links& alone) {
         bool bInside = false;
         for (const auto& [path, link] : after) {
-            if (path != main && alone.count(path) == 0) {
+            const auto same = alone.find(path);
+            if (path != main && (same == alone.end() || same->second.target->key != link.target->key)) {
                 bInside = true;
                 Difference difference = {State::Misplaced, Cause::ShortCut, main, nullptr, link.target};
                 difference.at = path;
                 add(std::move(difference));
+            }
+        }
+        for (const auto& [path, link] : alone) {
+            if (path != main && after.count(path) == 0) {
+                add({State::Missing, Cause::ShortCut, path, nullptr, link.target});
             }
         }
         const auto is = after.find(main);
@@ -352,7 +358,8 @@ private:
     }
 
     void add(Difference difference) {
-        if (known.insert(std::to_string(static_cast<int>(difference.state)) + difference.at).second) {
+        if (known.insert(std::to_string(static_cast<int>(difference.state)) + difference.path + difference.at)
+                .second) {
             comparison.differences.push_back(std::move(difference));
         }
     }

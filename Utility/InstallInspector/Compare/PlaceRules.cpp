@@ -63,7 +63,7 @@ void wholeFolderUnknown(const Comparison& comparison, const CompareReport& repor
 const char* const inApplications = "/Applications/";
 
 std::string linkName(const Difference& difference) {
-    return quotedText(toVLString(difference.path.substr(std::string(inApplications).size())));
+    return quotedText(toVLString(difference.path.substr(difference.path.rfind('/') + 1)));
 }
 
 void shortCutDropped(const Comparison& comparison, const CompareReport& report) {
