@@ -189,17 +189,23 @@ private:
         }
         const auto below = names.lower_bound(name + "/");
         if (below != names.end() && below->rfind(name + "/", 0) == 0) {
-            add({State::Old, Cause::InTheWay, path, &before, &entry});
+            block(path, before, entry);
             return;
         }
         for (std::size_t slash = name.rfind('/'); slash != std::string::npos && slash != 0;
              slash = name.rfind('/', slash - 1)) {
             if (names.count(name.substr(0, slash)) != 0) {
-                add({State::Old, Cause::InTheWay, entry.path + "/" + part.substr(0, slash), &before, &entry});
+                block(entry.path + "/" + part.substr(0, slash), before, entry);
                 return;
             }
         }
         add({State::Mixed, Cause::Part, path, &before, &entry});
+    }
+
+    /// A folder of which one part cannot be copied counts as not copied, though the other parts are.
+    void block(const std::string& path, const Entry& before, const Entry& entry) {
+        add({State::Old, Cause::InTheWay, path, &before, &entry});
+        notWritten[&entry].push_back(before.condition);
     }
 
     void meetWhatLiesBelow(const Entry& entry) {
