@@ -2,6 +2,7 @@
 
 #include "Platform/Utf8.h"
 #include "Utility/InstallInspector/Author/Characters.h"
+#include "Utility/InstallInspector/Documents/Bundle.h"
 #include "Utility/InstallInspector/Documents/LookAlike.h"
 #include "Utility/InstallInspector/Report/Finding.h"
 #include "Utility/InstallUtility/KnownNames.h"
@@ -10,13 +11,11 @@
 #include <climits>
 
 #include <algorithm>
-#include <cctype>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
-#include <iterator>
 #include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -30,22 +29,6 @@ using Parts = std::vector<std::string>;
 
 /// Two levels of a document are `product` and `installFiles`.
 constexpr std::size_t deepest = XMLTextCheck::maxDepth - 2;
-
-constexpr const char* bundleEndings[] = {
-    ".app",    ".appex", ".aaxplugin", ".bundle", ".component", ".framework", ".fxplug", ".kext",
-    ".plugin", ".prm",   ".prefPane",  ".saver",  ".vst",       ".vst3",      ".xpc",    ".qlgenerator",
-};
-
-bool endsWithAnyCase(const std::string& name, const std::string& ending) {
-    return name.size() > ending.size() &&
-           std::equal(ending.begin(), ending.end(), name.end() - static_cast<std::ptrdiff_t>(ending.size()),
-                      [](unsigned char a, unsigned char b) { return std::tolower(a) == std::tolower(b); });
-}
-
-bool hasBundleName(const std::string& name) {
-    return std::any_of(std::begin(bundleEndings), std::end(bundleEndings),
-                       [&](const char* ending) { return endsWithAnyCase(name, ending); });
-}
 
 /// The names in a path, without the empty ones and ".".
 Parts partsOf(const std::string& path) {

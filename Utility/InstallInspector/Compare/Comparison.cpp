@@ -234,10 +234,15 @@ private:
                 others.push_back(entry->condition);
             }
         }
-        if (!pairs.canHoldAlone(*before.condition, others) || isPartOfNew(before)) {
+        if (!pairs.canHoldAlone(*before.condition, others)) {
             return;
         }
-        Difference difference = {State::Left, Cause::NotListed, before.path, &before, nullptr};
+        const Part part = partOfNew(before);
+        if (part == Part::Yes) {
+            return;
+        }
+        const State state = part == Part::Unknown ? State::Mixed : State::Left;
+        Difference difference = {state, Cause::NotListed, before.path, &before, nullptr};
         if (!others.empty()) {
             difference.when = textOf(*before.condition);
             for (const Condition* other : others) {
@@ -247,8 +252,10 @@ private:
         add(std::move(difference));
     }
 
+    enum class Part { No, Yes, Unknown };
+
     /// Whether the new build has it in a folder in one piece.
-    bool isPartOfNew(const Entry& before) {
+    Part partOfNew(const Entry& before) {
         for (std::size_t slash = before.key.rfind('/'); slash != std::string::npos && slash != 0;
              slash = before.key.rfind('/', slash - 1)) {
             const auto above = now.find(before.key.substr(0, slash));
@@ -256,17 +263,18 @@ private:
                 continue;
             }
             for (const Entry* entry : above->second) {
+                if (!entry->bFolder || pairs.canHoldAlone(*before.condition, {entry->condition})) {
+                    continue;
+                }
                 const Manifest::Parts parts = Manifest::of(*entry->node->element);
                 const std::string name = before.key.substr(slash + 1);
                 const bool bHas = std::any_of(parts.begin(), parts.end(), [&](const Manifest::Part& part) {
                     return comparedPath(part.path) == name;
                 });
-                if (bHas && !pairs.canHoldAlone(*before.condition, {entry->condition})) {
-                    return true;
-                }
+                return parts.empty() ? Part::Unknown : bHas ? Part::Yes : Part::No;
             }
         }
-        return false;
+        return Part::No;
     }
 
     Comparison& comparison;

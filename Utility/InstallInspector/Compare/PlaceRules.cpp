@@ -123,8 +123,8 @@ using ByFolder = std::map<const TiXmlElement*, std::vector<const Difference*>>;
 ByFolder leftByFolder(const Comparison& comparison) {
     ByFolder folders;
     for (const Difference& difference : comparison.differences) {
-        if (difference.state == State::Left && difference.cause == Cause::NotListed &&
-            difference.old->element != nullptr && comparison.now.find(difference.old->treePath) != nullptr) {
+        if (difference.cause == Cause::NotListed && difference.old->element != nullptr &&
+            comparison.now.find(difference.old->treePath) != nullptr) {
             folders[difference.old->element].push_back(&difference);
         }
     }
