@@ -70,6 +70,7 @@ class Places(Installed):
                 continue
             run("diff", "-r", SOURCE / name, self.data / name)
         self.assertTrue(os.access(self.data / "Examples/packaging/postinstall", os.X_OK))
+        self.assertTrue(os.access(self.data / "Examples/packaging/preinstall", os.X_OK))
 
     def test_each_document_and_man_page(self):
         for document in [*(SOURCE / "Docs").glob("*.md"), SOURCE / "README.md", SOURCE / "CHANGELOG.md"]:

@@ -465,6 +465,7 @@ protected:
                 // Only conditions, and what no definition tells, leave it open.
                 EXPECT_TRUE(bApplies || bConditions || difference["state"] == "mixed") << difference;
             }
+            EXPECT_TRUE(foretold["verdict"] == "harm" || difference["state"] == "mixed") << difference;
             ++states[difference["state"]];
         }
         EXPECT_EQ(expected, after) << foretold["differences"].dump(1);

@@ -245,7 +245,7 @@ void fileAdded(const Comparison& comparison, const CompareReport& report) {
 
 // Hosts and families
 
-/// Of one build the hosts of its tree, and the families that its plug-ins give, as "HOST/FAMILY" too.
+/// The hosts of its tree.
 Nodes hostsOf(const Build& build) {
     const TreeNode* hosts = build.product().branch(Branch::hosts);
     return hosts == nullptr ? Nodes() : hosts->children;
