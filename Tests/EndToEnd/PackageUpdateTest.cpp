@@ -163,13 +163,30 @@ TEST_F(PackageUpdate, FirstInstallIsOneAsWithoutTheScript) {
 }
 
 TEST_F(PackageUpdate, FindsTheInstalledBuildUnderAnyName) {
-    ProductBuilder named = oldBuild();
-    named.name("A \"name\" & more");
     ExpectSuccess(Install(oldBuild()));
-    pack(newBuild().name("Another <name> & more"));
-    update();
+    pack(newBuild().name("Another <name> &lt; more"));
+    ExpectSuccess(script("preinstall"));
+    EXPECT_EQ(uninstallers(), (Lines{"Uninstall Another <name> &lt; more (update).app"}));
+    ExpectSuccess(script("postinstall"));
     expectNewBuild();
-    EXPECT_EQ(uninstallers(), (Lines{"Uninstall Another <name> & more.app"}));
+    EXPECT_EQ(uninstallers(), (Lines{"Uninstall Another <name> &lt; more.app"}));
+}
+
+TEST_F(PackageUpdate, SharedPackageStaysWhereTheRecordsFolderHasTheNameOfAFamily) {
+    const auto build = [](const std::string& id, const std::string& number) {
+        ProductBuilder product(id, "Product " + id);
+        return product.build("1.0.0." + number)
+            .family("Blur")
+            .target("VorlaneFX", "/Library/Vorlane/%FAMILY%");
+    };
+    ExpectSuccess(Install(build("COMMON", "1").file("VorlaneFX/tool", "tool")));
+    ExpectSuccess(Install(build("ALPHA", "10").file("VorlaneFX/old", "old")));
+    pack(build("ALPHA", "11").file("VorlaneFX/new", "new"));
+    update();
+    EXPECT_FALSE(root().exists("/Library/Vorlane/Blur/old"));
+    EXPECT_EQ(counts("/Library/Vorlane/Blur"),
+              (Lines{"product COMMON, Product COMMON, 1.0.0.1", "product ALPHA, Product ALPHA, 1.0.0.11",
+                     "VorlaneFX 2", "VorlaneFX/tool 1, 1.0.0.1", "VorlaneFX/new 1, 1.0.0.11"}));
 }
 
 TEST_F(PackageUpdate, TakesTheNewestOfTwoUninstallers) {
@@ -236,10 +253,12 @@ TEST_F(PackageUpdate, RefusesAnotherVolume) {
 TEST_F(PackageUpdate, NothingOfTheCallersRuns) {
     ExpectSuccess(Install(oldBuild()));
     pack(newBuild());
+    root().add("/bin/bash", "/bin/sh"); // as on macOS
     const HostileCaller caller(root());
     HostileCaller::Variables variables{{"USER", "anna"}};
     variables.merge(HostileCaller::tools());
     variables.merge(HostileCaller::startFile());
+    variables.merge(HostileCaller::functions());
     ExpectSuccess(script("preinstall", variables));
     EXPECT_FALSE(caller.hasRun());
     EXPECT_FALSE(isThere("dropped"));

@@ -263,6 +263,21 @@ TEST_F(CompareCommand, LowerBuildKeepsOnlyWhatDependsOnIt) {
                                      "old /Library/Application Support/Vorlane/Looks/grey.look"}));
 }
 
+TEST_F(CompareCommand, WhatIsInTheWayIsForetold) {
+    const std::string tool = "/Library/Application Support/Vorlane/Tool";
+    ProductBuilder file = first();
+    file.file("VorlaneFX/Tool", "tool").shortCut("VorlaneFX/Tool", "Spark Tool");
+    const ProductBuilder inside = second().file("VorlaneFX/Tool/inside", "tool");
+    EXPECT_EQ(differences(json(file, inside)),
+              (std::set<std::string>{"missing " + tool + "/inside", "left " + tool,
+                                     "left /Applications/Spark Tool"}));
+    const Json back = json(inside, file.build("1.0.0.12"));
+    EXPECT_EQ(differences(back), (std::set<std::string>{"left " + tool + "/inside", "misplaced " + tool}));
+    for (const Json& difference : back["differences"]) {
+        EXPECT_EQ(difference.value("at", ""), difference["state"] == "misplaced" ? tool + "/Tool" : "");
+    }
+}
+
 TEST_F(CompareCommand, ManifestsTellWhatIsLeftInAWholeFolder) {
     const auto build = [](ProductBuilder product) {
         return product.listedFile("VorlaneFX/A.app").unlistedFile("VorlaneFX/A.app/kept", "1");
