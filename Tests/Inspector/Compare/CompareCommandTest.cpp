@@ -278,6 +278,54 @@ TEST_F(CompareCommand, WhatIsInTheWayIsForetold) {
     }
 }
 
+TEST_F(CompareCommand, FileForAWholeFolderComesToLieInIt) {
+    const Json result = json(first().folder("VorlaneFX/Tool").unlistedFile("VorlaneFX/Tool/one", "1"),
+                             second().file("VorlaneFX/Tool", "tool"));
+    EXPECT_EQ(differences(result),
+              (std::set<std::string>{"misplaced /Library/Application Support/Vorlane/Tool"}));
+    EXPECT_EQ(told(result), (std::set<std::string>{"error kind-changed"}));
+}
+
+TEST_F(CompareCommand, ShortcutToAFolderComesToLieInIt) {
+    const auto build = [](ProductBuilder product) {
+        return product.listedFile("VorlaneFX/A.app")
+            .unlistedFile("VorlaneFX/A.app/one", "1")
+            .shortCut("VorlaneFX/A.app", "Tool");
+    };
+    const Json result = json(build(first()), build(second()));
+    EXPECT_EQ(differences(result), (std::set<std::string>{"mixed /Library/Application Support/Vorlane/A.app",
+                                                          "misplaced /Applications/Tool"}));
+    const Json& link = result["differences"][1];
+    EXPECT_EQ(link["at"], "/Library/Application Support/Vorlane/A.app/A.app");
+    EXPECT_EQ(link["leadsTo"], "/Library/Application Support/Vorlane/A.app");
+    EXPECT_THAT(told(result), testing::Contains("error shortcut-dropped"));
+}
+
+TEST_F(CompareCommand, NewRecordKeepsNothingBack) {
+    const char* const edius = "/Library/Edius/Vorlane";
+    const Json result = json(withTargets("/Library/Application Support/Vorlane", edius, {}),
+                             withTargets("/Library/Vorlane", edius, {}).build("1.0.0.9"));
+    EXPECT_EQ(differences(result),
+              (std::set<std::string>{"left /Library/Application Support/Vorlane/guide.html"}));
+}
+
+TEST_F(CompareCommand, ShortcutOfAFileThatIsKeptIsNotMade) {
+    ProductBuilder now = first();
+    now.build("1.0.0.9").shortCut("VorlaneFX/guide.html", "Guide");
+    EXPECT_THAT(differences(json(first(), now)), testing::Contains("missing /Applications/Guide"));
+}
+
+TEST_F(CompareCommand, OldUninstallerIsLeft) {
+    EXPECT_EQ(differences(json(first(), second().name("Spark Two"))),
+              (std::set<std::string>{"left /Applications/Vorlane Uninstallers/Uninstall Spark.app"}));
+}
+
+TEST_F(CompareCommand, ItemForAFileTakesItNowhere) {
+    const Json result = json(first(), second().target("Content/paper.txt", "/Library/Paper"));
+    EXPECT_EQ(differences(result), (std::set<std::string>{"left /Users/%USER%/Movies/Vorlane/paper.txt"}));
+    EXPECT_EQ(told(result), (std::set<std::string>{"error target-moved"}));
+}
+
 TEST_F(CompareCommand, ManifestsTellWhatIsLeftInAWholeFolder) {
     const auto build = [](ProductBuilder product) {
         return product.listedFile("VorlaneFX/A.app").unlistedFile("VorlaneFX/A.app/kept", "1");

@@ -191,7 +191,9 @@ void targetAdded(const Comparison& comparison, const CompareReport& report) {
     }
     for (const TargetFolder& folder : comparison.now.folders()) {
         const std::string treePath = toString(folder.node->treePath);
-        if (comparison.old.find(treePath) != nullptr && old.count({treePath, folder.compared}) == 0) {
+        const bool bTaken = folder.node->node->isDirectory; // an item takes folders only
+        if (bTaken && comparison.old.find(treePath) != nullptr &&
+            old.count({treePath, folder.compared}) == 0) {
             report(folder.where(),
                    quotedText(folder.node->treePath) + " also goes to " + valueOf(*folder.element),
                    "It is installed there with the update.", "Nothing has to be done.", {folder.folder});
