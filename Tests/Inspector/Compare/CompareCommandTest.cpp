@@ -324,6 +324,7 @@ TEST_F(CompareCommand, ItemForAFileTakesItNowhere) {
     const Json result = json(first(), second().target("Content/paper.txt", "/Library/Paper"));
     EXPECT_EQ(differences(result), (std::set<std::string>{"left /Users/%USER%/Movies/Vorlane/paper.txt"}));
     EXPECT_EQ(told(result), (std::set<std::string>{"error target-moved"}));
+    EXPECT_THAT(result["findings"][0]["message"].get<std::string>(), HasSubstr("no target folder any more"));
 }
 
 TEST_F(CompareCommand, ManifestsTellWhatIsLeftInAWholeFolder) {

@@ -156,7 +156,8 @@ void tellLeft(const Comparison& comparison, const CompareReport& report, bool bC
         if (bConditions) {
             report(where, "the condition of " + valueOf(*element) + " is another one",
                    "Where only the old one holds (" + printable(differences.front()->when) + "), " + staying +
-                       " stay there, and no uninstall looks there.",
+                       (differences.size() == 1 ? " stays" : " stay") +
+                       " there, and no uninstall looks there.",
                    "Keep the condition, or one that holds wherever the old one does. " + std::string(wayOut),
                    pathsOf(differences));
             continue;
@@ -167,7 +168,10 @@ void tellLeft(const Comparison& comparison, const CompareReport& report, bool bC
             });
         report(where,
                staying +
-                   (bNowhere ? " have no target folder any more, in place of " : " go elsewhere than to ") +
+                   (bNowhere
+                        ? (differences.size() == 1 ? " has" : " have") +
+                              std::string(" no target folder any more, in place of ")
+                        : std::string(differences.size() == 1 ? " goes" : " go") + " elsewhere than to ") +
                    valueOf(*element),
                "What the old build has put there stays, where hosts may load it beside the new one, and no "
                "uninstall "
