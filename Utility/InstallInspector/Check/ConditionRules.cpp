@@ -1,8 +1,8 @@
 // What becomes of conditions on any machine, and what the product itself does to them.
-#include "Utility/InstallInspector/Documents/ConditionLogic.h"
 #include "Utility/InstallInspector/Check/Rules.h"
-#include "Utility/InstallInspector/Documents/TargetFolders.h"
+#include "Utility/InstallInspector/Documents/ConditionLogic.h"
 #include "Utility/InstallInspector/Documents/Placeholders.h"
+#include "Utility/InstallInspector/Documents/TargetFolders.h"
 
 #include <algorithm>
 #include <functional>

@@ -1,6 +1,6 @@
 // Parts of the tree that meet in one place on disk.
-#include "Utility/InstallInspector/Documents/ConditionLogic.h"
 #include "Utility/InstallInspector/Check/Rules.h"
+#include "Utility/InstallInspector/Documents/ConditionLogic.h"
 #include "Utility/InstallInspector/Documents/TargetFolders.h"
 #include "Utility/InstallInspector/Report/Output.h"
 

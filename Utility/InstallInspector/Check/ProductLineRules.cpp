@@ -1,7 +1,7 @@
 // What several products of a line do to each other.
 #include "Utility/InstallInspector/Check/Rules.h"
-#include "Utility/InstallInspector/Documents/TargetFolders.h"
 #include "Utility/InstallInspector/Documents/LookAlike.h"
+#include "Utility/InstallInspector/Documents/TargetFolders.h"
 #include "Utility/InstallInspector/Report/Output.h"
 
 #include <algorithm>
