@@ -2,6 +2,7 @@
 #include "Tests/Support/FileTree.h"
 #include "Tests/Support/RunProgram.h"
 #include "Utility/InstallInspector/Check/Rules.h"
+#include "Utility/InstallInspector/Compare/CompareRules.h"
 #include "Utility/InstallInspector/Plan/Plan.h"
 #include "Utility/InstallInspector/Report/FindingOutput.h"
 #include "Utility/InstallInspector/Status/Status.h"
@@ -70,6 +71,10 @@ TEST(ManPage, DescribesEachRuleOfCheck) {
     expectDescribed(allRules());
 }
 
+TEST(ManPage, DescribesEachRuleOfCompare) {
+    expectDescribed(allCompareRules());
+}
+
 TEST(ManPage, DescribesEachFindingOfStatus) {
     expectDescribed(allStatusRules());
 }
@@ -94,6 +99,9 @@ TEST(ManPage, DescribesNoRuleThatIsNotThere) {
     for (const Rule& rule : allRules()) {
         names.erase(rule.name);
     }
+    for (const CompareRule& rule : allCompareRules()) {
+        names.erase(rule.name);
+    }
     for (const StatusRule& rule : allStatusRules()) {
         names.erase(rule.name);
     }
@@ -106,6 +114,9 @@ TEST(ManPage, OnlyWhatIsTheSameHasTheSameName) {
         names.insert(rule);
     }
     for (const Rule& rule : allRules()) {
+        names.insert(rule.name);
+    }
+    for (const CompareRule& rule : allCompareRules()) {
         names.insert(rule.name);
     }
     for (const StatusRule& rule : allStatusRules()) {
