@@ -1,7 +1,6 @@
 #include "Benchmarks/Support/Comparison.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstdlib>
 #include <stdexcept>
 #include <sys/resource.h>
@@ -15,30 +14,26 @@
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-double secondsOf(const std::function<void()>& work) {
-    const Clock::time_point start = Clock::now();
-    work();
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
-
 double median(std::vector<double> values) {
     const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
     std::nth_element(values.begin(), middle, values.end());
     return *middle;
 }
 
-/// Most memory that this process has had, in bytes.
-double mostMemory() {
+/// What a process has used so far.
+Usage usageUntilNow() {
     rusage usage = {};
     getrusage(RUSAGE_SELF, &usage);
 #ifdef __APPLE__
-    return static_cast<double>(usage.ru_maxrss);
+    constexpr double unit = 1;
 #else
     constexpr double unit = 1024;
-    return static_cast<double>(usage.ru_maxrss) * unit;
 #endif
+    const auto seconds = [](const timeval& time) {
+        constexpr double microseconds = 1e6;
+        return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / microseconds;
+    };
+    return {seconds(usage.ru_utime) + seconds(usage.ru_stime), static_cast<double>(usage.ru_maxrss) * unit};
 }
 
 void giveBackFreeMemory() {
@@ -54,7 +49,7 @@ void over(long most, benchmark::internal::Benchmark* benchmark) {
 
 } // namespace
 
-double PeakMemory(const std::function<void()>& work) {
+Usage UsageInAProcessOfItsOwn(const std::function<void()>& work) {
     giveBackFreeMemory();
     int ends[2];
     if (pipe(ends) != 0) {
@@ -65,13 +60,14 @@ double PeakMemory(const std::function<void()>& work) {
         throw std::runtime_error("no child process");
     }
     if (child == 0) {
-        const double before = mostMemory();
+        const Usage before = usageUntilNow();
         work();
-        const double growth = mostMemory() - before;
+        const Usage after = usageUntilNow();
+        const Usage growth = {after.seconds - before.seconds, after.memory - before.memory};
         _exit(write(ends[1], &growth, sizeof growth) == static_cast<ssize_t>(sizeof growth) ? 0 : 1);
     }
     close(ends[1]);
-    double growth = 0;
+    Usage growth;
     const ssize_t count = read(ends[0], &growth, sizeof growth);
     close(ends[0]);
     int status = 0;
@@ -83,29 +79,26 @@ double PeakMemory(const std::function<void()>& work) {
 
 void Compare(benchmark::State& state, const Comparison& comparison) {
     constexpr double megabyte = 1e6;
-    comparison.before();
-    const double memory = PeakMemory(comparison.work);
-    comparison.before();
-    const double measureMemory = PeakMemory(comparison.measure);
-
+    const auto turnOf = [&comparison](const std::function<void()>& work) {
+        comparison.before();
+        return UsageInAProcessOfItsOwn(work);
+    };
+    Usage work;
+    Usage measure;
     std::vector<double> measured;
     std::vector<double> ratios;
-    const auto secondsOfTurn = [&comparison](const std::function<void()>& work) {
-        comparison.before();
-        return secondsOf(work);
-    };
-    secondsOfTurn(comparison.measure); // whoever is first would pay for the memory that both use
     for ([[maybe_unused]] auto turn : state) {
-        const double seconds = secondsOfTurn(comparison.work);
-        state.SetIterationTime(seconds);
-        measured.push_back(secondsOfTurn(comparison.measure));
-        ratios.push_back(seconds / measured.back());
+        work = turnOf(comparison.work);
+        measure = turnOf(comparison.measure);
+        state.SetIterationTime(work.seconds);
+        measured.push_back(measure.seconds);
+        ratios.push_back(work.seconds / measure.seconds);
     }
     state.counters["measure"] = median(measured);
     state.counters["ratio"] = median(ratios);
-    state.counters["MB"] = memory / megabyte;
-    state.counters["measureMB"] = measureMemory / megabyte;
-    state.counters["memory"] = memory / measureMemory;
+    state.counters["MB"] = work.memory / megabyte;
+    state.counters["measureMB"] = measure.memory / megabyte;
+    state.counters["memory"] = work.memory / measure.memory;
     state.SetComplexityN(state.range(0));
 }
 

@@ -94,16 +94,47 @@ Vector<VLString> archQualifiedNames(const VLString& host, const VLString& arch) 
     return names;
 }
 
-/// Reads the attributes that folders and files have in common into a new child of `parent`. It replaces a
-/// child of that name with everything below it. Null if `element` has no name.
-FileNode* readNode(const TiXmlElement& element, FileNode& parent, const VLString& parentName) {
-    VLString name = XMLDocument::Attribute(element, "fileName");
+/// The attributes of a folder or file, found in one pass. Null if missing.
+struct NodeAttributes {
+    explicit NodeAttributes(const TiXmlElement& element) {
+        for (const TiXmlAttribute* attribute = element.FirstAttribute(); attribute != nullptr;
+             attribute = attribute->Next()) {
+            take(attribute->NameTStr(), attribute->Value());
+        }
+    }
+
+    const char* fileName = nullptr;
+    const char* arch = nullptr;
+    const char* configuration = nullptr;
+    const char* dontDelete = nullptr;
+    const char* ignoreInstallErrors = nullptr;
+    const char* allowDowngrade = nullptr;
+
+private:
+    void take(const std::string& name, const char* value) {
+        if (name == "fileName") {
+            fileName = value;
+        } else if (name == "arch") {
+            arch = value;
+        } else if (name == "configuration") {
+            configuration = value;
+        } else if (name == "dontdelete") {
+            dontDelete = value;
+        } else if (name == "ignoreinstallerrors") {
+            ignoreInstallErrors = value;
+        } else if (name == "allowdowngrade") {
+            allowDowngrade = value;
+        }
+    }
+};
+
+/// Takes the attributes that folders and files have in common into a new child of `parent`. It replaces a
+/// child of that name with everything below it. Null if they contain no name.
+FileNode* addNode(const NodeAttributes& attributes, FileNode& parent, const VLString& parentName) {
+    VLString name(attributes.fileName);
     if (name.IsEmpty()) {
         return nullptr;
     }
-    const auto flag = [&element](const char* attribute, bool inherited) {
-        return getBoolFlagFromString(XMLDocument::Attribute(element, attribute), inherited);
-    };
     // Names of one length mostly come in their order, and then the end is the right place.
     FileNode& node = parent.children.try_emplace(parent.children.end(), name)->second;
     if (node.name.IsSet()) {
@@ -114,20 +145,21 @@ FileNode* readNode(const TiXmlElement& element, FileNode& parent, const VLString
     if (parentName.Size() <= FileNode::longestParentName) {
         node.parentName = parentName;
     }
-    const VLString arch = XMLDocument::Attribute(element, "arch");
-    node.arch = arch.IsSet() && arch.EqualsIgnoreCase("x86") ? 1 : 0;
-    node.dontDelete = flag("dontdelete", parent.dontDelete);
-    node.ignoreInstallErrors = flag("ignoreinstallerrors", parent.ignoreInstallErrors);
-    node.allowDowngrade = flag("allowdowngrade", parent.allowDowngrade);
+    node.arch = VLString(attributes.arch).EqualsIgnoreCase("x86") ? 1 : 0;
+    node.dontDelete = getBoolFlagFromString(attributes.dontDelete, parent.dontDelete);
+    node.ignoreInstallErrors =
+        getBoolFlagFromString(attributes.ignoreInstallErrors, parent.ignoreInstallErrors);
+    node.allowDowngrade = getBoolFlagFromString(attributes.allowDowngrade, parent.allowDowngrade);
     return &node;
 }
 
 void readFile(TiXmlElement& element, FileNode& parent, const VLString& parentName) {
-    FileNode* file = readNode(element, parent, parentName);
+    const NodeAttributes attributes(element);
+    FileNode* file = addNode(attributes, parent, parentName);
     if (file == nullptr) {
         return;
     }
-    file->configuration = XMLDocument::Attribute(element, "configuration");
+    file->configuration = attributes.configuration;
     if (const TiXmlElement* shortCut = FirstChild(element, "shortCut")) {
         file->shortCut.name = XMLDocument::Attribute(*shortCut, "name");
         file->shortCut.dir = XMLDocument::Attribute(*shortCut, "dir");
@@ -275,7 +307,7 @@ void SKUDefinition::fillHostsInfo(TiXmlElement* hosts, Vector<VLString>& names, 
 void SKUDefinition::parseInstallFiles(FileNode& parent, TiXmlNode* element, const VLString& parentName) {
     // The elements are removed while the tree grows, so that both are never complete in memory.
     ForEachChild(element, "directory", [&](TiXmlElement& child) {
-        if (FileNode* directory = readNode(child, parent, parentName)) {
+        if (FileNode* directory = addNode(NodeAttributes(child), parent, parentName)) {
             directory->isDirectory = true;
             parseInstallFiles(*directory, &child, directory->name);
         }
