@@ -169,7 +169,7 @@ class Consumer(Installed):
         self.build_and_use(f"-DCMAKE_PREFIX_PATH={moved}", f"-DINSTALLUTILITY_VERSION={VERSION}")
 
     def test_has_the_repository_as_a_folder(self):
-        self.build_and_use(f"-DINSTALLUTILITY_FOLDER={SOURCE}")
+        self.build_and_use(f"-DINSTALLUTILITY_FOLDER={SOURCE}", "-DCMAKE_UNITY_BUILD=ON", "-DCMAKE_BUILD_TYPE=Debug")
 
 
 class CheckOfTheBundle(unittest.TestCase):
