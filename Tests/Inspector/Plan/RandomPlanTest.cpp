@@ -717,7 +717,7 @@ protected:
         // One uninstaller for two products.
         for (const auto& [id, other] : others) {
             if (other.uninstaller() == build.uninstaller() && build.id != "COMMON" &&
-                holdings[id].erase(build.uninstaller()) != 0) {
+                holdings[id].erase(build.uninstaller()) != 0 && isAt(before, build.uninstaller())) {
                 harm.push_back("lost to " + id + ": its uninstaller");
             }
         }

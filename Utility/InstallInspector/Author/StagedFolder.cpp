@@ -154,6 +154,7 @@ private:
             fault(std::string("cannot be read: ") + std::strerror(errno));
             return;
         }
+        const int descriptor = (dirfd)(names.get()); // in parentheses: it is also a macro on macOS
         errno = 0;
         while (const dirent* entry = readdir(names.get())) {
             StagedNode child;
@@ -161,7 +162,7 @@ private:
             if (child.name != "." && child.name != "..") {
                 child.kind = kindOf(*entry, child.name);
                 child.omission = omissionOf(child.name);
-                child.bEmpty = child.kind == NodeKind::File && isEmpty(dirfd(names.get()), entry->d_name);
+                child.bEmpty = child.kind == NodeKind::File && isEmpty(descriptor, entry->d_name);
                 node.children.push_back(std::move(child));
             }
             errno = 0;

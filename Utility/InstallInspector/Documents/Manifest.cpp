@@ -154,7 +154,7 @@ std::vector<Found> listed(const std::string& path, std::vector<Difference>& faul
         list(path, "", found, faults);
         std::sort(found.begin(), found.end(), [](const Found& a, const Found& b) { return a.path < b.path; });
     } else {
-        found.push_back({"", status.st_mode & S_IFMT});
+        found.push_back({"", static_cast<mode_t>(status.st_mode & S_IFMT)});
     }
     return found;
 }

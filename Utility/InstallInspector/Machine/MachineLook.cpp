@@ -127,7 +127,8 @@ void MachineLook::add(const std::string& path, mode_t type) {
     if (type == S_IFLNK && text.empty()) {
         remark(path + " is a link that cannot be read, and is described as neither a file nor a folder");
     }
-    machine.entries[described(path)] = {type == S_IFLNK && text.empty() ? S_IFSOCK : kindOf(type), text};
+    machine.entries[described(path)] = {
+        static_cast<mode_t>(type == S_IFLNK && text.empty() ? S_IFSOCK : kindOf(type)), text};
 }
 
 /// The type of what is there itself, which is then described.

@@ -23,13 +23,13 @@ bool isOrWasBundle(const std::string& path, PlannedMachine& machine) {
 
 // What is owned
 
-void Survey::Owned::add(const OwnedPlace& place, mode_t type, bool bWithAll, PlannedMachine& machine) {
+void Survey::Owned::add(const OwnedPlace& place, mode_t type, bool bWithAll, PlannedMachine& planned) {
     if (!places.insert(place.place).second) {
         return;
     }
     // A folder that is listed as a file may be someone else's.
     if (bWithAll && !place.bShortCut &&
-        (place.bFolder || (type == S_IFDIR && isOrWasBundle(place.path, machine)))) {
+        (place.bFolder || (type == S_IFDIR && isOrWasBundle(place.path, planned)))) {
         folders.insert(place.place);
     }
     for (std::string folder = folderAbove(place.place); !folder.empty() && above.insert(folder).second;) {
