@@ -275,6 +275,16 @@ TEST_F(PlanVerdict, ASharedPackageWhoseDefinitionIsEmptyOrMalformedStays) {
     }
 }
 
+TEST_F(PlanVerdict, WhatTheTargetPathsOfTheLastProductSendElsewhereStays) {
+    install(common(), {});
+    const ProductBuilder alpha =
+        product().file("VorlaneFX/a", "A").target("VorlaneFX/manager", "/Library/Elsewhere");
+    install(alpha, {});
+    const Json plan = uninstall(alpha, {"stays-behind"});
+    EXPECT_EQ(pathsOf(plan, "stays-behind"), std::set<std::string>{shared("manager")}) << messagesOf(plan);
+    EXPECT_TRUE(root().exists(shared("manager")));
+}
+
 // What the user is asked
 
 TEST_F(PlanVerdict, AMissingVorlaneFXIsAskedAbout) {

@@ -215,12 +215,13 @@ std::vector<Plan::Remnant> remnantsOf(const Survey& survey) {
                 continue;
             }
             for (const std::string& path : leftOf(survey, files, place)) {
-                const char* why = place.reach == Reach::Idle
-                                      ? "the condition of its target folder does not hold"
-                                  : place.reach == Reach::OtherHome ? "it is another user's"
-                                  : survey.wasRecorded(place.treePath)
-                                      ? "its count does not come to zero, or it cannot be removed"
-                                      : "the record does not list it";
+                const char* why =
+                    place.reach == Reach::Idle           ? "the condition of its target folder does not hold"
+                    : place.reach == Reach::OtherHome    ? "it is another user's"
+                    : place.reach == Reach::BesideRecord ? "these target paths send it elsewhere"
+                    : survey.wasRecorded(place.treePath)
+                        ? "its count does not come to zero, or it cannot be removed"
+                        : "the record does not list it";
                 if (known.insert(path).second) {
                     remnants.push_back({place.treePath, path, why});
                 }

@@ -8,6 +8,7 @@
 #include "Utility/InstallUtility/Pattern.h"
 
 #include <algorithm>
+#include <cstring>
 #include <sys/stat.h>
 #include <utility>
 
@@ -61,7 +62,14 @@ void Survey::addPlace(OwnedPlace place, OwnedFiles& files, std::set<std::string>
     files.places.push_back(std::move(place));
 }
 
-void Survey::addPlaces(const PlacedProduct& placed, Reach reach, OwnedFiles& files,
+/// The shared package is placed with the target paths of another product, which may have items of their own
+/// for names in it. It was installed with its own, which nobody keeps: they sent VorlaneFX to the record.
+PlacedProduct::Place besideRecord(const PlacedProduct& shared, const std::string& treePath) {
+    const VLString& folder = shared.statusFolder();
+    return {folder + toVLString(treePath.substr(std::strlen("VorlaneFX"))), folder, nullptr};
+}
+
+void Survey::addPlaces(const PlacedProduct& placed, Reach reach, bool bShared, OwnedFiles& files,
                        std::set<std::string>& known) {
     std::unordered_map<const Product::TreeNode*, bool> stays;
     for (const PlacedProduct::Spot& spot : placed.spots()) {
@@ -87,6 +95,9 @@ void Survey::addPlaces(const PlacedProduct& placed, Reach reach, OwnedFiles& fil
         for (const PlacedProduct::Place& place : spot.idle) {
             add(place, reach == Reach::Today ? Reach::Idle : reach);
         }
+        if (bShared && placed.statusFolder().IsSet() && owned.treePath.rfind("VorlaneFX/", 0) == 0) {
+            add(besideRecord(placed, owned.treePath), Reach::BesideRecord);
+        }
         VLString shortCut;
         if (reach == Reach::Today && node.IsShortCutInfoValid() &&
             !(spot.places.empty() && spot.idle.empty()) &&
@@ -99,7 +110,7 @@ void Survey::addPlaces(const PlacedProduct& placed, Reach reach, OwnedFiles& fil
     }
 }
 
-OwnedFiles Survey::filesOf(PlacedProduct& placed, const std::string& uninstaller) {
+OwnedFiles Survey::filesOf(PlacedProduct& placed, const std::string& uninstaller, bool bShared) {
     OwnedFiles files;
     files.product = placed.info();
     files.uninstaller = uninstaller;
@@ -110,12 +121,12 @@ OwnedFiles Survey::filesOf(PlacedProduct& placed, const std::string& uninstaller
         files.tree[toString(spot.node->treePath)] = {spot.node->node->isDirectory, spot.bLeaf};
     }
     std::set<std::string> known;
-    addPlaces(placed, Reach::Today, files, known);
+    addPlaces(placed, Reach::Today, bShared, files, known);
     if (dependsOnUser(placed)) {
         for (const std::string& home : homes) {
             const OtherHome other(home);
             placed.placeAgain();
-            addPlaces(placed, Reach::OtherHome, files, known);
+            addPlaces(placed, Reach::OtherHome, false, files, known);
         }
     }
     return files;
@@ -140,7 +151,7 @@ Survey::Survey(PlannedMachine& inUse, const Plan& planned) : machine(inUse), pla
     for (const auto& each : installed.all()) {
         if (each->isReadable()) {
             const bool bMine = bGiven && each->files.info().ID == product.ID;
-            (bMine ? mine : others).push_back(filesOf(each->files, each->uninstaller));
+            (bMine ? mine : others).push_back(filesOf(each->files, each->uninstaller, each->isShared()));
         } else if (each->isShared()) {
             sharedFault = each->fault;
         }

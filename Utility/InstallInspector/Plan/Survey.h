@@ -16,8 +16,9 @@
 struct OwnedPlace {
     enum class Reach {
         Today,
-        Idle,     ///< the condition of its target folder does not hold today
-        OtherHome ///< it is another user's, and lies where the product goes for that user
+        Idle,        ///< the condition of its target folder does not hold today
+        OtherHome,   ///< it is another user's, and lies where the product goes for that user
+        BesideRecord ///< the shared package has it there, and the target paths in use send it elsewhere
     };
 
     std::string treePath;
@@ -111,8 +112,8 @@ private:
         bool has(const std::string& place) const;
     };
 
-    OwnedFiles filesOf(PlacedProduct& placed, const std::string& uninstaller);
-    void addPlaces(const PlacedProduct& placed, OwnedPlace::Reach reach, OwnedFiles& files,
+    OwnedFiles filesOf(PlacedProduct& placed, const std::string& uninstaller, bool bShared = false);
+    void addPlaces(const PlacedProduct& placed, OwnedPlace::Reach reach, bool bShared, OwnedFiles& files,
                    std::set<std::string>& known);
     void addPlace(OwnedPlace place, OwnedFiles& files, std::set<std::string>& known);
     void findUnknown();
