@@ -1,5 +1,5 @@
 # Builds TinyXML from its sources as a static library, for the processors and the macOS that everything else is built
-# for, and makes the target TinyXML::TinyXML. The warnings of this project are not asked of it.
+# for, and makes the target TinyXML::TinyXML. It is compiled without the warnings of this project.
 foreach(file tinyxml.cpp tinyxmlerror.cpp tinyxmlparser.cpp tinyxml.h)
   if(NOT EXISTS "${INSTALLUTILITY_TINYXML_SOURCE}/${file}")
     message(FATAL_ERROR "INSTALLUTILITY_TINYXML_SOURCE: there is no ${file} in ${INSTALLUTILITY_TINYXML_SOURCE}")

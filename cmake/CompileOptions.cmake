@@ -1,5 +1,5 @@
-# The options that this project's own targets are compiled with, mostly warnings. Linking the target is
-# private, so nothing of it reaches a project that uses the libraries.
+# The compile options of this project's own targets, mostly warnings. Targets link it privately, so that a project that
+# uses the libraries does not get these options.
 add_library(InstallUtilityWarnings INTERFACE)
 target_compile_options(InstallUtilityWarnings INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow -Wold-style-cast -Wcast-align
@@ -13,8 +13,8 @@ if(INSTALLUTILITY_WARNINGS_AS_ERRORS)
   target_compile_options(InstallUtilityWarnings INTERFACE -Werror)
 endif()
 
-# The same for what is shipped. Log lines name the source file that printed them: as it is called in the
-# repository, not on the machine that built it.
+# The same for the shipped code. Log lines contain the path of a source file. It must begin in the repository, not in a
+# folder of the machine that built it.
 add_library(InstallUtilityShipped INTERFACE)
 target_link_libraries(InstallUtilityShipped INTERFACE InstallUtilityWarnings)
 target_compile_options(InstallUtilityShipped INTERFACE "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=")

@@ -1,5 +1,5 @@
-# With CMAKE_UNITY_BUILD, as the preset "release" has it: compiles the sources of each folder of `target` as one, which
-# takes a third of the time. So a name in an unnamed namespace has to be the only one of its folder.
+# With CMAKE_UNITY_BUILD (preset "release"), compiles all sources of a folder of `target` as one source. This takes a third of
+# the time. Two sources of one folder cannot have the same name in their unnamed namespaces then.
 function(installutility_compile_together target)
   get_target_property(sources ${target} SOURCES)
   foreach(source IN LISTS sources)

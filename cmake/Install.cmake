@@ -2,7 +2,7 @@
 # libraries, for find_package(InstallUtility)).
 include(CMakePackageConfigHelpers)
 
-# The bundle is a part for installer packages and no command, so it stays out of the folder of commands.
+# Installer packages contain the bundle. It is not a command, so it is not installed into the folder of commands.
 set(bundle ${CMAKE_INSTALL_LIBEXECDIR}/InstallUtility.app/Contents)
 install(TARGETS InstallUtility RUNTIME DESTINATION ${bundle}/MacOS COMPONENT Runtime)
 install(PROGRAMS "${INSTALLUTILITY_BUNDLE}/Contents/MacOS/UninstallLauncher" DESTINATION ${bundle}/MacOS

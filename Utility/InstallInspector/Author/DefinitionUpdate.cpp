@@ -157,7 +157,7 @@ void DefinitionUpdate::compareDirectory(const Entry& entry, const StagedNode& no
         if (!writer.standsInPlace(node, path)) {
             return;
         }
-        tellDropped(entry, path, "");
+        listDropped(entry, path, "");
         change(Change::Added, path, "a file in its place");
         definition.replaceByEmpty(*entry.element, nameOf(Kind::File));
         compareManifest(entry, path);
@@ -335,16 +335,16 @@ void DefinitionUpdate::addTree() {
 }
 
 void DefinitionUpdate::drop(const Listed& listed, const std::string& path, const std::string& why) {
-    tellDropped(*listed.counts, path, why);
+    listDropped(*listed.counts, path, why);
     for (const Entry* entry : listed.all) {
         definition.remove(*entry->element);
     }
 }
 
-void DefinitionUpdate::tellDropped(const Entry& entry, const std::string& path, const std::string& why) {
+void DefinitionUpdate::listDropped(const Entry& entry, const std::string& path, const std::string& why) {
     change(Change::Dropped, path + (entry.kind == Kind::Directory ? "/" : ""), why);
     for (const auto& [name, listed] : listedIn(entry)) {
-        tellDropped(*listed.counts, inside(path, name), why);
+        listDropped(*listed.counts, inside(path, name), why);
     }
 }
 

@@ -55,7 +55,7 @@ private:
                     const ListedNames& listed);
     void addTree();
     void drop(const Listed& listed, const std::string& path, const std::string& why);
-    void tellDropped(const Entry& entry, const std::string& path, const std::string& why);
+    void listDropped(const Entry& entry, const std::string& path, const std::string& why);
     void rename(const Entry& entry, const std::string& path, const std::string& oldName);
     void addFamilies();
     void addHosts();

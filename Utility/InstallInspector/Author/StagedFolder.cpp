@@ -254,7 +254,7 @@ private:
         const Parts link = partsOf(pathInside());
         const Parts limit = limitOf(link);
         if (leaves(limit, Parts(link.begin(), link.end() - 1), target)) {
-            tellLeaving(limit, target);
+            faultOfLeaving(limit, target);
             return;
         }
         std::string end;
@@ -270,7 +270,7 @@ private:
         judgeEnd(node, limit, target, end);
     }
 
-    void tellLeaving(const Parts& limit, const std::string& target) {
+    void faultOfLeaving(const Parts& limit, const std::string& target) {
         std::string whole;
         for (const std::string& part : limit) {
             whole += (whole.empty() ? "" : "/") + part;
@@ -285,7 +285,7 @@ private:
         const Parts realEnd = partsOf(end);
         struct stat status = {};
         if (!beginsWith(realEnd, realLimit)) {
-            tellLeaving(limit, target);
+            faultOfLeaving(limit, target);
         } else if (stat(end.c_str(), &status) != 0) {
             fault(std::string("cannot be read: ") + std::strerror(errno));
         } else if (S_ISDIR(status.st_mode)) {

@@ -168,7 +168,7 @@ void knowHosts(const CheckOptions& options, std::deque<Product>& products) {
 }
 
 /// For the engine the order counts.
-void tellOrder(const CheckOptions& options) {
+void reportOrder(const CheckOptions& options) {
     if (options.files.size() == 2 && roleOfFile(options.files.front()) == FileRole::Targets) {
         static_cast<void>(std::fprintf(
             stderr,
@@ -201,7 +201,7 @@ int runCheck(const CheckOptions& options) {
     if (!readLine(options, products, error)) {
         return reportThatItCannotRun(options, error);
     }
-    tellOrder(options);
+    reportOrder(options);
     knowHosts(options, products);
     ProductLine line;
     line.ignoredRules = options.ignoredRules;

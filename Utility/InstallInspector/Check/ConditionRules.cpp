@@ -233,7 +233,8 @@ std::vector<Making> makingsOf(const Product& product, const std::vector<TargetFo
     return makings;
 }
 
-void tell(const Product& product, const TargetFolder& looking, const Change& change, const Report& report) {
+void reportChange(const Product& product, const TargetFolder& looking, const Change& change,
+                  const Report& report) {
     const Location where = product.targetsFile.at(*looking.element->FirstChildElement("condition"), "type");
     const std::string made = quotedText(toVLString(change.what));
     const std::string place = quotedText(looking.path->path);
@@ -299,7 +300,7 @@ void conditionOnOwnTarget(const Product& product, const Report& report) {
         for (const Making& making : makings) {
             const Change change = changeBy(looking.path->condition, making);
             if ((change.bEnds || change.bBegins) && told.insert(looking.element).second) {
-                tell(product, looking, change, report);
+                reportChange(product, looking, change, report);
             }
         }
     }

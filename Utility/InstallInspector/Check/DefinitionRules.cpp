@@ -793,7 +793,7 @@ std::string manifestFaultOf(const TiXmlElement& element, bool bPart) {
 }
 
 void manifestValue(const Product& product, const Report& report) {
-    const auto tell = [&](const Entry& entry, const std::string& what) {
+    const auto reportAt = [&](const Entry& entry, const std::string& what) {
         report(product.definitionFile.at(*entry.element), "a manifest with " + what,
                "It is passed over, so that nobody sees when the file is another one.",
                "Let InstallInspector update --manifest write it.");
@@ -806,13 +806,13 @@ void manifestValue(const Product& product, const Report& report) {
         const bool bPart = entry.kind == Kind::Part;
         const std::string fault = manifestFaultOf(*entry.element, bPart);
         if (!fault.empty()) {
-            tell(entry, fault);
+            reportAt(entry, fault);
         } else if (bPart && withEntries.count(entry.parent) != 0) {
-            tell(entry, "a part of a directory that is not copied whole");
+            reportAt(entry, "a part of a directory that is not copied whole");
         } else if (bPart && Manifest::isSize(toString(attributeOf(*entry.parent->element, "size")))) {
-            tell(entry, "a part of what has a size of its own");
+            reportAt(entry, "a part of what has a size of its own");
         } else if (bPart && !paths[entry.parent].insert(attributeOf(*entry.element, "path")).second) {
-            tell(entry, "a path that stands there twice");
+            reportAt(entry, "a path that stands there twice");
         }
     });
 }

@@ -258,8 +258,8 @@ bool isVariant(const Product& product, const VLString& folder) {
     return !bListedAsItIs && product.ownHosts.count(folder) == 0;
 }
 
-void tellArch(const Product& product, const TreeNode& node, const VLString& host, const char* right,
-              const Report& report) {
+void reportArch(const Product& product, const TreeNode& node, const VLString& host, const char* right,
+                const Report& report) {
     const std::string arch = onlyProcessor(attributeOf(*node.element, "arch"));
     if (!arch.empty() && arch != right) {
         report(product.definitionFile.at(*node.element, "arch"),
@@ -270,14 +270,14 @@ void tellArch(const Product& product, const TreeNode& node, const VLString& host
                std::string("Write arch=\"") + right + "\", or move it to the other folder.");
     }
     for (const TreeNode* child : node.children) {
-        tellArch(product, *child, host, right, report);
+        reportArch(product, *child, host, right, report);
     }
 }
 
 void archAgainstName(const Product& product, const Report& report) {
     for (const TreeNode* host : hostFolders(product)) {
         const VLString& name = host->node->name;
-        tellArch(product, *host, name, isVariant(product, name) ? "x86" : "x64", report);
+        reportArch(product, *host, name, isVariant(product, name) ? "x86" : "x64", report);
     }
     product.definitionFile.forEach({Kind::Host}, [&](const Entry& entry) {
         const VLString name = attributeOf(*entry.element, "name");

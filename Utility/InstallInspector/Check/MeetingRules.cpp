@@ -154,8 +154,8 @@ void forEachPair(const std::vector<TargetFolder>& targets, Visitor visit) {
     }
 }
 
-void tell(const TargetFolder& outer, const TargetFolder& inner, const std::vector<Meeting>& meetings,
-          const Report& report) {
+void reportMeeting(const TargetFolder& outer, const TargetFolder& inner, const std::vector<Meeting>& meetings,
+                   const Report& report) {
     const Meeting& meeting = meetings.front();
     const bool bOneFile = outer.product == inner.product;
     // Of two products the one that was named last; both folders are of one list.
@@ -186,7 +186,7 @@ void tell(const TargetFolder& outer, const TargetFolder& inner, const std::vecto
         "Give each a target folder of its own, for families with %FAMILY%, or list it once.");
 }
 
-void tellMeetings(const std::vector<TargetFolder>& targets, bool bAcross, const Report& report) {
+void reportMeetings(const std::vector<TargetFolder>& targets, bool bAcross, const Report& report) {
     std::map<std::pair<const TreeNode*, const TreeNode*>, bool> told;
     forEachPair(targets, [&](const TargetFolder& outer, const TargetFolder& inner) {
         if ((outer.product != inner.product) != bAcross) {
@@ -197,13 +197,13 @@ void tellMeetings(const std::vector<TargetFolder>& targets, bool bAcross, const 
             ConditionLogic::canHoldTogether(outer.path->condition, inner.path->condition) &&
             told.emplace(std::pair(pair.meetings().front().first, pair.meetings().front().second), true)
                 .second) {
-            tell(outer, inner, pair.meetings(), report);
+            reportMeeting(outer, inner, pair.meetings(), report);
         }
     });
 }
 
 void targetsMeet(const Product& product, const Report& report) {
-    tellMeetings(targetFoldersOf(product), false, report);
+    reportMeetings(targetFoldersOf(product), false, report);
 }
 
 void targetsOfProductsMeet(const ProductLine& line, const Report& report) {
@@ -212,7 +212,7 @@ void targetsOfProductsMeet(const ProductLine& line, const Report& report) {
         const auto own = targetFoldersOf(*product);
         targets.insert(targets.end(), own.begin(), own.end());
     }
-    tellMeetings(targets, true, report);
+    reportMeetings(targets, true, report);
 }
 
 } // namespace

@@ -29,20 +29,20 @@ bool isShared(const Product& product) {
 
 /// Whether the file, or what the folder holds, lies where the record does: the folder is that of the record.
 void findRecord(const TargetFolder& target, const TreeNode& node, const std::string& folder,
-                const std::string& record, const std::function<void(const TreeNode&)>& tell) {
+                const std::string& record, const std::function<void(const TreeNode&)>& reportAt) {
     for (const TreeNode* child : target.children(node)) {
         const std::string path = folder + "/" + comparedPath(toString(child->node->name));
         if (path == record) {
-            tell(*child);
+            reportAt(*child);
         } else if (record.compare(0, path.size() + 1, path + "/") == 0) {
-            findRecord(target, *child, path, record, tell);
+            findRecord(target, *child, path, record, reportAt);
         }
     }
 }
 
 void recordInTree(const Product& product, const Report& report) {
     std::vector<const TreeNode*> told;
-    const auto tell = [&](const TreeNode& node) {
+    const auto reportAt = [&](const TreeNode& node) {
         if (std::find(told.begin(), told.end(), &node) != told.end()) {
             return;
         }
@@ -56,7 +56,7 @@ void recordInTree(const Product& product, const Report& report) {
     const TreeNode* shared = product.branch(Branch::shared);
     for (std::size_t i = 0; shared != nullptr && i < shared->children.size(); ++i) {
         if (shared->children[i]->node->name.EqualsIgnoreCase(recordName)) {
-            tell(*shared->children[i]);
+            reportAt(*shared->children[i]);
         }
     }
     const TargetItem* item = product.topItem(Branch::shared);
@@ -74,7 +74,7 @@ void recordInTree(const Product& product, const Report& report) {
     for (const TargetFolder& target : targets) {
         const bool bAbove = record.compare(0, target.compared.size() + 1, target.compared + "/") == 0;
         if (bAbove && looked.insert({target.node, target.compared}).second) {
-            findRecord(target, *target.node, target.compared, record, tell);
+            findRecord(target, *target.node, target.compared, record, reportAt);
         }
     }
 }
@@ -82,8 +82,8 @@ void recordInTree(const Product& product, const Report& report) {
 // Definitions in the status folder
 
 /// Whether a definition in the folder SKU is told to be that of another product.
-void tellDefinition(const Product& product, const TreeNode& node, const std::string& name,
-                    const Report& report) {
+void reportDefinition(const Product& product, const TreeNode& node, const std::string& name,
+                      const Report& report) {
     const bool bCommon = toVLString(name).EqualsIgnoreCase("COMMON.xml");
     report.as(bCommon ? Severity::Error : Severity::Warning)(
         atNode(product, node),
@@ -128,7 +128,7 @@ void otherProductsDefinition(const Product& product, const Report& report) {
         for (const std::string& name :
              filesInSource(product, VLString(Branch::shared) + "/" + definitionsFolder)) {
             if (isOther(name)) {
-                tellDefinition(product, *whole, name, report);
+                reportDefinition(product, *whole, name, report);
             }
         }
         return;
@@ -136,7 +136,7 @@ void otherProductsDefinition(const Product& product, const Report& report) {
     for (std::size_t i = 0; folder != nullptr && i < folder->children.size(); ++i) {
         const TreeNode& node = *folder->children[i];
         if (isOther(toString(node.node->name))) {
-            tellDefinition(product, node, toString(node.node->name), report);
+            reportDefinition(product, node, toString(node.node->name), report);
         }
     }
 }

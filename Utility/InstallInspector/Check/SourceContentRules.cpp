@@ -76,13 +76,13 @@ std::vector<fs::path> pathsIn(const Piece& piece,
     return found;
 }
 
-std::string shown(const fs::path& path) {
+std::string printedPaths(const fs::path& path) {
     return quotedText(toVLString(path.string()));
 }
 
 /// The first of the paths, and how many more there are.
-std::string shown(const std::vector<fs::path>& paths) {
-    return shown(paths.front()) +
+std::string printedPaths(const std::vector<fs::path>& paths) {
+    return printedPaths(paths.front()) +
            (paths.size() == 1 ? "" : " and " + counted(paths.size() - 1, "other", "others") + " like it");
 }
 
@@ -110,7 +110,8 @@ void emptyFile(const Product& product, const Report& report) {
         });
         if (isEmptyFile(self) || !empty.empty()) {
             report(
-                atPiece(product, piece), (empty.empty() ? shown(piece.path) : shown(empty)) + " has 0 bytes",
+                atPiece(product, piece),
+                (empty.empty() ? printedPaths(piece.path) : printedPaths(empty)) + " has 0 bytes",
                 "The customer gets an empty file: most often a build, or a copy of it, that was broken off.",
                 "Build it again, or take it out of the package.");
         }
@@ -131,7 +132,7 @@ void emptyBundle(const Product& product, const Report& report) {
         // A directory without an ending may be there to be filled, by the product or its user.
         const bool bBundle = !piece.node->node->isDirectory || piece.path.has_extension();
         if (bBundle && isFolder(piece.path) && !hasFile(piece.path)) {
-            report(atPiece(product, piece), shown(piece.path) + " is a folder without a file",
+            report(atPiece(product, piece), printedPaths(piece.path) + " is a folder without a file",
                    "The customer gets an empty bundle, which no host can load.",
                    "Build it again, or take it out of the package.");
         }
@@ -183,7 +184,7 @@ void absoluteLink(const Product& product, const Report& report) {
         const auto links = pathsIn(piece, isAbsoluteLink);
         if (!links.empty()) {
             const fs::path target = linkTarget(fs::directory_entry(links.front()));
-            report(atPiece(product, piece), shown(links) + " is a link to " + shown(target),
+            report(atPiece(product, piece), printedPaths(links) + " is a link to " + printedPaths(target),
                    "It is copied as it is: on a customer's machine it leads nowhere, or to something else.",
                    "Make it relative, with a target inside the folder.");
         }
@@ -192,7 +193,7 @@ void absoluteLink(const Product& product, const Report& report) {
         if (isAbsoluteLink(link)) {
             report(
                 product.definitionFile.at(*node.element, "fileName"),
-                shown(link.path()) + " is a link to " + shown(linkTarget(link)),
+                printedPaths(link.path()) + " is a link to " + printedPaths(linkTarget(link)),
                 "On a customer's machine the source has a link that leads nowhere, or to something else: the "
                 "install stops, or installs that.",
                 "Put the file itself there.");
@@ -216,8 +217,9 @@ void linkLeadsOut(const Product& product, const Report& report) {
         if (!links.empty()) {
             report(
                 atPiece(product, piece),
-                shown(links) + " is a link to " + shown(linkTarget(fs::directory_entry(links.front()))) +
-                    ", which is not inside " + quotedText(piece.node->node->name),
+                printedPaths(links) + " is a link to " +
+                    printedPaths(linkTarget(fs::directory_entry(links.front()))) + ", which is not inside " +
+                    quotedText(piece.node->node->name),
                 "The folder is copied as one piece, and what the link leads to is not part of it: where the "
                 "folder lies on a customer's machine the link leads nowhere.",
                 "Put what it leads to into the folder.");
@@ -227,7 +229,8 @@ void linkLeadsOut(const Product& product, const Report& report) {
         std::error_code error;
         if (leadsOut(link, product.source) && fs::exists(link.path(), error)) {
             report(product.definitionFile.at(*node.element, "fileName"),
-                   shown(link.path()) + " is a link to " + shown(linkTarget(link)) + ", outside the source",
+                   printedPaths(link.path()) + " is a link to " + printedPaths(linkTarget(link)) +
+                       ", outside the source",
                    "A source that goes to customers with the link, and not with what it leads to, is "
                    "incomplete: the "
                    "install stops.",
@@ -249,7 +252,7 @@ void leftoverInFolder(const Product& product, const Report& report) {
     for (const Piece& piece : piecesOf(product)) {
         const auto leftovers = pathsIn(piece, isLeftover);
         if (!leftovers.empty()) {
-            report(atPiece(product, piece), shown(leftovers) + " goes to the customer",
+            report(atPiece(product, piece), printedPaths(leftovers) + " goes to the customer",
                    "The folder is copied as one piece, with what the Finder, an archive or version control "
                    "has left "
                    "in it; a signed bundle may no longer pass the check of its signature.",
@@ -261,7 +264,7 @@ void leftoverInFolder(const Product& product, const Report& report) {
 // What cannot be compared
 
 void unreadableSource(const Product& product, const Report& report) {
-    const auto tell = [&](const fs::path& path) {
+    const auto reportAt = [&](const fs::path& path) {
         report({Location::Document::Source, path.string(), 0, 0}, "the folder cannot be read",
                "What is in it was not compared with the tree, and an install as this user cannot copy it.",
                "Give the user who checks and builds the right to read it.");
@@ -270,7 +273,7 @@ void unreadableSource(const Product& product, const Report& report) {
         std::error_code error;
         fs::directory_iterator entry(folder, error);
         if (error) {
-            tell(folder);
+            reportAt(folder);
             return;
         }
         for (const fs::directory_iterator end; !error && entry != end; entry.increment(error)) {

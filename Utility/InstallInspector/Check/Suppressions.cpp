@@ -168,7 +168,7 @@ std::vector<Comments> commentsOf(const ProductLine& line, std::vector<Finding>& 
     return comments;
 }
 
-void tellUnused(const std::vector<Ignore>& ignores, std::vector<Finding>& findings) {
+void reportUnused(const std::vector<Ignore>& ignores, std::vector<Finding>& findings) {
     for (const Ignore& ignore : ignores) {
         if (!ignore.bUsed && ignore.rule != unusedIgnore) {
             Report(ruleOf(unusedIgnore), findings)(
@@ -226,9 +226,9 @@ void leaveOutIgnored(const ProductLine& line, std::vector<Finding>& findings) {
     };
     leaveOut(findings);
     for (const Comments& ofDocument : comments) {
-        tellUnused(ofDocument.ignores(), mistakes);
+        reportUnused(ofDocument.ignores(), mistakes);
     }
-    tellUnused(options, mistakes);
+    reportUnused(options, mistakes);
     leaveOut(mistakes);
     findings.insert(findings.end(), mistakes.begin(), mistakes.end());
 }

@@ -143,7 +143,7 @@ Names pathsOf(const std::vector<const Difference*>& differences) {
     return paths;
 }
 
-void tellLeft(const Comparison& comparison, const CompareReport& report, bool bConditions) {
+void reportLeft(const Comparison& comparison, const CompareReport& report, bool bConditions) {
     for (const auto& [element, all] : leftByFolder(comparison)) {
         std::vector<const Difference*> differences;
         std::copy_if(all.begin(), all.end(), std::back_inserter(differences),
@@ -181,11 +181,11 @@ void tellLeft(const Comparison& comparison, const CompareReport& report, bool bC
 }
 
 void targetMoved(const Comparison& comparison, const CompareReport& report) {
-    tellLeft(comparison, report, false);
+    reportLeft(comparison, report, false);
 }
 
 void conditionChanged(const Comparison& comparison, const CompareReport& report) {
-    tellLeft(comparison, report, true);
+    reportLeft(comparison, report, true);
 }
 
 void targetAdded(const Comparison& comparison, const CompareReport& report) {

@@ -170,7 +170,7 @@ const char* const staysText = " where the old build has put it, where hosts may 
                               "and in the record for ever: "
                               "no uninstall removes it.";
 
-void tellMoved(const Comparison& comparison, const CompareReport& report, bool bRenamed) {
+void reportMoved(const Comparison& comparison, const CompareReport& report, bool bRenamed) {
     const Moves moves(comparison);
     for (const auto& [from, to] : moves.all()) {
         const bool bSameFolder = from->parent->treePath == to->parent->treePath;
@@ -191,11 +191,11 @@ void tellMoved(const Comparison& comparison, const CompareReport& report, bool b
 }
 
 void fileMoved(const Comparison& comparison, const CompareReport& report) {
-    tellMoved(comparison, report, false);
+    reportMoved(comparison, report, false);
 }
 
 void fileRenamed(const Comparison& comparison, const CompareReport& report) {
-    tellMoved(comparison, report, true);
+    reportMoved(comparison, report, true);
 }
 
 /// Calls `tell` with each dropped (added) node and those of its leaves that have no counterpart.
