@@ -553,7 +553,8 @@ TEST(StatusRules, AWrongCountHasOneFinding) {
         const auto findings = world.findings();
         ASSERT_EQ(findings.size(), 1U);
         EXPECT_EQ(findings[0].rule, "count-differs");
-        EXPECT_EQ(findings[0].advice, "Write ref=\"2\" there.");
+        EXPECT_EQ(findings[0].advice,
+                  "Write ref=\"2\" there, or let InstallInspector rebuild make the record anew.");
     }
 }
 
@@ -562,7 +563,7 @@ TEST(StatusRules, AProductThatOnlyTheListHasLostHasOneFinding) {
     world.editRecord("<sku ID=\"BETA\" name=\"Beta\" build=\"2.0.0.200\" />", "");
     const auto findings = world.findings();
     ASSERT_EQ(findings.size(), 1U);
-    EXPECT_NE(findings[0].advice.find("Add <sku ID=\"BETA\" name=\"Beta\" build=\"2.0.0.200\"/>"),
+    EXPECT_NE(findings[0].advice.find("add <sku ID=\"BETA\" name=\"Beta\" build=\"2.0.0.200\"/>"),
               std::string::npos)
         << findings[0].advice;
     world.editRecord("</products>", "<sku ID=\"BETA\" name=\"Beta\" build=\"2.0.0.200\"/></products>");

@@ -47,14 +47,14 @@ bool canBeCompared(const Status& status) {
     return status.record.state != Record::State::Unreadable;
 }
 
-/// Calls `visit` with each product and each recorded node of its tree that is installed as it is.
+/// Calls `visit` with each product, and each place and record of what is installed of it as one piece.
 template <class Visitor>
 void forEachRecordedLeaf(const Status& status, Visitor visit) {
     for (PlacedProduct* const product : status.products) {
         for (const Spot& spot : product->spots()) {
             const Record::Node* recorded = status.record.find(spot.node->treePath);
             if (spot.bLeaf && recorded != nullptr) {
-                visit(spot, *recorded);
+                visit(*product, spot, *recorded);
             }
         }
     }
@@ -183,7 +183,7 @@ void changedKind(Status& status, const StatusReport& report) {
                    quotedText(path) + " is " + kindOf(path) + ", where " + quotedText(loss.node->treePath) +
                        " should be a " + (loss.node->node->isDirectory ? "folder" : "file"),
                    "An uninstall does not remove it, and an install may not be able to replace it.",
-                   "Move it away, and install " + quoted(loss.product->info()) + " again.", loss.paths);
+                   "Move it away, and install " + quoted(loss.product->info()) + " again.", {toString(path)});
         }
     }
     for (PlacedProduct* const product : status.products) {
@@ -238,7 +238,8 @@ void folderForFile(Status& status, const StatusReport& report) {
                (paths.size() == 1 ? " goes: it may be someone's own"
                                   : " and others go: they may be someone's own"),
            "An uninstall removes such a folder with everything in it.",
-           "If the product brings no folder of that name, move it away, and install the product again.",
+           "If the product brings no folder of that name, move it away, and install " +
+               quoted(owner->info()) + " again.",
            paths);
 }
 
@@ -300,11 +301,11 @@ void productNotRecorded(Status& status, const StatusReport& report) {
             status.record.state == Record::State::Missing
                 ? "Let InstallInspector rebuild make the record anew (Docs/inspector.md "
                   "has the three steps), or install it again, which records it."
-            : isStillCounted(status, *product)
-                ? "The counts still have its uses. Add <sku" + attribute("ID", info.ID) +
-                      attribute("name", info.name) + attribute("build", info.build) +
-                      "/> to the products of the record."
-                : "Install it again, which records it.";
+            : isStillCounted(status, *product) ? "The counts still have its uses. Let InstallInspector "
+                                                 "rebuild make the record anew, or add <sku" +
+                                                     attribute("ID", info.ID) + attribute("name", info.name) +
+                                                     attribute("build", info.build) + "/> to its products."
+                                               : "Install it again, which records it.";
         const bool bUninstaller = installed != nullptr && !installed->isShared();
         report(
             status.record.start(),
@@ -359,7 +360,7 @@ void otherBuild(Status& status, const StatusReport& report) {
                        ", the definition is of " + quotedText(product->info().build),
                    "The two may list different files, so that what is said of its files may not hold.",
                    status.installedOf(*product) != nullptr
-                       ? "Install the newer of the two builds again."
+                       ? "Install the newer of the two builds of " + quoted(product->info()) + " again."
                        : "Give the definition that was installed; the uninstaller has it in its Contents "
                          "folder.");
         }
@@ -521,7 +522,7 @@ void leftBehind(Status& status, const StatusReport& report) {
                 std::to_string(found.element->Row()) + " of " +
                 printableText(toVLString(found.product->product().targetsFile.path())) + ")",
             "The conditions are weighed again at an uninstall: it does not look there, and leaves the files.",
-            "Bring back what the condition tests before the uninstall.", paths);
+            "Bring back what the condition tests before the uninstall, or move them away.", paths);
     }
 }
 
@@ -538,7 +539,8 @@ void otherHome(Status& status, const StatusReport& report) {
                    userOf(home) + ": " + firstFew(paths),
                "An uninstall looks in the home of the user who starts it: only that user's uninstall removes "
                "them.",
-               "Uninstall as the user " + userOf(home) + " (HOME=" + quotedText(toVLString(home)) +
+               "Move them away, or uninstall as the user " + userOf(home) +
+                   " (HOME=" + quotedText(toVLString(home)) +
                    "), and install again as the user who is to have the product.",
                paths);
     }
@@ -667,7 +669,9 @@ void inNoDefinition(Status& status, const StatusReport& report) {
                "no installed product lists " +
                    (tops.size() == 1 ? quotedText(pathOf(*tops.front())) : firstFew(paths)),
                "An earlier build did, and the count stays: no uninstall removes what it has installed there.",
-               "Remove it by hand, for no uninstaller lists it; the record forgets it with the last product.",
+               "Remove it by hand, for no uninstaller lists it, and let InstallInspector rebuild make the "
+               "record "
+               "anew.",
                paths);
     }
 }
@@ -694,36 +698,50 @@ void countDiffers(Status& status, const StatusReport& report) {
                        (uses == 1 ? " lists it" : " list it"),
                    excess > 0 ? "The count never comes to 0: no uninstall removes it."
                               : "It comes to 0 too early: it is removed while a product needs it.",
-                   "Write ref=\"" + std::to_string(uses) + "\" there.", {toString(path)});
+                   "Write ref=\"" + std::to_string(uses) +
+                       "\" there, or let InstallInspector rebuild make the record anew.",
+                   {toString(path)});
         }
     }
 }
 
 // Shortcuts
 
+/// The install of a product with an older build than the recorded one does not copy the file again.
+const PlacedProduct& copierOf(const Status& status, const Record::Node& recorded, const PlacedProduct& one) {
+    const VLString path = pathOf(recorded);
+    const auto found =
+        std::find_if(status.products.begin(), status.products.end(), [&](const PlacedProduct* product) {
+            return product->find(path) != nullptr && isOfRecordedBuild(*product, recorded);
+        });
+    return found == status.products.end() ? one : **found;
+}
+
 void shortCut(Status& status, const StatusReport& report) {
     std::set<VLString> reported;
-    forEachRecordedLeaf(status, [&](const Spot& spot, const Record::Node& recorded) {
-        VLString link;
-        if (!recorded.recorded->IsShortCutInfoValid() || !isThere(spot) ||
-            !InstallUtility::createFullShortCutName(*recorded.recorded, link) ||
-            !reported.insert(link).second) {
-            return;
-        }
-        const VLString target = targetOfLink(link);
-        if (pathsOf(spot.places).count(target.ToLower()) == 0) {
-            report(status.record.at(recorded),
-                   quotedText(link) +
-                       (target.IsSet()      ? " leads to " + quotedText(target)
-                        : isSomething(link) ? std::string(" is no link")
-                                            : std::string(" is missing")) +
-                       ", and should lead to " + quotedText(spot.places.front().path),
-                   isSomething(link) ? "The uninstall that removes the file removes it all the same."
-                                     : "Users do not find the file where the product says.",
-                   "Install the product again, which makes the shortcut when it copies the file.",
-                   {toString(link)});
-        }
-    });
+    forEachRecordedLeaf(
+        status, [&](const PlacedProduct& product, const Spot& spot, const Record::Node& recorded) {
+            VLString link;
+            if (!recorded.recorded->IsShortCutInfoValid() || !isThere(spot) ||
+                !InstallUtility::createFullShortCutName(*recorded.recorded, link) ||
+                !reported.insert(link).second) {
+                return;
+            }
+            const VLString target = targetOfLink(link);
+            if (pathsOf(spot.places).count(target.ToLower()) == 0) {
+                report(status.record.at(recorded),
+                       quotedText(link) +
+                           (target.IsSet()      ? " leads to " + quotedText(target)
+                            : isSomething(link) ? std::string(" is no link")
+                                                : std::string(" is missing")) +
+                           ", and should lead to " + quotedText(spot.places.front().path),
+                       isSomething(link) ? "The uninstall that removes the file removes it all the same."
+                                         : "Users do not find the file where the product says.",
+                       "Install " + quoted(copierOf(status, recorded, product).info()) +
+                           " again, which makes the shortcut when it copies the file.",
+                       {toString(link)});
+            }
+        });
 }
 
 // What becomes of each path

@@ -28,8 +28,17 @@ Location at(const std::string& path) {
     return {Location::Document::Record, path, 0, 0};
 }
 
+constexpr const char* uninstallerBegin = "Uninstall ";
+constexpr const char* uninstallerEnd = ".app";
+
 std::string uninstallerOf(const Info& info) {
-    return uninstallersFolder + ("Uninstall " + toString(info.name)) + ".app";
+    return uninstallersFolder + (uninstallerBegin + toString(info.name)) + uninstallerEnd;
+}
+
+/// The product's name, of which the uninstaller's is made.
+std::string nameIn(const std::string& uninstaller) {
+    const std::size_t begin = (uninstallersFolder + std::string(uninstallerBegin)).size();
+    return uninstaller.substr(begin, uninstaller.size() - std::string(uninstallerEnd).size() - begin);
 }
 
 std::string quotedPath(const std::string& path) {
@@ -117,8 +126,10 @@ void uninstallerIncomplete(Status& status, const StatusReport& report) {
         }
         report(at(each->uninstaller), "the uninstaller is not complete: " + printable(fault),
                "It cannot uninstall its product, or not all of it.",
-               owner != nullptr ? "Install " + quoted(*owner) + " again, which places it anew."
-                                : "No product in the record has it. Delete it.",
+               owner != nullptr
+                   ? "Install " + quoted(*owner) + " again, which places it anew."
+                   : "Install " + quotedPath(nameIn(each->uninstaller)) +
+                         " again, which places it anew. If nobody needs that product, uninstall it then.",
                {each->uninstaller});
     }
 }
@@ -150,6 +161,22 @@ void oldUninstaller(Status& status, const StatusReport& report) {
 }
 
 // The shared package
+
+constexpr const char* recordShared = "Install the shared package again, which records it.";
+
+/// Whether products are here with which the shared package comes: the record alone may have lost it.
+bool hasProducts(const Status& status) {
+    const auto& installed = status.installed.all();
+    return !status.record.content.products.empty() ||
+           std::any_of(installed.begin(), installed.end(),
+                       [](const auto& product) { return !product->isShared(); });
+}
+
+/// Whether "product-not-recorded" says of the shared package what is to be done.
+bool isCompared(const Status& status) {
+    return std::any_of(status.products.begin(), status.products.end(),
+                       [](const PlacedProduct* product) { return isShared(product->info()); });
+}
 
 std::string sharedDefinition(const Status& status) {
     const VLString folder = PathLibrary::GetDirectoryWithFile(folderAbove(toVLString(status.record.path)),
@@ -190,7 +217,8 @@ void sharedDefinitionUnusable(Status& status, const StatusReport& report) {
                "Install the shared package again.", {path});
     } else {
         report(at(path), "the record does not list the shared package, and " + fault,
-               "No run uses it, and no uninstall removes it.", "Delete it.", {path});
+               "No run uses it, and no uninstall removes it, nor what else is left of the shared package.",
+               hasProducts(status) ? recordShared : "Delete it.", {path});
     }
 }
 
@@ -214,7 +242,7 @@ void managerLink(Status& status, const StatusReport& report) {
     const mode_t type = Machine::current().linkTypeOf(link);
     const VLString target = targetOfLink(link);
     const bool bRight = target == SharedPackage::manager;
-    if (!canBeRead(status) || (!bRecorded && !bRight)) {
+    if (!canBeRead(status) || (!bRecorded && (!bRight || isCompared(status)))) {
         return;
     }
     const auto say = [&](const std::string& message, const char* consequence, const char* advice) {
@@ -223,7 +251,8 @@ void managerLink(Status& status, const StatusReport& report) {
     const char* const again = "Install the shared package again, which places the link.";
     if (!bRecorded) {
         say("the record does not list the shared package, and the link to the Application Manager is there",
-            "No uninstall removes it.", "Delete the link.");
+            "No uninstall removes it, nor what else is left of the shared package.",
+            hasProducts(status) ? recordShared : "Delete the link.");
     } else if (type == 0) {
         say("the link to the Application Manager is missing", "Users do not find the Application Manager.",
             again);
