@@ -580,17 +580,33 @@ TEST_F(SupportDocument, AProductThatWasDraggedToTheTrashIsUninstalled) {
     EXPECT_EQ(FileTree::difference(without, machine()), "");
 }
 
-TEST_F(SupportDocument, FilesOfAnEarlierBuildAreKnownToNobodyAnyMore) {
+TEST_F(SupportDocument, AFileThatAnUpdateHasDroppedIsMovedAway) {
     auto earlier = beta();
     earlier.build("1.0.0.200");
     addFile(earlier, "VorlaneFX/Beta/Dropped.look", "dropped");
-    Lines whole = machine();
+    const Lines whole = machine();
     takeNewMachine();
     prepare({alpha(), earlier, common()});
     install(beta());
     setCustomersProducts({alpha(), beta(), common()});
+    const std::vector<std::string> twice(2, "in-no-definition");
+    EXPECT_EQ(followThePage(), twice);
+    EXPECT_EQ(FileTree::difference(whole, machine()), "");
+}
+
+TEST_F(SupportDocument, OfAFolderThatNoProductListsAnyMoreOnlyTheRecordTells) {
+    auto earlier = beta();
+    earlier.build("1.0.0.200").family("Old").target("Hosts/OpenFX", "/Library/OFX/Old");
+    addFile(earlier, "Hosts/OpenFX/Old/Old.plugin", "old");
+    takeNewMachine();
+    prepare({beta(), common()});
+    Lines whole = machine();
+    takeNewMachine();
+    prepare({earlier, common()});
+    install(beta());
+    setCustomersProducts({beta(), common()});
     EXPECT_EQ(followThePage(), std::vector<std::string>{"in-no-definition"});
-    whole.push_back(sharedFolder + "/Beta/Dropped.look: dropped"); // as the page says
+    whole.push_back("/Library/OFX/Old/Old.plugin: old"); // as the page says
     EXPECT_EQ(FileTree::difference(whole, machine()), "");
 }
 

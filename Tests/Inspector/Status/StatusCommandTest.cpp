@@ -582,6 +582,37 @@ TEST(StatusRules, WhatIsInTheOldPlaceIsNotMissingInTheNewOne) {
     EXPECT_EQ(findings[0].paths, std::vector<std::string>{world.path("content/Paper.txt").string()});
 }
 
+TEST(StatusRules, WhatNoProductListsIsMovedAwayWhereItIsNobodysElse) {
+    const std::string red = "<file fileName=\"Red.look\"/>";
+    const auto expectOnlyFinding = [](const World& world, const std::string& advice,
+                                      const std::string& path) {
+        const auto findings = world.findings();
+        ASSERT_EQ(findings.size(), 1U);
+        EXPECT_EQ(findings[0].rule, "in-no-definition");
+        EXPECT_EQ(findings[0].advice.find(advice), 0U) << findings[0].advice;
+        EXPECT_EQ(findings[0].paths, std::vector<std::string>{path});
+    };
+    const World dropped;
+    dropped.edit("alpha.xml", red, "");
+    const std::string path = dropped.path("shared/Looks/Red.look").string();
+    expectOnlyFinding(dropped, "Move away \"" + path + "\"", path);
+    dropped.remove("shared/Looks/Red.look");
+    expectOnlyFinding(dropped, "Let ", "VorlaneFX/Looks/Red.look");
+
+    const World whole;
+    whole.editRecord("<directory fileName=\"Glow.bundle\" ref=\"1\" />",
+                     "<directory fileName=\"Glow.bundle\" ref=\"1\"><file fileName=\"a\" ref=\"1\" "
+                     "build=\"1.0.0.100\"/></directory>");
+    expectOnlyFinding(whole, "Let ", "Hosts/Edius/Glow/Glow.bundle/a");
+
+    const World renamed;
+    renamed.edit("alpha.xml", red, "");
+    renamed.edit("alpha.xml", "Paper.txt", "Red.look");
+    renamed.editRecord("Paper.txt", "Red.look");
+    renamed.edit("target_path.xml", "/content\"", "/shared/Looks\"");
+    expectOnlyFinding(renamed, "Let ", "VorlaneFX/Looks/Red.look");
+}
+
 TEST(StatusRules, BelowAFileOfTheRecordNothingIsEnteredAgain) {
     const World world;
     world.editRecord("<directory fileName=\"Glow.bundle\" ref=\"1\" />",

@@ -461,8 +461,11 @@ TEST_F(StatusEndToEnd, WhatAnUpgradeNoLongerListsStaysForEver) {
                               .build("1.0.0.101")
                               .file("VorlaneFX/Looks/Grey.look", "grey")
                               .target("VorlaneFX", "/Library/Application Support/Vorlane")));
-    const auto found = findings();
+    auto found = findings();
     ASSERT_EQ(found.count("in-no-definition"), 1U);
+    EXPECT_EQ(found["in-no-definition"]["paths"], Json({guide}));
+    EXPECT_EQ(found["in-no-definition"]["advice"],
+              "Move away \"" + guide + "\", and let InstallInspector rebuild make the record anew.");
     ExpectSuccess(OpenUninstaller(alpha(), {}));
     EXPECT_TRUE(root().exists(guide));
 }

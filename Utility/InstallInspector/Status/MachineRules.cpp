@@ -1,5 +1,6 @@
 // What the record says against what the given products and this machine say.
 #include "Foundation/Machine.h"
+#include "Foundation/PathLibrary.h"
 #include "Utility/InstallInspector/Documents/Bundle.h"
 #include "Utility/InstallInspector/Documents/OtherHomes.h"
 #include "Utility/InstallInspector/Report/FindingOutput.h"
@@ -7,6 +8,7 @@
 #include "Utility/InstallUtility/InstallUtility.h"
 
 #include <algorithm>
+#include <iterator>
 #include <map>
 #include <set>
 #include <sys/stat.h>
@@ -645,35 +647,69 @@ bool isInUninstaller(const Status& status, const VLString& path) {
     });
 }
 
-void inNoDefinition(Status& status, const StatusReport& report) {
-    if (!isComplete(status)) {
-        return;
+/// Adds where the recorded path is on this machine, as far as products with the folder above it tell. What
+/// may be a product's own, in a folder that it copies whole or under another path of the tree, is left out.
+void addPlacesOnDisk(const Status& status, const Record::Node& node, std::set<VLString>& found) {
+    const std::set<VLString> inUse = placesInUse(status);
+    std::set<VLString> paths;
+    for (const PlacedProduct* const product : status.products) {
+        const Spot* above = product->find(pathOf(*node.parent));
+        if (above != nullptr && above->bLeaf) {
+            return;
+        }
+        for (const Place& place : above == nullptr ? std::vector<Place>() : above->places) {
+            const VLString path = PathLibrary::GetDirectoryWithFile(place.path, node.recorded->name);
+            if (isSomething(path) && inUse.count(path.ToLower()) == 0) {
+                paths.insert(path);
+            }
+        }
     }
+    found.insert(paths.begin(), paths.end());
+}
+
+/// What the record has and no installed product lists.
+struct Unlisted {
+    std::vector<const Record::Node*> tops; ///< those in folders that products list
+    std::vector<std::string> treePaths;
+};
+
+Unlisted unlistedIn(const Status& status) {
     const Uses uses(status);
     std::set<const Record::Node*> found;
-    std::vector<const Record::Node*> tops;
-    std::vector<std::string> paths;
+    Unlisted unlisted;
     for (const Record::Node& node : status.record.nodes) {
         const VLString path = pathOf(node);
         if (node.parent == nullptr || uses.of(path) > 0 || isInUninstaller(status, path)) {
             continue;
         }
         found.insert(&node);
-        paths.push_back(toString(path));
+        unlisted.treePaths.push_back(toString(path));
         if (found.count(node.parent) == 0) {
-            tops.push_back(&node);
+            unlisted.tops.push_back(&node);
         }
     }
-    if (!tops.empty()) {
-        report(status.record.at(*tops.front()),
-               "no installed product lists " +
-                   (tops.size() == 1 ? quotedText(pathOf(*tops.front())) : firstFew(paths)),
-               "An earlier build did, and the count stays: no uninstall removes what it has installed there.",
-               "Remove it by hand, for no uninstaller lists it, and let InstallInspector rebuild make the "
-               "record "
-               "anew.",
-               paths);
+    return unlisted;
+}
+
+void inNoDefinition(Status& status, const StatusReport& report) {
+    const Unlisted unlisted = isComplete(status) ? unlistedIn(status) : Unlisted();
+    if (unlisted.tops.empty()) {
+        return;
     }
+    std::set<VLString> there;
+    for (const Record::Node* top : unlisted.tops) {
+        addPlacesOnDisk(status, *top, there);
+    }
+    std::vector<std::string> paths;
+    std::transform(there.begin(), there.end(), std::back_inserter(paths), toString);
+    report(status.record.at(*unlisted.tops.front()),
+           "no installed product lists " + (unlisted.tops.size() == 1
+                                                ? quotedText(pathOf(*unlisted.tops.front()))
+                                                : firstFew(unlisted.treePaths)),
+           "An earlier build did, and the count stays: no uninstall removes what it has installed there.",
+           (paths.empty() ? "Let " : "Move away " + firstFew(paths) + ", and let ") +
+               std::string("InstallInspector rebuild make the record anew."),
+           paths.empty() ? unlisted.treePaths : paths);
 }
 
 void countDiffers(Status& status, const StatusReport& report) {
