@@ -555,6 +555,16 @@ TEST_F(SupportDocument, AnOldCopyOfTheRecordIsReplaced) {
     EXPECT_EQ(FileTree::difference(whole, machine()), "");
 }
 
+TEST_F(SupportDocument, TheFolderOfTheRecordIsMadeAnewAlsoWithoutASharedPackage) {
+    takeNewMachine();
+    prepare({alpha(), beta()});
+    const Lines whole = machine();
+    lose(sharedFolder);
+    EXPECT_EQ(followThePage(),
+              (std::vector<std::string>{"product-not-recorded", "missing-file", "missing-file"}));
+    EXPECT_EQ(FileTree::difference(whole, machine()), "");
+}
+
 TEST_F(SupportDocument, WhatOfARemovedHostIsLeftBehindIsMovedAway) {
     lose(host);
     Lines whole = machine();

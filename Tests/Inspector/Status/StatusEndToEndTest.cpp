@@ -367,6 +367,36 @@ TEST_F(StatusEndToEnd, TheLinkToTheApplicationManagerIsLookedAt) {
     finding("missing-file");
 }
 
+TEST_F(StatusEndToEnd, WhatIsLeftOfTheSharedPackageIsDeletedOnlyWhereNoProductIs) {
+    const std::string again = "Install the shared package again, which records it.";
+    root().write(sharedDefinition, "");
+    EXPECT_EQ(finding("shared-definition-unusable")["advice"], "Delete it.");
+    ExpectSuccess(Install(alpha()));
+    EXPECT_EQ(finding("shared-definition-unusable")["advice"], again);
+    root().remove(record);
+    EXPECT_EQ(findings()["shared-definition-unusable"]["advice"], again);
+
+    takeNewMachine();
+    std::filesystem::copy_file(INSTALLINSPECTOR_PROGRAM, root().outside(inspector));
+    std::filesystem::create_symlink("/Library/Application Support/Vorlane/Common/ApplicationManager.app",
+                                    root().outside(managerLink));
+    EXPECT_EQ(finding("manager-link")["advice"], "Delete the link.");
+    ExpectSuccess(Install(alpha()));
+    EXPECT_EQ(finding("manager-link")["advice"], again);
+}
+
+TEST_F(StatusEndToEnd, AShortcutComesBackWithTheProductThatCopiesTheFile) {
+    ExpectSuccess(Install(alpha()));
+    const auto newer =
+        beta().file("VorlaneFX/Guide.html", "newer").shortCut("VorlaneFX/Guide.html", "Alpha Guide.html");
+    ExpectSuccess(Install(newer));
+    root().remove("/Applications/Alpha Guide.html");
+    EXPECT_EQ(finding("shortcut-missing")["advice"],
+              "Install \"BETA\" again, which makes the shortcut when it copies the file.");
+    ExpectSuccess(Install(newer));
+    EXPECT_EQ(rules(), std::set<std::string>());
+}
+
 TEST_F(StatusEndToEnd, ALinkThatLeadsNowhereIsAnErrorForUsers) {
     ProductBuilder without = ProductBuilder("COMMON", "Shared")
                                  .listedFile("VorlaneFX/SKU/COMMON.xml")
