@@ -1,10 +1,10 @@
 #include "Utility/InstallInspector/Author/NewCommand.h"
 
 #include "Platform/Utf8.h"
-#include "Utility/InstallInspector/Author/OutputFile.h"
 #include "Utility/InstallInspector/Author/StarterTargets.h"
 #include "Utility/InstallInspector/Report/Finding.h"
 #include "Utility/InstallInspector/Report/Output.h"
+#include "Utility/InstallInspector/Report/OutputFile.h"
 #include "Utility/InstallUtility/KnownNames.h"
 
 #include <algorithm>
@@ -71,35 +71,15 @@ std::string summary(const NewOptions& options, const EntryCounts& counts, const 
     return text + ".\n";
 }
 
-/// All of them, or none.
-std::string save(const std::vector<std::pair<std::string, std::string>>& texts, bool bForce) {
-    const SignalsHeld held;
-    std::list<OutputFile> files;
-    for (const auto& [path, text] : texts) {
-        files.emplace_back(path, FileState(), bForce);
-        std::string fault = files.back().prepare(text);
-        if (!fault.empty()) {
-            return fault;
-        }
-    }
-    for (OutputFile& file : files) {
-        std::string fault = file.putInPlace();
-        if (!fault.empty()) {
-            return fault;
-        }
-    }
-    return "";
-}
-
 int write(const NewOptions& options, const std::string& definition, const std::string& targets) {
-    std::vector<std::pair<std::string, std::string>> texts;
+    std::vector<TextFile> texts;
     if (!options.targets.empty()) {
-        texts.emplace_back(options.targets, targets);
+        texts.push_back({options.targets, targets});
     }
     if (!options.definition.empty()) {
-        texts.emplace_back(options.definition, definition);
+        texts.push_back({options.definition, definition});
     }
-    const std::string fault = save(texts, options.bForce);
+    const std::string fault = saveAll(texts, options.bForce);
     if (!fault.empty()) {
         return cannotRun(fault);
     }

@@ -1,9 +1,9 @@
 #include "Utility/InstallInspector/Author/UpdateCommand.h"
 
 #include "Utility/InstallInspector/Author/DefinitionUpdate.h"
-#include "Utility/InstallInspector/Author/OutputFile.h"
 #include "Utility/InstallInspector/Report/Finding.h"
 #include "Utility/InstallInspector/Report/Output.h"
+#include "Utility/InstallInspector/Report/OutputFile.h"
 
 #include <algorithm>
 #include <optional>

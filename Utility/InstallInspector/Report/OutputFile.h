@@ -28,6 +28,15 @@ private:
     AtomicFile file;
 };
 
+struct TextFile {
+    std::string path;
+    std::string text;
+};
+
+/// Writes all of them, or none. `bForce` replaces files that are there. Gives an empty text, or why it is not
+/// possible.
+std::string saveAll(const std::vector<TextFile>& files, bool bForce);
+
 /// Signals that would end the program wait until the end of the scope, so that nothing half-written stays.
 class SignalsHeld {
 public:

@@ -1,5 +1,5 @@
 // What may happen to a file between the look at it and its replacement.
-#include "Utility/InstallInspector/Author/OutputFile.h"
+#include "Utility/InstallInspector/Report/OutputFile.h"
 
 #include "Tests/Support/FileTree.h"
 #include "Tests/Support/TemporaryDirectory.h"

@@ -1,9 +1,10 @@
-#include "Utility/InstallInspector/Author/OutputFile.h"
+#include "Utility/InstallInspector/Report/OutputFile.h"
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <list>
 
 namespace {
 
@@ -42,6 +43,25 @@ std::string OutputFile::putInPlace() {
         return fault;
     }
     return file.Commit() ? "" : cannotBeWritten(path, file.Error());
+}
+
+std::string saveAll(const std::vector<TextFile>& texts, bool bForce) {
+    const SignalsHeld held;
+    std::list<OutputFile> files;
+    for (const auto& [path, text] : texts) {
+        files.emplace_back(path, FileState(), bForce);
+        std::string fault = files.back().prepare(text);
+        if (!fault.empty()) {
+            return fault;
+        }
+    }
+    for (OutputFile& file : files) {
+        std::string fault = file.putInPlace();
+        if (!fault.empty()) {
+            return fault;
+        }
+    }
+    return "";
 }
 
 SignalsHeld::SignalsHeld() {
