@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Utility/InstallInspector/Documents/ConditionResult.h"
 #include "Utility/InstallInspector/Plan/PlannedMachine.h"
 #include "Utility/InstallInspector/Report/Output.h"
 #include "Utility/InstallInspector/Report/Verdict.h"
@@ -16,22 +17,12 @@
 struct Plan {
     using Step = PlannedMachine::Step;
 
-    /// A condition of a target path, with its result.
-    struct Condition {
-        std::string type;   ///< its name in the target-paths file; empty for an unknown type
-        std::string value;  ///< the pattern
-        std::string filled; ///< the pattern after its placeholders were filled in
-        bool bHolds = true;
-        std::string found; ///< the reason, a sentence without a full stop; empty for And and Or
-        std::vector<Condition> operands;
-    };
-
     /// A target path, whether or not it applies.
     struct Target {
         std::string pattern;
         std::string path; ///< empty unless it applies
         std::string whyNot;
-        std::optional<Condition> condition;
+        std::optional<ConditionResult> condition;
         bool bThere = false; ///< whether the folder exists when the branch begins
     };
 

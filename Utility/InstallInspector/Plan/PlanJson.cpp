@@ -89,7 +89,7 @@ private:
 
     // Each writes the members of the object that is open.
 
-    void write(const Plan::Condition& condition) {
+    void write(const ConditionResult& condition) {
         json.text("type", condition.type);
         json.flag("holds", condition.bHolds);
         if (condition.type == "And" || condition.type == "Or") {

@@ -20,7 +20,6 @@
 
 namespace {
 
-using Condition = InstallUtility::InstallItem::ItemPath::Condition;
 using Action = Plan::Action;
 using Verb = PlannedMachine::Verb;
 
@@ -36,19 +35,6 @@ private:
     std::string nothing;
     std::string* before;
 };
-
-bool isGiven(const Condition& condition) {
-    return condition.type != Condition::None || condition.value.IsSet() || !condition.conditions.empty();
-}
-
-/// The entry of a preference file that the pattern stands for, or the pattern itself.
-std::string preferenceOf(const std::string& pattern) {
-    const std::string opening = "%REGKEY:";
-    const bool bAlone = pattern.size() > opening.size() + 1 && pattern.rfind(opening, 0) == 0 &&
-                        pattern.find('%', 1) == pattern.size() - 1;
-    return bAlone ? "preference " + pattern.substr(opening.size(), pattern.size() - opening.size() - 1)
-                  : "\"" + pattern + "\"";
-}
 
 std::int32_t buildNumberOf(const std::string& build) {
     return VLVersion(toVLString(build)).build;
@@ -225,7 +211,7 @@ std::vector<Plan::Target> PlanRecorder::explain(const InstallItem& item) {
         Plan::Target target;
         target.pattern = toString(candidate.path);
         if (isGiven(candidate.condition)) {
-            target.condition = explain(candidate.condition);
+            target.condition = resultOf(candidate.condition);
         }
         const std::vector<VLString> paths = InstallUtility::getTargetPaths({candidate}, engine.currentFamily);
         if (!InstallUtility::isConditionTrue(candidate.condition)) {
@@ -241,47 +227,6 @@ std::vector<Plan::Target> PlanRecorder::explain(const InstallItem& item) {
         targets.push_back(target);
     }
     return targets;
-}
-
-Plan::Condition PlanRecorder::explain(const InstallItem::ItemPath::Condition& condition) {
-    Plan::Condition explained;
-    explained.type = Condition::nameOf(condition.type);
-    explained.value = toString(condition.value);
-    explained.bHolds = InstallUtility::isConditionTrue(condition);
-    if (condition.type == Condition::And || condition.type == Condition::Or) {
-        for (const Condition& operand : condition.conditions) {
-            explained.operands.push_back(explain(operand));
-        }
-    } else {
-        const VLString filled = InstallUtility::fillPattern(condition.value);
-        explained.filled = toString(filled);
-        explained.found = found(condition, filled);
-    }
-    return explained;
-}
-
-std::string PlanRecorder::found(const InstallItem::ItemPath::Condition& condition, const VLString& filled) {
-    const std::string path = toString(filled);
-    if (condition.type == Condition::None) {
-        return "a condition of a kind that the engine does not know always holds";
-    }
-    if (condition.type == Condition::RegKeyExist || condition.type == Condition::RegKeyNotExist) {
-        return preferenceOf(toString(condition.value)) +
-               (path.empty() ? " is not set" : " is \"" + path + "\"");
-    }
-    if (path.empty()) {
-        return "\"" + toString(condition.value) + "\" comes out empty";
-    }
-    switch (machine.typeOf(filled)) {
-    case S_IFDIR:
-        return path + " is a folder";
-    case S_IFREG:
-        return path + " is a file";
-    case 0:
-        return path + (machine.linkTypeOf(filled) == 0 ? " is not there" : " is a link that leads nowhere");
-    default:
-        return path + " is neither a file nor a folder";
-    }
 }
 
 // The copy

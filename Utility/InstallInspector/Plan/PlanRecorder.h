@@ -50,8 +50,6 @@ private:
     /// Begins a branch and makes it the current one. Returns the previous one.
     std::size_t beginBranch(const VLString& treePath, const InstallItem& item);
     std::vector<Plan::Target> explain(const InstallItem& item);
-    Plan::Condition explain(const InstallItem::ItemPath::Condition& condition);
-    std::string found(const InstallItem::ItemPath::Condition& condition, const VLString& filled);
 
     void add(Plan::Action action, const VLString& treePath, const VLString& path, bool bFolder,
              const std::string& why, const std::string& shortCut = "");

@@ -35,25 +35,6 @@ Word wordOf(Action action) {
     return {"keep", Colour::Dim};
 }
 
-/// What decided, in words.
-std::string reasonOf(const Plan::Condition& condition) {
-    const bool bAnd = condition.type == "And";
-    if (!bAnd && condition.type != "Or") {
-        return condition.found;
-    }
-    if (condition.operands.empty()) {
-        return bAnd ? "an And of nothing always holds" : "an Or of nothing never holds";
-    }
-    std::vector<std::string> reasons;
-    for (const Plan::Condition& operand : condition.operands) {
-        if (bAnd != condition.bHolds && operand.bHolds != bAnd) {
-            return reasonOf(operand); // this one is enough
-        }
-        reasons.push_back(reasonOf(operand));
-    }
-    return joined(reasons, " and ");
-}
-
 std::string described(const SKUDefinition::SKUInfo& product) {
     const std::string name = toString(product.name);
     const std::string build = toString(product.build);

@@ -66,7 +66,7 @@ void Survey::addPlace(OwnedPlace place, OwnedFiles& files, std::set<std::string>
 /// for names in it. It was installed with its own, which nobody keeps: they sent VorlaneFX to the record.
 PlacedProduct::Place besideRecord(const PlacedProduct& shared, const std::string& treePath) {
     const VLString& folder = shared.statusFolder();
-    return {folder + toVLString(treePath.substr(std::strlen("VorlaneFX"))), folder, nullptr};
+    return {folder + toVLString(treePath.substr(std::strlen("VorlaneFX"))), folder, nullptr, nullptr};
 }
 
 void Survey::addPlaces(const PlacedProduct& placed, Reach reach, bool bShared, OwnedFiles& files,
