@@ -1,4 +1,4 @@
-#include "Utility/InstallInspector/Plan/Plan.h"
+#include "Utility/InstallInspector/Plan/PlanSummary.h"
 #include "Utility/InstallInspector/Report/Finding.h"
 
 #include <algorithm>
@@ -11,48 +11,28 @@ namespace {
 using Action = Plan::Action;
 using Verb = PlannedMachine::Verb;
 
-/// A verb of two lines that differ, and its colour.
-struct Word {
-    const char* text;
-    Colour colour;
-};
-
-Word wordOf(Action action) {
+Colour colourOf(Action action) {
     switch (action) {
     case Action::Copy:
-        return {"copy", Colour::Green};
+        return Colour::Green;
     case Action::Replace:
-        return {"replace", Colour::Yellow};
     case Action::Remove:
-        return {"remove", Colour::Yellow};
+        return Colour::Yellow;
     case Action::Fail:
-        return {"FAIL", Colour::Red};
+        return Colour::Red;
     case Action::Missing:
-        return {"missing", Colour::Dim};
     case Action::Keep:
         break;
     }
-    return {"keep", Colour::Dim};
+    return Colour::Dim;
 }
 
 std::string described(const SKUDefinition::SKUInfo& product) {
-    const std::string name = toString(product.name);
-    const std::string build = toString(product.build);
-    return printable((name.empty() ? "a product without name" : name) + (build.empty() ? "" : " " + build) +
-                     " (" + toString(product.ID) + ")");
+    return printable(nameAndBuildOf(product));
 }
 
-/// `path` inside `folder`, or nothing when it is somewhere else. The folder itself gives ".".
-std::string relativeTo(const std::string& folder, const std::string& path) {
-    std::string above = folder;
-    while (above.size() > 1 && above.back() == '/') {
-        above.pop_back();
-    }
-    if (path == folder || path == above) {
-        return ".";
-    }
-    const std::string beginning = above == "/" ? above : above + "/";
-    return path.rfind(beginning, 0) == 0 ? path.substr(beginning.size()) : "";
+Colour colourOf(Verdict verdict) {
+    return verdict == Verdict::Safe ? Colour::Green : verdict == Verdict::Harm ? Colour::Red : Colour::Yellow;
 }
 
 class Report {
@@ -159,18 +139,12 @@ private:
 
     void print(const Plan::Target& target) {
         const bool bApplies = !target.path.empty();
-        const std::string reason = target.condition ? reasonOf(*target.condition) : "";
-        if (bApplies) {
-            line("  " + painter.paint(Colour::Bold, printable(target.path)));
-            if (!reason.empty()) {
-                line("      " + painter.paint(Colour::Dim, printable("since " + reason)));
-            }
-            return;
+        line("  " + (bApplies ? painter.paint(Colour::Bold, printable(target.path))
+                              : painter.paint(Colour::Dim, "not " + printable(target.pattern))));
+        const std::string reason = reasonOf(target);
+        if (!reason.empty()) {
+            line("      " + painter.paint(Colour::Dim, printable("since " + reason)));
         }
-        const bool bCondition = target.condition && !target.condition->bHolds;
-        line("  " + painter.paint(Colour::Dim, "not " + printable(target.pattern)));
-        line("      " +
-             painter.paint(Colour::Dim, printable("since " + (bCondition ? reason : target.whyNot))));
     }
 
     /// Takes the entries of a target folder out of `rest`.
@@ -196,8 +170,8 @@ private:
             width = std::max(width, std::min(widest, nameOf(entry).size()));
         }
         for (const Line& entry : lines) {
-            const Word word = wordOf(entry.entry->action);
-            line("      " + painter.paint(word.colour, padded(word.text, 7)) + "  " +
+            const Action action = entry.entry->action;
+            line("      " + painter.paint(colourOf(action), padded(wordFor(action), 7)) + "  " +
                  padded(nameOf(entry), width) + "  " +
                  painter.paint(Colour::Dim, printable(entry.entry->why)));
             if (!entry.entry->shortCut.empty()) {
@@ -318,38 +292,9 @@ private:
         }
     }
 
-    /// A path of the record; the count "-" stands for one that is not in it.
-    struct Change {
-        std::string before = "-";
-        std::string after = "-";
-        std::string oldBuild;
-        std::string newBuild;
-        bool bFolder = false;
-
-        bool isNone() const { return before == after && oldBuild == newBuild; }
-    };
-    using Changes = std::map<std::string, Change, Plan::TreeOrder>;
-
-    static Changes changesOf(const Plan::Run& run) {
-        Changes changes;
-        for (const auto& [path, recorded] : run.before.paths) {
-            Change& change = changes[path];
-            change.before = std::to_string(recorded.count);
-            change.oldBuild = recorded.build;
-            change.bFolder = recorded.bFolder;
-        }
-        for (const auto& [path, recorded] : run.after.paths) {
-            Change& change = changes[path];
-            change.after = std::to_string(recorded.count);
-            change.newBuild = recorded.build;
-            change.bFolder = recorded.bFolder;
-        }
-        return changes;
-    }
-
     /// What changes, and the folders above it.
     void printCounts(const Plan::Run& run) {
-        const Changes changes = changesOf(run);
+        const RecordChanges changes = changesOf(run);
         std::set<std::string> changed;
         for (const auto& [path, change] : changes) {
             for (std::size_t end = path.size(); !change.isNone() && end != std::string::npos && end != 0;
@@ -372,7 +317,7 @@ private:
         }
     }
 
-    void print(const std::string& path, const Change& change) {
+    void print(const std::string& path, const RecordChange& change) {
         const auto depth = static_cast<std::size_t>(std::count(path.begin(), path.end(), '/'));
         std::string text = aligned(change.before, 8) + aligned(change.after, 7) +
                            std::string(2 + 2 * depth, ' ') + printable(path.substr(path.rfind('/') + 1)) +
@@ -381,9 +326,7 @@ private:
             line(painter.paint(Colour::Dim, text));
             return;
         }
-        const bool bChanged =
-            !change.oldBuild.empty() && !change.newBuild.empty() && change.oldBuild != change.newBuild;
-        const std::string build = bChanged ? change.oldBuild + " to " + change.newBuild : change.newBuild;
+        const std::string build = change.builds();
         line(text + (build.empty() ? "" : "  " + painter.paint(Colour::Dim, printable(build))));
     }
 
@@ -413,52 +356,14 @@ private:
         }
     }
 
-    std::size_t countOf(Action action) const {
-        std::size_t count = 0;
-        for (const Plan::Run& run : plan.runs) {
-            for (const Plan::Branch& branch : run.branches) {
-                count += static_cast<std::size_t>(
-                    std::count_if(branch.entries.begin(), branch.entries.end(),
-                                  [action](const Plan::Entry& entry) { return entry.action == action; }));
-            }
-        }
-        return count;
-    }
-
     void printOutcome() {
-        std::vector<std::string> counts;
-        const auto add = [&](Action action, const char* words) {
-            const std::size_t count = countOf(action);
-            if (count != 0) {
-                counts.push_back(std::to_string(count) + " " + words);
-            }
-        };
-        add(Action::Copy, "to copy");
-        add(Action::Replace, "to replace");
-        add(Action::Remove, "to remove");
-        add(Action::Keep, "to keep");
-        add(Action::Fail, "that fail");
         line("");
         if (!plan.bSucceeds) {
-            line(painter.paint(Colour::Red, "The run would fail.") + " It would print:");
+            line(painter.paint(Colour::Red, outcomeOf(plan)) + " It would print:");
             out += printableLines(plan.log);
             return;
         }
-        const std::string summary =
-            counts.empty() ? "Nothing to do here." : "Files and whole folders: " + joined(counts, ", ") + ".";
-        line(summary + " " + outcome());
-    }
-
-    std::string outcome() const {
-        switch (plan.verdict) {
-        case Verdict::Safe:
-            return painter.paint(Colour::Green, "The run would succeed.");
-        case Verdict::Harm:
-            return painter.paint(Colour::Red, "The run would succeed, but see what is dangerous about it.");
-        case Verdict::CannotTell:
-            break;
-        }
-        return painter.paint(Colour::Yellow, "The run would succeed; whether it does harm is not known.");
+        line(workOf(plan) + " " + painter.paint(colourOf(plan.verdict), outcomeOf(plan)));
     }
 
     static std::string printableLines(const std::string& log) {
