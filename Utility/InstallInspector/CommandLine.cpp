@@ -35,6 +35,19 @@ void addRepeated(CLI::App& command, const char* name, std::vector<std::string>& 
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
 }
 
+/// A page in place of what is printed.
+void addPage(CLI::App& command, std::string& page, bool& bForce, const std::vector<CLI::Option*>& others) {
+    CLI::Option* html =
+        command.add_option("--html", page, "Write a page to look at to FILE, and print nothing")
+            ->type_name("FILE")
+            ->check(
+                [](const std::string& file) { return file.empty() ? "the name of a file is wanted" : ""; });
+    for (CLI::Option* other : others) {
+        html->excludes(other);
+    }
+    command.add_flag("--force", bForce, "Replace the page if it is there")->needs(html);
+}
+
 void addCheckCommand(CLI::App& app, int& status) {
     auto options = std::make_shared<CheckOptions>();
     CLI::App* command = app.add_subcommand(
@@ -90,10 +103,17 @@ void addPlanCommand(CLI::App& app, int& status) {
         ->type_name("FILE")
         ->check([](const std::string& file) { return file.empty() ? "the name of a file is wanted" : ""; });
     CLI::Option* json = command->add_flag("--json", options->bJson, "Print JSON for other programs");
-    command
-        ->add_flag("--commands", options->bCommands,
-                   "Print the shell commands that the run would issue, in their order")
-        ->excludes(json);
+    CLI::Option* commands =
+        command
+            ->add_flag("--commands", options->bCommands,
+                       "Print the shell commands that the run would issue, in their order")
+            ->excludes(json);
+    CLI::Option* brief = command
+                             ->add_flag("--brief", options->bBrief,
+                                        "Print only a table: what each host and family gets, where, and why")
+                             ->excludes(json)
+                             ->excludes(commands);
+    addPage(*command, options->html, options->bForce, {json, commands, brief});
     command->footer(
         "Start it where the run would be started, as the same user. Exit status: 0 when nothing of the "
         "product or of others would be lost, left behind, shown to the user as an error or unrecorded, 1 "
@@ -153,7 +173,8 @@ void addStatusCommand(CLI::App& app, int& status) {
                 "FILE");
     command->add_flag("--verify", options->bVerify,
                       "Read what is installed, and compare it with the manifests in the definitions");
-    command->add_flag("--json", options->bJson, "Print JSON for other programs");
+    CLI::Option* json = command->add_flag("--json", options->bJson, "Print JSON for other programs");
+    addPage(*command, options->html, options->bForce, {json});
     command->callback([options, &status] {
         checkUsage(*options);
         status = runStatus(*options);

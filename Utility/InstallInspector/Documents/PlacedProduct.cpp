@@ -32,10 +32,10 @@ void addTargets(const Product::TargetItem& item, const VLString& family, std::ve
         const auto folders = InstallUtility::getTargetPaths({candidate}, family);
         if (folders.empty()) {
             if (const VLString folder = folderOf(candidate, family); folder.IsSet()) {
-                idle.push_back({folder, folder, element});
+                idle.push_back({folder, folder, element, &candidate});
             }
         } else if (seen.insert(folders.front().ToLower()).second) {
-            places.push_back({folders.front(), folders.front(), element});
+            places.push_back({folders.front(), folders.front(), element, &candidate});
         }
         element = element->NextSiblingElement("path");
     }
@@ -48,8 +48,8 @@ std::vector<Place> inside(const std::vector<Place>& folders, const VLString& nam
     std::vector<Place> places;
     places.reserve(folders.size());
     for (const Place& folder : folders) {
-        places.push_back(
-            {PathLibrary::GetDirectoryWithFile(folder.path, name), folder.target, folder.element});
+        places.push_back({PathLibrary::GetDirectoryWithFile(folder.path, name), folder.target, folder.element,
+                          folder.candidate});
     }
     return places;
 }

@@ -13,6 +13,7 @@ public:
         VLString path;
         VLString target;             ///< the target folder that `path` is, or lies in
         const TiXmlElement* element; ///< the `path` element that gives the target folder
+        const InstallUtility::InstallItem::ItemPath* candidate; ///< what the engine reads from it
     };
     struct Spot {
         const Product::TreeNode* node;

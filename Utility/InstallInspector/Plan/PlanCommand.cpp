@@ -1,7 +1,33 @@
 #include "Utility/InstallInspector/Plan/PlanCommand.h"
 
-#include "Utility/InstallInspector/Plan/Plan.h"
+#include "Utility/InstallInspector/Plan/PlanSummary.h"
 #include "Utility/InstallInspector/Report/Output.h"
+#include "Utility/InstallInspector/Report/OutputFile.h"
+
+namespace {
+
+bool writePage(const Plan& plan, const PlanOptions& options) {
+    const std::string fault = saveAll({{options.html, asHtml(plan)}}, options.bForce);
+    if (!fault.empty()) {
+        cannotRun(fault);
+    }
+    return fault.empty();
+}
+
+bool print(const Plan& plan, const PlanOptions& options) {
+    Output output;
+    const Painter painter = Painter::forFile(stdout);
+    if (options.bJson) {
+        writeJson(plan, output);
+    } else {
+        output.write(options.bCommands ? asCommands(plan)
+                     : options.bBrief  ? asBrief(plan, painter)
+                                       : asText(plan, painter));
+    }
+    return output.finish();
+}
+
+} // namespace
 
 int runPlan(const PlanOptions& options) {
     Plan plan;
@@ -17,13 +43,7 @@ int runPlan(const PlanOptions& options) {
     } catch (const CannotForesee& failure) {
         return cannotRun(std::string("cannot tell what the run would do: ") + failure.what());
     }
-    Output output;
-    if (options.bJson) {
-        writeJson(plan, output);
-    } else {
-        output.write(options.bCommands ? asCommands(plan) : asText(plan, Painter::forFile(stdout)));
-    }
-    if (!output.finish()) {
+    if (!(options.html.empty() ? print(plan, options) : writePage(plan, options))) {
         return CannotRun;
     }
     return plan.verdict == Verdict::Safe ? Clean : HasFindings;

@@ -11,6 +11,9 @@ struct PlanOptions {
     bool bUninstall = false;
     bool bJson = false;
     bool bCommands = false;
+    bool bBrief = false;
+    std::string html;    ///< the file for a page; empty for none
+    bool bForce = false; ///< replace that file
 };
 
 /// Returns the exit status.

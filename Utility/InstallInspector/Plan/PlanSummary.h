@@ -55,3 +55,6 @@ struct TargetRow {
 std::vector<TargetRow> targetRows(const Plan& plan, const Plan::Run& run, bool bJoined);
 /// What happens there: "2 to copy", "no", "nothing".
 std::string whatHappens(const TargetRow& row);
+
+std::string asBrief(const Plan& plan, const Painter& painter);
+std::string asHtml(const Plan& plan);

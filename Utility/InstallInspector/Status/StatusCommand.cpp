@@ -2,8 +2,8 @@
 
 #include "Foundation/FileLibrary.h"
 #include "Utility/InstallInspector/Documents/QuietLog.h"
-#include "Utility/InstallInspector/Report/FindingOutput.h"
-#include "Utility/InstallInspector/Status/Status.h"
+#include "Utility/InstallInspector/Report/OutputFile.h"
+#include "Utility/InstallInspector/Status/StatusWords.h"
 #include "Utility/InstallUtility/InstallUtility.h"
 
 #include <algorithm>
@@ -55,6 +55,24 @@ InstalledProducts findInstalled(const StatusOptions& options, const Status& stat
                : InstalledProducts::find(status.given.front()->statusFolder(), options.targets.front());
 }
 
+bool writePage(const Status& status, const StatusOptions& options) {
+    const std::string fault = saveAll({{options.html, asHtml(status)}}, options.bForce);
+    if (!fault.empty()) {
+        cannotRun(fault);
+    }
+    return fault.empty();
+}
+
+bool print(const Status& status, const StatusOptions& options) {
+    Output output;
+    if (options.bJson) {
+        writeJson(status, output);
+    } else {
+        writeText(status, Painter::forFile(stdout), output);
+    }
+    return output.finish();
+}
+
 } // namespace
 
 int runStatus(const StatusOptions& options) {
@@ -82,13 +100,7 @@ int runStatus(const StatusOptions& options) {
     status.bThisMachine = isOfThisMachine(options, status);
     status.contents.bVerified = options.bVerify;
     status.inspect();
-    Output output;
-    if (options.bJson) {
-        writeJson(status, output);
-    } else {
-        writeText(status, Painter::forFile(stdout), output);
-    }
-    if (!output.finish()) {
+    if (!(options.html.empty() ? print(status, options) : writePage(status, options))) {
         return CannotRun;
     }
     return verdictOf(status.findings) == Verdict::Safe ? Clean : HasFindings;

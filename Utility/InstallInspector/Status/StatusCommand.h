@@ -10,6 +10,8 @@ struct StatusOptions {
     std::vector<std::string> definitions;
     bool bVerify = false; ///< compare contents with manifests, too
     bool bJson = false;
+    std::string html;    ///< the file for a page; empty for none
+    bool bForce = false; ///< replace that file
 };
 
 /// The exit status.

@@ -1,5 +1,5 @@
 #include "Utility/InstallInspector/Report/FindingOutput.h"
-#include "Utility/InstallInspector/Status/Status.h"
+#include "Utility/InstallInspector/Status/StatusWords.h"
 
 #include <algorithm>
 
@@ -7,43 +7,6 @@ namespace {
 
 using Condition = Status::Condition;
 using Node = Record::Node;
-
-struct ConditionText {
-    const char* text; ///< empty for what needs no word
-    const char* json;
-    Condition condition;
-    Colour colour;
-};
-
-const ConditionText& textOf(Condition condition) {
-    static const ConditionText texts[] = {
-        {"", "", Condition::Unknown, Colour::Dim},
-        {"", "there", Condition::There, Colour::Dim},
-        {"missing", "missing", Condition::Missing, Colour::Red},
-        {"changed", "changed", Condition::OtherKind, Colour::Red},
-        {"left behind", "left behind", Condition::LeftBehind, Colour::Red},
-        {"other home", "other home", Condition::OtherHome, Colour::Red},
-        {"no target here", "no target", Condition::NoTarget, Colour::Dim},
-        {"not verified", "not verified", Condition::NotVerified, Colour::Yellow},
-        {"foreign files", "foreign", Condition::ForeignContent, Colour::Yellow},
-        {"older", "older", Condition::OlderContent, Colour::Red},
-        {"other content", "other content", Condition::OtherContent, Colour::Red},
-        {"truncated", "truncated", Condition::Truncated, Colour::Red},
-    };
-    return *std::find_if(std::begin(texts), std::end(texts),
-                         [condition](const ConditionText& text) { return text.condition == condition; });
-}
-
-Condition conditionOf(const Status& status, const Node& node) {
-    const auto found = status.conditions.find(&node);
-    return found == status.conditions.end() ? Condition::Unknown : found->second;
-}
-
-Colour colourOf(Status::ContentFault::Kind kind) {
-    using Kind = Status::ContentFault::Kind;
-    const bool bDoubt = kind == Kind::Foreign || kind == Kind::Unreadable || kind == Kind::UnknownBuild;
-    return bDoubt ? Colour::Yellow : Colour::Red;
-}
 
 // The tree
 
@@ -73,22 +36,6 @@ Row rowOf(const Status& status, const Node& node, const std::string& branch) {
         row.shortCut = "shortcut " + printableText(link);
     }
     return row;
-}
-
-/// As people look for them; the record has the longest names first.
-std::vector<const Node*> byName(const Node& parent) {
-    std::vector<std::pair<std::string, const Node*>> named;
-    named.reserve(parent.children.size());
-    for (const Node* child : parent.children) {
-        named.emplace_back(toString(child->recorded->name.ToLower()), child);
-    }
-    std::sort(named.begin(), named.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
-    std::vector<const Node*> children;
-    children.reserve(named.size());
-    for (const auto& [name, child] : named) {
-        children.push_back(child);
-    }
-    return children;
 }
 
 struct Widths {
@@ -213,10 +160,7 @@ std::string verdict(const Status& status, const Painter& painter) {
     if (status.record.state != Record::State::Readable) {
         return "";
     }
-    return "\n" +
-           painter.paint(Colour::Green, status.products.empty() ? "The record is sound."
-                                                                : "The record and this machine agree.") +
-           "\n";
+    return "\n" + painter.paint(Colour::Green, outcomeOf(status)) + "\n";
 }
 
 std::string leftOutOf(const Status& status) {
@@ -237,22 +181,6 @@ void write(JsonWriter& json, const SKUDefinition::SKUInfo& info) {
     json.text("name", toString(info.name));
     json.text("build", toString(info.build));
     json.endObject();
-}
-
-/// Where the given products have the path, each place once.
-std::vector<std::string> placesOf(const Status& status, const VLString& treePath) {
-    std::vector<std::string> places;
-    for (const auto& product : status.products) {
-        if (const auto* spot = product->find(treePath)) {
-            for (const auto& place : spot->places) {
-                const std::string path = toString(place.path);
-                if (std::find(places.begin(), places.end(), path) == places.end()) {
-                    places.push_back(path);
-                }
-            }
-        }
-    }
-    return places;
 }
 
 void write(JsonWriter& json, const Status& status, const Node& node) {
@@ -308,20 +236,12 @@ void writeContents(const Status& status, JsonWriter& json) {
 
 void writeText(const Status& status, const Painter& painter, Output& output) {
     output.write(painter.paint(Colour::Bold, printableText(toVLString(status.record.path))) + "\n");
-    switch (status.record.state) {
-    case Record::State::Missing:
-        output.write(status.isNothingInstalled() ? "\n  Nothing is installed.\n"
-                     : status.findings.empty()   ? "\n  There is no record here: no product is installed.\n"
-                                                 : "\n  There is no record here.\n");
-        break;
-    case Record::State::Unreadable:
-        output.write("\n  The record is there, but the engine cannot read it.\n");
-        break;
-    case Record::State::Readable:
+    if (status.record.state == Record::State::Readable) {
         output.write(printedProducts(status, painter));
         writeTree(status, painter, output);
         output.write(leftOutOf(status));
-        break;
+    } else {
+        output.write("\n  " + outcomeOf(status) + "\n");
     }
     writeContents(status, painter, output);
     output.write(verified(status));
