@@ -20,7 +20,7 @@ if(IS_DIRECTORY "${PROJECT_SOURCE_DIR}/Schemas")
 endif()
 install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT Documentation)
 install(DIRECTORY Docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT Documentation
-  FILES_MATCHING PATTERN "*.md" PATTERN man EXCLUDE)
+  FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN man EXCLUDE)
 
 # Licences of what is linked, and of nothing else.
 set(licences TinyXML)
