@@ -73,7 +73,8 @@ class Places(Installed):
         self.assertTrue(os.access(self.data / "Examples/packaging/preinstall", os.X_OK))
 
     def test_each_document_and_man_page(self):
-        for document in [*(SOURCE / "Docs").glob("*.md"), SOURCE / "README.md", SOURCE / "CHANGELOG.md"]:
+        for document in [*(SOURCE / "Docs").glob("*.md"), *(SOURCE / "Docs/images").glob("*.png"), SOURCE / "README.md",
+                         SOURCE / "CHANGELOG.md"]:
             self.assertTrue(list(self.documents.rglob(document.name)), document)
         for page in (SOURCE / "Docs/man").iterdir():
             self.assertTrue((self.prefix / "share/man/man1" / (page.name.split(".")[0] + ".1")).is_file(), page)
