@@ -8,6 +8,7 @@ install(TARGETS InstallUtility RUNTIME DESTINATION ${bundle}/MacOS COMPONENT Run
 install(PROGRAMS "${INSTALLUTILITY_BUNDLE}/Contents/MacOS/UninstallLauncher" DESTINATION ${bundle}/MacOS
   COMPONENT Runtime)
 install(FILES "${INSTALLUTILITY_BUNDLE}/Contents/Info.plist" DESTINATION ${bundle} COMPONENT Runtime)
+install(DIRECTORY "${INSTALLUTILITY_BUNDLE}/Contents/Resources" DESTINATION ${bundle} COMPONENT Runtime)
 if(TARGET InstallInspector)
   install(TARGETS InstallInspector RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Runtime)
 endif()

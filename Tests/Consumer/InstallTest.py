@@ -53,7 +53,8 @@ class Installed(unittest.TestCase):
 class Places(Installed):
     def test_the_bundle_whole_and_ready_to_run(self):
         self.assertEqual({str(path.relative_to(self.bundle)) for path in self.bundle.rglob("*") if path.is_file()},
-                         {"Info.plist", "MacOS/InstallUtility", "MacOS/UninstallLauncher"})
+                         {"Info.plist", "MacOS/InstallUtility", "MacOS/UninstallLauncher",
+                          "Resources/de.lproj/Uninstaller.strings", "Resources/en.lproj/Uninstaller.strings"})
         for program in (self.bundle / "MacOS").iterdir():
             self.assertEqual(stat.S_IMODE(program.stat().st_mode), 0o755, program)
         self.assertIn("Not enough arguments.", run(self.bundle / "MacOS/InstallUtility", status=1))

@@ -1,30 +1,9 @@
-#include "Tests/Support/EndToEndTest.h"
+#include "Tests/EndToEnd/UninstallerTest.h"
+
 #include "Tests/Support/HostileCaller.h"
 
 #include <filesystem>
 #include <optional>
-
-namespace {
-
-class Uninstaller : public EndToEndTest {
-protected:
-    static ProductBuilder product(const std::string& id = "ALPHA", const std::string& name = "Alpha") {
-        return ProductBuilder(id, name)
-            .target("VorlaneFX", statusFolder)
-            .file("VorlaneFX/shared", "S")
-            .file("VorlaneFX/" + id, id);
-    }
-    static std::string cannotRemove(const std::string& name) {
-        return "Error: Cannot remove file '" + shared(name) + "'";
-    }
-    static std::string inside(const ProductBuilder& product, const std::string& path) {
-        return uninstallerOf(product) + "/Contents/" + path;
-    }
-
-    const std::string emptyStatusFolder = std::string(statusFolder) + "/";
-};
-
-} // namespace
 
 // Opening it
 
@@ -122,93 +101,6 @@ TEST_F(Uninstaller, WorksWhenStartedFromItsOwnFolderThroughARelativePath) {
 }
 
 // Rights
-
-namespace {
-
-/// Programs of the test's stand in the place of the machine's. What starts the engine is tried, so that runs
-/// are not compared with their plans.
-class UninstallerRights : public Uninstaller {
-protected:
-    bool comparesPlans() const override { return false; }
-
-    /// Puts a program in the place of the machine's, whose file is shared with others and not written to. It
-    /// notes its name and arguments.
-    void shim(const std::string& name, const std::string& body, const std::string& shell = "/bin/sh") {
-        root().makeFolder("/tools");
-        root().write("/bin/" + name,
-                     "#!" + shell + "\necho \"" + name + " $*\" >>/tools/calls\n" + body + "\n", 0755);
-    }
-    /// A screen that a dialog could be shown on.
-    static Options onADesktop() {
-        Options options;
-        options.environment["DISPLAY"] = ":none";
-        return options;
-    }
-    /// The calls noted.
-    Lines calls() {
-        ProgramResult result;
-        result.standardOutput = root().exists("/tools/calls") ? root().read("/tools/calls") : "";
-        root().remove("/tools");
-        return logLines(result);
-    }
-    /// How the launcher starts itself once it may.
-    static std::string launcherWithRights() {
-        return "env HOME=/Users/anna UNINSTALLER_HAS_ASKED=1 " + launcher();
-    }
-    static std::string launcher() { return inside(product(), "MacOS/UninstallLauncher"); }
-};
-
-} // namespace
-
-TEST_F(UninstallerRights, OnTheMacAsksForRightsThroughADialogAndKeepsTheUsersHome) {
-    Install(product());
-    shim("id", "echo 501");
-    shim("uname", "echo Darwin");
-    // What the script that it is given on standard input tells the system to do.
-    shim("osascript", "cat >/dev/null; HOME=$3 UNINSTALLER_HAS_ASKED=1 \"$2\" \"$4\" 2>&1; echo $?");
-    const ProgramResult result = OpenUninstaller(product(), {"-v"});
-    ExpectSuccess(result);
-    ExpectLog(result, {"DEBUG: Delete '" + shared("shared") + "'", cannotRemove("shared"),
-                       "DEBUG: Delete '" + shared("ALPHA") + "'", cannotRemove("ALPHA"),
-                       std::string("rmdir: failed to remove '") + statusFolder + "': Directory not empty"});
-    EXPECT_EQ(calls(), (Lines{"id -u", "uname ", "osascript - " + launcher() + " /Users/anna -v"}));
-    ExpectTree({emptyStatusFolder});
-}
-
-TEST_F(UninstallerRights, OnTheMacARefusedDialogIsAFailureAndNothingIsTouched) {
-    Install(product());
-    shim("id", "echo 501");
-    shim("uname", "echo Darwin");
-    shim("osascript", "exit 1");
-    const Lines before = root().tree(statusFolder);
-    EXPECT_EQ(OpenUninstaller(product()).exitStatus, 1);
-    EXPECT_EQ(root().tree(statusFolder), before);
-    EXPECT_TRUE(root().exists(uninstallerOf(product())));
-    EXPECT_EQ(root().tree("/tmp"), Lines());
-}
-
-TEST_F(UninstallerRights, OnTheMacPassesTheExitStatusOn) {
-    Install(product());
-    shim("id", "echo 501");
-    shim("uname", "echo Darwin");
-    for (const std::string log : {"said\n", "said\nmore: 7\n", ""}) {
-        root().write("/tools/log", log);
-        shim("osascript", "cat /tools/log; echo 7");
-        const ProgramResult result = OpenUninstaller(product());
-        EXPECT_EQ(result.exitStatus, 7);
-        EXPECT_EQ(result.standardOutput, log);
-    }
-}
-
-TEST_F(UninstallerRights, InATerminalAsksForRightsThroughSudoAndKeepsTheUsersHome) {
-    Install(product());
-    shim("id", "echo 501");
-    shim("sudo", "exec \"$@\"");
-    const ProgramResult result = root().runInTerminal({launcher()}, {}, Options());
-    ExpectSuccess(result);
-    EXPECT_EQ(calls(), (Lines{"id -u", "sudo " + launcherWithRights()}));
-    ExpectTree({emptyStatusFolder});
-}
 
 TEST_F(UninstallerRights, OnADesktopAsksForRightsInADialogAndKeepsTheUsersHome) {
     Install(product());
@@ -396,14 +288,41 @@ TEST_F(UninstallerOfHostileCaller, GivesTheEngineNoVariableThatIsNotSet) {
     EXPECT_EQ(printedEnvironment(), (Lines{"PATH=/usr/bin:/bin:/usr/sbin:/sbin"}));
 }
 
-TEST_F(UninstallerOfHostileCaller, GivesTheDialogAnEnvironmentMadeAnew) {
+TEST_F(UninstallerOfHostileCaller, GivesEachDialogAnEnvironmentMadeAnew) {
     shim("id", "echo 501");
     shim("uname", "echo Darwin");
-    shim("osascript", "env >/var/environment; echo 0");
+    shim("launchctl", "echo Aqua");
+    // The question has one more argument than the result, and two more than the dialog that gives the rights.
+    shim("osascript", "env >/var/environment$#; [ $# -ne 5 ] || echo Remove");
     Options options;
     options.environment = manyVariables();
-    ExpectSuccess(OpenUninstaller(product(), {}, options));
-    EXPECT_EQ(printedEnvironment(), handedOn());
+    EXPECT_EQ(OpenUninstaller(product(), {}, options).exitStatus, 1);
+    for (const char* count : {"3", "4", "5"}) {
+        EXPECT_EQ(HostileCaller::variablesIn(root().read(std::string("/var/environment") + count)),
+                  handedOn());
+    }
+}
+
+TEST_F(UninstallerOfHostileCaller, CallsNoFunctionOfTheCallersWhileItAsksAndTells) {
+    if (!std::filesystem::exists("/bin/bash")) {
+        GTEST_SKIP() << "there is no /bin/bash";
+    }
+    root().add("/bin/bash", "/bin/sh"); // as on macOS
+    shim("zenity", "");
+    HostileCaller::Variables variables = HostileCaller::functions();
+    variables.merge(HostileCaller::tools());
+    variables.merge(HostileCaller::startFile());
+    variables.merge(HostileCaller::options());
+    variables["DISPLAY"] = ":none";
+    Options options;
+    options.environment = variables;
+    const ProgramResult result = OpenUninstaller(product(), {}, options);
+    ExpectSuccess(result);
+    EXPECT_EQ(result.standardError.find('+'), std::string::npos) << result.standardError;
+    EXPECT_EQ(result.standardError.find("traced"), std::string::npos) << result.standardError;
+    EXPECT_EQ(calls().size(), 5U) << "a question, progress, and a result of three lines";
+    EXPECT_FALSE(root().exists(uninstallerOf(product())));
+    EXPECT_FALSE(caller->hasRun());
 }
 
 // Placing and removing it
