@@ -18,8 +18,11 @@ bool hasWindowSession() {
 }
 
 NSInteger runAlert(NSString* title, NSString* text) {
-    // An alert needs an application object.
-    [NSApplication sharedApplication];
+    // An alert needs an application object. A program without a bundle of its own is in the background until it says
+    // otherwise, and its windows open behind all others.
+    NSApplication* application = [NSApplication sharedApplication];
+    [application setActivationPolicy:NSApplicationActivationPolicyAccessory];
+    [application activateIgnoringOtherApps:YES];
     // Deprecated, but no other function answers with NSAlertDefaultReturn.
 #pragma clang diagnostic push
 #pragma clang diagnostic ignored "-Wdeprecated-declarations"
