@@ -36,6 +36,7 @@ protected:
                  fs::copy_options::recursive);
         fs::copy(EXAMPLES_FOLDER "/packaging/postinstall", root().outside(inScripts("postinstall")));
         setConsoleUser("root");
+        setHome("NFSHomeDirectory: /Users/anna");
     }
 
     static std::string inScripts(const std::string& name) { return "/tmp/Package of anna/Scripts/" + name; }
@@ -44,6 +45,28 @@ protected:
         root().remove("/bin/stat");
         root().write("/bin/stat", "#!/bin/sh\n[ \"$*\" = '-f %Su /dev/console' ] && echo " + user + "\n",
                      0755);
+    }
+
+    /// What the directory service says about anna, and about nobody else.
+    void setHome(const std::string& said) {
+        root().write("/bin/dscl",
+                     "#!/bin/sh\n[ \"$*\" = '/Search -read /Users/anna NFSHomeDirectory' ] || exit 56\n"
+                     "cat <<'END'\n" +
+                         said + "\nEND\n",
+                     0755);
+    }
+    /// A session of anna, whose number is 501. Notes what runs in it, with its number of arguments.
+    void setSession(const std::string& status = "0") {
+        root().write("/bin/id", "#!/bin/sh\n[ \"$*\" = '-u anna' ] && echo 501\n", 0755);
+        root().write("/bin/launchctl",
+                     "#!/bin/sh\n[ \"$1 $2\" = 'asuser 501' ] && [ " + status +
+                         " = 0 ] || exit 1\nshift 2\necho \"$#: $*\" >>/var/session\nexec \"$@\"\n",
+                     0755);
+    }
+    Lines inSession() {
+        ProgramResult result;
+        result.standardOutput = root().exists("/var/session") ? root().read("/var/session") : "";
+        return logLines(result);
     }
 
     /// What the installer passes: package, target folder, target volume, startup root.
@@ -99,6 +122,68 @@ TEST_F(PackageScript, HomeFolderStaysTheSuperusersWhenNobodyHasLoggedIn) {
     ExpectSuccess(run({{"USER", "root"}}));
     EXPECT_TRUE(isInstalled());
     EXPECT_TRUE(root().exists("/Users/var/root/Documents/preset"));
+}
+
+TEST_F(PackageScript, NobodyIsLoggedInAtTheLoginWindowAndInTheSetupOfANewMachine) {
+    for (const char* user : {"loginwindow", "_mbsetupuser"}) {
+        setConsoleUser(user);
+        ExpectSuccess(run({{"USER", "root"}}));
+        EXPECT_TRUE(root().exists("/Users/var/root/Documents/preset")) << user;
+        root().remove("/Users/var");
+    }
+}
+
+TEST_F(PackageScript, HomeFolderIsTheOneThatTheDirectoryServiceKnows) {
+    root().write(inScripts("InstallUtility.app/Contents/MacOS/InstallUtility"),
+                 "#!/bin/sh\necho \"HOME=$HOME\"\n", 0755);
+    const std::map<std::string, std::string> homes{
+        {"NFSHomeDirectory: /Volumes/Work/anna", "/Volumes/Work/anna"},
+        {"NFSHomeDirectory:\n /Volumes/Hard Disk/anna", "/Volumes/Hard Disk/anna"}};
+    for (const auto& [said, home] : homes) {
+        setHome(said);
+        EXPECT_EQ(run({{"USER", "anna"}}).standardOutput, "HOME=" + home + "\n");
+    }
+    root().remove("/bin/dscl");
+    root().write("/bin/getent",
+                 "#!/bin/sh\n[ \"$*\" = 'passwd anna' ] && echo 'anna:x:501:20:Anna:/home/of anna:/bin/sh'\n",
+                 0755);
+    EXPECT_EQ(run({{"USER", "anna"}}).standardOutput, "HOME=/home/of anna\n");
+}
+
+TEST_F(PackageScript, UserWithoutAKnownHomeFolderIsAnErrorBeforeAnythingIsInstalled) {
+    const ProgramResult result = run({{"USER", "bert"}});
+    EXPECT_EQ(result.exitStatus, 1);
+    EXPECT_EQ(result.standardError, "Error: the home folder of 'bert' is not known\n");
+    EXPECT_FALSE(isInstalled());
+}
+
+TEST_F(PackageScript, EngineRunsInTheSessionOfTheUserAtTheScreen) {
+    setConsoleUser("anna");
+    setSession();
+    for (const char* user : {"root", "anna"}) {
+        ExpectSuccess(run({{"USER", user}}));
+        EXPECT_TRUE(root().exists("/Users/anna/Documents/preset"));
+        const std::string source = inScripts("product");
+        EXPECT_EQ(
+            inSession(),
+            (Lines{"1: true", "8: env -i PATH=/usr/bin:/bin:/usr/sbin:/sbin HOME=/Users/anna " +
+                                  inScripts("InstallUtility.app/Contents/MacOS/InstallUtility") + " " +
+                                  source + "/files " + source + "/sku.xml " + source + "/target_path.xml"}));
+        root().remove("/var/session");
+        root().remove("/Users/anna/Documents");
+    }
+}
+
+TEST_F(PackageScript, EngineRunsWithoutASessionWhenNobodyIsAtTheScreenOrItHasNone) {
+    setSession();
+    ExpectSuccess(run({{"USER", "anna"}}));
+    EXPECT_TRUE(isInstalled());
+    setConsoleUser("anna");
+    setSession("1");
+    root().remove(statusFolder);
+    ExpectSuccess(run({{"USER", "anna"}}));
+    EXPECT_TRUE(isInstalled());
+    EXPECT_EQ(inSession(), Lines());
 }
 
 TEST_F(PackageScript, RefusesAnotherVolume) {

@@ -30,6 +30,7 @@ protected:
             }
             root().add(tool, "/bin/" + fs::path(tool).filename().string());
         }
+        setHome("/Users/anna");
         root().makeFolder(inScripts("product"));
         fs::copy(root().outside(PrivateRoot::bundle), root().outside(inScripts("InstallUtility.app")),
                  fs::copy_options::recursive);
@@ -70,6 +71,14 @@ protected:
         return product;
     }
 
+    /// What the directory service says about anna, and about nobody else.
+    void setHome(const std::string& home) {
+        root().write("/bin/dscl",
+                     "#!/bin/sh\n[ \"$*\" = '/Search -read /Users/anna NFSHomeDirectory' ] || exit 56\n"
+                     "echo 'NFSHomeDirectory: " +
+                         home + "'\n",
+                     0755);
+    }
     void pack(const ProductBuilder& product) { product.writeTo(root().outside(inScripts("product"))); }
     ProgramResult script(const std::string& name,
                          const HostileCaller::Variables& variables = {{"USER", "anna"}},
@@ -239,6 +248,30 @@ TEST_F(PackageUpdate, FailedInstallKeepsTheSharedPackage) {
     ExpectSuccess(script("preinstall"));
     EXPECT_EQ(script("postinstall").exitStatus, 1);
     EXPECT_TRUE(isThere("Common/tool"));
+}
+
+TEST_F(PackageUpdate, TakesTheOldBuildAwayInTheHomeFolderThatTheDirectoryServiceKnows) {
+    const auto withNote = [](ProductBuilder product) {
+        product.target("VorlaneFX/Notes", "/Users/%USER%/Notes").file("VorlaneFX/Notes/note", "n");
+        return product;
+    };
+    setHome("/Users/anna.other");
+    Options options;
+    options.environment["HOME"] = "/Users/anna.other";
+    ExpectSuccess(Install(withNote(oldBuild()), {}, options));
+    ASSERT_TRUE(root().exists("/Users/anna.other/Notes/note"));
+    pack(newBuild());
+    ExpectSuccess(script("preinstall"));
+    EXPECT_FALSE(root().exists("/Users/anna.other/Notes/note"));
+}
+
+TEST_F(PackageUpdate, UserWithoutAKnownHomeFolderIsAnErrorBeforeAnythingIsTakenAway) {
+    ExpectSuccess(Install(oldBuild()));
+    pack(newBuild());
+    const ProgramResult result = script("preinstall", {{"USER", "bert"}});
+    EXPECT_EQ(result.exitStatus, 1);
+    EXPECT_EQ(result.standardError, "Error: the home folder of 'bert' is not known\n");
+    EXPECT_TRUE(isThere("dropped"));
 }
 
 TEST_F(PackageUpdate, RefusesAnotherVolume) {

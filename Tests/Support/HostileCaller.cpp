@@ -11,9 +11,10 @@ const char* const startScript = "/var/hostile/start";
 const char* const trace = "/var/hostile/trace";
 const char* const leaveTrace = "/bin/touch /var/hostile/trace";
 
-const char* const systemsTools[] = {"basename", "bash", "cat",    "cp",        "dirname", "env",  "iconv",
-                                    "id",       "ln",   "mkdir",  "mktemp",    "mv",      "rm",   "rmdir",
-                                    "sh",       "stat", "pkexec", "osascript", "sudo",    "uname"};
+const char* const systemsTools[] = {
+    "basename", "bash",   "cat",       "cp", "dirname", "env",    "iconv",     "date",  "defaults",
+    "dscl",     "getent", "launchctl", "ls", "zenity",  "id",     "ln",        "mkdir", "mktemp",
+    "mv",       "rm",     "rmdir",     "sh", "stat",    "pkexec", "osascript", "sudo",  "uname"};
 const char* const shellsOwn[] = {"[",    "cd",     "command", "echo",   "eval", "exec", "exit", "export",
                                  "kill", "printf", "pwd",     "return", "set",  "test", "trap", "unset"};
 
