@@ -18,8 +18,8 @@ bool hasWindowSession() {
 }
 
 NSInteger runAlert(NSString* title, NSString* text) {
-    // An alert needs an application object. A program without a bundle of its own is in the background until it says
-    // otherwise, and its windows open behind all others.
+    // An alert needs an application object. A program without a bundle of its own is in the background until
+    // it says otherwise, and its windows open behind all others.
     NSApplication* application = [NSApplication sharedApplication];
     [application setActivationPolicy:NSApplicationActivationPolicyAccessory];
     [application activateIgnoringOtherApps:YES];
