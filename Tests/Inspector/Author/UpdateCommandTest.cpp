@@ -397,6 +397,13 @@ TEST_F(UpdateCommand, EntriesThatOthersReplaceStay) {
     EXPECT_THAT(read("sku.xml"), Not(HasSubstr("One.look"))) << "they go together";
 }
 
+TEST_F(UpdateCommand, AFileCountsAlsoBehindADirectoryOfItsName) {
+    define(with("<file   fileName=\"One.look\"/>",
+                "<directory fileName=\"One.look\"><file fileName=\"gone\"/></directory>\n"
+                "      <file fileName=\"One.look\"/>"));
+    EXPECT_EQ(update().standardOutput, "sku.xml: nothing to change\n");
+}
+
 TEST_F(UpdateCommand, ASecondTreeStaysAndIsNoted) {
     const std::string text =
         with("</installFiles>\n", "</installFiles>\n  <installFiles><file fileName=\"gone\"/>"
