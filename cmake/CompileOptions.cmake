@@ -5,9 +5,11 @@ target_compile_options(InstallUtilityWarnings INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow -Wold-style-cast -Wcast-align
   -Wnon-virtual-dtor -Woverloaded-virtual -Wimplicit-fallthrough -Wundef
   -Wformat=2 -Wno-format-nonliteral) # the log and FromFormat take a format as a parameter
-if(CMAKE_UNITY_BUILD AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-  # To the compiler, a source that is compiled together with others is a header.
-  target_compile_options(InstallUtilityWarnings INTERFACE -Wno-subobject-linkage)
+if(CMAKE_UNITY_BUILD)
+  # To g++, a source that is compiled together with others is a header. To clang, a name hides the same name of another
+  # source.
+  target_compile_options(InstallUtilityWarnings INTERFACE
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage> $<$<CXX_COMPILER_ID:Clang,AppleClang>:-Wno-shadow>)
 endif()
 if(INSTALLUTILITY_WARNINGS_AS_ERRORS)
   target_compile_options(InstallUtilityWarnings INTERFACE -Werror)

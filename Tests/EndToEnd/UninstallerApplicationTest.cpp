@@ -225,10 +225,9 @@ TEST_F(UninstallerApplication, OnTheMacSpeaksTheFirstLanguageOfTheUser) {
             "[ \"$*\" = 'read -g AppleLanguages' ] && printf '(\\n    \"de-DE\",\\n    en\\n)\\n'\n");
     onTheMac("echo Abbrechen");
     EXPECT_EQ(OpenUninstaller(product()).exitStatus, cancelled);
-    EXPECT_EQ(noted("question"), (Lines{"-", "Alpha",
-                                        "Soll Alpha von diesem Mac entfernt werden? Dateien, die andere "
-                                        "Produkte verwenden, bleiben erhalten.",
-                                        "Abbrechen", "Entfernen"}));
+    const std::string question = "Soll Alpha von diesem Mac entfernt werden? Dateien, die andere Produkte "
+                                 "verwenden, bleiben erhalten.";
+    EXPECT_EQ(noted("question"), (Lines{"-", "Alpha", question, "Abbrechen", "Entfernen"}));
 }
 
 TEST_F(UninstallerApplication, OnTheMacWithoutAWindowSessionAsksNobody) {
