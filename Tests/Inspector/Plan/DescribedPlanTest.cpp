@@ -267,6 +267,18 @@ sha256="2cf24dba5fb0a30e26e83b2ac5b9e29e1b161e5c1fa7425e73043362938b9824"/></fil
 
 // What no plan can be made for
 
+TEST_F(DescribedPlan, AFolderThatWasInstalledWholeIsNotEmpty) {
+    place(product("ALPHA", "Alpha").folder("VorlaneFX/A.bundle"));
+    place(product("BETA", "Beta").folder("VorlaneFX/A.bundle"));
+    const ProgramResult result =
+        plan("ALPHA",
+             R"({"products": [{"definition": "ALPHA/sku.xml", "targets": "ALPHA/target_path.xml"},
+                              {"definition": "BETA/sku.xml", "targets": "BETA/target_path.xml"}]})",
+             {"--uninstall"});
+    EXPECT_EQ(linesWith(result, "keep     A.bundle").size(), 1U) << result.standardOutput;
+    EXPECT_EQ(result.exitStatus, 0) << "the other product would lose it";
+}
+
 TEST_F(DescribedPlan, EndsInOneLineWithoutAUsableDescription) {
     place(product("ALPHA", "Alpha").file("VorlaneFX/a", "a"));
     FileTree::write(folder.path() / "malformed.xml", "<product>");

@@ -149,12 +149,13 @@ private:
     }
 
     void readNames(StagedNode& node) {
-        const std::unique_ptr<DIR, int (*)(DIR*)> names(opendir(path.c_str()), &closedir);
+        const int descriptor = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        const std::unique_ptr<DIR, int (*)(DIR*)> names(descriptor < 0 ? nullptr : fdopendir(descriptor),
+                                                        &closedir);
         if (names == nullptr) {
             fault(std::string("cannot be read: ") + std::strerror(errno));
             return;
         }
-        const int descriptor = (dirfd)(names.get()); // in parentheses: it is also a macro on macOS
         errno = 0;
         while (const dirent* entry = readdir(names.get())) {
             StagedNode child;

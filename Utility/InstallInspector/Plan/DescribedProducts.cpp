@@ -17,11 +17,16 @@ namespace {
 /// The folder with the files of a product. No argument of a run can name it.
 constexpr const char* source = "/../files";
 
-/// What the tree lists as a file may be a folder that is copied whole.
-void makeFile(const Product::TreeNode& node, const std::string& path, PlannedMachine& machine) {
+/// What the tree lists as a file may be a folder that is copied whole. Without a manifest, it holds something
+/// that is not known: an empty folder would go with the next uninstall.
+void makeFile(const PlacedProduct::Spot& spot, const std::string& path, PlannedMachine& machine) {
+    const Product::TreeNode& node = *spot.node;
     const Manifest::Parts parts = Manifest::of(*node.element);
     const bool bFolder = isBundle(path, machine) || (!parts.empty() && !parts.front().path.empty());
     machine.make(path, node.node->isDirectory || bFolder ? S_IFDIR : S_IFREG, "");
+    if (spot.bLeaf && parts.empty() && (node.node->isDirectory || bFolder)) {
+        machine.make(path + "/unknown content", S_IFREG, "");
+    }
     for (const Manifest::Part& part : parts) {
         if (!part.path.empty()) {
             machine.make(path + "/" + part.path, part.link.empty() ? S_IFREG : S_IFLNK, part.link);
@@ -34,7 +39,7 @@ void makeSource(const PlacedProduct& product, const std::string& definition, Pla
     const std::string folder = source + std::string("/");
     machine.make(folder + Branch::shared, S_IFDIR, ""); // which every install needs
     for (const PlacedProduct::Spot& spot : product.spots()) {
-        makeFile(*spot.node, folder + toString(spot.node->treePath), machine);
+        makeFile(spot, folder + toString(spot.node->treePath), machine);
     }
     // The shared package installs its own definition, which its uninstall reads.
     const std::string own = std::string(Branch::shared) + "/" + SharedPackage::definitionsFolder + "/" +
