@@ -508,33 +508,21 @@ protected:
     std::map<std::string, int> rules;
 };
 
-unsigned number(const char* name, unsigned otherwise) {
-    const char* text = std::getenv(name); // NOLINT(concurrency-mt-unsafe): one thread
-    return text == nullptr ? otherwise : static_cast<unsigned>(std::strtoul(text, nullptr, 10));
-}
-
-std::string listed(const std::map<std::string, int>& counts) {
-    std::string text;
-    for (const auto& [name, count] : counts) {
-        text += (text.empty() ? "" : ", ") + std::to_string(count) + " " + name;
-    }
-    return text;
-}
-
 } // namespace
 
 // Set PROPERTY_SEED to the seed of a failure to see its pair first, and PROPERTY_SEQUENCES for so many of
 // them. The short form always takes the same pairs. The long form looks for new ones.
 TEST_F(RandomCompare, SaysWhatAnUpdateLeavesOnTheDisk) {
-    const unsigned first = number("PROPERTY_SEED", isFullRun() ? std::random_device()() % 1000000 : 1);
-    const unsigned wanted = number("PROPERTY_SEQUENCES", isFullRun() ? 1000 : 6);
+    const unsigned first =
+        numberInEnvironment("PROPERTY_SEED", isFullRun() ? std::random_device()() % 1000000 : 1);
+    const unsigned wanted = numberInEnvironment("PROPERTY_SEQUENCES", isFullRun() ? 1000 : 6);
     for (seed = first; seed < first + wanted && !HasFailure(); ++seed) {
         comparePair();
     }
     std::cout << "figures: " << seed - first << " random pairs of builds from seed " << first << ", "
               << updatesThatDiffer
               << " in which an update leaves something else than the new build alone; verdicts: "
-              << listed(verdicts) << "; " << listed(states) << std::endl;
-    std::cout << "rules: " << listed(rules) << std::endl;
+              << listedCounts(verdicts) << "; " << listedCounts(states) << std::endl;
+    std::cout << "rules: " << listedCounts(rules) << std::endl;
     EXPECT_GT(updatesThatDiffer, 0);
 }

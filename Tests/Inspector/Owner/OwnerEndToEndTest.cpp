@@ -18,16 +18,9 @@ const std::string record = library + "InstallationStatusFile.xml";
 class OwnerEndToEnd : public EndToEndTest {
 protected:
     using Json = nlohmann::json;
-    static constexpr const char* inspector = "/Volumes/Installer/InstallInspector";
+    static constexpr const char* inspector = PrivateRoot::inspector;
 
     bool comparesPlans() const override { return false; }
-
-    void SetUp() override {
-        EndToEndTest::SetUp();
-        if (!IsSkipped()) {
-            fs::copy_file(INSTALLINSPECTOR_PROGRAM, root().outside(inspector));
-        }
-    }
 
     ProgramResult owner(std::vector<std::string> paths, const Options& options = Options()) {
         paths.insert(paths.begin(), {inspector, "owner"});

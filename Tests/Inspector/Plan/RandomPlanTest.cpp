@@ -827,33 +827,22 @@ protected:
     std::map<std::string, int> needlessRules;
 };
 
-unsigned number(const char* name, unsigned otherwise) {
-    const char* text = std::getenv(name); // NOLINT(concurrency-mt-unsafe): one thread
-    return text == nullptr ? otherwise : static_cast<unsigned>(std::strtoul(text, nullptr, 10));
-}
-
-std::string listed(const std::map<std::string, int>& counts) {
-    std::string text;
-    for (const auto& [name, count] : counts) {
-        text += (text.empty() ? "" : ", ") + std::to_string(count) + " " + name;
-    }
-    return text;
-}
-
 } // namespace
 
 // Set PROPERTY_SEED to the seed of a failure to see its sequence first, and PROPERTY_SEQUENCES for so many of
 // them. The short form always takes the same sequences, so that a change that fails it is the cause. The long
 // form looks for new ones.
 TEST_F(RandomPlan, SaysWhatTheRunDoesAndWhatItDoesToOthers) {
-    const unsigned first = number("PROPERTY_SEED", isFullRun() ? std::random_device()() % 1000000 : 100100);
-    const unsigned wanted = number("PROPERTY_SEQUENCES", isFullRun() ? 1000 : 12);
+    const unsigned first =
+        numberInEnvironment("PROPERTY_SEED", isFullRun() ? std::random_device()() % 1000000 : 100100);
+    const unsigned wanted = numberInEnvironment("PROPERTY_SEQUENCES", isFullRun() ? 1000 : 12);
     for (seed = first; seed < first + wanted && !HasFailure(); ++seed) {
         runSequence();
     }
     std::cout << "figures: " << seed - first << " random sequences from seed " << first << ": " << plannedRuns
-              << " plans and runs, " << plannedCommands << " commands; verdicts: " << listed(verdicts)
+              << " plans and runs, " << plannedCommands << " commands; verdicts: " << listedCounts(verdicts)
               << "; harm that was not seen to come: " << needless << std::endl;
-    std::cout << "rules: " << listed(rules) << "\nrules without harm: " << listed(needlessRules) << std::endl;
+    std::cout << "rules: " << listedCounts(rules) << "\nrules without harm: " << listedCounts(needlessRules)
+              << std::endl;
     EXPECT_GT(verdicts["safe"], 0);
 }

@@ -43,16 +43,9 @@ ProductBuilder common() {
 
 class RebuildEndToEnd : public EndToEndTest {
 protected:
-    static constexpr const char* inspector = "/Volumes/Installer/InstallInspector";
+    static constexpr const char* inspector = PrivateRoot::inspector;
 
     bool comparesPlans() const override { return false; }
-
-    void SetUp() override {
-        EndToEndTest::SetUp();
-        if (!IsSkipped()) {
-            fs::copy_file(INSTALLINSPECTOR_PROGRAM, root().outside(inspector));
-        }
-    }
 
     ProgramResult rebuild(const std::vector<std::string>& more = {}) {
         std::vector<std::string> command = {inspector, "rebuild"};
@@ -238,7 +231,6 @@ TEST_F(RebuildEndToEnd, TheStepsOfThePageMendTheMachineThatStatusSendsThere) {
         root().remove("/tmp/record.xml");
         root().remove(record + ".old");
     };
-    root().add(INSTALLINSPECTOR_PROGRAM, PrivateRoot::inspector);
     const auto alpha = product("ALPHA", "1.0.0.200");
     const auto beta = product("BETA", "1.0.0.200");
     ExpectSuccess(Install(alpha));

@@ -177,19 +177,6 @@ void reportOrder(const CheckOptions& options) {
     }
 }
 
-int reportThatItCannotRun(const CheckOptions& options, const std::string& error) {
-    if (options.bJson) {
-        Output output;
-        JsonWriter json(output);
-        json.beginObject();
-        json.text("verdict", nameOf(Verdict::CannotTell));
-        json.text("error", error);
-        json.endObject();
-        output.finish();
-    }
-    return cannotRun(error);
-}
-
 } // namespace
 
 int runCheck(const CheckOptions& options) {
@@ -199,7 +186,7 @@ int runCheck(const CheckOptions& options) {
     std::deque<Product> products;
     std::string error;
     if (!readLine(options, products, error)) {
-        return reportThatItCannotRun(options, error);
+        return cannotRun(options.bJson, error);
     }
     reportOrder(options);
     knowHosts(options, products);

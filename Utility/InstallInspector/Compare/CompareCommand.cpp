@@ -74,19 +74,6 @@ std::string asText(const std::vector<Finding>& findings) {
     return text + painter.paint(Colour::Green, "An update leaves nothing behind, and loses nothing.") + "\n";
 }
 
-int reportThatItCannotRun(const CompareOptions& options, const std::string& error) {
-    if (options.bJson) {
-        Output output;
-        JsonWriter json(output);
-        json.beginObject();
-        json.text("verdict", nameOf(Verdict::CannotTell));
-        json.text("error", error);
-        json.endObject();
-        output.finish();
-    }
-    return cannotRun(error);
-}
-
 } // namespace
 
 int runCompare(const CompareOptions& options) {
@@ -96,7 +83,7 @@ int runCompare(const CompareOptions& options) {
     std::string error;
     if (!old.read(options.oldDefinition, bTargets ? options.targets.front() : "", error) ||
         !now.read(options.newDefinition, bTargets ? options.targets.back() : "", error)) {
-        return reportThatItCannotRun(options, error);
+        return cannotRun(options.bJson, error);
     }
     const Comparison comparison = compareBuilds(old, now);
     const std::vector<Finding> findings = findingsOf(comparison);

@@ -1,5 +1,7 @@
 #include "Utility/InstallInspector/Report/FindingOutput.h"
 
+#include "Utility/InstallInspector/Report/Verdict.h"
+
 #include <algorithm>
 
 namespace {
@@ -76,4 +78,17 @@ void writeFindings(JsonWriter& json, const std::vector<Finding>& findings) {
         json.endObject();
     }
     json.endArray();
+}
+
+int cannotRun(bool bJson, const std::string& message) {
+    if (bJson) {
+        Output output;
+        JsonWriter json(output);
+        json.beginObject();
+        json.text("verdict", nameOf(Verdict::CannotTell));
+        json.text("error", message);
+        json.endObject();
+        output.finish();
+    }
+    return cannotRun(message);
 }

@@ -14,3 +14,6 @@ std::string printed(const std::vector<Finding>& findings, const Painter& painter
 
 /// Writes the members "errors", "warnings", "notes" and "findings".
 void writeFindings(JsonWriter& json, const std::vector<Finding>& findings);
+
+/// The same as cannotRun. With `bJson`, also prints an object with the verdict and the message as "error".
+int cannotRun(bool bJson, const std::string& message);
