@@ -545,6 +545,28 @@ TEST(StatusRules, ManyMissingFilesAreOneFindingForEachProductThatBringsThemBack)
     }
 }
 
+TEST(StatusRules, TheProductOfTheRecordedBuildIsToBeInstalledAgain) {
+    for (const std::vector<std::string>& definitions :
+         {std::vector<std::string>{"alpha.xml", "beta.xml"}, {"beta.xml", "alpha.xml"}}) {
+        const World world;
+        // "ALPHA" lists the file, too. It is older, so its install does not copy it.
+        world.editRecord("<file fileName=\"Grey.look\" ref=\"2\" build=\"2.0.0.200\" />",
+                         "<file fileName=\"Grey.look\" ref=\"2\" build=\"2.0.0.200\"><shortCut "
+                         "name=\"Grey.look\" dir=\"" +
+                             world.path("links").string() + "\"/></file>");
+        auto findings = world.findingsWith(definitions);
+        ASSERT_EQ(findings.size(), 1U) << definitions.front();
+        EXPECT_EQ(findings[0].rule, "shortcut-missing");
+        EXPECT_EQ(findings[0].advice,
+                  "Install \"BETA\" again, which makes the shortcut when it copies the file.");
+
+        world.remove("shared/Looks/Grey.look");
+        findings = world.findingsWith(definitions);
+        ASSERT_EQ(findings.size(), 1U) << definitions.front();
+        EXPECT_EQ(findings[0].advice, "Install \"BETA\" again, which copies what is missing.");
+    }
+}
+
 TEST(StatusRules, AWrongCountHasOneFinding) {
     for (const char* count : {"1", "3"}) {
         const World world;
