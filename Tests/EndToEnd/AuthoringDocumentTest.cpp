@@ -3,6 +3,7 @@
 #include "Tests/Support/EndToEndTest.h"
 #include "Tests/Support/FileTree.h"
 #include "Tests/Support/RunProgram.h"
+#include "Tests/Support/Sources.h"
 
 #include <gtest/gtest.h>
 
@@ -17,7 +18,7 @@ class AuthoringDocument : public EndToEndTest {
 protected:
     /// The lines of the section "Four commands" that are indented as commands are.
     static std::vector<std::string> commandsOfThePage() {
-        const std::string page = FileTree::read(DOCUMENTS_FOLDER "/authoring.md");
+        const std::string page = FileTree::read(inSources("Docs/authoring.md"));
         const std::size_t begin = page.find("## Four commands");
         std::istringstream lines(page.substr(begin, page.find("\n## ", begin + 1) - begin));
         std::vector<std::string> commands;
@@ -31,7 +32,7 @@ protected:
 
     /// The machine that the section describes in its text.
     static std::string descriptionOfThePage() {
-        const std::string page = FileTree::read(DOCUMENTS_FOLDER "/authoring.md");
+        const std::string page = FileTree::read(inSources("Docs/authoring.md"));
         const std::size_t begin = page.find("`{\"home\"") + 1;
         return page.substr(begin, page.find('`', begin) - begin);
     }

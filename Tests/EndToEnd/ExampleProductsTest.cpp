@@ -1,5 +1,6 @@
 // The life of the three example products. What each run does is compared with its plan, see PlanComparison.
 #include "Tests/Support/EndToEndTest.h"
+#include "Tests/Support/Sources.h"
 
 #include <filesystem>
 
@@ -14,7 +15,7 @@ protected:
         if (IsSkipped()) {
             return;
         }
-        fs::copy(EXAMPLES_FOLDER, root().outside(examples), fs::copy_options::recursive);
+        fs::copy(inSources("Examples"), root().outside(examples), fs::copy_options::recursive);
         for (const char* folder : {"/Applications/Adobe Premiere Pro", "/Applications/Avid Media Composer 5",
                                    "/Applications/Final Cut Pro.app", "/Library/OFX/Plugins",
                                    "/Library/Application Support/Avid/AVX2", "/Users/anna/OFX",

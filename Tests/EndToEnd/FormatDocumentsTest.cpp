@@ -2,6 +2,7 @@
 // where they say, and leaves exactly the record that they show.
 
 #include "Tests/Support/EndToEndTest.h"
+#include "Tests/Support/Sources.h"
 
 #include <filesystem>
 #include <fstream>
@@ -12,7 +13,7 @@ namespace {
 
 /// The one XML text that stands in the document.
 std::string exampleIn(const std::string& document) {
-    std::ifstream file(std::string(DOCUMENTS_FOLDER "/") + document);
+    std::ifstream file(inSources("Docs/" + std::string(document)));
     std::ostringstream text;
     text << file.rdbuf();
     const std::string content = text.str();

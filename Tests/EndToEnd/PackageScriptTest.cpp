@@ -2,6 +2,7 @@
 
 #include "Tests/Support/EndToEndTest.h"
 #include "Tests/Support/HostileCaller.h"
+#include "Tests/Support/Sources.h"
 
 #include <gmock/gmock.h>
 
@@ -34,7 +35,7 @@ protected:
         product.writeTo(root().outside(inScripts("product")));
         fs::copy(root().outside(PrivateRoot::bundle), root().outside(inScripts("InstallUtility.app")),
                  fs::copy_options::recursive);
-        fs::copy(EXAMPLES_FOLDER "/packaging/postinstall", root().outside(inScripts("postinstall")));
+        fs::copy(inSources("Examples/packaging/postinstall"), root().outside(inScripts("postinstall")));
         setConsoleUser("root");
         setHome("NFSHomeDirectory: /Users/anna");
     }

@@ -3,6 +3,7 @@
 
 #include "Tests/Support/EndToEndTest.h"
 #include "Tests/Support/HostileCaller.h"
+#include "Tests/Support/Sources.h"
 
 #include <gmock/gmock.h>
 
@@ -35,7 +36,8 @@ protected:
         fs::copy(root().outside(PrivateRoot::bundle), root().outside(inScripts("InstallUtility.app")),
                  fs::copy_options::recursive);
         for (const char* script : {"preinstall", "postinstall"}) {
-            fs::copy(std::string(EXAMPLES_FOLDER "/packaging/") + script, root().outside(inScripts(script)));
+            fs::copy(inSources("Examples/packaging/" + std::string(script)),
+                     root().outside(inScripts(script)));
         }
     }
 

@@ -1,5 +1,6 @@
 #include "Tests/Support/EndToEndTest.h"
 #include "Tests/Support/ScopedEnvironment.h"
+#include "Tests/Support/Sources.h"
 
 #include <filesystem>
 #include <sys/stat.h>
@@ -22,7 +23,7 @@ protected:
         fs::create_hard_link(machines, inRoot);
     }
     static void run(std::vector<std::string> command) {
-        command.insert(command.begin(), PRIVATE_ROOT_SCRIPT);
+        command.insert(command.begin(), inSources("Scripts/private-root"));
         ExpectSuccess(runProgram(command));
     }
 

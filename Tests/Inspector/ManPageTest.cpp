@@ -1,6 +1,7 @@
 // The man page against the program: whoever adds a rule, a subcommand or an option has to say so there.
 #include "Tests/Support/FileTree.h"
 #include "Tests/Support/RunProgram.h"
+#include "Tests/Support/Sources.h"
 #include "Utility/InstallInspector/Check/Rules.h"
 #include "Utility/InstallInspector/Compare/CompareRules.h"
 #include "Utility/InstallInspector/Plan/Plan.h"
@@ -18,7 +19,7 @@
 namespace {
 
 std::string manPage() {
-    return FileTree::read(PROJECT_FOLDER "/Docs/man/InstallInspector.1.in");
+    return FileTree::read(inSources("Docs/man/InstallInspector.1.in"));
 }
 
 /// The names that the page describes, each in a line of its own, with its severity but for dangers.

@@ -3,6 +3,7 @@
 #include "Tests/Support/FileTree.h"
 #include "Tests/Support/ProductBuilder.h"
 #include "Tests/Support/RunProgram.h"
+#include "Tests/Support/Sources.h"
 #include "Tests/Support/TemporaryDirectory.h"
 
 #include <gmock/gmock.h>
@@ -247,7 +248,7 @@ TEST_F(Pages, TheShortPlanSaysWhatIsDangerous) {
 }
 
 TEST_F(Pages, TheShortPlanOfEachExampleIsOfFortyLinesAtMost) {
-    const fs::path examples = fs::path(PROJECT_FOLDER) / "Examples";
+    const fs::path examples = inSources("Examples");
     for (const std::string machine : {"new", "suite"}) {
         for (const std::string name : {"Common", "EmberAndInk", "Ink"}) {
             const std::string product = (examples / name).string();

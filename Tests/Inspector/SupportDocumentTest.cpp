@@ -3,6 +3,7 @@
 // one.
 #include "Platform/Digest.h"
 #include "Tests/Support/EndToEndTest.h"
+#include "Tests/Support/Sources.h"
 #include "Utility/InstallInspector/Status/Status.h"
 
 #include <gmock/gmock.h>
@@ -31,7 +32,7 @@ const std::string plugin = "/Library/OFX/Vorlane/Glow/Alpha.ofx.bundle";
 // The page
 
 std::string thePage() {
-    return FileTree::read(PROJECT_FOLDER "/Docs/support.md");
+    return FileTree::read(inSources("Docs/support.md"));
 }
 
 std::string sectionOf(const std::string& heading) {

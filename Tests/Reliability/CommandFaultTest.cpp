@@ -1,4 +1,5 @@
 #include "Tests/Reliability/DisturbedRun.h"
+#include "Tests/Support/Sources.h"
 
 #include <gmock/gmock.h>
 
@@ -32,7 +33,7 @@ protected:
             return;
         }
         for (const char* product : {"Common", "EmberAndInk", "Ink"}) {
-            std::filesystem::copy(std::filesystem::path(EXAMPLES_FOLDER) / product,
+            std::filesystem::copy(inSources("Examples/" + std::string(product)),
                                   root().outside(folderOfProduct(product)),
                                   std::filesystem::copy_options::recursive);
         }

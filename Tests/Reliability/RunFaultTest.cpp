@@ -3,6 +3,7 @@
 #ifdef RUN_FAULT_LIBRARY
 
 #include "Tests/Reliability/DisturbedRun.h"
+#include "Tests/Support/Sources.h"
 
 #include <gmock/gmock.h>
 
@@ -28,8 +29,8 @@ protected:
         }
         for (const auto& [file, inside] :
              {std::pair{RUN_FAULT_LIBRARY, library}, std::pair{"/usr/bin/flock", "/bin/flock"}}) {
-            const ProgramResult added =
-                runProgram({PRIVATE_ROOT_SCRIPT, "add", root().outside("/").string(), file, inside});
+            const ProgramResult added = runProgram(
+                {inSources("Scripts/private-root"), "add", root().outside("/").string(), file, inside});
             ASSERT_EQ(added.exitStatus, 0) << added.standardError;
         }
     }

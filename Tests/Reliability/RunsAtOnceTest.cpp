@@ -160,8 +160,8 @@ private:
     }
 
     static bool saysThatItWaits(const std::string& line) {
-        const std::string waiting = "says Another install or uninstall is running. Waiting for its end.";
-        return line.size() > waiting.size() && line.rfind(waiting) == line.size() - waiting.size();
+        const std::string ending = "says Another install or uninstall is running. Waiting for its end.";
+        return line.size() > ending.size() && line.rfind(ending) == line.size() - ending.size();
     }
 
     static void appendLines(Lines& end, const std::string& prefix, const std::string& text) {

@@ -2,6 +2,7 @@
 #ifdef SAVE_FAULT_LIBRARY
 
 #include "Tests/Reliability/DisturbedRun.h"
+#include "Tests/Support/Sources.h"
 
 #include <gmock/gmock.h>
 
@@ -22,8 +23,9 @@ protected:
         if (IsSkipped()) {
             return;
         }
-        const ProgramResult added = runProgram(
-            {PRIVATE_ROOT_SCRIPT, "add", root().outside("/").string(), SAVE_FAULT_LIBRARY, libraryInside});
+        const ProgramResult added =
+            runProgram({inSources("Scripts/private-root"), "add", root().outside("/").string(),
+                        SAVE_FAULT_LIBRARY, libraryInside});
         ASSERT_EQ(added.exitStatus, 0) << added.standardError;
         place(product());
         root().write(recordPath, longRecord(), 0640);

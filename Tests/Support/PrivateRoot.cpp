@@ -1,5 +1,6 @@
 #include "Tests/Support/PrivateRoot.h"
 
+#include "Tests/Support/Sources.h"
 #include "Tests/Support/Terminal.h"
 
 #include <algorithm>
@@ -27,7 +28,7 @@ constexpr bool bAddressSanitizer = false;
 constexpr bool bAddressSanitizer = false;
 #endif
 
-const char* const script = INSTALLUTILITY_SOURCE_DIR "/Scripts/private-root";
+const std::string script = inSources("Scripts/private-root");
 const char* const inspectorOutside = INSTALLINSPECTOR_PROGRAM;
 const char* const templateFolder = INSTALLUTILITY_PRIVATE_ROOT_TEMPLATE;
 

@@ -2,6 +2,7 @@
 
 #include "Tests/Support/FileTree.h"
 #include "Tests/Support/RunProgram.h"
+#include "Tests/Support/Sources.h"
 #include "Tests/Support/TemporaryDirectory.h"
 
 #include <algorithm>
@@ -18,7 +19,7 @@ std::string SchemaCheck::mistakes(const std::string& schema,
     constexpr std::size_t mostAtOnce = 1000;
     for (std::size_t first = 0; first < documents.size(); first += mostAtOnce) {
         std::vector<std::string> command = {"xmllint", "--noout", "--nonet", "--schema",
-                                            SCHEMAS_FOLDER "/" + schema};
+                                            inSources("Schemas/") + schema};
         const std::size_t end = std::min(first + mostAtOnce, documents.size());
         for (std::size_t i = first; i < end; ++i) {
             command.push_back(documents[i]);

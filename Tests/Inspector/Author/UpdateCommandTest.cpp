@@ -1,6 +1,7 @@
 // The subcommand "update" as a user runs it: which bytes it changes, what it prints, and when it writes
 // nothing.
 #include "Tests/Inspector/Author/StagedProduct.h"
+#include "Tests/Support/Sources.h"
 
 #include <gmock/gmock.h>
 
@@ -115,7 +116,7 @@ TEST_F(UpdateCommand, WhatIsUpToDateIsNotTouched) {
 
 TEST_F(UpdateCommand, TheExamplesAreUpToDate) {
     int looked = 0;
-    for (const auto& entry : fs::directory_iterator(PROJECT_FOLDER "/Examples")) {
+    for (const auto& entry : fs::directory_iterator(inSources("Examples"))) {
         if (!fs::exists(entry.path() / "sku.xml")) {
             continue;
         }

@@ -5,6 +5,7 @@
 #include "Tests/Support/FileTree.h"
 #include "Tests/Support/RunProgram.h"
 #include "Tests/Support/ScopedEnvironment.h"
+#include "Tests/Support/Sources.h"
 #include "Tests/Support/TemporaryDirectory.h"
 #include "Tests/Support/Terminal.h"
 #include "Utility/InstallInspector/Check/Rules.h"
@@ -369,7 +370,7 @@ TEST_F(CheckCommand, TheDocumentDescribesTheJson) {
         add("findings[].", finding);
     }
     std::set<std::string> described;
-    std::istringstream lines(FileTree::read(PROJECT_FOLDER "/Docs/inspector.md"));
+    std::istringstream lines(FileTree::read(inSources("Docs/inspector.md")));
     bool bCheck = false;
     for (std::string line; std::getline(lines, line);) {
         bCheck = line.rfind("## ", 0) == 0 ? line == "## check" : bCheck;

@@ -1,4 +1,5 @@
 // The products of Examples/, which users copy from.
+#include "Tests/Support/Sources.h"
 #include "Utility/InstallInspector/Check/Rules.h"
 #include "Utility/InstallInspector/Documents/Product.h"
 
@@ -9,7 +10,7 @@
 TEST(ExampleProducts, HaveNoMistakes) {
     namespace fs = std::filesystem;
     int checked = 0;
-    for (const auto& entry : fs::directory_iterator(fs::path(PROJECT_FOLDER) / "Examples")) {
+    for (const auto& entry : fs::directory_iterator(inSources("Examples"))) {
         Product product;
         std::string error;
         if (!fs::exists(entry.path() / "sku.xml")) {

@@ -2,6 +2,7 @@
 #include "Tests/Inspector/Check/RuleExamples.h"
 #include "Tests/Support/FileTree.h"
 #include "Tests/Support/SchemaCheck.h"
+#include "Tests/Support/Sources.h"
 #include "Tests/Support/TemporaryDirectory.h"
 #include "Utility/InstallInspector/Documents/Vocabulary.h"
 
@@ -21,7 +22,6 @@ namespace {
 namespace fs = std::filesystem;
 using Names = std::set<std::string>;
 
-const fs::path projectFolder = PROJECT_FOLDER;
 const char* const definitionSchema = "sku.xsd";
 const char* const targetsSchema = "target_path.xsd";
 const char* const recordSchema = "InstallationStatusFile.xsd";
@@ -42,7 +42,7 @@ void forEachElement(const TiXmlElement& element, const std::function<void(const 
 
 void forEachElementOf(const char* schema, const std::function<void(const TiXmlElement&)>& visit) {
     TiXmlDocument document;
-    ASSERT_TRUE(document.LoadFile((projectFolder / "Schemas" / schema).string().c_str()))
+    ASSERT_TRUE(document.LoadFile(inSources(std::string("Schemas/") + schema).c_str()))
         << document.ErrorDesc();
     forEachElement(*document.RootElement(), visit);
 }
@@ -151,9 +151,9 @@ TEST(Schemas, OfferTheKnownNames) {
 }
 
 TEST_F(SchemaTest, TheExamplesAreValid) {
-    std::vector<fs::path> definitions = {projectFolder / "Examples/Common/files/VorlaneFX/SKU/COMMON.xml"};
+    std::vector<fs::path> definitions = {inSources("Examples/Common/files/VorlaneFX/SKU/COMMON.xml")};
     std::vector<fs::path> targets;
-    for (const auto& product : fs::directory_iterator(projectFolder / "Examples")) {
+    for (const auto& product : fs::directory_iterator(inSources("Examples"))) {
         if (fs::exists(product.path() / "sku.xml")) {
             definitions.push_back(product.path() / "sku.xml");
             targets.push_back(product.path() / "target_path.xml");

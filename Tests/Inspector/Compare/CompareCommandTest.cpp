@@ -2,6 +2,7 @@
 #include "Tests/Support/FileTree.h"
 #include "Tests/Support/ProductBuilder.h"
 #include "Tests/Support/RunProgram.h"
+#include "Tests/Support/Sources.h"
 #include "Tests/Support/TemporaryDirectory.h"
 #include "Utility/InstallInspector/Compare/CompareRules.h"
 
@@ -380,7 +381,7 @@ TEST_F(CompareCommand, JsonHasTheDocumentedMembers) {
                                    {"ID", "SPARK"},
                                    {"name", "Spark"},
                                    {"build", "1.0.0.11"}}));
-    const std::string page = FileTree::read(PROJECT_FOLDER "/Docs/inspector.md");
+    const std::string page = FileTree::read(inSources("Docs/inspector.md"));
     for (const char* member : {"at", "when", "leadsTo", "old", "path", "state"}) {
         EXPECT_THAT(page, HasSubstr("`differences[]." + std::string(member) + "`"));
     }

@@ -3,6 +3,7 @@
 
 #include "Tests/Support/FileTree.h"
 #include "Tests/Support/RunProgram.h"
+#include "Tests/Support/Sources.h"
 #include "Tests/Support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
@@ -140,7 +141,9 @@ TEST_F(MachineDescriptionTest, TheSchemaTakesAndRefusesTheSame) {
         GTEST_SKIP() << "there is no jsonschema for python3 here";
     }
     std::string script = "import json, jsonschema, pathlib\n"
-                         "schema = json.load(open('" PROJECT_FOLDER "/Schemas/machine.schema.json'))\n"
+                         "schema = json.load(open('" +
+                         inSources("Schemas/machine.schema.json") +
+                         "'))\n"
                          "jsonschema.Draft7Validator.check_schema(schema)\n"
                          "validator = jsonschema.Draft7Validator(schema)\n"
                          "def show(file): print(0 if validator.is_valid(json.load(open(file))) else 1)\n";
@@ -154,7 +157,7 @@ TEST_F(MachineDescriptionTest, TheSchemaTakesAndRefusesTheSame) {
         }
     }
     for (const char* kept : {"new", "suite"}) {
-        script += std::string("show('" PROJECT_FOLDER "/Examples/plans/") + kept + ".json')\n";
+        script += "show('" + inSources("Examples/plans/") + kept + ".json')\n";
         expected += "0\n";
     }
     const ProgramResult result = runProgram({"python3", "-c", script});

@@ -1,5 +1,6 @@
 // The page of messages as "log" knows it, and the lines that it recognises.
 #include "Tests/Support/FileTree.h"
+#include "Tests/Support/Sources.h"
 #include "Utility/InstallInspector/Log/LogEvent.h"
 #include "Utility/InstallInspector/Report/Finding.h"
 
@@ -42,7 +43,7 @@ std::string printedAs(const KnownMessage& message, Level level) {
 } // namespace
 
 TEST(KnownMessages, AreThoseOfThePage) {
-    EXPECT_EQ(FileTree::read(PROJECT_FOLDER "/Docs/troubleshooting.md"), troubleshootingPage);
+    EXPECT_EQ(FileTree::read(inSources("Docs/troubleshooting.md")), troubleshootingPage);
     // Scripts/check-messages sees to it that the page has all; here, that all of the page is read.
     std::size_t rows = 0;
     std::string page = troubleshootingPage;

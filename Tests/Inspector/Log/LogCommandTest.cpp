@@ -2,6 +2,7 @@
 #include "Tests/Support/FileTree.h"
 #include "Tests/Support/RunProgram.h"
 #include "Tests/Support/ScopedEnvironment.h"
+#include "Tests/Support/Sources.h"
 #include "Tests/Support/TemporaryDirectory.h"
 #include "Tests/Support/Terminal.h"
 #include "Utility/InstallInspector/Log/KnownMessages.h"
@@ -229,7 +230,7 @@ TEST(LogCommand, JsonHasTheMembersThatTheManPageNames) {
                                     "(Not a directory)."},
                         {"count", 1}}));
     ASSERT_EQ(run["advice"].size(), 2U);
-    const std::string page = FileTree::read(PROJECT_FOLDER "/Docs/man/InstallInspector.1.in");
+    const std::string page = FileTree::read(inSources("Docs/man/InstallInspector.1.in"));
     const std::string section = page.substr(page.find(".Ss Members of a run in JSON"));
     for (const auto* object :
          {&run, &run["files"][1], &run["questions"][0], &run["messages"][0], &run["advice"][0]}) {

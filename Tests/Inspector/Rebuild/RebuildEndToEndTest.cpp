@@ -1,6 +1,7 @@
 // "rebuild" on a machine on which the real program has installed and uninstalled real products.
 #include "Platform/FileTimes.h"
 #include "Tests/Support/EndToEndTest.h"
+#include "Tests/Support/Sources.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -213,7 +214,7 @@ TEST_F(RebuildEndToEnd, WhereNothingIsInstalledThereIsNothingToRebuild) {
 
 /// The steps are those of the page.
 TEST_F(RebuildEndToEnd, TheStepsOfThePageMendTheMachineThatStatusSendsThere) {
-    const std::string page = FileTree::read(PROJECT_FOLDER "/Docs/inspector.md");
+    const std::string page = FileTree::read(inSources("Docs/inspector.md"));
     const std::size_t begin = page.find("    InstallInspector rebuild -o ");
     ASSERT_NE(begin, std::string::npos);
     std::istringstream lines(page.substr(begin, page.find("\n\n", begin) - begin));

@@ -22,11 +22,11 @@ bool happens(Random& random, int percent) {
     return std::uniform_int_distribution<int>(1, 100)(random) <= percent;
 }
 
-std::string bytesOf(const StatusFile& record) {
+std::string bytesOf(const StatusFile& file) {
     char* text = nullptr;
     std::size_t size = 0;
     FILE* stream = open_memstream(&text, &size);
-    record.print(stream);
+    file.print(stream);
     static_cast<void>(std::fclose(stream));
     std::string bytes(text, size);
     std::free(text);
@@ -139,15 +139,15 @@ private:
 };
 
 /// The record with one build for all files.
-std::string withoutBuilds(StatusFile record) {
+std::string withoutBuilds(StatusFile file) {
     const auto clear = [](auto& self, StatusFile::FileNodeRef& node) -> void {
         node.build = "";
         for (auto& [name, child] : node.refChildren) {
             self(self, child);
         }
     };
-    clear(clear, record.root);
-    return bytesOf(record);
+    clear(clear, file.root);
+    return bytesOf(file);
 }
 
 } // namespace

@@ -12,14 +12,7 @@ namespace {
 
 class StatusEndToEnd : public EndToEndTest {
 protected:
-    static constexpr const char* inspector = "/Volumes/Installer/InstallInspector";
-
-    void SetUp() override {
-        EndToEndTest::SetUp();
-        if (!IsSkipped()) {
-            std::filesystem::copy_file(INSTALLINSPECTOR_PROGRAM, root().outside(inspector));
-        }
-    }
+    static constexpr const char* inspector = PrivateRoot::inspector;
 
     /// Runs "status" with these products, and sees to it that nothing changes.
     ProgramResult status(const std::vector<ProductBuilder>& products, std::vector<std::string> more = {}) {
@@ -332,7 +325,6 @@ TEST_F(StatusEndToEnd, WithoutTheRecordEachUninstallerIsNamedAndAnInstallRecords
 TEST_F(StatusEndToEnd, WithAnUnusableDefinitionTheSharedPackageStays) {
     for (const std::string& text : {std::string(), std::string("<product"), alpha().definition()}) {
         takeNewMachine();
-        std::filesystem::copy_file(INSTALLINSPECTOR_PROGRAM, root().outside(inspector));
         ExpectSuccess(Install(alpha()));
         ExpectSuccess(Install(installable(common())));
         root().write(sharedDefinition, text);
@@ -377,7 +369,6 @@ TEST_F(StatusEndToEnd, WhatIsLeftOfTheSharedPackageIsDeletedOnlyWhereNoProductIs
     EXPECT_EQ(findings()["shared-definition-unusable"]["advice"], again);
 
     takeNewMachine();
-    std::filesystem::copy_file(INSTALLINSPECTOR_PROGRAM, root().outside(inspector));
     std::filesystem::create_symlink("/Library/Application Support/Vorlane/Common/ApplicationManager.app",
                                     root().outside(managerLink));
     EXPECT_EQ(finding("manager-link")["advice"], "Delete the link.");
