@@ -3,7 +3,9 @@
 #include "Utility/InstallInspector/Author/NewCommand.h"
 #include "Utility/InstallInspector/Author/UpdateCommand.h"
 #include "Utility/InstallInspector/Check/CheckCommand.h"
+#include "Utility/InstallInspector/Check/Rules.h"
 #include "Utility/InstallInspector/Compare/CompareCommand.h"
+#include "Utility/InstallInspector/Completion/CompletionCommand.h"
 #include "Utility/InstallInspector/Documents/RecordFolder.h"
 #include "Utility/InstallInspector/Log/LogCommand.h"
 #include "Utility/InstallInspector/Machine/MachineCommand.h"
@@ -18,6 +20,7 @@
 
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -293,6 +296,89 @@ void addCompareCommand(CLI::App& app, int& status) {
     command->callback([options, &status] { status = runCompare(*options); });
 }
 
+// What a shell needs to know of all of them
+
+/// What a value is, by the name that the help gives it.
+ValueSyntax valueNamed(const std::string& name) {
+    using Kind = ValueSyntax::Kind;
+    static const std::set<std::string> folders{"DIR", "FILES", "SOURCE"};
+    static const std::set<std::string> files{"FILE",    "FOLDER", "NEW", "OLD",
+                                             "OLD NEW", "PATH",   "SKU", "TARGETS"};
+    if (name == "LEVEL") {
+        return {Kind::Word, name, {"error", "warning", "note"}};
+    }
+    if (name == "RULE") {
+        ValueSyntax rules{Kind::Word, name, {}};
+        for (const Rule& rule : allRules()) {
+            rules.words.emplace_back(rule.name);
+        }
+        return rules;
+    }
+    if (name == "SHELL") {
+        return {Kind::Word, name, shellsWithCompletion()};
+    }
+    return {folders.count(name) != 0 ? Kind::Folder
+            : files.count(name) != 0 ? Kind::File
+                                     : Kind::Text,
+            name,
+            {}};
+}
+
+bool isRepeatable(const CLI::Option& option) {
+    return option.get_items_expected_max() > 2;
+}
+
+std::vector<OptionSyntax> optionsOf(const CLI::App& app) {
+    std::vector<OptionSyntax> options;
+    for (const CLI::Option* option : app.get_options()) {
+        if (option->get_positional()) {
+            continue;
+        }
+        OptionSyntax syntax;
+        for (const std::string& name : option->get_snames()) {
+            syntax.names.push_back("-" + name);
+        }
+        for (const std::string& name : option->get_lnames()) {
+            syntax.names.push_back("--" + name);
+        }
+        syntax.description = option->get_description();
+        syntax.bRepeatable = option->get_multi_option_policy() == CLI::MultiOptionPolicy::TakeAll;
+        if (option->get_items_expected_max() > 0) {
+            const std::string type = option->get_type_name();
+            syntax.value =
+                valueNamed(type.substr(0, type.find(':'))); // what may be in it comes after the name
+        }
+        options.push_back(std::move(syntax));
+    }
+    return options;
+}
+
+ProgramSyntax syntaxOf(const CLI::App& app) {
+    ProgramSyntax program{app.get_name(), optionsOf(app), {}};
+    for (const CLI::App* command : app.get_subcommands({})) {
+        SubcommandSyntax syntax{
+            command->get_name(), command->get_description(), optionsOf(*command), {}, false};
+        for (const CLI::Option* option : command->get_options()) {
+            if (option->get_positional()) {
+                syntax.arguments.push_back(valueNamed(option->get_name()));
+                syntax.bMoreArguments = isRepeatable(*option);
+            }
+        }
+        program.subcommands.push_back(std::move(syntax));
+    }
+    return program;
+}
+
+void addCompletionCommand(CLI::App& app, int& status) {
+    auto shell = std::make_shared<std::string>();
+    CLI::App* command = app.add_subcommand(
+        "completion", "Print a script that lets a shell complete the words of this program");
+    command->add_option("SHELL", *shell, "bash, fish or zsh")
+        ->required()
+        ->check(CLI::IsMember(shellsWithCompletion()));
+    command->callback([shell, &app, &status] { status = runCompletion(*shell, syntaxOf(app)); });
+}
+
 } // namespace
 
 int runCommandLine(int argc, char* argv[]) {
@@ -313,6 +399,7 @@ int runCommandLine(int argc, char* argv[]) {
     addCompareCommand(app, status);
     addNewCommand(app, status);
     addUpdateCommand(app, status);
+    addCompletionCommand(app, status);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
