@@ -12,6 +12,19 @@ install(DIRECTORY "${INSTALLUTILITY_BUNDLE}/Contents/Resources" DESTINATION ${bu
 if(TARGET InstallInspector)
   install(TARGETS InstallInspector RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Runtime)
 endif()
+if(TARGET InstallInspector AND NOT CMAKE_CROSSCOMPILING)
+  set(zsh_folder site-functions)
+  if(EXISTS /etc/debian_version)
+    set(zsh_folder vendor-completions)
+  endif()
+  set(scripts "${PROJECT_BINARY_DIR}/completion")
+  install(FILES "${scripts}/bash" DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+    RENAME InstallInspector COMPONENT Runtime)
+  install(FILES "${scripts}/fish" DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d
+    RENAME InstallInspector.fish COMPONENT Runtime)
+  install(FILES "${scripts}/zsh" DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/${zsh_folder}
+    RENAME _InstallInspector COMPONENT Runtime)
+endif()
 
 install(DIRECTORY "${PROJECT_BINARY_DIR}/man/" DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT Documentation)
 set(data ${CMAKE_INSTALL_DATADIR}/InstallUtility)

@@ -42,7 +42,7 @@ class Installed(unittest.TestCase):
         cls.prefix = cls.folder / "A prefix"
         run("cmake", "--install", BUILD, "--prefix", cls.prefix)
         cls.data = cls.prefix / "share/InstallUtility"
-        cls.documents = cls.prefix / "share/doc/InstallUtility"
+        cls.documents = cls.prefix / "share/doc/installutility"
         cls.bundle = cls.prefix / "libexec/InstallUtility.app/Contents"
 
     def skip_without_the_companion(self):
