@@ -345,6 +345,10 @@ TEST_F(UninstallerApplication, InATerminalNothingHappensUnlessTheAnswerIsYes) {
         EXPECT_EQ(result.exitStatus, cancelled) << answer;
         EXPECT_THAT(result.standardOutput, HasSubstr("Cancelled. Nothing has changed."));
     }
+    expectNothingChanged(before);
+    if (PrivateRoot::isPretended()) {
+        GTEST_SKIP() << "the shell of fakechroot ends with Control-C before the launcher answers";
+    }
     EXPECT_EQ(inTerminal("\x03").exitStatus, cancelled);
     expectNothingChanged(before);
 }

@@ -8,7 +8,7 @@ DiskContent diskContentOf(const PrivateRoot& root) {
         for (fs::recursive_directory_iterator entry(root.outside(top)), end; entry != end; ++entry) {
             const std::string path = "/" + entry->path().lexically_relative(root.outside("/")).string();
             if (entry->is_symlink()) {
-                disk[path] = "-> " + fs::read_symlink(entry->path()).string();
+                disk[path] = "-> " + root.targetOfLink(path);
             } else if (path.rfind("/Applications/Vorlane Uninstallers/", 0) == 0) {
                 disk[path] = "";
                 entry.disable_recursion_pending();

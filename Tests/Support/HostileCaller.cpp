@@ -62,10 +62,14 @@ bool HostileCaller::hasRun() const {
 
 FileTree::Lines HostileCaller::variablesIn(const std::string& text) {
     static const std::set<std::string> shells{"OLDPWD", "PWD", "SHLVL", "_"};
+    static const std::set<std::string> fakechroots{
+        "FAKECHROOT",         "FAKECHROOT_BASE", "FAKECHROOT_EXCLUDE_PATH",
+        "FAKECHROOT_VERSION", "LD_LIBRARY_PATH", "LD_PRELOAD"};
     FileTree::Lines lines;
     std::istringstream stream(text);
     for (std::string line; std::getline(stream, line);) {
-        if (shells.count(line.substr(0, line.find('='))) == 0) {
+        const std::string name = line.substr(0, line.find('='));
+        if (shells.count(name) == 0 && !(PrivateRoot::isPretended() && fakechroots.count(name) != 0)) {
             lines.push_back(line);
         }
     }

@@ -30,7 +30,12 @@ constexpr bool bAddressSanitizer = false;
 
 const std::string script = inSources("Scripts/private-root");
 const char* const inspectorOutside = INSTALLINSPECTOR_PROGRAM;
-const char* const templateFolder = INSTALLUTILITY_PRIVATE_ROOT_TEMPLATE;
+/// From which each root is copied. One for fakechroot has tools of its own.
+fs::path templateFolder() {
+    static const fs::path path = std::string(INSTALLUTILITY_PRIVATE_ROOT_TEMPLATE) +
+                                 (PrivateRoot::isPretended() ? "ForFakechroot" : "");
+    return path;
+}
 
 void mustSucceed(const std::vector<std::string>& command) {
     ProgramOptions options;
@@ -45,9 +50,9 @@ void mustSucceed(const std::vector<std::string>& command) {
 class TemplateLock {
 public:
     explicit TemplateLock(int kind)
-        : file(open((std::string(templateFolder) + ".lock").c_str(), O_RDONLY | O_CREAT | O_CLOEXEC, 0644)) {
+        : file(open((templateFolder().string() + ".lock").c_str(), O_RDONLY | O_CREAT | O_CLOEXEC, 0644)) {
         if (file < 0 || flock(file, kind) != 0) {
-            throw std::runtime_error(std::string("cannot lock ") + templateFolder);
+            throw std::runtime_error("cannot lock " + templateFolder().string());
         }
     }
     ~TemplateLock() { close(file); }
@@ -64,7 +69,7 @@ fs::path bundleOutside() {
 
 /// Whether the template holds the program and the tools as they are now.
 bool isTemplateCurrent() {
-    const fs::path stamp = fs::path(templateFolder) / "made";
+    const fs::path stamp = templateFolder() / "made";
     if (!fs::exists(stamp)) {
         return false;
     }
@@ -76,8 +81,8 @@ bool isTemplateCurrent() {
 }
 
 void makeTemplate() {
-    fs::remove_all(templateFolder);
-    const std::string root = fs::path(templateFolder) / "root";
+    fs::remove_all(templateFolder());
+    const std::string root = templateFolder() / "root";
     mustSucceed({script, "make", root});
     fs::create_directories(root + PrivateRoot::installerFolder);
     mustSucceed({script, "add", root, INSTALLUTILITY_PROGRAM, PrivateRoot::program});
@@ -85,7 +90,7 @@ void makeTemplate() {
     if (PrivateRoot::hasInspector()) {
         mustSucceed({script, "add", root, inspectorOutside, PrivateRoot::inspector});
     }
-    FileTree::write(fs::path(templateFolder) / "made", "");
+    FileTree::write(templateFolder() / "made", "");
 }
 
 /// Tools and libraries are shared by all roots; nothing that runs in them changes these files. All the rest
@@ -102,7 +107,7 @@ void cloneTemplate(const fs::path& root) {
                      *) cp -a "$name" "$2/" || exit 1 ;;
                      esac
                  done)",
-                 "sh", (fs::path(templateFolder) / "root").string(), root.string()});
+                 "sh", (templateFolder() / "root").string(), root.string()});
 }
 
 std::map<std::string, std::string> usualEnvironment() {
@@ -139,6 +144,11 @@ std::string PrivateRoot::buildFolder() {
 const std::string& PrivateRoot::whyNot() {
     static const std::string reason = probe();
     return reason;
+}
+
+bool PrivateRoot::isPretended() {
+    static const bool bPretended = runProgram({script, "way"}).standardOutput == "fakechroot\n";
+    return bPretended;
 }
 
 bool PrivateRoot::hasInspector() {
@@ -219,10 +229,32 @@ ProgramResult PrivateRoot::runInTerminal(const std::vector<std::string>& command
     return terminal.finish();
 }
 
+std::string PrivateRoot::inside(const std::string& target) const {
+    const std::string root = folder.path().string() + "/";
+    return isPretended() && target.rfind(root, 0) == 0 ? target.substr(root.size() - 1) : target;
+}
+
+std::string PrivateRoot::targetOfLink(const std::string& path) const {
+    return inside(fs::read_symlink(outside(path)).string());
+}
+
+FileTree::Lines PrivateRoot::described(const std::string& path,
+                                       const std::function<bool(const fs::path&)>& leftOut) const {
+    static const std::string arrow = " -> ";
+    FileTree::Lines lines = FileTree::describe(outside(path), path, leftOut);
+    for (std::string& line : lines) {
+        const std::size_t at = line.find(arrow);
+        line = at == std::string::npos
+                   ? line
+                   : line.substr(0, at + arrow.size()) + inside(line.substr(at + arrow.size()));
+    }
+    return lines;
+}
+
 FileTree::Lines PrivateRoot::tree() const {
     static const std::set<std::string> leftOut{"Volumes", "bin",    "dev",  "etc", "lib", "lib32",
                                                "lib64",   "libx32", "proc", "usr", "var"};
-    return FileTree::describe(folder.path(), "/", [this](const fs::path& path) {
+    return described("/", [this](const fs::path& path) {
         return (path.parent_path() == folder.path() && leftOut.count(path.filename()) != 0) ||
                path == outside(buildFolder());
     });
@@ -233,6 +265,5 @@ FileTree::Lines PrivateRoot::freshTree() {
 }
 
 FileTree::Lines PrivateRoot::tree(const std::string& path) const {
-    return FileTree::describe(outside(path), path + "/",
-                              [this](const fs::path& entry) { return entry == outside(buildFolder()); });
+    return described(path + "/", [this](const fs::path& entry) { return entry == outside(buildFolder()); });
 }

@@ -44,6 +44,10 @@ public:
     /// The reason why no private root is possible here. Empty if it is possible.
     static const std::string& whyNot();
 
+    /// Whether fakechroot pretends the root. Then programs see variables of its own, and links hold paths of
+    /// this machine.
+    static bool isPretended();
+
     /// Whether `inspector` exists. It is built only if its libraries are installed.
     static bool hasInspector();
 
@@ -76,6 +80,9 @@ public:
     ProgramResult runInTerminal(const std::vector<std::string>& command, const std::vector<Answer>& answers,
                                 const Options& options) const;
 
+    /// What the link at this path leads to.
+    std::string targetOfLink(const std::string& path) const;
+
     /// FileTree::describe of the root with full paths, without the tools, the installer and the build folder.
     /// A new root has the lines of freshTree().
     FileTree::Lines tree() const;
@@ -84,6 +91,9 @@ public:
     FileTree::Lines tree(const std::string& path) const;
 
 private:
+    std::string inside(const std::string& target) const;
+    FileTree::Lines described(const std::string& path,
+                              const std::function<bool(const std::filesystem::path&)>& leftOut) const;
     std::vector<std::string> fullCommand(const std::vector<std::string>& command,
                                          const Options& options) const;
 
