@@ -151,6 +151,21 @@ TEST_F(RebuildEndToEnd, WritesOnlyAFileThatIsNotThere) {
     EXPECT_EQ(root().read("/Volumes/Installer/new.xml"), was);
 }
 
+TEST_F(RebuildEndToEnd, DeathWhileItWritesLeavesNoPartOfARecord) {
+    ExpectSuccess(Install(product("ALPHA", "1.0.0.100")));
+    ExpectSuccess(Install(product("BETA", "1.0.0.100")));
+    const std::string was = root().read(record);
+    ASSERT_GT(was.size(), 1024U);
+    // A write beyond one block, which is of 512 or 1024 bytes, then ends the program by a signal.
+    const auto killed = root().run(
+        {"/bin/sh", "-c", "ulimit -c 0; ulimit -f 1; exec InstallInspector rebuild -o /tmp/record.xml"});
+    EXPECT_NE(killed.signal, 0);
+    EXPECT_FALSE(root().exists("/tmp/record.xml"));
+    EXPECT_EQ(rebuild({"-o", "/tmp/record.xml"}).exitStatus, 0);
+    EXPECT_EQ(root().read("/tmp/record.xml"), was);
+    EXPECT_EQ(root().tree("/tmp").size(), 1U) << "what the death has left is gone";
+}
+
 TEST_F(RebuildEndToEnd, SaysWhatItCannotKnow) {
     ExpectSuccess(Install(product("ALPHA", "1.0.0.100")));
     const std::string said = rebuild().standardError;

@@ -45,14 +45,6 @@ bool isAscii(const std::string& text) {
     return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
-/// Empty, or why not.
-std::string save(const std::string& path, const EditableDefinition& definition) {
-    const SignalsHeld held;
-    OutputFile file(path, definition.state(), false);
-    const std::string fault = file.prepare(definition.editedText());
-    return fault.empty() ? file.putInPlace() : fault;
-}
-
 } // namespace
 
 int runUpdate(const UpdateOptions& options) {
@@ -86,7 +78,8 @@ int runUpdate(const UpdateOptions& options) {
         return cannotRun(options.definition + " is not UTF-8, and new names are not plain ASCII");
     }
     if (!options.bDryRun && definition.isChanged()) {
-        const std::string fault = save(options.definition, definition);
+        OutputFile file(options.definition, OutputFile::Old::AsRead, definition.state());
+        const std::string fault = file.save(definition.editedText());
         if (!fault.empty()) {
             return cannotRun(fault);
         }

@@ -1,15 +1,13 @@
 #include "Utility/InstallInspector/Rebuild/RebuildCommand.h"
 
-#include "Platform/WholeFile.h"
 #include "Utility/InstallInspector/Documents/QuietLog.h"
 #include "Utility/InstallInspector/Documents/RecordFolder.h"
 #include "Utility/InstallInspector/Rebuild/Rebuild.h"
 #include "Utility/InstallInspector/Report/Output.h"
+#include "Utility/InstallInspector/Report/OutputFile.h"
 
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 
 namespace {
 
@@ -45,12 +43,7 @@ std::string textOf(const StatusFile& record) {
 
 /// Never over anything: what is there may be a record.
 std::string writeNew(const std::string& path, const std::string& text) {
-    int error = 0;
-    if (WholeFile::Create(path, text.data(), text.size(), error)) {
-        return "";
-    }
-    return error == EEXIST ? path + " is there already, and stays as it is"
-                           : path + " cannot be written: " + std::strerror(error);
+    return OutputFile(path, OutputFile::Old::None).save(text);
 }
 
 void say(const std::string& text) {

@@ -12,15 +12,26 @@ std::string cannotBeWritten(const std::string& path, int error) {
     return path + " cannot be written: " + std::strerror(error != 0 ? error : EIO);
 }
 
+bool isLink(const std::string& path) {
+    std::error_code error;
+    return std::filesystem::is_symlink(path, error);
+}
+
 } // namespace
 
 std::string OutputFile::unexpected() const {
     const FileState now = WholeFile::StateOf(path);
-    if (bReplaces || now == expected) {
-        return "";
+    switch (old) {
+    case Old::AsRead:
+        return now == read ? "" : path + " has changed since it was read, and stays as it is";
+    case Old::None:
+        return now == FileState() && !isLink(path) ? "" : path + " is there already, and stays as it is";
+    case Old::NoneWithoutForce:
+        return now == FileState() ? "" : path + " is there already; --force replaces it";
+    case Old::Anything:
+        break;
     }
-    return expected == FileState() ? path + " is there already; --force replaces it"
-                                   : path + " has changed since it was read, and stays as it is";
+    return "";
 }
 
 std::string OutputFile::prepare(const std::string& text) {
@@ -45,11 +56,17 @@ std::string OutputFile::putInPlace() {
     return file.Commit() ? "" : cannotBeWritten(path, file.Error());
 }
 
+std::string OutputFile::save(const std::string& text) {
+    const SignalsHeld held;
+    const std::string fault = prepare(text);
+    return fault.empty() ? putInPlace() : fault;
+}
+
 std::string saveAll(const std::vector<TextFile>& texts, bool bForce) {
     const SignalsHeld held;
     std::list<OutputFile> files;
     for (const auto& [path, text] : texts) {
-        files.emplace_back(path, FileState(), bForce);
+        files.emplace_back(path, bForce ? OutputFile::Old::Anything : OutputFile::Old::NoneWithoutForce);
         std::string fault = files.back().prepare(text);
         if (!fault.empty()) {
             return fault;

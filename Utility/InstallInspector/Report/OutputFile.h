@@ -11,20 +11,28 @@
 /// the first of them is put in its place. Each gives an empty text, or why it is not possible.
 class OutputFile {
 public:
-    /// `state` is what has to be there when the file is put in place: that of the file which is replaced as
-    /// it was read, or nothing when there must be none. `bAnything` takes what is there for right.
-    OutputFile(std::string filePath, const FileState& state, bool bAnything)
-        : path(std::move(filePath)), expected(state), bReplaces(bAnything), file(path) {}
+    /// What may be there when the file is put in place.
+    enum class Old {
+        AsRead,           ///< the file in the state in which it was read
+        None,             ///< nothing, not even a link that leads nowhere
+        NoneWithoutForce, ///< nothing; --force takes anything
+        Anything
+    };
+
+    OutputFile(std::string filePath, Old mayBeThere, const FileState& wasRead = FileState())
+        : path(std::move(filePath)), old(mayBeThere), read(wasRead), file(path) {}
 
     std::string prepare(const std::string& text);
     std::string putInPlace();
+    /// Both, for a file that goes alone.
+    std::string save(const std::string& text);
 
 private:
     std::string unexpected() const;
 
     std::string path;
-    FileState expected;
-    bool bReplaces;
+    Old old;
+    FileState read;
     AtomicFile file;
 };
 
