@@ -13,6 +13,7 @@
 #include <csignal>
 #include <filesystem>
 #include <map>
+#include <regex>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -21,6 +22,7 @@
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 using namespace std::chrono_literals;
 
 namespace {
@@ -132,6 +134,16 @@ protected:
             rules[finding["rule"]] = finding["severity"];
         }
         return rules;
+    }
+
+    /// What a reader sees of the page, with one blank in the place of tags.
+    std::string page(std::vector<std::string> options) const {
+        options.insert(options.end(), {"--html", "page.html", "--force"});
+        EXPECT_NE(run(options).exitStatus, 2);
+        std::string text = FileTree::read(path("page.html"));
+        text.erase(0, text.find("<body"));
+        text = std::regex_replace(text, std::regex("<wbr/>"), "");
+        return std::regex_replace(text, std::regex("(<[^>]*>|\\s)+"), " ");
     }
 
     /// ALPHA with a file and a whole folder, BETA with a newer build of the file; all is well.
@@ -383,6 +395,47 @@ TEST_F(StatusVerify, PrintsJson) {
     EXPECT_EQ(conditions["VorlaneFX/Glow.bundle"], "there");
     const Json without = Json::parse(run({"--json"}).standardOutput);
     EXPECT_EQ(without.count("contents") + without.count("verified"), 0U);
+}
+
+TEST_F(StatusVerify, ThePageShowsWhatIsLostAndWhatToDo) {
+    putTwoProducts();
+    const std::string grey = path("shared/Grey.look").string();
+    const std::string bundle = path("shared/Glow.bundle").string();
+    write("shared/Grey.look", "beta");
+    fs::remove(bundle + "/Contents/Info.plist");
+    write("shared/Glow.bundle/Contents/Old", "left by an earlier build");
+    const std::string text = page({"--verify"});
+    EXPECT_THAT(text, HasSubstr(" Not in order. "));
+    EXPECT_THAT(text,
+                HasSubstr(" What is wrong, and what to do &quot;" + bundle +
+                          "/Contents/Info.plist&quot; of &quot;ALPHA&quot; is missing content-missing "));
+    EXPECT_THAT(text, HasSubstr(" &quot;" + grey +
+                                "&quot; of &quot;BETA&quot; is truncated: 4 of 6 bytes content-truncated "));
+    EXPECT_THAT(text, HasSubstr(" Install &quot;BETA&quot; again, which copies it anew. "));
+    EXPECT_THAT(text, HasSubstr(" What is not certain &quot;" + bundle + "/Contents/Old&quot; "));
+    EXPECT_THAT(text, HasSubstr(" File Content What is the matter " + bundle +
+                                "/Contents/Info.plist missing is missing " + bundle +
+                                "/Contents/Old foreign is not in the manifest " + grey +
+                                " truncated is truncated: 4 of 6 bytes Every recorded path "));
+    EXPECT_THAT(text, HasSubstr(" 2 entries 2 not as recorded "));
+    EXPECT_THAT(text, HasSubstr(" Grey.look · uses 2, build 1.0.0.200 truncated " + grey + " "));
+    EXPECT_THAT(text, HasSubstr(" Compared with a manifest 3 files "));
+    EXPECT_THAT(FileTree::read(path("page.html")), HasSubstr("<span class=\"label bad\">truncated</span>"));
+    EXPECT_THAT(FileTree::read(path("page.html")), HasSubstr("<span class=\"label odd\">foreign</span>"));
+}
+
+TEST_F(StatusVerify, ThePageSaysNothingOfContentsWhereNobodyAskedOrAllAgree) {
+    putTwoProducts();
+    const std::string agreeing = page({"--verify"});
+    EXPECT_THAT(agreeing, HasSubstr(" In order. "));
+    EXPECT_THAT(agreeing, HasSubstr(" Compared with a manifest 3 files "));
+    write("shared/Grey.look", "beta");
+    const std::string unasked = page({});
+    EXPECT_THAT(unasked, HasSubstr(" In order. "));
+    EXPECT_THAT(unasked, Not(HasSubstr("Compared with a manifest")));
+    for (const std::string& text : {agreeing, unasked}) {
+        EXPECT_THAT(text, Not(HasSubstr("Files that are not those of the build")));
+    }
 }
 
 TEST_F(StatusVerify, LongWorkShowsProgressOnATerminalAndCanBeInterrupted) {
