@@ -21,6 +21,7 @@
 #include <map>
 #include <memory>
 #include <set>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -257,7 +258,7 @@ void addNewCommand(CLI::App& app, int& status) {
     command->add_flag("--force", options->bForce, "Replace files that are there");
     command->footer(
         "Exit status: 0 when all is written, 1 when all is written and something is noted that a person "
-        "should look at, 2 when nothing is written.");
+        "should look at, 2 when nothing is written or standard output takes no more.");
     command->callback([options, &status] { status = runNew(*options); });
 }
 
@@ -274,7 +275,9 @@ void addUpdateCommand(CLI::App& app, int& status) {
     command->add_flag("--dry-run", options->bDryRun, "Only print what would change");
     command->footer(
         "Exit status: 0 when the definition is up to date, 1 when something is noted that a person "
-        "should look at or, with --dry-run, something would change, 2 when nothing is written.");
+        "should look at or, with --dry-run, something would change, 2 when nothing is written or standard "
+        "output takes no "
+        "more.");
     command->callback([options, &status] { status = runUpdate(*options); });
 }
 
@@ -403,8 +406,10 @@ int runCommandLine(int argc, char* argv[]) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        // Help and version come this way, too, with status 0.
-        return app.exit(error) == 0 ? Clean : CannotRun;
+        // Help and version come this way, too, with status 0 and what is to be printed in the stream.
+        std::ostringstream text;
+        const bool bPrints = app.exit(error, text) == 0;
+        return bPrints && writeOutput(text.str()) ? Clean : CannotRun;
     }
     return status;
 }

@@ -13,12 +13,10 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include <fcntl.h>
 #include <fstream>
 #include <set>
 #include <sstream>
 #include <tuple>
-#include <unistd.h>
 
 using namespace std::chrono_literals;
 
@@ -448,16 +446,6 @@ TEST_F(CheckCommand, NoColourIsObeyed) {
     // Set but empty means not set.
     const ScopedEnvironment empty("NO_COLOR", "");
     EXPECT_NE(Terminal(command, 60s).finish().standardOutput.find('\x1b'), std::string::npos);
-}
-
-TEST_F(CheckCommand, OutputThatCannotBeWrittenIsNoSuccess) {
-    if (access("/dev/full", W_OK) != 0) {
-        GTEST_SKIP() << "no /dev/full";
-    }
-    writeProduct();
-    const auto result = run({"check", "sku.xml"}, [] { dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO); });
-    EXPECT_EQ(result.exitStatus, 2);
-    EXPECT_NE(result.standardError.find("cannot write"), std::string::npos);
 }
 
 TEST_F(CheckCommand, ChangesNothing) {

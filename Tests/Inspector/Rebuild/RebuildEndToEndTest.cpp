@@ -166,6 +166,16 @@ TEST_F(RebuildEndToEnd, DeathWhileItWritesLeavesNoPartOfARecord) {
     EXPECT_EQ(root().tree("/tmp").size(), 1U) << "what the death has left is gone";
 }
 
+TEST_F(RebuildEndToEnd, WhatCannotBePrintedIsNoSuccess) {
+    if (!root().exists("/dev/full")) {
+        GTEST_SKIP() << "this system has no /dev/full";
+    }
+    ExpectSuccess(Install(product("ALPHA", "1.0.0.100")));
+    const auto result = root().run({"/bin/sh", "-c", "exec InstallInspector rebuild >/dev/full"});
+    EXPECT_EQ(result.exitStatus, 2);
+    EXPECT_THAT(result.standardError, HasSubstr("InstallInspector: cannot write to standard output: "));
+}
+
 TEST_F(RebuildEndToEnd, SaysWhatItCannotKnow) {
     ExpectSuccess(Install(product("ALPHA", "1.0.0.100")));
     const std::string said = rebuild().standardError;
