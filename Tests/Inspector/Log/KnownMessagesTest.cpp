@@ -158,6 +158,7 @@ TEST(LogLine, TakesTheBeginningOfASystemLogOff) {
                      "2026-11-22T10:20:30.123456+00:00", "InstallUtility", "Checking"},
              Example{"Nov 22 10:20:30 host a[1]:", "Nov 22 10:20:30", "a[1]", ""},
              Example{"Nov 22 10:20:30 host a[1]: b[2]: c", "Nov 22 10:20:30", "a[1]", "b[2]: c"},
+             Example{"Nov 22 10:20:30 host a[1]:b[2]: c", "Nov 22 10:20:30", "a[1]:b[2]", "c"},
              Example{"Nov 22 10:20:30 host no process", "", "", "Nov 22 10:20:30 host no process"},
              Example{"Nov 22 10:20:30", "", "", "Nov 22 10:20:30"},
              Example{"2026-11-22 10:20:30+01", "", "", "2026-11-22 10:20:30+01"},

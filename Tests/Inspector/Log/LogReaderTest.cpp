@@ -106,6 +106,21 @@ TEST(LogReader, RunsOfSeveralWritersAtOnceAreParted) {
               "Another install or uninstall is running. Waiting for its end.");
 }
 
+TEST(LogReader, OfManyWritersTheOneThatWasSilentLongestIsForgotten) {
+    constexpr int followed = 16;
+    const auto writer = [](int i) { return "Nov 22 10:20:30 host a[" + std::to_string(i) + "]: "; };
+    for (const std::string& line : {copied("/s/VorlaneFX/a", "/t/a"), std::string("cp: /t/a: strange\n")}) {
+        std::string text;
+        for (int i = 0; i < followed; ++i) {
+            text += writer(i) + checking;
+        }
+        text += writer(0) + line + writer(followed) + checking;
+        const RunLog log = readLog(text + writer(0) + copied("/s/VorlaneFX/b", "/t/b"));
+        EXPECT_EQ(log.runs.size(), followed + 1U);
+        EXPECT_GT(log.runs.at(0).count(Outcome::Copied), 0U) << line;
+    }
+}
+
 TEST(LogReader, ALineWithoutBeginningGoesOnWithTheOneBefore) {
     const RunLog log = readLog("Nov 22 10:20:30 host a[1]: " + checking + "cp: /t/a: No space\n" +
                                failed("/s/VorlaneFX/a", "/t/a"));
@@ -143,6 +158,13 @@ TEST(LogReader, TheSourceFolderMayBeNamedAsABranch) {
                                 copied("/Content/VorlaneFX/files/Hosts/Edius/Glow", "/4"));
     EXPECT_THAT(run.phases, ElementsAre("Hosts/Edius/Glow", "VorlaneFX", "Content"));
     EXPECT_EQ(run.files.at(3).phase, "Hosts/Edius/Glow");
+    // The second path tells that the source folder ends before Content.
+    const LoggedRun inner = runOf(checking + copied("/s/Content/Ember/VorlaneFX/a", "/1") +
+                                  copied("/s/Content/Flare/VorlaneFX/b", "/2"));
+    EXPECT_EQ(inner.files.at(1).phase, "Content");
+    // Another source folder, as when parts of logs are put together.
+    const LoggedRun other = runOf(checking + copied("/s/Content/a", "/1") + copied("/u/v/VorlaneFX/b", "/2"));
+    EXPECT_THAT(other.phases, ElementsAre("Content", "VorlaneFX"));
     EXPECT_EQ(runOf(checking + copied("nowhere", "/1")).files.at(0).phase, "");
 }
 
@@ -160,6 +182,31 @@ TEST(LogReader, AToolsMessageGoesToTheFileThatItNames) {
         runOf(checking + failed("/s/Content/a", "/t/a") + "cp: /t/a: No space\ncp: /t/b: x\n");
     EXPECT_THAT(late.files.at(0).tools, ElementsAre("cp: /t/a: No space"));
     EXPECT_EQ(late.tools.size() + late.files[0].tools.size(), 2U);
+    const LoggedRun source = runOf(checking + failed("/s/Content/a", "/t/a") + "cp: /s/Content/a: No file\n");
+    EXPECT_THAT(source.files.at(0).tools, ElementsAre("cp: /s/Content/a: No file"));
+    // One that names no file.
+    const LoggedRun other =
+        runOf(checking + "ln: no\ntouch: no\ncp: out of memory\n" + failed("/s/Content/a", "/t/a"));
+    EXPECT_THAT(other.files.at(0).tools, ElementsAre("cp: out of memory"));
+    EXPECT_EQ(other.tools.size(), 2U);
+}
+
+TEST(LogReader, OfAFileThatIsCopiedOnceMoreTheLastTryCounts) {
+    const std::string good = copied("/s/VorlaneFX/a", "/t/a");
+    const std::string bad = copied("/s/VorlaneFX/b", "/t/b") + failed("/s/VorlaneFX/b", "/t/b");
+    const LoggedRun run = runOf(checking + good + "cp: /t/a: strange\n" + bad + asked("x") + good + bad);
+    EXPECT_EQ(run.files.at(0).outcome, Outcome::Copied);
+    EXPECT_THAT(run.files[0].tools, IsEmpty());
+    EXPECT_THAT(runOf(checking + good + "cp: /t/a: strange\n" + bad).files.at(0).tools,
+                ElementsAre("cp: /t/a: strange"));
+}
+
+TEST(LogReader, OfTwoFailuresTheMessagesOfTheSecondStay) {
+    const std::string fails = failed("/s/Content/a", "/t/a");
+    EXPECT_THAT(runOf(checking + "cp: /t/a: x\n" + fails + "cp: /t/a: y\n" + fails).files.at(0).tools,
+                ElementsAre("cp: /t/a: y"));
+    EXPECT_THAT(runOf(checking + fails + "mkdir: /t: denied\ncp: /t/a: denied\n" + fails).files.at(0).tools,
+                ElementsAre("mkdir: /t: denied", "cp: /t/a: denied"));
 }
 
 TEST(LogReader, ManyMessagesAboutOneFileAreCounted) {
@@ -170,6 +217,8 @@ TEST(LogReader, ManyMessagesAboutOneFileAreCounted) {
     const LoggedRun run = runOf(text + failed("/s/VorlaneFX/Kit", "/t/Kit"));
     EXPECT_EQ(run.files.at(0).tools.size() + run.files.at(0).toolsLeftOut, 500U);
     EXPECT_LT(run.files.at(0).tools.size(), 100U);
+    const std::string fails = failed("/s/VorlaneFX/Kit", "/t/Kit");
+    EXPECT_EQ(runOf(text + fails + "cp: /t/Kit/0: No space\n" + fails).files.at(0).toolsLeftOut, 0U);
 }
 
 TEST(LogReader, ThatAFolderIsNotEmptyIsNormal) {
@@ -184,6 +233,10 @@ TEST(LogReader, ThatAFolderIsNotEmptyIsNormal) {
     EXPECT_FALSE(run.tools[0].bHarm);
     EXPECT_EQ(run.verdict(), Verdict::Safe);
     EXPECT_EQ(runOf(removed("/a") + "rmdir: /b: Operation not permitted\n").verdict(), Verdict::Harm);
+    // Also before the first line of the engine.
+    const LoggedRun before = runOf("rmdir: /b: Directory not empty\n" + removed("/a"));
+    EXPECT_EQ(before.notEmpty, 1U);
+    EXPECT_THAT(before.tools, IsEmpty());
 }
 
 TEST(LogReader, ManyFoldersThatAreNotEmptyHideNoOtherMessage) {
@@ -203,6 +256,26 @@ TEST(LogReader, AFolderInPlaceOfAFileThatStaysIsTold) {
     EXPECT_EQ(run.files.at(1).outcome, Outcome::NotRemoved);
     EXPECT_THAT(run.files.at(1).tools, ElementsAre("rm: /b/c: busy"));
     EXPECT_EQ(run.files.at(2).outcome, Outcome::Removed);
+}
+
+TEST(LogReader, TheRemovalOfAFolderIsToldOnlyWhenItFails) {
+    const std::string begins = "DEBUG: Remove.cpp,3:walk Delete dir '/t/Kit'\n";
+    const LoggedRun gone = runOf(begins);
+    EXPECT_EQ(gone.files.at(0).outcome, Outcome::Removed);
+    EXPECT_EQ(gone.verdict(), Verdict::Safe);
+    EXPECT_EQ(runOf("DEBUG: Remove.cpp,3:walk Delete '/t/a'\n").files.at(0).outcome, Outcome::Unclear);
+    // What cannot be removed as it is not empty is another folder.
+    const LoggedRun stays = runOf(begins + "rmdir: /u: Permission denied\nrm: /t/Kit/a: busy\n" +
+                                  "Error: Failed to remove '/t/Kit'\n");
+    EXPECT_EQ(stays.files.at(0).outcome, Outcome::NotRemoved);
+    EXPECT_THAT(stays.files[0].tools, ElementsAre("rm: /t/Kit/a: busy"));
+    EXPECT_EQ(stays.tools.size(), 1U);
+}
+
+TEST(LogReader, TheSharedPackageIsGoneWhenItsDefinitionIs) {
+    const std::string definition = "/t/SKU/COMMON.xml";
+    EXPECT_TRUE(runOf(removed(definition)).bSharedPackage);
+    EXPECT_FALSE(runOf("rm: " + definition + ": Permission denied\n" + removed(definition)).bSharedPackage);
 }
 
 TEST(LogReader, NamesWithoutAFolderHaveNoTargetHere) {
@@ -266,6 +339,10 @@ TEST(LogReader, AFailureThatNoSecondTryFollowsIsUnclear) {
     EXPECT_EQ(later.files.at(0).outcome, Outcome::CopiedLater);
     EXPECT_EQ(later.files.at(1).outcome, Outcome::Failed);
     EXPECT_TRUE(later.bDialog);
+    // The end of the install follows.
+    const LoggedRun ends = runOf(text + "Error: Can't copy SKU XML to Uninstall.app\n");
+    EXPECT_EQ(ends.files.at(0).outcome, Outcome::CopiedLater);
+    EXPECT_TRUE(ends.bDialog);
     // A question that the log has, and something after it.
     EXPECT_EQ(runOf(text + asked("x")).files.at(0).outcome, Outcome::Unclear);
     EXPECT_EQ(runOf(text + asked("x") + "Error: Wrong/corrupted SKU XML\n").files.at(0).outcome,
@@ -274,10 +351,29 @@ TEST(LogReader, AFailureThatNoSecondTryFollowsIsUnclear) {
               Outcome::Failed);
 }
 
+TEST(LogReader, FilesThatMayFailLeadToNoDialog) {
+    const std::string allowed = failed("/s/VorlaneFX/a", "/t/a", "Warning");
+    const std::string other = failed("/s/Content/b", "/t/b");
+    EXPECT_FALSE(runOf(checking + allowed).bDialog);
+    // They are copied once more when another file of their branch has led to one.
+    EXPECT_TRUE(runOf(checking + allowed + failed("/s/VorlaneFX/b", "/t/b") + allowed).bDialog);
+    // Those of one branch say nothing of the next.
+    const std::string third = failed("/s/Hosts/Edius/Glow/c", "/t/c", "Warning");
+    EXPECT_FALSE(runOf(checking + allowed + third).bDialog);
+    const LoggedRun run = runOf(checking + allowed + other + third);
+    EXPECT_TRUE(run.bDialog);
+    EXPECT_EQ(run.files.at(1).outcome, Outcome::CopiedLater);
+}
+
 TEST(LogReader, WhatAFailedCopyHasLeftIsNoCopyWhenItIsSkipped) {
     const std::string skipped = "DEBUG: Copy.cpp,123:walk Skipped file: /t/a\n";
     const std::string both = copied("/s/VorlaneFX/a", "/t/a") + failed("/s/VorlaneFX/a", "/t/a");
     EXPECT_EQ(runOf(checking + both + asked("x") + skipped).files.at(0).outcome, Outcome::Failed);
+    // Without a question in the log, a dialog has asked.
+    const LoggedRun dialog = runOf(checking + both + skipped);
+    EXPECT_EQ(dialog.files.at(0).outcome, Outcome::Failed);
+    EXPECT_EQ(dialog.end, End::NotTold);
+    EXPECT_TRUE(dialog.bDialog);
     // One that was copied in the first try is skipped in the second.
     const LoggedRun run =
         runOf(checking + copied("/s/VorlaneFX/a", "/t/a") + copied("/s/VorlaneFX/b", "/t/b") +
@@ -301,6 +397,11 @@ TEST(LogReader, AnswersInATerminalAreRead) {
     EXPECT_EQ(answered(prompt + "what?\n" + prompt + "\n" + prompt + "c\n"), Answer::Cancel);
     EXPECT_EQ(answered(prompt + "\n"), Answer::Cancel); // the end of input
     EXPECT_EQ(answered(prompt), Answer::NotInLog);      // what was typed is not shown
+    // The log ends with what was typed.
+    const LoggedRun ends = runOf(checking + failed("/s/Content/a", "/t/a") +
+                                 "Installation warning\nSorry\n[R]etry or [C]ancel: c");
+    EXPECT_EQ(ends.questions.at(0).answer, Answer::Cancel);
+    EXPECT_EQ(ends.breakOff, "");
 }
 
 TEST(LogReader, AnErrorThatTheEngineDoesNotKnowIsShownAsSuch) {
@@ -320,6 +421,11 @@ TEST(LogReader, AMessageThatIsRepeatedIsToldOnce) {
     const LoggedRun run = runOf(text);
     ASSERT_EQ(run.messages.size(), 1U);
     EXPECT_EQ(run.messages[0].count, 1000U);
+    // The same words as an error are not the engine's.
+    const std::string wait = "Another install or uninstall is running. Waiting for its end.\n";
+    const LoggedRun two = runOf(wait + "Error: " + wait);
+    EXPECT_EQ(two.messages.size(), 2U);
+    EXPECT_EQ(two.verdict(), Verdict::Harm);
 }
 
 TEST(LogReader, WhatMayComeBeforeAnInstallBelongsToIt) {
@@ -336,6 +442,18 @@ TEST(LogReader, AnUninstallThatFollowsAnotherIsParted) {
         "rmdir: failed to remove '/Applications/Vorlane Uninstallers/': Directory not empty\n";
     EXPECT_EQ(readLog(removed("/a") + begins + removed("/b")).runs.size(), 2U);
     EXPECT_EQ(readLog(checking + begins).runs.size(), 2U);
+    EXPECT_EQ(
+        readLog(checking + "rmdir: /Applications/Vorlane Uninstallers: Directory not empty\n").runs.size(),
+        2U);
+    EXPECT_EQ(readLog("Warning: The record does not list the product 'B'. No count is lowered.\n"
+                      "Another install or uninstall is running. Waiting for its end.\n" +
+                      removed("/b"))
+                  .runs.size(),
+              2U);
+    EXPECT_EQ(readLog(checking + copied("/s/VorlaneFX/a", "/t/a") +
+                      "Another install or uninstall is running. Waiting for its end.\n")
+                  .runs.size(),
+              2U);
     EXPECT_EQ(readLog(removed("/a") +
                       "Warning: The record does not list the product 'B'. No count is lowered.\n" +
                       removed("/b"))
@@ -361,6 +479,13 @@ TEST(LogReader, AnUninstallWithoutDefinitionIsPartedFromWhatStandsBefore) {
         ASSERT_EQ(log.runs[1].messages.size(), 2U);
         EXPECT_EQ(log.runs[1].messages[0].text, "Postflight failed: sku xml not found");
     }
+    // A run that was killed has said it itself.
+    const RunLog killed =
+        readLog(removed("/a") + "Error: Postflight failed: sku xml not found\n" +
+                "./go: line 5: 12 Killed\nError: Error! Source dir '/a/sku.xml' is empty\n");
+    ASSERT_EQ(killed.runs.size(), 2U);
+    EXPECT_EQ(killed.runs[0].messages.size(), 1U);
+    EXPECT_EQ(killed.runs[1].messages.size(), 1U);
     // The definition disappeared during the install.
     EXPECT_EQ(readLog(checking + "Error: Postflight failed: sku xml not found\n").runs.size(), 1U);
 }
@@ -394,6 +519,25 @@ TEST(LogReader, WhatHasNoRoomIsCounted) {
     EXPECT_EQ(log.runs[0].count(Outcome::Failed), count / 10);
     EXPECT_EQ(log.runs[0].count(Outcome::Copied), count - count / 10);
     EXPECT_EQ(log.runs[0].verdict(), Verdict::Harm);
+}
+
+TEST(LogReader, HarmCountsAlsoWhereThereIsNoRoom) {
+    const std::string harmless = checking + copied("/s/VorlaneFX/a", "/t/a");
+    EXPECT_EQ(readLog(harmless, 0).verdict(), Verdict::Safe);
+    for (const char* line : {"Error: Can't copy SKU XML to Uninstall.app\n", "cp: out of memory\n"}) {
+        const RunLog log = readLog(harmless + line, 0);
+        EXPECT_EQ(log.runs.at(0).leftOut, 1U) << line;
+        EXPECT_EQ(log.verdict(), Verdict::Harm) << line;
+    }
+    EXPECT_EQ(readLog(harmless + "touch: /t/a: no\n", 0).verdict(), Verdict::CannotTell);
+    const RunLog unlisted = readLog(checking + failed("/s/Content/a", "/t/a"), 0);
+    EXPECT_EQ(unlisted.runs.at(0).count(Outcome::Failed), 1U);
+    ASSERT_EQ(unlisted.runs[0].advice().size(), 1U);
+    EXPECT_EQ(unlisted.runs[0].advice()[0]->text, "Failed to copy '%s' to '%s'");
+    // A run that is not shown may have told of harm.
+    const RunLog two = readLog(checking + checking, 0);
+    EXPECT_EQ(two.runsLeftOut, 1U);
+    EXPECT_EQ(two.verdict(), Verdict::CannotTell);
 }
 
 TEST(LogReader, WhatIsRemovedIsCountedOnceWhereThereIsNoRoom) {

@@ -146,8 +146,8 @@ bool RunReader::hasOpenQuestion() const {
 }
 
 std::optional<LoggedMessage> RunReader::takeBackPostflight() {
-    const bool bOfThisRun = run.kind == Kind::Unknown || (run.kind == Kind::Uninstall && run.files.empty());
-    if (last != Meaning::PostflightFails || bOfThisRun || run.messages.empty()) {
+    // After a signal it is the last that this run has said.
+    if (last != Meaning::PostflightFails || bEnded || run.messages.empty()) {
         return std::nullopt;
     }
     LoggedMessage message = std::move(run.messages.back());
@@ -278,7 +278,7 @@ void RunReader::settleTools() {
 /// named.
 void RunReader::settleCopy() {
     giveTools(last == Meaning::CopyBegins ? current : nullptr,
-              [](const auto& message) { return message.tool != "mkdir" && message.tool != "rmdir"; });
+              [](const auto& message) { return message.tool != "mkdir"; });
 }
 
 void RunReader::copyBegins(const LogEvent& event) {
@@ -302,11 +302,15 @@ void RunReader::copyBegins(const LogEvent& event) {
 void RunReader::fileSkipped(const LogEvent& event) {
     LoggedFile* file = fileAt(event.names[0], Outcome::Skipped, false);
     current = nullptr;
-    bCurrentUnlisted = false;
     if (file == nullptr) {
         return;
     }
     file->line = event.number;
+    if (file->outcome == Outcome::Failed) {
+        // Nothing but a question leads to a second try. What else fails again will be told.
+        run.bDialog = true;
+        failing.clear();
+    }
     if (file->failures > 0) {
         file->outcome = Outcome::Failed; // what a failed copy has left is there, and stays as it is
     } else if (file->outcome == Outcome::Unclear) {
@@ -336,8 +340,7 @@ void RunReader::copyFails(const LogEvent& event) {
     const bool bNamed = std::any_of(pending.messages.begin(), pending.messages.end(), names);
     giveTools(file, [&](const auto& message) {
         const std::string& tool = message.tool;
-        return names(message) || tool == "mkdir" ||
-               (!bNamed && tool != "ln" && tool != "touch" && tool != "rmdir");
+        return names(message) || tool == "mkdir" || (!bNamed && tool != "ln" && tool != "touch");
     });
     settleTools();
     current = file;
@@ -402,7 +405,7 @@ void RunReader::settleFailures(bool bAtEnd) {
         !bAsked && !bAllowedOnes && std::any_of(failing.begin(), failing.end(), [](const LoggedFile* file) {
             return file->outcome == Outcome::Failed;
         });
-    if (bMustAsk && !(bOnce && (bAtEnd || run.bDebugLines))) {
+    if (bMustAsk && !(bOnce && bAtEnd)) {
         run.bDialog = true;
     }
     if (bMustAsk && bOnce && !run.bDebugLines) {
@@ -649,15 +652,14 @@ void RunReader::settleUnfinished() {
 LoggedRun RunReader::finish() {
     const bool bCopying =
         last == Meaning::CopyFails || last == Meaning::CopyBegins || last == Meaning::FileSkipped;
-    const bool bFailed = run.end == LoggedRun::End::Failed;
-    settleRemoval(!bFailed);
+    settleRemoval(true);
     if (last == Meaning::CopyBegins && bEnded && current != nullptr) {
         current->outcome = Outcome::Unclear; // the run ended while this was being copied
     }
     settleCopy();
     settleTools();
     settleUnfinished();
-    settleFailures(bCopying && !bFailed);
+    settleFailures(bCopying);
     const bool bQuestionIsLast =
         last == Meaning::Question || last == Meaning::QuestionTitle || last == Meaning::Prompt;
     if (bTitled || (bQuestionIsLast && hasOpenQuestion())) {
