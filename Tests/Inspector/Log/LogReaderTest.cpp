@@ -126,6 +126,7 @@ TEST(LogReader, ALineWithoutBeginningGoesOnWithTheOneBefore) {
                                failed("/s/VorlaneFX/a", "/t/a"));
     ASSERT_EQ(log.runs.size(), 1U);
     EXPECT_THAT(log.runs[0].files.at(0).tools, ElementsAre("cp: /t/a: No space"));
+    EXPECT_EQ(log.runs[0].lastTime, "Nov 22 10:20:30");
 }
 
 TEST(LogReader, AnyLineEndAndAnyByteIsRead) {
@@ -139,6 +140,8 @@ TEST(LogReader, AnyLineEndAndAnyByteIsRead) {
     EXPECT_EQ(run.files[0].path, "/t/\xFF");
     const std::string zero("a\0b\n\0\0\n", 7);
     EXPECT_EQ(runOf(zero + checking + zero + copied("/s/VorlaneFX/a", "/t/a") + zero).files.size(), 1U);
+    // Two files that were put together.
+    EXPECT_EQ(readLog(windows + windows).runs.size(), 2U);
 }
 
 TEST(LogReader, APathMayHoldWhatPartsTheTwoPaths) {
@@ -264,6 +267,8 @@ TEST(LogReader, TheRemovalOfAFolderIsToldOnlyWhenItFails) {
     EXPECT_EQ(gone.files.at(0).outcome, Outcome::Removed);
     EXPECT_EQ(gone.verdict(), Verdict::Safe);
     EXPECT_EQ(runOf("DEBUG: Remove.cpp,3:walk Delete '/t/a'\n").files.at(0).outcome, Outcome::Unclear);
+    EXPECT_EQ(runOf(begins + "sh: 1: rm: not found\n" + removed("/t/b")).files.at(0).outcome,
+              Outcome::NotRemoved);
     // What cannot be removed as it is not empty is another folder.
     const LoggedRun stays = runOf(begins + "rmdir: /u: Permission denied\nrm: /t/Kit/a: busy\n" +
                                   "Error: Failed to remove '/t/Kit'\n");
@@ -309,6 +314,10 @@ TEST(LogReader, AMessageThatAnotherOneHasToFollowBreaksOff) {
     const LoggedRun uninstall = runOf("Error: Error! Source dir '/a' is empty\n\n");
     EXPECT_EQ(uninstall.end, End::Failed);
     EXPECT_EQ(uninstall.kind, Kind::Uninstall);
+    // Unless it is that of the shared package, inside another.
+    const LoggedRun inner =
+        runOf(removed("/t/a") + "Error: Error! Source dir '/t/SKU/COMMON.xml' is empty\n\n");
+    EXPECT_EQ(inner.end, End::BreaksOff);
     const LoggedRun install = runOf("Error: Error! Source dir '/a' is empty\n\nError! Failed to prepare\n");
     EXPECT_EQ(install.end, End::Failed);
     EXPECT_EQ(install.kind, Kind::Install);
@@ -343,6 +352,15 @@ TEST(LogReader, AFailureThatNoSecondTryFollowsIsUnclear) {
     const LoggedRun ends = runOf(text + "Error: Can't copy SKU XML to Uninstall.app\n");
     EXPECT_EQ(ends.files.at(0).outcome, Outcome::CopiedLater);
     EXPECT_TRUE(ends.bDialog);
+    const LoggedRun told =
+        runOf(checking + copied("/s/VorlaneFX/a", "/t/a") + failed("/s/VorlaneFX/a", "/t/a") +
+              "Error: Can't copy SKU XML to Uninstall.app\n");
+    EXPECT_EQ(told.end, End::NotTold);
+    EXPECT_TRUE(told.bDialog);
+    // A question about one branch says nothing of the next.
+    EXPECT_TRUE(runOf(text + asked("x") + failed("/s/VorlaneFX/a", "/t/a") + failed("/s/Content/b", "/t/b") +
+                      "Error: Can't copy SKU XML to Uninstall.app\n")
+                    .bDialog);
     // A question that the log has, and something after it.
     EXPECT_EQ(runOf(text + asked("x")).files.at(0).outcome, Outcome::Unclear);
     EXPECT_EQ(runOf(text + asked("x") + "Error: Wrong/corrupted SKU XML\n").files.at(0).outcome,
@@ -397,9 +415,9 @@ TEST(LogReader, AnswersInATerminalAreRead) {
     EXPECT_EQ(answered(prompt + "what?\n" + prompt + "\n" + prompt + "c\n"), Answer::Cancel);
     EXPECT_EQ(answered(prompt + "\n"), Answer::Cancel); // the end of input
     EXPECT_EQ(answered(prompt), Answer::NotInLog);      // what was typed is not shown
-    // The log ends with what was typed.
+    // The log ends with what was typed, and not inside "Checking".
     const LoggedRun ends = runOf(checking + failed("/s/Content/a", "/t/a") +
-                                 "Installation warning\nSorry\n[R]etry or [C]ancel: c");
+                                 "Installation warning\nSorry\n[R]etry or [C]ancel: C");
     EXPECT_EQ(ends.questions.at(0).answer, Answer::Cancel);
     EXPECT_EQ(ends.breakOff, "");
 }
@@ -479,6 +497,10 @@ TEST(LogReader, AnUninstallWithoutDefinitionIsPartedFromWhatStandsBefore) {
         ASSERT_EQ(log.runs[1].messages.size(), 2U);
         EXPECT_EQ(log.runs[1].messages[0].text, "Postflight failed: sku xml not found");
     }
+    EXPECT_EQ(readLog(removed("/a") + "Error: Postflight failed: sku xml not found\n" + checking)
+                  .runs.at(0)
+                  .messages.size(),
+              1U);
     // A run that was killed has said it itself.
     const RunLog killed =
         readLog(removed("/a") + "Error: Postflight failed: sku xml not found\n" +

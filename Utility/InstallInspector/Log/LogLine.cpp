@@ -116,11 +116,11 @@ void takePlace(std::string_view& text) {
         if (at == comma + 1 || at == text.size() || text[at] != ':') {
             continue;
         }
-        const std::size_t name = ++at;
+        ++at;
         while (at < text.size() && isNameByte(text[at])) {
             ++at;
         }
-        if (at > name && at < text.size() && text[at] == ' ') {
+        if (at < text.size() && text[at] == ' ') {
             text.remove_prefix(at + 1);
             return;
         }

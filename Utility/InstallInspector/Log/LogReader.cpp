@@ -70,7 +70,7 @@ bool LogReader::read(FILE* stream) {
 void LogReader::take(std::string_view text, bool bEnded) {
     ++log.lines;
     constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
-    if (log.lines == 1 && text.substr(0, byteOrderMark.size()) == byteOrderMark) {
+    if (text.substr(0, byteOrderMark.size()) == byteOrderMark) {
         text.remove_prefix(byteOrderMark.size());
     }
     takeParsed(LogLine::parse(text), bEnded);

@@ -675,7 +675,7 @@ void RunReader::settleFiles() {
         if (!file.phase.empty() && known.insert(file.phase).second) {
             run.phases.push_back(file.phase);
         }
-        if (run.kind != Kind::Install || file.outcome != Outcome::Unclear) {
+        if (file.outcome != Outcome::Unclear) {
             continue;
         }
         if (run.bDebugLines) {
