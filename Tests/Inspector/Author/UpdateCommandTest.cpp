@@ -238,6 +238,22 @@ TEST_F(UpdateCommand, ANameInAnotherSpellingKeepsItsEntry) {
     expectText(with("fileName='Two.look'", "fileName=\"two.LOOK\""));
 }
 
+TEST_F(UpdateCommand, OfTwoSpellingsOneKeepsItsEntry) {
+    define(with("<file   fileName=\"One.look\"/>",
+                "<file   fileName=\"One.look\"/><file fileName=\"one.look\"/>"));
+    fs::rename(files() / "VorlaneFX/One.look", files() / "VorlaneFX/ONE.look");
+    const auto result = update();
+    EXPECT_EQ(result.standardOutput, "~ VorlaneFX/ONE.look  (was \"One.look\")\n- VorlaneFX/one.look\n"
+                                     "sku.xml: 0 added, 1 dropped, 1 changed\n");
+    expectText(with("One.look", "ONE.look"));
+}
+
+TEST_F(UpdateCommand, AnEntryWithoutANameStays) {
+    define(
+        with("<file   fileName=\"One.look\"/>", "<file   fileName=\"One.look\"/><file unknown=\"kept\"/>"));
+    EXPECT_EQ(update().standardOutput, "sku.xml: nothing to change\n");
+}
+
 TEST_F(UpdateCommand, WhatIsExcludedIsDroppedAndNotAdded) {
     define(with("  <installFiles>\n", "  <installFiles>\n    <exclude name=\"*.look\"/>\n"));
     put("VorlaneFX/New.look");
@@ -247,12 +263,66 @@ TEST_F(UpdateCommand, WhatIsExcludedIsDroppedAndNotAdded) {
     expectNoUnlisted();
 }
 
+TEST_F(UpdateCommand, WhatIsExcludedInAnotherSpellingIsDroppedAsExcluded) {
+    define(with("  <installFiles>\n", "  <installFiles>\n    <exclude name=\"*.LOOK\"/>\n"));
+    fs::rename(files() / "VorlaneFX/Two.look", files() / "VorlaneFX/two.LOOK");
+    EXPECT_EQ(update().standardOutput,
+              "- VorlaneFX/Two.look  (excluded)\nsku.xml: 0 added, 1 dropped, 0 changed\n");
+    expectNoUnlisted();
+}
+
 TEST_F(UpdateCommand, JunkIsNotAddedAndStaysWhereItIsListed) {
     define(with("<file   fileName=\"One.look\"/>",
                 "<file fileName=\".gitignore\"/><file fileName=\"One.look\"/>"));
     put("VorlaneFX/.gitignore");
     put("VorlaneFX/.DS_Store");
+    const auto result = update();
+    EXPECT_EQ(result.standardOutput, "sku.xml: nothing to change\n");
+    EXPECT_EQ(result.standardError, "") << "new has told it";
+}
+
+TEST_F(UpdateCommand, AFolderOfWhichOnlyListedJunkIsLeftStays) {
+    define(with("<file fileName=\"a\"/><file fileName=\"b\"/>", "<file fileName=\".gitignore\"/>"));
+    fs::remove(files() / "VorlaneFX/Parts/a");
+    fs::remove(files() / "VorlaneFX/Parts/b");
+    put("VorlaneFX/Parts/.gitignore");
     EXPECT_EQ(update().standardOutput, "sku.xml: nothing to change\n");
+}
+
+TEST_F(UpdateCommand, JunkThatIsListedInAnotherSpellingStays) {
+    define(with("<file   fileName=\"One.look\"/>",
+                "<file fileName=\".GITIGNORE\"/><file fileName=\"One.look\"/>"));
+    put("VorlaneFX/.gitignore");
+    EXPECT_EQ(update().standardOutput, "~ VorlaneFX/.gitignore  (was \".GITIGNORE\")\n"
+                                       "sku.xml: 0 added, 0 dropped, 1 changed\n");
+    EXPECT_EQ(update().standardOutput, "sku.xml: nothing to change\n");
+}
+
+TEST_F(UpdateCommand, ALinkInThePlaceOfAFolderWhoseFilesAreListedIsAFault) {
+    fs::rename(files() / "VorlaneFX/Parts", files() / "VorlaneFX/Real");
+    fs::create_directory_symlink("Real", files() / "VorlaneFX/Parts");
+    const auto result = update();
+    EXPECT_THAT(
+        linesWith("VorlaneFX/Parts: error:", result.standardError),
+        ElementsAre("VorlaneFX/Parts: error: is a link, while the definition lists what is in a folder"));
+    EXPECT_EQ(result.exitStatus, 2);
+    expectText(handMade);
+    // A folder that is taken whole may be a link.
+    fs::remove(files() / "VorlaneFX/Parts");
+    fs::rename(files() / "VorlaneFX/Real", files() / "VorlaneFX/Parts");
+    fs::rename(files() / "VorlaneFX/Whole.bundle", files() / "VorlaneFX/Real.bundle");
+    fs::create_directory_symlink("Real.bundle", files() / "VorlaneFX/Whole.bundle");
+    EXPECT_EQ(update().standardOutput, "+ VorlaneFX/Real.bundle/\nsku.xml: 1 added, 0 dropped, 0 changed\n");
+}
+
+TEST_F(UpdateCommand, ALinkToNothingInThePlaceOfAFileIsAFault) {
+    fs::remove(files() / "VorlaneFX/One.look");
+    fs::create_symlink("nothing", files() / "VorlaneFX/One.look");
+    const auto result = update();
+    EXPECT_THAT(linesWith("VorlaneFX/One.look: error:", result.standardError),
+                ElementsAre("VorlaneFX/One.look: error: is a link to nothing"));
+    EXPECT_EQ(result.exitStatus, 2);
+    expectText(handMade);
 }
 
 TEST_F(UpdateCommand, ABranchHasAnEmptyLineBeforeIt) {

@@ -88,7 +88,7 @@ void DefinitionUpdate::matchNames(ListedNames& listed, const StagedNode& folder)
         const auto found = listed.find(child.name);
         if (found != listed.end()) {
             found->second.node = &child;
-        } else if (!child.isLeftOut()) {
+        } else {
             strangers.emplace(diskFormOf(child.name), &child);
         }
     }
