@@ -5,8 +5,11 @@
 
 #include <gmock/gmock.h>
 
+#include <csignal>
 #include <fcntl.h>
 #include <filesystem>
+#include <iterator>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -380,6 +383,34 @@ TEST_F(NewCommand, OutputThatCannotBeWrittenIsOneLine) {
     EXPECT_EQ(nowhere.standardError,
               "InstallInspector: nowhere/sku.xml cannot be written: No such file or directory\n");
     EXPECT_EQ(nowhere.exitStatus, 2);
+}
+
+TEST_F(NewCommand, AFullDiskAndDeathLeaveNoPartOfAFile) {
+    put("VorlaneFX/Grey.look");
+    for (int i = 0; i < 100; ++i) {
+        put("VorlaneFX/" + std::to_string(i) + std::string(50, 'n'));
+    }
+    const auto limited = [] {
+        // A write beyond the limit ends the program by a signal, or fails where that is ignored.
+        const rlimit limit = {4096, 4096};
+        const rlimit noCore = {0, 0};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        setrlimit(RLIMIT_CORE, &noCore);
+    };
+    const std::vector<std::string> both = {"--targets", "target_path.xml"};
+    EXPECT_EQ(write(both, limited).signal, SIGXFSZ);
+    EXPECT_FALSE(fs::exists(path("sku.xml")));
+    EXPECT_FALSE(fs::exists(path("target_path.xml")));
+    const auto full = write(both, [limited] {
+        limited();
+        signal(SIGXFSZ, SIG_IGN); // NOLINT: nothing to do about a failure
+    });
+    EXPECT_EQ(full.standardError, "InstallInspector: sku.xml cannot be written: File too large\n");
+    EXPECT_EQ(full.exitStatus, 2);
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), {}), 1) << "only the product's files";
+    EXPECT_EQ(write(both, limited).signal, SIGXFSZ);
+    EXPECT_EQ(write(both).exitStatus, 0);
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), {}), 3);
 }
 
 TEST_F(NewCommand, AFolderThatMayNotBeWrittenStaysAsItIs) {

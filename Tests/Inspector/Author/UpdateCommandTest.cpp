@@ -545,7 +545,7 @@ TEST_F(UpdateCommand, AFaultInTheFolderChangesNothing) {
     expectText(handMade);
 }
 
-TEST_F(UpdateCommand, AFullDiskLeavesTheOldFile) {
+TEST_F(UpdateCommand, AFullDiskAndDeathLeaveTheOldFile) {
     put("VorlaneFX/" + std::string(200, 'n'));
     std::string text = handMade;
     text.insert(text.find("<product>"), "<!-- " + std::string(100'000, 'x') + " -->\n");
@@ -558,6 +558,16 @@ TEST_F(UpdateCommand, AFullDiskLeavesTheOldFile) {
     EXPECT_EQ(result.standardError, "InstallInspector: sku.xml cannot be written: File too large\n");
     EXPECT_EQ(result.exitStatus, 2);
     expectText(text);
+    EXPECT_FALSE(fs::exists(path("sku.xml.new")));
+    const auto killed = update({}, [] {
+        const rlimit limit = {4096, 4096};
+        const rlimit noCore = {0, 0};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        setrlimit(RLIMIT_CORE, &noCore);
+    });
+    EXPECT_EQ(killed.signal, SIGXFSZ);
+    expectText(text);
+    EXPECT_EQ(update().exitStatus, 0);
     EXPECT_FALSE(fs::exists(path("sku.xml.new")));
 }
 
