@@ -1,5 +1,6 @@
 // The subcommand "update" as a user runs it: which bytes it changes, what it prints, and when it writes
 // nothing.
+#include "Platform/WholeFile.h"
 #include "Tests/Inspector/Author/StagedProduct.h"
 #include "Tests/Support/Sources.h"
 
@@ -289,6 +290,32 @@ TEST_F(UpdateCommand, AFolderOfWhichOnlyListedJunkIsLeftStays) {
     EXPECT_EQ(update().standardOutput, "sku.xml: nothing to change\n");
 }
 
+TEST_F(UpdateCommand, AListedFolderOfJunkIsNotLookedInto) {
+    define(with("<directory fileName=\"Parts\"><file fileName=\"a\"/><file fileName=\"b\"/></directory>",
+                "<directory fileName=\".git\"><file fileName=\"config\"/></directory>"));
+    fs::rename(files() / "VorlaneFX/Parts", files() / "VorlaneFX/.git");
+    EXPECT_EQ(update().standardOutput, "sku.xml: nothing to change\n");
+}
+
+TEST_F(UpdateCommand, TheFirstBranchesComeBehindWhatIsExcluded) {
+    std::string text = handMade;
+    const std::size_t tree = text.find("<installFiles>\n") + 15;
+    text.replace(tree, text.find("  </installFiles>") - tree, "    <exclude name=\"*.zip\"/>\n");
+    define(text);
+    EXPECT_NE(update().exitStatus, 2);
+    EXPECT_LT(read("sku.xml").find("<exclude"), read("sku.xml").find("<directory"));
+    expectNoUnlisted();
+}
+
+TEST_F(UpdateCommand, APartThatIsListedTwiceIsDropped) {
+    EXPECT_EQ(update({"--manifest"}).exitStatus, 0);
+    const std::string once = read("sku.xml");
+    const std::size_t begin = once.rfind('\n', once.find("<part ")) + 1;
+    define(std::string(once).insert(begin, once.substr(begin, once.find('\n', begin) + 1 - begin)));
+    EXPECT_THAT(update().standardOutput, HasSubstr("sku.xml: 0 added, 1 dropped, 0 changed\n"));
+    expectText(once);
+}
+
 TEST_F(UpdateCommand, JunkThatIsListedInAnotherSpellingStays) {
     define(with("<file   fileName=\"One.look\"/>",
                 "<file fileName=\".GITIGNORE\"/><file fileName=\"One.look\"/>"));
@@ -342,6 +369,10 @@ TEST_F(UpdateCommand, AnEmptySharedFolderLosesItsEntry) {
     EXPECT_THAT(update().standardOutput, HasSubstr("- VorlaneFX/  (nothing is left of it)\n"));
     EXPECT_THAT(read("sku.xml"), Not(HasSubstr("fileName=\"VorlaneFX\"")));
     expectNoUnlisted();
+    // And gets no other one, nor an empty line.
+    const FileState state = WholeFile::StateOf(path("sku.xml"));
+    EXPECT_THAT(update().standardOutput, HasSubstr("nothing to change"));
+    EXPECT_EQ(WholeFile::StateOf(path("sku.xml")), state);
 }
 
 TEST_F(UpdateCommand, AFamilyFolderWithoutFilesIsAFault) {
