@@ -49,6 +49,7 @@ TEST(FullOutput, IsStatusTwo) {
         {"log", "log", "--json"},
         {"new", files, "--id", "A", "--name", "A", "--build", "1.0.0.1"},
         {"update", "sku.xml", "--source", files},
+        {"completion", "zsh"},
     };
     for (std::vector<std::string> command : commands) {
         command.insert(command.begin(), INSTALLINSPECTOR_PROGRAM);

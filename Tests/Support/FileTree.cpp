@@ -4,7 +4,6 @@
 #include <array>
 #include <cstdio>
 #include <fstream>
-#include <iterator>
 #include <sstream>
 #include <stdexcept>
 
@@ -100,5 +99,8 @@ std::string FileTree::read(const fs::path& file) {
     if (!stream) {
         throw std::runtime_error("cannot read " + file.string());
     }
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+    // In large pieces: the programs in uninstallers are read again for each look at a machine.
+    std::ostringstream content;
+    content << stream.rdbuf();
+    return content.str();
 }
