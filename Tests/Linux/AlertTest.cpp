@@ -3,6 +3,7 @@
 
 #include "Foundation/Machine.h"
 #include "Tests/Support/CapturedStdout.h"
+#include "Tests/Support/Linux/VirtualScreen.h"
 #include "Tests/Support/RunProgram.h"
 #include "Tests/Support/ScopedEnvironment.h"
 #include "Tests/Support/TemporaryDirectory.h"
@@ -21,8 +22,6 @@
 #include <optional>
 #include <sstream>
 #include <string>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <vector>
 
 namespace fs = std::filesystem;
@@ -313,47 +312,6 @@ TEST_F(AlertOfTheMachine, IsOneLogLineWhenThereIsNobodyToAsk) {
 }
 
 // zenity itself, on a virtual screen
-
-bool hasProgram(const std::string& name) {
-    return runProgram({"sh", "-c", "command -v " + name}).exitStatus == 0;
-}
-
-/// An Xvfb on a display of its own choosing.
-class VirtualScreen {
-public:
-    VirtualScreen() {
-        int ready[2];
-        if (pipe(ready) != 0) {
-            return;
-        }
-        server = fork();
-        if (server == 0) {
-            const std::string descriptor = std::to_string(ready[1]);
-            execlp("Xvfb", "Xvfb", "-displayfd", descriptor.c_str(), "-screen", "0", "800x600x24",
-                   "-nolisten", "tcp", nullptr);
-            _exit(127);
-        }
-        close(ready[1]);
-        char c = '\0';
-        while (read(ready[0], &c, 1) == 1 && c != '\n') {
-            number += c;
-        }
-        close(ready[0]);
-    }
-    VirtualScreen(const VirtualScreen&) = delete;
-    VirtualScreen& operator=(const VirtualScreen&) = delete;
-    ~VirtualScreen() {
-        kill(server, SIGTERM);
-        waitpid(server, nullptr, 0);
-    }
-
-    bool isUp() const { return !number.empty(); }
-    std::string name() const { return ":" + number; }
-
-private:
-    pid_t server = -1;
-    std::string number;
-};
 
 /// Presses `key` in the window titled "title" until the program with the alert has ended.
 ProgramResult pressInZenity(const std::string& key, const std::string& text, const Environment& more = {}) {

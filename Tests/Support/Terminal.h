@@ -18,6 +18,8 @@ public:
     /// Waits until `text` appears, after the text of an earlier call. Returns false if the program ends or
     /// times out before.
     bool waitFor(const std::string& text);
+    /// What the program has printed so far, as far as it was waited for.
+    const std::string& text() const { return output; }
     void type(const std::string& text) const;
     /// Waits for the end of the program. After the time-out, kills it. Call it once.
     ProgramResult finish();
