@@ -16,6 +16,7 @@ namespace fs = std::filesystem;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::MatchesRegex;
+using testing::Not;
 
 namespace {
 
@@ -45,22 +46,22 @@ protected:
     }
 
     /// A Mac on which a user has logged in. Each script that osascript gets must be the one for its
-    /// arguments.
+    /// arguments. Its command for the shell runs as there: with rights, and two line feeds after its output.
     void onTheMac(const std::string& answer = "echo Remove", const std::string& rights = "runAll") {
         standIn("id", "echo 501\n");
         standIn("uname", "echo Darwin\n");
         standIn("launchctl", "[ \"$*\" = managername ] && echo Aqua\n");
+        root().add("/usr/bin/iconv", "/bin/iconv");
         standIn("osascript", R"(
 script=$(cat)
+printf '%s\n' "$script" >>/tools/scripts
 runAll() {
     while [ ! -e /tools/progress ]; do sleep 0.02; done
-    HOME=$3 UNINSTALLER_HAS_ASKED=1 UNINSTALLER_REPORTS=1 "$2" 2>&1
-    echo $?
+    sh -c "$2" >/tools/output && cat /tools/output && echo
 }
 case $script in
-*'with administrator privileges'*)
-    [ $# = 3 ] || exit 1
-    case $script in *' UNINSTALLER_HAS_ASKED=1 UNINSTALLER_REPORTS=1 "'*) ;; *) exit 1 ;; esac
+*'do shell script theCommand with administrator privileges without altering line endings'*)
+    [ $# = 2 ] || exit 1
     part=rights
     note "$@"
     )" + rights + R"( "$@"
@@ -178,7 +179,9 @@ TEST_F(UninstallerApplication, OnTheMacAsksShowsThatItWorksAndTellsWhatWasDone) 
     EXPECT_EQ(noted("question"),
               (Lines{"-", "Alpha", "Remove Alpha from this Mac? Files that other products use stay.",
                      "Cancel", "Remove"}));
-    EXPECT_EQ(noted("rights"), (Lines{"-", launcher(), "/Users/anna"}));
+    EXPECT_EQ(noted("rights"),
+              (Lines{"-", "{ HOME='/Users/anna' UNINSTALLER_HAS_ASKED=1 UNINSTALLER_REPORTS=1 '" +
+                              launcher() + "' 2>&1; echo $?; } | iconv -c -f UTF-8 -t UTF-8; true"}));
     EXPECT_EQ(noted("progress"), (Lines{"-", "Alpha", "Removing Alpha …", "OK"}));
     EXPECT_TRUE(root().exists("/tools/ended")) << "the dialog of the progress stays";
     EXPECT_EQ(noted("result"), (Lines{"-", "Alpha", "Alpha was removed.", "", "Log: " + onlyLog(), "OK"}));
@@ -208,6 +211,43 @@ TEST_F(UninstallerApplication, OnTheMacRefusedRightsAreAFailureAndNothingIsTouch
     EXPECT_EQ(OpenUninstaller(product()).exitStatus, 1);
     EXPECT_EQ(noted("result"), (Lines{"-", "Alpha", "Alpha was not removed. Nothing has changed.", "OK"}));
     expectNothingChanged(before);
+}
+
+TEST_F(UninstallerApplication, OnTheMacNoNameBecomesAPartOfAScriptOrACommand) {
+    const ProductBuilder odd = product("ODD", "A & <b>\\n%LOG% \"%s\" $x `y` 'z' é");
+    Install(odd);
+    onTheMac();
+    Options options;
+    options.environment["HOME"] = "/Users/o'brien \"$x\" `y`";
+    ExpectSuccess(OpenUninstaller(odd, {}, options));
+    EXPECT_FALSE(root().exists(uninstallerOf(odd)));
+    EXPECT_EQ(noted("question").at(1), odd.productName());
+    EXPECT_EQ(noted("question").at(2),
+              "Remove " + odd.productName() + " from this Mac? Files that other products use stay.");
+    EXPECT_EQ(noted("result").at(2), odd.productName() + " was removed.");
+    EXPECT_THAT(noted("rights").at(1), HasSubstr("HOME='/Users/o'\\''brien \"$x\" `y`' "));
+    const std::string scripts = root().read("/tools/scripts");
+    EXPECT_THAT(scripts, Not(HasSubstr("<b>")));
+    EXPECT_THAT(scripts, Not(HasSubstr("brien")));
+}
+
+TEST_F(UninstallerApplication, OnTheMacTheReportIsUtf8WhateverTheEngineSays) {
+    root().write("/Library/caf\xE9", "");
+    engineSays("DEBUG: a,1:b Delete '/Library/caf\xE9'\n");
+    onTheMac();
+    ExpectSuccess(OpenUninstaller(product()));
+    EXPECT_THAT(root().read("/tools/output"), HasSubstr("left /Library/caf\n"));
+}
+
+TEST_F(UninstallerApplication, OnTheMacTellsWhatIsMissing) {
+    root().remove(inside(product(), "target_path.xml"));
+    onTheMac();
+    EXPECT_EQ(OpenUninstaller(product()).exitStatus, 1);
+    EXPECT_EQ(noted("question"), Lines());
+    EXPECT_EQ(noted("result"), (Lines{"-", "Alpha",
+                                      "'" + inside(product(), "target_path.xml") +
+                                          "' is missing: this is no uninstaller that an install has placed",
+                                      "OK"}));
 }
 
 TEST_F(UninstallerApplication, OnTheMacPassesTheExitStatusOn) {

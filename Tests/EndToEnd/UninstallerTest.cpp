@@ -292,12 +292,13 @@ TEST_F(UninstallerOfHostileCaller, GivesEachDialogAnEnvironmentMadeAnew) {
     shim("id", "echo 501");
     shim("uname", "echo Darwin");
     shim("launchctl", "echo Aqua");
-    // The question has one more argument than the result, and two more than the dialog that gives the rights.
+    // The question has one more argument than the result, and three more than the dialog that gives the
+    // rights.
     shim("osascript", "env >/var/environment$#; [ $# -ne 5 ] || echo Remove");
     Options options;
     options.environment = manyVariables();
     EXPECT_EQ(OpenUninstaller(product(), {}, options).exitStatus, 1);
-    for (const char* count : {"3", "4", "5"}) {
+    for (const char* count : {"2", "4", "5"}) {
         EXPECT_EQ(HostileCaller::variablesIn(root().read(std::string("/var/environment") + count)),
                   handedOn());
     }
