@@ -91,8 +91,8 @@ class PrivateMac:
         if done.returncode != 0:
             raise AssertionError(f"{arguments}: {done.stderr}")
 
-    def stand_in(self, name, body):
-        path = self.root / "bin" / name
+    def stand_in(self, name, body, folder="bin"):
+        path = self.root / folder / name
         path.unlink(missing_ok=True)  # it may be a link to a tool of this machine
         path.write_text(f'#!/bin/sh\n{{ printf %s {name}; [ $# = 0 ] || printf " <%s>" "$@"; echo; }} >>/calls\n{body}\n',
                         encoding="utf-8")
@@ -272,8 +272,17 @@ class Fails(MacAcceptance):
 
 class Ended(MacAcceptance):
     def test_before_its_end_is_a_failure_and_leaves_the_machine_as_it_was(self):
+        """Without a bundle it builds one before."""
+        for script in ("bootstrap", "get-source"):
+            self.mac.stand_in(script, "", "repository/Scripts")
+        self.mac.stand_in("cmake", '[ "$1" != --build ] || { mkdir build-ship && cp -R /Bundle/InstallUtility.app build-ship/; }')
         self.mac.stand_in("pkgbuild", "kill $PPID")
-        self.assert_failed(self.mac.accept(), ["This script ran to its end"])
+        done = self.mac.run("--this-machine", "--report", "/report")
+        self.assert_failed(done, ["This script ran to its end"])
+        self.assertEqual([line for line in self.mac.calls() if line.startswith(("bootstrap", "get-source", "cmake"))], [
+            "bootstrap", "get-source <tinyxml> <WORK/tinyxml>", "cmake <--preset> <ship> <-DINSTALLUTILITY_TINYXML_SOURCE=WORK/tinyxml>",
+            "cmake <--build> <--preset> <ship> <--target> <InstallUtility>"])
+        shutil.rmtree(self.mac.root / "repository/build-ship")
         self.assert_machine_is_as_before()
 
 
