@@ -1,9 +1,8 @@
 // The alert for macOS, shown by GNUstep on a virtual screen and answered there. What GNUstep does otherwise:
 //
 //  - It has no window sessions and no activation policy. ShowAlert.mm has both in its place.
-//  - Keys reach a window only after the launch of the application has finished, which the alert does not wait
-//  for.
-//    ShowAlert.mm finishes it.
+//  - Keys reach a window only after the application has finished its launch. The alert does not wait for
+//    that, so ShowAlert.mm finishes it.
 //  - The alert's window has a title, "Alert", and Enter of the keypad does not press the default button.
 //  - Escape cancels although Cancel has no key of its own.
 //  - Without a display, an exception ends the program. A Mac has none without a session.
