@@ -229,6 +229,10 @@ TEST_F(HostileNames, AListedTreeOfTwoHundredLevelsComesAndGoes) {
 }
 
 TEST_F(HostileNames, AFolderWithPathsThatAreTooLongIsReportedAndTheRestIsInstalled) {
+    skipWherePretended("fakechroot itself ends with paths that are too long");
+    if (IsSkipped()) {
+        return;
+    }
     const ProductBuilder alpha = product().file("VorlaneFX/a", "a").folder("VorlaneFX/Deep");
     place(alpha);
     makeDeepFolder(root().outside(inSource("VorlaneFX/Deep")), std::string(100, 'd'), 60);

@@ -105,6 +105,12 @@ void EndToEndTest::SetUp() {
     takeNewMachine();
 }
 
+void EndToEndTest::skipWherePretended(const char* reason) {
+    if (PrivateRoot::isPretended()) {
+        GTEST_SKIP() << reason;
+    }
+}
+
 void EndToEndTest::takeNewMachine() {
     machine.emplace();
     placed.clear();

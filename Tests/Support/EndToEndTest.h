@@ -27,6 +27,8 @@ protected:
     virtual bool comparesPlans() const { return true; }
 
     void SetUp() override;
+    /// Skips the test for this reason where fakechroot pretends the root.
+    static void skipWherePretended(const char* reason);
     PrivateRoot& root() { return *machine; }
     /// Continues with a new private root without products.
     void takeNewMachine();
