@@ -320,9 +320,21 @@ protected:
         return rules;
     }
 
+    /// Programs, which cannot read the advice, have a member for the product that is to be installed.
+    void expectInstallIsNamed(const std::string& section, const Json& finding) const {
+        const std::set<std::string> withoutProduct = {"unfinished-save", "uninstaller-incomplete"};
+        if (finding.contains("install")) {
+            EXPECT_EQ(section, "Install again");
+            EXPECT_EQ(finding["install"], productOf(finding["advice"]).id());
+        } else if (section == "Install again") {
+            EXPECT_THAT(withoutProduct, testing::Contains(finding["rule"]));
+        }
+    }
+
     void followSection(const std::string& section, const Json& finding,
                        const std::string& folderOfTheRecord) {
         SCOPED_TRACE(finding.dump(2));
+        expectInstallIsNamed(section, finding);
         if (section == "Install again") {
             followInstallAgain(productOf(finding["advice"]));
         } else if (section == "Move away") {

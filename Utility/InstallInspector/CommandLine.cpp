@@ -175,6 +175,10 @@ void addStatusCommand(CLI::App& app, int& status) {
     addRepeated(*command, "--sku", options->definitions,
                 "A product definition to compare with in place of the installed ones; may be repeated",
                 "FILE");
+    addRepeated(*command, "--want", options->wanted,
+                "Tell whether this product needs an install to be here whole, in that build or a newer one; "
+                "the exit status is then about that alone. May be repeated",
+                "ID[=BUILD]");
     command->add_flag("--verify", options->bVerify,
                       "Read what is installed, and compare it with the manifests in the definitions");
     CLI::Option* json = command->add_flag("--json", options->bJson, "Print JSON for other programs");

@@ -265,6 +265,9 @@ TEST(LogCommand, WhatIsNoLogIsStatusTwo) {
     const auto none = log({"a.log"}, "nothing\n");
     EXPECT_EQ(none.standardError, "InstallInspector: a.log holds no line of an install or uninstall\n");
     EXPECT_EQ(none.exitStatus, 2);
+    EXPECT_EQ(log({"--json", "a.log"}, "nothing\n").standardOutput,
+              "{\n  \"verdict\": \"cannot tell\",\n  \"error\": \"a.log holds no line of an install or "
+              "uninstall\"\n}\n");
     EXPECT_EQ(log({"-"}, "").standardError,
               "InstallInspector: standard input holds no line of an install or uninstall\n");
     EXPECT_EQ(log({"missing"}, "").standardError, "InstallInspector: missing is not an existing file\n");

@@ -704,6 +704,10 @@ TEST_F(PlanCommand, WhatTheShellWouldInterpretGivesNoPlan) {
               "InstallInspector: cannot tell what the run would do: the shell would interpret a character of "
               "the path: rm -f \"/Library/Application Support/Vorlane/$(touch made)\"\n");
     EXPECT_FALSE(root().exists("/made"));
+    const ProgramResult json = root().run({PrivateRoot::inspector, "plan", "--json", folder + "/files",
+                                           folder + "/sku.xml", folder + "/target_path.xml"});
+    EXPECT_EQ("InstallInspector: " + Json::parse(json.standardOutput)["error"].get<std::string>() + "\n",
+              result.standardError);
 }
 
 TEST(PlanCommandLine, BadUsageGoesToStandardError) {

@@ -891,7 +891,7 @@ TEST(StatusCommand, PrintsJson) {
         members.insert(member.key());
     }
     EXPECT_EQ(members, (std::set<std::string>{"file", "line", "column", "rule", "severity", "message",
-                                              "consequence", "advice", "paths"}));
+                                              "consequence", "advice", "paths", "install"}));
 }
 
 TEST(StatusCommand, JsonNamesTheState) {
@@ -913,7 +913,7 @@ TEST(StatusCommand, TheEnginesLogStaysOut) {
 TEST(StatusCommand, CannotRunWithoutWhatIsGiven) {
     const World world;
     world.write("broken.xml", "<product>");
-    for (const auto& [arguments, message] : std::vector<std::pair<std::vector<std::string>, std::string>>{
+    for (auto [arguments, message] : std::vector<std::pair<std::vector<std::string>, std::string>>{
              {{"nowhere"}, "nowhere is not an existing folder"},
              {{"--targets", "target_path.xml", "--sku", "nothing.xml"},
               "nothing.xml is not an existing file"},
@@ -927,6 +927,9 @@ TEST(StatusCommand, CannotRunWithoutWhatIsGiven) {
         EXPECT_EQ(result.exitStatus, 2);
         EXPECT_EQ(result.standardOutput, "");
         EXPECT_EQ(result.standardError, "InstallInspector: " + message + "\n");
+        arguments.emplace_back("--json");
+        const auto document = nlohmann::json::parse(run(world, arguments).standardOutput);
+        EXPECT_EQ(document, (nlohmann::json{{"verdict", "cannot tell"}, {"error", message}}));
     }
     world.edit("target_path.xml", "/shared\"/>", "/shared\"><condition type=\"Or\"/></path>");
     const auto result = run(world, {"--targets", "target_path.xml", "--sku", "alpha.xml"});

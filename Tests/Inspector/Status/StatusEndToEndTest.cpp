@@ -53,6 +53,13 @@ protected:
         }
         return names;
     }
+    /// What "status" says of a product that is wanted, and its exit status.
+    std::string wanted(const std::string& product) {
+        const auto result = status({}, {"--json", "--want", product});
+        const Json document = Json::parse(result.standardOutput);
+        EXPECT_EQ(document["wanted"].size(), 1U);
+        return document["wanted"][0]["state"].get<std::string>() + " " + std::to_string(result.exitStatus);
+    }
     /// The only finding.
     Json finding(const std::string& rule) {
         const auto found = findings();
@@ -547,4 +554,74 @@ TEST_F(StatusEndToEnd, VerifiesWhatInstallsHaveLeftByThePlacedUninstallers) {
     // What is left is of a build that nobody knows any more.
     ExpectSuccess(Uninstall(newer));
     EXPECT_EQ(kinds(), "unknown build ALPHA;");
+}
+
+TEST_F(StatusEndToEnd, TellsWhetherAWantedProductNeedsAnInstall) {
+    EXPECT_EQ(wanted("ALPHA"), "missing 1");
+    ExpectSuccess(Install(beta()));
+    EXPECT_EQ(wanted("ALPHA=1.0.0.100"), "missing 1");
+    ExpectSuccess(Install(alpha()));
+    EXPECT_EQ(wanted("ALPHA"), "whole 0");
+    EXPECT_EQ(wanted("ALPHA=1.0.0.100"), "whole 0");
+    EXPECT_EQ(wanted("ALPHA=1.0.0.99"), "newer 0");
+    EXPECT_EQ(wanted("ALPHA=1.0.0.101"), "older 1");
+    // As the engine does, which compares the fourth numbers alone, and takes three for four.
+    EXPECT_EQ(wanted("ALPHA=2.0.0.99"), "newer 0");
+    EXPECT_EQ(wanted("ALPHA=2.0.0.100"), "older 1");
+    ExpectSuccess(Install(alpha().build("1.0.100001")));
+    EXPECT_EQ(wanted("ALPHA=1.0.0.100001"), "whole 0");
+}
+
+TEST_F(StatusEndToEnd, AWantedProductIsDamagedOnlyByWhatItsOwnInstallMends) {
+    const std::string folder = "/Library/Application Support/Vorlane";
+    ExpectSuccess(Install(alpha()));
+    ExpectSuccess(Install(beta()));
+    root().remove(folder + "/Looks/Grey.look");
+    EXPECT_EQ(wanted("BETA=1.0.0.200"), "damaged 1");
+    EXPECT_EQ(wanted("ALPHA=1.0.0.100"), "whole 0");
+    const auto text = status({}, {"--want", "BETA=1.0.0.200", "--want", "ALPHA=1.0.0.90"});
+    EXPECT_TRUE(has(text, "\nBETA 1.0.0.200: damaged\n"));
+    EXPECT_TRUE(has(text, "\nALPHA 1.0.0.90: newer, installed is 1.0.0.100\n"));
+    EXPECT_EQ(text.exitStatus, 1);
+    ExpectSuccess(Install(beta()));
+    for (const std::string& part : {folder + "/Guide.html", std::string("/Applications/Alpha Guide.html"),
+                                    uninstallerOf(alpha()), uninstallerOf(alpha()) + "/Contents/sku.xml"}) {
+        SCOPED_TRACE(part);
+        root().remove(part);
+        EXPECT_EQ(wanted("ALPHA=1.0.0.100"), "damaged 1");
+        EXPECT_EQ(wanted("BETA=1.0.0.200"), "whole 0");
+        ExpectSuccess(Install(alpha()));
+        EXPECT_EQ(wanted("ALPHA=1.0.0.100"), "whole 0");
+    }
+    // The install of an older build would not copy the file.
+    root().remove(folder + "/Guide.html");
+    EXPECT_EQ(wanted("ALPHA=1.0.0.90"), "newer 0");
+    EXPECT_EQ(wanted("ALPHA=1.0.0.101"), "older 1");
+}
+
+TEST_F(StatusEndToEnd, AWantedSharedPackageIsLookedAtToo) {
+    ExpectSuccess(Install(alpha()));
+    ExpectSuccess(Install(installable(common())));
+    EXPECT_EQ(wanted("COMMON=1.0.0.300"), "whole 0");
+    for (const std::string& part : {managerLink, sharedDefinition}) {
+        root().remove(part);
+        EXPECT_EQ(wanted("COMMON"), "damaged 1");
+        EXPECT_EQ(wanted("ALPHA"), "whole 0");
+        ExpectSuccess(Install(installable(common())));
+    }
+}
+
+TEST_F(StatusEndToEnd, WhereAnInstallWouldForgetProductsTheRecordComesFirst) {
+    ExpectSuccess(Install(alpha()));
+    ExpectSuccess(Install(beta()));
+    const std::string whole = root().read(record);
+    for (const char* content : {"<install", ""}) {
+        SCOPED_TRACE(content);
+        *content != '\0' ? root().write(record, content) : root().remove(record);
+        EXPECT_EQ(wanted("ALPHA=1.0.0.100"), "record damaged 1");
+        EXPECT_EQ(wanted("GAMMA"), "record damaged 1");
+    }
+    root().write(record, whole);
+    edit(record, R"(<sku ID="BETA")", R"(<sku ID="OTHER")");
+    EXPECT_EQ(wanted("ALPHA=1.0.0.100"), "record damaged 1");
 }

@@ -2,6 +2,7 @@
 
 #include "Utility/InstallInspector/Log/LogReader.h"
 #include "Utility/InstallInspector/Log/RunLog.h"
+#include "Utility/InstallInspector/Report/FindingOutput.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -33,12 +34,12 @@ int readInto(LogReader& reader, const std::string& name) {
 int runLog(const LogOptions& options) {
     LogReader reader;
     if (const int error = readInto(reader, options.file); error != 0) {
-        return cannotRun(options.file + textOf(error));
+        return cannotRun(options.bJson, options.file + textOf(error));
     }
     RunLog log = reader.finish();
     log.file = options.file == "-" ? "standard input" : options.file;
     if (log.runs.empty()) {
-        return cannotRun(log.file + " holds no line of an install or uninstall");
+        return cannotRun(options.bJson, log.file + " holds no line of an install or uninstall");
     }
     Output output;
     if (options.bJson) {

@@ -1,6 +1,7 @@
 #include "Utility/InstallInspector/Plan/PlanCommand.h"
 
 #include "Utility/InstallInspector/Plan/PlanSummary.h"
+#include "Utility/InstallInspector/Report/FindingOutput.h"
 #include "Utility/InstallInspector/Report/Output.h"
 #include "Utility/InstallInspector/Report/OutputFile.h"
 
@@ -39,9 +40,9 @@ int runPlan(const PlanOptions& options) {
         plan = planRun(options.bUninstall, options.source, options.definition, options.targets,
                        described ? &*described : nullptr);
     } catch (const BadDescription& fault) {
-        return cannotRun(fault.what());
+        return cannotRun(options.bJson, fault.what());
     } catch (const CannotForesee& failure) {
-        return cannotRun(std::string("cannot tell what the run would do: ") + failure.what());
+        return cannotRun(options.bJson, std::string("cannot tell what the run would do: ") + failure.what());
     }
     if (!(options.html.empty() ? print(plan, options) : writePage(plan, options))) {
         return CannotRun;

@@ -28,6 +28,7 @@ struct Finding {
     std::string consequence;          ///< the effect on a run
     std::string advice;               ///< how to correct it
     std::vector<std::string> paths{}; ///< all that it is about, on this machine or else in the record
+    std::string install{};            ///< the ID of the product of which an install mends it; empty for none
 };
 
 /// By document, file, line and column.

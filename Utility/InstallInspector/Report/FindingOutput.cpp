@@ -75,6 +75,9 @@ void writeFindings(JsonWriter& json, const std::vector<Finding>& findings) {
             }
             json.endArray();
         }
+        if (!finding.install.empty()) {
+            json.text("install", finding.install);
+        }
         json.endObject();
     }
     json.endArray();

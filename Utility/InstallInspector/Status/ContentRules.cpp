@@ -28,12 +28,15 @@ void reportFaults(const Status& status, const StatusReport& report, Fault::Kind 
             paths.push_back(fault->path);
         }
         const std::string who = quoted(product->info());
-        report(status.record.near(faults.front()->treePath),
-               faults.size() == 1 ? quotedText(toVLString(paths.front())) + " of " + who + " " +
-                                        printable(faults.front()->text)
-                                  : files(paths.size()) + " of " + who + " " + many + ": " + firstFew(paths),
-               consequence, advice.empty() ? "Install " + who + " again, which copies it anew." : advice,
-               paths);
+        Finding& finding = report(
+            status.record.near(faults.front()->treePath),
+            faults.size() == 1
+                ? quotedText(toVLString(paths.front())) + " of " + who + " " + printable(faults.front()->text)
+                : files(paths.size()) + " of " + who + " " + many + ": " + firstFew(paths),
+            consequence, advice.empty() ? "Install " + who + " again, which copies it anew." : advice, paths);
+        if (advice.empty()) {
+            finding.install = toString(product->info().ID);
+        }
     }
 }
 

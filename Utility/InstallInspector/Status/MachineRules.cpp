@@ -163,7 +163,8 @@ void missingFile(Status& status, const StatusReport& report) {
                "The record counts " + std::string(paths.size() == 1 ? "it" : "them") +
                    " as installed. A file was removed by other hands, could not be copied, or its host came "
                    "after the install.",
-               "Install " + quoted(product->info()) + " again, which copies what is missing.", paths);
+               "Install " + quoted(product->info()) + " again, which copies what is missing.", paths)
+            .install = toString(product->info().ID);
     }
 }
 
@@ -357,14 +358,18 @@ void otherBuild(Status& status, const StatusReport& report) {
         }
         const VLString& build = status.record.content.products[static_cast<unsigned long>(index)].build;
         if (build != product->info().build) {
-            report(status.record.start(),
-                   "installed is the build " + quotedText(build) + " of " + quoted(product->info()) +
-                       ", the definition is of " + quotedText(product->info().build),
-                   "The two may list different files, so that what is said of its files may not hold.",
-                   status.installedOf(*product) != nullptr
-                       ? "Install the newer of the two builds of " + quoted(product->info()) + " again."
-                       : "Give the definition that was installed; the uninstaller has it in its Contents "
-                         "folder.");
+            Finding& finding =
+                report(status.record.start(),
+                       "installed is the build " + quotedText(build) + " of " + quoted(product->info()) +
+                           ", the definition is of " + quotedText(product->info().build),
+                       "The two may list different files, so that what is said of its files may not hold.",
+                       status.installedOf(*product) != nullptr
+                           ? "Install the newer of the two builds of " + quoted(product->info()) + " again."
+                           : "Give the definition that was installed; the uninstaller has it in its Contents "
+                             "folder.");
+            if (status.installedOf(*product) != nullptr) {
+                finding.install = toString(product->info().ID);
+            }
         }
     }
 }
@@ -755,29 +760,30 @@ const PlacedProduct& copierOf(const Status& status, const Record::Node& recorded
 
 void shortCut(Status& status, const StatusReport& report) {
     std::set<VLString> reported;
-    forEachRecordedLeaf(
-        status, [&](const PlacedProduct& product, const Spot& spot, const Record::Node& recorded) {
-            VLString link;
-            if (!recorded.recorded->IsShortCutInfoValid() || !isThere(spot) ||
-                !InstallUtility::createFullShortCutName(*recorded.recorded, link) ||
-                !reported.insert(link).second) {
-                return;
-            }
-            const VLString target = targetOfLink(link);
-            if (pathsOf(spot.places).count(target.ToLower()) == 0) {
-                report(status.record.at(recorded),
-                       quotedText(link) +
-                           (target.IsSet()      ? " leads to " + quotedText(target)
-                            : isSomething(link) ? std::string(" is no link")
-                                                : std::string(" is missing")) +
-                           ", and should lead to " + quotedText(spot.places.front().path),
-                       isSomething(link) ? "The uninstall that removes the file removes it all the same."
-                                         : "Users do not find the file where the product says.",
-                       "Install " + quoted(copierOf(status, recorded, product).info()) +
-                           " again, which makes the shortcut when it copies the file.",
-                       {toString(link)});
-            }
-        });
+    forEachRecordedLeaf(status, [&](const PlacedProduct& product, const Spot& spot,
+                                    const Record::Node& recorded) {
+        VLString link;
+        if (!recorded.recorded->IsShortCutInfoValid() || !isThere(spot) ||
+            !InstallUtility::createFullShortCutName(*recorded.recorded, link) ||
+            !reported.insert(link).second) {
+            return;
+        }
+        const VLString target = targetOfLink(link);
+        if (pathsOf(spot.places).count(target.ToLower()) == 0) {
+            const auto& copier = copierOf(status, recorded, product).info();
+            report(status.record.at(recorded),
+                   quotedText(link) +
+                       (target.IsSet()      ? " leads to " + quotedText(target)
+                        : isSomething(link) ? std::string(" is no link")
+                                            : std::string(" is missing")) +
+                       ", and should lead to " + quotedText(spot.places.front().path),
+                   isSomething(link) ? "The uninstall that removes the file removes it all the same."
+                                     : "Users do not find the file where the product says.",
+                   "Install " + quoted(copier) + " again, which makes the shortcut when it copies the file.",
+                   {toString(link)})
+                .install = toString(copier.ID);
+        }
+    });
 }
 
 // What becomes of each path

@@ -8,10 +8,11 @@
 #include <unistd.h>
 #include <utility>
 
-void StatusReport::operator()(const Location& where, std::string message, std::string consequence,
-                              std::string advice, std::vector<std::string> paths) const {
+Finding& StatusReport::operator()(const Location& where, std::string message, std::string consequence,
+                                  std::string advice, std::vector<std::string> paths) const {
     status.findings.push_back({where, rule.name, rule.severity, std::move(message), std::move(consequence),
                                std::move(advice), std::move(paths)});
+    return status.findings.back();
 }
 
 namespace {

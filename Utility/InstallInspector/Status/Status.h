@@ -104,9 +104,9 @@ class StatusReport {
 public:
     StatusReport(const StatusRule& reportedRule, Status& inspected) : rule(reportedRule), status(inspected) {}
 
-    /// See Finding for the three texts and the paths.
-    void operator()(const Location& where, std::string message, std::string consequence, std::string advice,
-                    std::vector<std::string> paths = {}) const;
+    /// See Finding for the three texts and the paths. The result is valid until the next report.
+    Finding& operator()(const Location& where, std::string message, std::string consequence,
+                        std::string advice, std::vector<std::string> paths = {}) const;
 
 private:
     const StatusRule& rule;
@@ -150,5 +150,8 @@ std::string files(std::size_t count);
 
 std::vector<StatusRule> allStatusRules();
 
-void writeText(const Status& status, const Painter& painter, Output& output);
-void writeJson(const Status& status, Output& output);
+struct Wanted;
+
+void writeText(const Status& status, const std::vector<Wanted>& wanted, const Painter& painter,
+               Output& output);
+void writeJson(const Status& status, const std::vector<Wanted>& wanted, Output& output);

@@ -2,8 +2,10 @@
 
 #include "Foundation/FileLibrary.h"
 #include "Utility/InstallInspector/Documents/QuietLog.h"
+#include "Utility/InstallInspector/Report/FindingOutput.h"
 #include "Utility/InstallInspector/Report/OutputFile.h"
 #include "Utility/InstallInspector/Status/StatusWords.h"
+#include "Utility/InstallInspector/Status/Wanted.h"
 #include "Utility/InstallUtility/InstallUtility.h"
 
 #include <algorithm>
@@ -63,12 +65,21 @@ bool writePage(const Status& status, const StatusOptions& options) {
     return fault.empty();
 }
 
-bool print(const Status& status, const StatusOptions& options) {
+std::vector<Wanted> weighed(const StatusOptions& options, const Status& status) {
+    std::vector<Wanted> all;
+    for (const std::string& text : options.wanted) {
+        all.push_back(wantedOf(text));
+        weigh(all.back(), status);
+    }
+    return all;
+}
+
+bool print(const Status& status, const std::vector<Wanted>& wanted, const StatusOptions& options) {
     Output output;
     if (options.bJson) {
-        writeJson(status, output);
+        writeJson(status, wanted, output);
     } else {
-        writeText(status, Painter::forFile(stdout), output);
+        writeText(status, wanted, Painter::forFile(stdout), output);
     }
     return output.finish();
 }
@@ -80,28 +91,33 @@ int runStatus(const StatusOptions& options) {
     Status status;
     std::string error;
     if (!readProducts(options, status, error)) {
-        return cannotRun(error);
+        return cannotRun(options.bJson, error);
     }
     status.installed = findInstalled(options, status);
     const std::string folder = folderOf(options, status);
     if (folder.empty()) {
         return cannotRun(
+            options.bJson,
             options.targets.front() +
-            " gives no folder for VorlaneFX on this machine, so that no record is kept; name the "
-            "folder to look at another one");
+                " gives no folder for VorlaneFX on this machine, so that no record is kept; name the "
+                "folder to look at another one");
     }
     const VLString given = toVLString(options.folder);
     if (given.IsSet() && !FileLibrary::IsDirectoryExists(given) && !FileLibrary::IsFileExists(given, false)) {
-        return cannotRun(options.folder + " is not an existing folder");
+        return cannotRun(options.bJson, options.folder + " is not an existing folder");
     }
     if (!status.record.read(folder, error)) {
-        return cannotRun(status.record.path + ": " + error);
+        return cannotRun(options.bJson, status.record.path + ": " + error);
     }
     status.bThisMachine = isOfThisMachine(options, status);
     status.contents.bVerified = options.bVerify;
     status.inspect();
-    if (!(options.html.empty() ? print(status, options) : writePage(status, options))) {
+    const std::vector<Wanted> wanted = weighed(options, status);
+    if (!(options.html.empty() ? print(status, wanted, options) : writePage(status, options))) {
         return CannotRun;
     }
-    return verdictOf(status.findings) == Verdict::Safe ? Clean : HasFindings;
+    const bool bWell = wanted.empty() ? verdictOf(status.findings) == Verdict::Safe
+                                      : std::all_of(wanted.begin(), wanted.end(),
+                                                    [](const Wanted& each) { return each.isThere(); });
+    return bWell ? Clean : HasFindings;
 }

@@ -1,5 +1,6 @@
 #include "Utility/InstallInspector/Report/FindingOutput.h"
 #include "Utility/InstallInspector/Status/StatusWords.h"
+#include "Utility/InstallInspector/Status/Wanted.h"
 
 #include <algorithm>
 
@@ -175,6 +176,29 @@ std::string leftOutOf(const Status& status) {
            " on this machine.\n";
 }
 
+void write(const Wanted& wanted, const Painter& painter, Output& output) {
+    std::string text = printableText(wanted.ID) +
+                       (wanted.build.IsEmpty() ? "" : " " + printableText(wanted.build)) + ": " +
+                       nameOf(wanted.state);
+    if (wanted.state == Wanted::State::Older || wanted.state == Wanted::State::Newer) {
+        text += ", installed is " + printableText(wanted.installed);
+    }
+    output.write("\n" + painter.paint(wanted.isThere() ? Colour::Green : Colour::Red, text) + "\n");
+}
+
+void write(JsonWriter& json, const Wanted& wanted) {
+    json.beginObject();
+    json.text("ID", toString(wanted.ID));
+    if (wanted.build.IsSet()) {
+        json.text("build", toString(wanted.build));
+    }
+    if (wanted.installed.IsSet()) {
+        json.text("installed", toString(wanted.installed));
+    }
+    json.text("state", nameOf(wanted.state));
+    json.endObject();
+}
+
 void write(JsonWriter& json, const SKUDefinition::SKUInfo& info) {
     json.beginObject();
     json.text("ID", toString(info.ID));
@@ -234,7 +258,8 @@ void writeContents(const Status& status, JsonWriter& json) {
 
 } // namespace
 
-void writeText(const Status& status, const Painter& painter, Output& output) {
+void writeText(const Status& status, const std::vector<Wanted>& wanted, const Painter& painter,
+               Output& output) {
     output.write(painter.paint(Colour::Bold, printableText(toVLString(status.record.path))) + "\n");
     if (status.record.state == Record::State::Readable) {
         output.write(printedProducts(status, painter));
@@ -246,9 +271,12 @@ void writeText(const Status& status, const Painter& painter, Output& output) {
     writeContents(status, painter, output);
     output.write(verified(status));
     output.write(verdict(status, painter));
+    for (const Wanted& each : wanted) {
+        write(each, painter, output);
+    }
 }
 
-void writeJson(const Status& status, Output& output) {
+void writeJson(const Status& status, const std::vector<Wanted>& wanted, Output& output) {
     static const char* const states[] = {"missing", "readable", "unreadable"};
     JsonWriter json(output);
     json.beginObject();
@@ -260,6 +288,13 @@ void writeJson(const Status& status, Output& output) {
         write(json, info);
     }
     json.endArray();
+    if (!wanted.empty()) {
+        json.beginArray("wanted");
+        for (const Wanted& each : wanted) {
+            write(json, each);
+        }
+        json.endArray();
+    }
     json.beginArray("entries");
     for (const Node& node : status.record.nodes) {
         if (node.parent != nullptr) {

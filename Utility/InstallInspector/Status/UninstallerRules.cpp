@@ -89,13 +89,17 @@ void uninstallerMissing(Status& status, const StatusReport& report) {
         const InstalledProduct* other = uninstallerAt(status, uninstallerOf(info));
         const bool bSameName = other != nullptr && other->files.info().name == info.name;
         status.explainedProducts.insert(info.ID);
-        report(status.record.start(), "the product " + quoted(info) + " " + why,
-               "The product cannot be uninstalled without its definition. It was not compared unless it was "
-               "given.",
-               bSameName ? "Uninstall " + quoted(other->files.info()) + ", and install " + quoted(info) +
-                               " again: only one of them can have an uninstaller."
-                         : "Install " + quoted(info) + " again, which places its uninstaller.",
-               {uninstallerOf(info)});
+        Finding& finding = report(
+            status.record.start(), "the product " + quoted(info) + " " + why,
+            "The product cannot be uninstalled without its definition. It was not compared unless it was "
+            "given.",
+            bSameName ? "Uninstall " + quoted(other->files.info()) + ", and install " + quoted(info) +
+                            " again: only one of them can have an uninstaller."
+                      : "Install " + quoted(info) + " again, which places its uninstaller.",
+            {uninstallerOf(info)});
+        if (!bSameName) {
+            finding.install = toString(info.ID);
+        }
     }
 }
 
@@ -124,13 +128,17 @@ void uninstallerIncomplete(Status& status, const StatusReport& report) {
         if (owner != nullptr) {
             status.explainedProducts.insert(owner->ID);
         }
-        report(at(each->uninstaller), "the uninstaller is not complete: " + printable(fault),
-               "It cannot uninstall its product, or not all of it.",
-               owner != nullptr
-                   ? "Install " + quoted(*owner) + " again, which places it anew."
-                   : "Install " + quotedPath(nameIn(each->uninstaller)) +
-                         " again, which places it anew. If nobody needs that product, uninstall it then.",
-               {each->uninstaller});
+        Finding& finding =
+            report(at(each->uninstaller), "the uninstaller is not complete: " + printable(fault),
+                   "It cannot uninstall its product, or not all of it.",
+                   owner != nullptr
+                       ? "Install " + quoted(*owner) + " again, which places it anew."
+                       : "Install " + quotedPath(nameIn(each->uninstaller)) +
+                             " again, which places it anew. If nobody needs that product, uninstall it then.",
+                   {each->uninstaller});
+        if (owner != nullptr) {
+            finding.install = toString(owner->ID);
+        }
     }
 }
 
@@ -214,11 +222,13 @@ void sharedDefinitionUnusable(Status& status, const StatusReport& report) {
         report(at(path), "the shared package cannot be uninstalled: " + fault,
                "The uninstall of the last product leaves all files of the shared package, and the record. "
                "They could not be compared.",
-               "Install the shared package again.", {path});
+               "Install the shared package again.", {path})
+            .install = SharedPackage::ID;
     } else {
         report(at(path), "the record does not list the shared package, and " + fault,
                "No run uses it, and no uninstall removes it, nor what else is left of the shared package.",
-               hasProducts(status) ? recordShared : "Delete it.", {path});
+               hasProducts(status) ? recordShared : "Delete it.", {path})
+            .install = hasProducts(status) ? SharedPackage::ID : "";
     }
 }
 
@@ -245,10 +255,11 @@ void managerLink(Status& status, const StatusReport& report) {
     if (!canBeRead(status) || (!bRecorded && (!bRight || isCompared(status)))) {
         return;
     }
-    const auto say = [&](const std::string& message, const char* consequence, const char* advice) {
-        report(at(toString(link)), message, consequence, advice, {toString(link)});
-    };
     const char* const again = "Install the shared package again, which places the link.";
+    const auto say = [&](const std::string& message, const char* consequence, const char* advice) {
+        report(at(toString(link)), message, consequence, advice, {toString(link)}).install =
+            advice == again || advice == recordShared ? SharedPackage::ID : "";
+    };
     if (!bRecorded) {
         say("the record does not list the shared package, and the link to the Application Manager is there",
             "No uninstall removes it, nor what else is left of the shared package.",
