@@ -109,6 +109,19 @@ TEST_F(PackageScript, InstallsForTheUserWhoInstalls) {
     EXPECT_EQ(root().read(uninstallerOf(product) + "/Contents/target_path.xml"), product.targets());
 }
 
+TEST_F(PackageScript, DeviceManagementNamesTheHomeFolderAndNobodyIsAsked) {
+    setConsoleUser("anna");
+    setSession();
+    for (const char* user : {"root", "anna"}) {
+        ExpectSuccess(run({{"USER", user}, {"UNATTENDED_HOME", "/Users/berta"}}));
+        EXPECT_TRUE(isInstalled());
+        EXPECT_TRUE(root().exists("/Users/berta/Documents/preset"));
+        root().remove("/Users/berta/Documents");
+    }
+    EXPECT_FALSE(root().exists("/Users/anna/Documents"));
+    EXPECT_EQ(inSession(), Lines());
+}
+
 TEST_F(PackageScript, UserIsTheOneWhoHasLoggedInWhenTheInstallerIsTheSuperuser) {
     setConsoleUser("anna");
     for (const auto& environment : {std::map<std::string, std::string>{{"USER", "root"}}, {}}) {
