@@ -84,6 +84,17 @@ bool print(const Status& status, const std::vector<Wanted>& wanted, const Status
     return output.finish();
 }
 
+/// A script tells by it alone whether to install.
+int exitStatusOf(const std::vector<Wanted>& wanted) {
+    constexpr int mustNotBeInstalled = 3;
+    if (wanted.front().state == Wanted::State::RecordDamaged) {
+        return mustNotBeInstalled;
+    }
+    const bool bThere =
+        std::all_of(wanted.begin(), wanted.end(), [](const Wanted& each) { return each.isThere(); });
+    return bThere ? Clean : HasFindings;
+}
+
 } // namespace
 
 int runStatus(const StatusOptions& options) {
@@ -116,8 +127,8 @@ int runStatus(const StatusOptions& options) {
     if (!(options.html.empty() ? print(status, wanted, options) : writePage(status, options))) {
         return CannotRun;
     }
-    const bool bWell = wanted.empty() ? verdictOf(status.findings) == Verdict::Safe
-                                      : std::all_of(wanted.begin(), wanted.end(),
-                                                    [](const Wanted& each) { return each.isThere(); });
-    return bWell ? Clean : HasFindings;
+    if (!wanted.empty()) {
+        return exitStatusOf(wanted);
+    }
+    return verdictOf(status.findings) == Verdict::Safe ? Clean : HasFindings;
 }
