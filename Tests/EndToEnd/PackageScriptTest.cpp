@@ -122,6 +122,15 @@ TEST_F(PackageScript, DeviceManagementNamesTheHomeFolderAndNobodyIsAsked) {
     EXPECT_EQ(inSession(), Lines());
 }
 
+TEST_F(PackageScript, AnUnattendedPackageAsksNobodyButInstallsForTheUserAtTheScreen) {
+    setConsoleUser("anna");
+    setSession();
+    root().write(inScripts("unattended"), "");
+    ExpectSuccess(run({{"USER", "root"}}));
+    EXPECT_TRUE(root().exists("/Users/anna/Documents/preset"));
+    EXPECT_EQ(inSession(), Lines());
+}
+
 TEST_F(PackageScript, UserIsTheOneWhoHasLoggedInWhenTheInstallerIsTheSuperuser) {
     setConsoleUser("anna");
     for (const auto& environment : {std::map<std::string, std::string>{{"USER", "root"}}, {}}) {
