@@ -118,8 +118,8 @@ def find_item(root, *names):
 
 class Examples(unittest.TestCase):
     def test_every_example_is_looked_at(self):
-        # These hold no product, but what makes a package of one, and plans of runs.
-        others = ("packaging", "plans")
+        # These hold no product, but what makes a package of one, plans of runs, and what manages many machines.
+        others = ("fleet", "packaging", "plans")
         folders = sorted(path.name for path in EXAMPLES.iterdir() if path.is_dir() and path.name not in others)
         self.assertEqual(folders, sorted(PRODUCTS))
 
