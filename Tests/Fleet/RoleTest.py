@@ -243,6 +243,8 @@ class Role(unittest.TestCase):
         record = self.killed.outside(Fleet.RECORD)
         kept = record.read_bytes()
         record.unlink()
+        # Of the same name as a file of which no target folder is left, and in the way of a plan that is not made with care.
+        self.bare.write("/Ink.bundle", "somebody's own")
         before = self.files()
         play = self.play("--check", "--limit", "bare,studio,killed", vorlane_state="absent")
         self.assertEqual(self.files(), before)
