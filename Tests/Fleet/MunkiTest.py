@@ -6,6 +6,7 @@ Without a private root the exit status is 77, unless the property lists are wron
 """
 import os
 import pathlib
+import re
 import shutil
 import sys
 import tempfile
@@ -172,6 +173,15 @@ class Scripts(unittest.TestCase):
         # With the last product the shared package goes, too, and user folders of anna.
         self.assertEqual([path for path in self.mac.files() if "Vorlane" in path and "Logs" not in path
                           and self.mac.outside(path).is_file()], [])
+
+    def test_the_page_has_commands_for_other_tools(self):
+        page = (Fleet.SOURCE / "Docs/fleet.md").read_text(encoding="utf-8")
+        section = page.split("\n## Other device management\n")[1].split("\n## ")[0]
+        commands = re.findall(r"^    (.*\S) +# (\d)", section, re.MULTILINE)
+        self.assertEqual(len(commands), 4)
+        shutil.copytree(self.ink, self.mac.outside("/tmp/scripts"), symlinks=True)
+        for command, status in commands:
+            self.mac.run("/bin/sh", "-c", "cd /tmp && " + command, status=int(status), PATH="/bin:/usr/local/bin")
 
     def test_an_uninstall_that_fails_is_told(self):
         self.install(self.ink)
