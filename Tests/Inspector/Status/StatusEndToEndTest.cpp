@@ -593,6 +593,10 @@ TEST_F(StatusEndToEnd, AWantedProductIsDamagedOnlyByWhatItsOwnInstallMends) {
         ExpectSuccess(Install(alpha()));
         EXPECT_EQ(wanted("ALPHA=1.0.0.100"), "whole 0");
     }
+    // A run that was killed before it placed the uninstaller.
+    edit(uninstallerOf(alpha()) + "/Contents/sku.xml", "1.0.0.100", "1.0.0.90");
+    EXPECT_EQ(wanted("ALPHA=1.0.0.100"), "damaged 1");
+    ExpectSuccess(Install(alpha()));
     // The install of an older build would not copy the file.
     root().remove(folder + "/Guide.html");
     EXPECT_EQ(wanted("ALPHA=1.0.0.90"), "newer 0");
@@ -624,4 +628,8 @@ TEST_F(StatusEndToEnd, WhereAnInstallWouldForgetProductsTheRecordComesFirst) {
     root().write(record, whole);
     edit(record, R"(<sku ID="BETA")", R"(<sku ID="OTHER")");
     EXPECT_EQ(wanted("ALPHA=1.0.0.100"), "record damaged 3");
+    // Nothing tells of products any more, but the record may be mended by hand.
+    root().remove("/Applications/Vorlane Uninstallers");
+    root().write(record, "<install");
+    EXPECT_EQ(wanted("ALPHA"), "record damaged 3");
 }
