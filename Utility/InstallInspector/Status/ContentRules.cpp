@@ -1,4 +1,4 @@
-// What the manifests in the definitions say of the files on this machine.
+// Files on this machine that differ from the manifests in the definitions.
 #include "Utility/InstallInspector/Status/Status.h"
 
 #include <map>
@@ -8,7 +8,8 @@ namespace {
 
 using Fault = Status::ContentFault;
 
-/// One finding for each product that has faults of that kind. `many` stands behind "N files of PRODUCT".
+/// Reports one finding for each product with faults of this kind. For several files, `many` follows
+/// "N files of PRODUCT". Without `advice`, advises to install the product again.
 void reportFaults(const Status& status, const StatusReport& report, Fault::Kind kind, const char* many,
                   const char* consequence, const std::string& advice) {
     std::map<const PlacedProduct*, std::vector<const Fault*>> byProduct;

@@ -1,4 +1,4 @@
-// What the record says against what the given products and this machine say.
+// Differences between the record, the compared products and this machine.
 #include "Foundation/Machine.h"
 #include "Foundation/PathLibrary.h"
 #include "Utility/InstallInspector/Documents/Bundle.h"
@@ -25,12 +25,12 @@ mode_t typeOf(const VLString& path) {
     return Machine::current().typeOf(path);
 }
 
-bool isSomething(const VLString& path) {
+bool exists(const VLString& path) {
     return Machine::current().linkTypeOf(path) != 0;
 }
 
-/// Whether what is there can be what an install made of the node. What is listed as a file may be a folder in
-/// the source, too, which nothing on this machine tells.
+/// Whether an install of the node can have made what is at `path`. A node that is listed as a file may be a
+/// folder in the source, which nobody can see on this machine.
 bool fits(const Spot& spot, const VLString& path) {
     const mode_t type = typeOf(path);
     return S_ISDIR(type) || (S_ISREG(type) && !spot.node->node->isDirectory);
@@ -45,11 +45,7 @@ std::string withEntries(std::size_t count) {
     return count < 2 ? "" : " with " + std::to_string(count) + " entries";
 }
 
-bool canBeCompared(const Status& status) {
-    return status.record.state != Record::State::Unreadable;
-}
-
-/// Calls `visit` with each product, and each place and record of what is installed of it as one piece.
+/// Calls `visit` with each file or whole folder of each product that is in the record.
 template <class Visitor>
 void forEachRecordedLeaf(const Status& status, Visitor visit) {
     for (PlacedProduct* const product : status.products) {
@@ -78,27 +74,29 @@ std::string pathsIn(const std::vector<Place>& places) {
     return text;
 }
 
-std::string subject(std::size_t count) {
+const char* isOrAre(std::size_t count) {
     return count == 1 ? "is" : "are";
 }
 
 // Missing, or something else
 
-/// A path on this machine where something recorded should be and is not, the uppermost of its kind.
+/// The uppermost path on this machine that should be there because of the record, and is missing or of
+/// another kind.
 struct Loss {
     const TreeNode* node;
-    const PlacedProduct* product; ///< one that brings it
-    std::set<VLString> leaves;    ///< of the tree
+    const PlacedProduct* product; ///< a product that installs it
+    std::set<VLString> leaves;    ///< the lost files and whole folders, by their path in the tree
     std::vector<std::string> paths;
     bool bOtherKind;
 };
 
-/// Whether the recorded build of the path is that of the product, so that its files are the right ones.
+/// Whether the product has the recorded build of the path. Then an install of the product brings the right
+/// file.
 bool isOfRecordedBuild(const PlacedProduct& product, const Record::Node& recorded) {
     return recorded.recorded->isDirectory || recorded.recorded->build == product.info().build;
 }
 
-/// By path on this machine.
+/// All losses, by path on this machine.
 std::map<VLString, Loss> lossesIn(const Status& status) {
     std::map<VLString, Loss> losses;
     for (const PlacedProduct* const product : status.products) {
@@ -113,13 +111,12 @@ std::map<VLString, Loss> lossesIn(const Status& status) {
                 }
                 VLString top = place.path;
                 const TreeNode* node = spot.node;
-                while (!isSomething(top) && top.Size() > place.target.Size() &&
+                while (!exists(top) && top.Size() > place.target.Size() &&
                        !S_ISDIR(typeOf(folderAbove(top)))) {
                     top = folderAbove(top);
                     node = node->parent;
                 }
-                Loss& loss =
-                    losses.try_emplace(top, Loss{node, product, {}, {}, isSomething(top)}).first->second;
+                Loss& loss = losses.try_emplace(top, Loss{node, product, {}, {}, exists(top)}).first->second;
                 if (loss.leaves.insert(spot.node->treePath).second) {
                     loss.paths.push_back(toString(place.path));
                 }
@@ -133,7 +130,7 @@ std::map<VLString, Loss> lossesIn(const Status& status) {
 }
 
 void missingFile(Status& status, const StatusReport& report) {
-    if (!canBeCompared(status)) {
+    if (!status.canCompareRecord()) {
         return;
     }
     const std::map<VLString, Loss> losses = lossesIn(status);
@@ -177,7 +174,7 @@ std::string kindOf(const VLString& path) {
 }
 
 void changedKind(Status& status, const StatusReport& report) {
-    if (!canBeCompared(status)) {
+    if (!status.canCompareRecord()) {
         return;
     }
     for (const auto& [path, loss] : lossesIn(status)) {
@@ -235,7 +232,7 @@ void folderForFile(Status& status, const StatusReport& report) {
         paths.push_back(toString(path));
     }
     report(status.record.at(*first),
-           firstFew(paths) + " " + subject(paths.size()) +
+           firstFew(paths) + " " + isOrAre(paths.size()) +
                (paths.size() == 1 ? " a folder where a file of " : " folders where files of ") +
                quoted(owner->info()) +
                (paths.size() == 1 ? " goes: it may be someone's own"
@@ -260,7 +257,7 @@ std::int32_t recordedUsesOf(const Status& status, const VLString& path) {
         }));
 }
 
-/// Whether the counts still have the uses of a product that the record does not list.
+/// Whether the counts still contain the uses of a product that the record does not list.
 bool isStillCounted(const Status& status, const PlacedProduct& product) {
     bool bAny = false;
     for (const Spot& spot : product.spots()) {
@@ -273,12 +270,12 @@ bool isStillCounted(const Status& status, const PlacedProduct& product) {
     return bAny;
 }
 
-/// An XML attribute of that name.
+/// An XML attribute, with a blank before it.
 std::string attribute(const char* name, const VLString& value) {
     return std::string(" ") + name + "=" + quotedText(value);
 }
 
-/// What of the product is there.
+/// The files and whole folders of the product that are on this machine.
 std::vector<std::string> filesOf(const PlacedProduct& product) {
     std::vector<std::string> paths;
     for (const Spot& spot : product.spots()) {
@@ -294,9 +291,10 @@ std::vector<std::string> filesOf(const PlacedProduct& product) {
 void productNotRecorded(Status& status, const StatusReport& report) {
     for (PlacedProduct* const product : status.products) {
         const InstalledProduct* installed = status.installedOf(*product);
-        const bool bAsked = status.record.state == Record::State::Readable ||
-                            (status.record.state == Record::State::Missing && installed != nullptr);
-        if (!bAsked || isRecorded(status, *product)) {
+        const bool bShouldBeRecorded =
+            status.record.state == Record::State::Readable ||
+            (status.record.state == Record::State::Missing && installed != nullptr);
+        if (!bShouldBeRecorded || isRecorded(status, *product)) {
             continue;
         }
         const auto& info = product->info();
@@ -374,14 +372,14 @@ void otherBuild(Status& status, const StatusReport& report) {
     }
 }
 
-/// A part of the tree that is there and not in the record.
+/// A part of the tree that is on this machine and not in the record.
 struct Unrecorded {
     const TreeNode* top;
     std::vector<std::string> paths;
 };
 
-/// Null for what is not recorded since the record has a file in the place of a folder, which "changed-kind"
-/// tells.
+/// The uppermost node on the way to `leaf` that is not recorded. Null if the record has a file where the tree
+/// has a folder: "changed-kind" reports that.
 const TreeNode* uppermostUnrecorded(const Status& status, const TreeNode& leaf) {
     const TreeNode* top = &leaf;
     while (top->parent->parent != nullptr) {
@@ -413,7 +411,8 @@ std::vector<Unrecorded> unrecordedOf(const Status& status, const PlacedProduct& 
     return found;
 }
 
-/// Installing one of several products again would count one use.
+/// How the path gets into the record. If several products use it, an install of one of them counts one use
+/// only.
 std::string howToEnter(const Status& status, const PlacedProduct& product, const VLString& path) {
     std::vector<std::string> users;
     for (const PlacedProduct* const each : status.products) {
@@ -427,15 +426,16 @@ std::string howToEnter(const Status& status, const PlacedProduct& product, const
 }
 
 void notRecorded(Status& status, const StatusReport& report) {
-    if (!canBeCompared(status)) {
+    if (!status.canCompareRecord()) {
         return;
     }
     std::set<VLString> reported;
     for (PlacedProduct* const product : status.products) {
-        const bool bTold = !isRecorded(status, *product) && (status.record.state == Record::State::Readable ||
-                                                             status.installedOf(*product) != nullptr);
-        if (bTold) {
-            continue; // by "product-not-recorded"
+        const bool bProductReported =
+            !isRecorded(status, *product) &&
+            (status.record.state == Record::State::Readable || status.installedOf(*product) != nullptr);
+        if (bProductReported) {
+            continue; // "product-not-recorded" reports the whole product
         }
         const std::vector<Unrecorded> found = unrecordedOf(status, *product, reported);
         if (found.empty()) {
@@ -486,7 +486,7 @@ void forEachLeftBehind(const Status& status, Visitor visit) {
                 inUse = placesInUse(status);
             }
             for (const Place& place : spot.idle) {
-                // A target folder alone may be anyone's.
+                // A target folder itself may belong to anyone.
                 if (place.path != place.target && inUse.count(place.path.ToLower()) == 0 &&
                     fits(spot, place.path)) {
                     visit(*product, spot, place, *recorded);
@@ -496,7 +496,8 @@ void forEachLeftBehind(const Status& status, Visitor visit) {
     }
 }
 
-struct Left {
+/// The files of a product that are left behind in one target folder.
+struct FilesLeftBehind {
     const PlacedProduct* product;
     VLString treePath;
     Location where;
@@ -505,14 +506,15 @@ struct Left {
 };
 
 void leftBehind(Status& status, const StatusReport& report) {
-    if (!canBeCompared(status)) {
+    if (!status.canCompareRecord()) {
         return;
     }
-    std::map<VLString, Left> left; // by target folder
+    std::map<VLString, FilesLeftBehind> left; // by target folder
     forEachLeftBehind(status, [&](const PlacedProduct& product, const Spot& spot, const Place& place,
                                   const Record::Node& recorded) {
-        left.try_emplace(place.target,
-                         Left{&product, spot.node->treePath, status.record.at(recorded), place.element, {}})
+        left.try_emplace(
+                place.target,
+                FilesLeftBehind{&product, spot.node->treePath, status.record.at(recorded), place.element, {}})
             .first->second.paths.insert(place.path);
     });
     for (const auto& [target, found] : left) {
@@ -542,7 +544,7 @@ std::string userOf(const std::string& home) {
 void otherHome(Status& status, const StatusReport& report) {
     for (const auto& [home, paths] : status.inOtherHomes) {
         report(status.record.start(),
-               files(paths.size()) + " " + subject(paths.size()) + " in the home of the user " +
+               files(paths.size()) + " " + isOrAre(paths.size()) + " in the home of the user " +
                    userOf(home) + ": " + firstFew(paths),
                "An uninstall looks in the home of the user who starts it: only that user's uninstall removes "
                "them.",
@@ -622,7 +624,7 @@ void severalFolders(Status& status, const StatusReport& report) {
 
 // Counts
 
-/// How many products use the path: those that are recorded, and those that the record has lost but still
+/// Counts the products that use a path: the recorded ones, and those that the record does not list but still
 /// counts.
 class Uses {
 public:
@@ -644,7 +646,7 @@ private:
     std::vector<const PlacedProduct*> products;
 };
 
-/// Whether an uninstaller on this machine has the path, whatever was given.
+/// Whether an uninstaller on this machine lists the path, even if its product is not compared.
 bool isInUninstaller(const Status& status, const VLString& path) {
     const auto& installed = status.installed.all();
     return std::any_of(installed.begin(), installed.end(), [&](const auto& product) {
@@ -652,8 +654,9 @@ bool isInUninstaller(const Status& status, const VLString& path) {
     });
 }
 
-/// Adds where the recorded path is on this machine, as far as products with the folder above it tell. What
-/// may be a product's own, in a folder that it copies whole or under another path of the tree, is left out.
+/// Adds the paths where the recorded node is on this machine. They follow from the products that list the
+/// folder above it. Leaves out what may belong to a product: inside a folder that it copies whole, or as
+/// another path of its tree.
 void addPlacesOnDisk(const Status& status, const Record::Node& node, std::set<VLString>& found) {
     const std::set<VLString> inUse = placesInUse(status);
     std::set<VLString> paths;
@@ -664,7 +667,7 @@ void addPlacesOnDisk(const Status& status, const Record::Node& node, std::set<VL
         }
         for (const Place& place : above == nullptr ? std::vector<Place>() : above->places) {
             const VLString path = PathLibrary::GetDirectoryWithFile(place.path, node.recorded->name);
-            if (isSomething(path) && inUse.count(path.ToLower()) == 0) {
+            if (exists(path) && inUse.count(path.ToLower()) == 0) {
                 paths.insert(path);
             }
         }
@@ -672,9 +675,9 @@ void addPlacesOnDisk(const Status& status, const Record::Node& node, std::set<VL
     found.insert(paths.begin(), paths.end());
 }
 
-/// What the record has and no installed product lists.
+/// Recorded paths that no installed product lists.
 struct Unlisted {
-    std::vector<const Record::Node*> tops; ///< those in folders that products list
+    std::vector<const Record::Node*> tops; ///< the uppermost ones
     std::vector<std::string> treePaths;
 };
 
@@ -748,7 +751,8 @@ void countDiffers(Status& status, const StatusReport& report) {
 
 // Shortcuts
 
-/// The install of a product with an older build than the recorded one does not copy the file again.
+/// The product whose install copies the recorded file again. An older build than the recorded one does not.
+/// `one` if no product has the recorded build.
 const PlacedProduct& copierOf(const Status& status, const Record::Node& recorded, const PlacedProduct& one) {
     const VLString path = pathOf(recorded);
     const auto found =
@@ -773,12 +777,12 @@ void shortCut(Status& status, const StatusReport& report) {
             const auto& copier = copierOf(status, recorded, product).info();
             report(status.record.at(recorded),
                    quotedText(link) +
-                       (target.IsSet()      ? " leads to " + quotedText(target)
-                        : isSomething(link) ? std::string(" is no link")
-                                            : std::string(" is missing")) +
+                       (target.IsSet() ? " leads to " + quotedText(target)
+                        : exists(link) ? std::string(" is no link")
+                                       : std::string(" is missing")) +
                        ", and should lead to " + quotedText(spot.places.front().path),
-                   isSomething(link) ? "The uninstall that removes the file removes it all the same."
-                                     : "Users do not find the file where the product says.",
+                   exists(link) ? "The uninstall that removes the file removes it all the same."
+                                : "Users do not find the file where the product says.",
                    "Install " + quoted(copier) + " again, which makes the shortcut when it copies the file.",
                    {toString(link)})
                 .install = toString(copier.ID);
@@ -786,7 +790,7 @@ void shortCut(Status& status, const StatusReport& report) {
     });
 }
 
-// What becomes of each path
+// The condition of each path
 
 void lookIntoOtherHomes(Status& status) {
     std::set<VLString> inUse;
@@ -829,7 +833,7 @@ void lookIntoOtherHomes(Status& status) {
 
 Condition conditionOf(const Spot& spot, const Place& place) {
     return !spot.bLeaf || fits(spot, place.path) ? Condition::There
-           : isSomething(place.path)             ? Condition::OtherKind
+           : exists(place.path)                  ? Condition::OtherKind
                                                  : Condition::Missing;
 }
 
@@ -844,7 +848,7 @@ bool isComplete(const Status& status) {
     });
 }
 
-void weighConditions(Status& status) {
+void findConditions(Status& status) {
     lookIntoOtherHomes(status);
     std::map<const Record::Node*, Condition> here;
     for (const PlacedProduct* const product : status.products) {
@@ -863,7 +867,8 @@ void weighConditions(Status& status) {
             }
         }
     }
-    // What is missing here and in another place is not lost: it has one finding, with its place.
+    // A path that is missing here but exists in another home is not lost. The finding about that home
+    // explains it.
     for (auto& [recorded, condition] : here) {
         const auto other = status.conditions.find(recorded);
         if (other != status.conditions.end() &&

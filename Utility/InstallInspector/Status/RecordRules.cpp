@@ -1,5 +1,5 @@
-// What is wrong with a record by itself. The engine alone writes it, so that all of this comes from other
-// hands or from a damaged disk.
+// Mistakes inside a record. Only the engine writes it, so these come from somebody's edit or from a damaged
+// disk.
 #include "Foundation/Machine.h"
 #include "Foundation/PathLibrary.h"
 #include "Utility/InstallInspector/Documents/Product.h"
@@ -41,7 +41,7 @@ void forEachPath(const Status& status, Visitor visit) {
     }
 }
 
-/// The number that the whole text is; -1 for none.
+/// The number in `text`. -1 if the text is anything else than digits, or the number is too large.
 long countIn(const char* text) {
     if (*text == '\0' || text[std::strspn(text, "0123456789")] != '\0') {
         return -1;
@@ -51,7 +51,7 @@ long countIn(const char* text) {
     return errno == 0 && count <= std::numeric_limits<std::int32_t>::max() ? count : -1;
 }
 
-/// The attribute's own text; empty when there is none.
+/// The text of the attribute. Empty if it is missing.
 const char* textOf(const Entry& entry, const char* attribute) {
     const char* text = entry.element->Attribute(attribute);
     return text == nullptr ? "" : text;
@@ -156,7 +156,7 @@ void recordEntryIgnored(Status& status, const StatusReport& report) {
     });
 }
 
-/// An entry by which others of the same parent are told from it.
+/// An entry, and the attribute that must be unique among the entries of the same parent.
 struct Named {
     const Entry* entry;
     const char* attribute;
@@ -178,7 +178,7 @@ void recordDuplicate(Status& status, const StatusReport& report) {
             named.push_back({&entry, "ID"});
         }
     }
-    std::stable_sort(named.begin(), named.end()); // so that those of one name stand side by side
+    std::stable_sort(named.begin(), named.end()); // puts equal names next to each other
     const Named* first = nullptr;
     for (const Named& other : named) {
         if (first == nullptr || *first < other) {

@@ -17,15 +17,15 @@ Finding& StatusReport::operator()(const Location& where, std::string message, st
 
 namespace {
 
-void ask(const std::vector<StatusRuleEntry>& rules, Status& status) {
+void applyRules(const std::vector<StatusRuleEntry>& rules, Status& status) {
     for (const StatusRuleEntry& entry : rules) {
         entry.inspect(status, StatusReport(entry.rule, status));
     }
 }
 
-/// With the definitions at hand "count-differs" and "in-no-definition" tell of each wrong count what it
-/// should be. What can be said of it without them may be the opposite.
-void leaveCountsToTheDefinitions(Status& status) {
+/// Removes the findings that guess from the record alone which count is wrong. With all definitions
+/// available, "count-differs" and "in-no-definition" report the right count, which may be the opposite.
+void removeGuessesAboutCounts(Status& status) {
     if (!isComplete(status)) {
         return;
     }
@@ -38,8 +38,8 @@ void leaveCountsToTheDefinitions(Status& status) {
                    findings.end());
 }
 
-/// Of two for one product, the one that was placed with what is recorded.
-bool isBetter(const InstalledProduct& candidate, const InstalledProduct& taken, const Status& status) {
+/// Compares two installed definitions of one product. The better one fits the recorded build and name.
+bool isBetter(const InstalledProduct& candidate, const InstalledProduct& chosen, const Status& status) {
     const auto fits = [&](const InstalledProduct& product) {
         const auto& info = product.files.info();
         const int index = status.record.content.getProductIndex(info);
@@ -49,7 +49,7 @@ bool isBetter(const InstalledProduct& candidate, const InstalledProduct& taken, 
         const auto& recorded = status.record.content.products[static_cast<unsigned long>(index)];
         return (recorded.build == info.build ? 1 : 0) + (recorded.name == info.name ? 1 : 0);
     };
-    return fits(candidate) > fits(taken);
+    return fits(candidate) > fits(chosen);
 }
 
 } // namespace
@@ -58,7 +58,7 @@ void Status::compareInstalled(const VLString& folder) {
     for (const auto& each : installed.all()) {
         const bool bForeign = each->isShared() && !(each->files.info().ID == SharedPackage::ID);
         if (!each->isReadable() || bForeign) {
-            continue; // which rules of their own tell
+            continue; // other rules report these
         }
         if (!isSameFolder(each->files.statusFolder(), folder)) {
             elsewhere.push_back(each.get());
@@ -76,20 +76,20 @@ void Status::compareInstalled(const VLString& folder) {
 }
 
 void Status::inspect() {
-    ask(recordRules(), *this);
+    applyRules(recordRules(), *this);
     record.interpret();
     if (given.empty() && bThisMachine) {
         compareInstalled(folderAbove(toVLString(record.path)));
     }
-    leaveCountsToTheDefinitions(*this);
-    weighConditions(*this);
+    removeGuessesAboutCounts(*this);
+    findConditions(*this);
     if (bThisMachine) {
-        ask(uninstallerRules(), *this);
+        applyRules(uninstallerRules(), *this);
     }
-    ask(machineRules(), *this);
+    applyRules(machineRules(), *this);
     if (contents.bVerified) {
         verifyContents(*this);
-        ask(contentRules(), *this);
+        applyRules(contentRules(), *this);
     }
     sortFindings(findings);
 }
@@ -118,7 +118,7 @@ std::vector<StatusRule> allStatusRules() {
     return rules;
 }
 
-// What the rules share
+// Shared by the rules
 
 VLString targetOfLink(const VLString& link) {
     char target[PATH_MAX];
@@ -132,13 +132,13 @@ std::string quoted(const SKUDefinition::SKUInfo& info) {
 
 std::string firstFew(const std::vector<std::string>& texts) {
     constexpr std::size_t most = 3;
-    const std::size_t shown = std::min(most, texts.size());
+    const std::size_t listed = std::min(most, texts.size());
     std::string text;
-    for (std::size_t i = 0; i < shown; ++i) {
+    for (std::size_t i = 0; i < listed; ++i) {
         const bool bLast = i + 1 == texts.size();
         text += (i == 0 ? "" : bLast ? " and " : ", ") + quotedText(toVLString(texts[i]));
     }
-    return texts.size() > shown ? text + " and " + std::to_string(texts.size() - shown) + " more" : text;
+    return texts.size() > listed ? text + " and " + std::to_string(texts.size() - listed) + " more" : text;
 }
 
 std::string files(std::size_t count) {

@@ -14,15 +14,15 @@
 #include <string>
 #include <vector>
 
-/// A record, and the products whose files it is compared with, if any.
+/// A record, and the products whose files it is compared with. There may be no such product.
 struct Status {
-    /// What has become of a recorded path, as far as the compared products tell. Of several the last in this
-    /// list counts.
+    /// The state of a recorded path on this machine, as far as the compared products show it. If several
+    /// states apply, the last one in this list counts.
     enum class Condition {
         Unknown,
         NoTarget,
         There,
-        NotVerified, ///< this and those of content are told only when contents are verified
+        NotVerified, ///< set only when contents are verified, like those with "Content" and Truncated
         ForeignContent,
         OtherHome,
         OlderContent,
@@ -32,74 +32,81 @@ struct Status {
         OtherKind,
         LeftBehind
     };
-    /// A file on this machine that is another one than the manifests of the compared products say.
+    /// A file on this machine that differs from the manifests of the compared products.
     struct ContentFault {
         enum class Kind {
-            Missing,     ///< of a whole folder
+            Missing,     ///< a file inside a folder that is installed as one piece
             Truncated,   ///< shorter than its manifest says
-            Older,       ///< that of an older build
-            Changed,     ///< of other content
-            Foreign,     ///< in a whole folder, and in no manifest
-            Unreadable,  ///< it cannot be known what it is
-            UnknownBuild ///< the manifest of its recorded build is not at hand
+            Older,       ///< the file of an older build
+            Changed,     ///< has other content
+            Foreign,     ///< lies in a folder that is installed as one piece, and is in no manifest
+            Unreadable,  ///< cannot be read, so its content is not known
+            UnknownBuild ///< the manifest of its recorded build is not available
         };
         Kind kind;
         std::string path;             ///< on this machine
-        std::string text;             ///< what is the matter, to stand behind the path
-        VLString treePath;            ///< of the entry
-        const PlacedProduct* product; ///< the one that says otherwise
+        std::string text;             ///< the fault, worded to follow the path in a sentence
+        VLString treePath;            ///< of the entry in the tree
+        const PlacedProduct* product; ///< the product with the manifest; not owned
     };
-    /// What the manifests in the definitions say of the files on this machine.
+    /// The result of comparing the files on this machine with the manifests in the definitions.
     struct Contents {
-        bool bVerified = false;           ///< whether it was asked for; all the rest is empty otherwise
-        std::size_t files = 0;            ///< that were compared
-        std::vector<ContentFault> faults; ///< by path
-        /// Files and whole folders of which no definition has a manifest, by product.
+        bool bVerified = false;           ///< whether the user asked for it; without it the rest is empty
+        std::size_t files = 0;            ///< the number of compared files
+        std::vector<ContentFault> faults; ///< sorted by path
+        /// Paths of files and whole folders for which no definition has a manifest, by product.
         std::map<const PlacedProduct*, std::vector<std::string>> withoutManifest;
     };
 
     Record record;
-    /// Whether the record is that of the machine in use: what all products leave there is compared, too.
+    /// Whether the record is the one of the machine in use. Then also uninstallers and the like are checked.
     bool bThisMachine = false;
     InstalledProducts installed;
+    /// The products from the command line.
     std::vector<std::unique_ptr<PlacedProduct>> given;
-    /// Those that are compared, of the installed or of the given ones.
+    /// The compared products. They are owned by `installed` or by `given`.
     std::vector<PlacedProduct*> products;
-    /// Installed products that are not compared since they keep their record in another folder.
+    /// Installed products that are not compared, because they keep their record in another folder.
     std::vector<const InstalledProduct*> elsewhere;
 
-    // What `inspect` finds out:
+    // The results of `inspect`:
     std::map<const Record::Node*, Condition> conditions;
     /// Files of recorded paths in the home folders of other users, by home folder.
     std::map<std::string, std::vector<std::string>> inOtherHomes;
-    /// Other home folders that this user may not look into, with what may be there.
+    /// Files that may be in home folders that this user may not read, by home folder.
     std::map<std::string, std::vector<std::string>> hiddenHomes;
-    /// Paths that are missing here for a cause that is told by itself.
+    /// Missing paths that have a finding of their own with the cause.
     std::set<const Record::Node*> explained;
-    /// IDs of recorded products of which it is told why they are not compared.
+    /// IDs of recorded products that are not compared and have a finding with the cause.
     std::set<VLString> explainedProducts;
     Contents contents;
     std::vector<Finding> findings;
 
-    /// Compares the installed products that keep their record in the folder `folder`.
-    void compareInstalled(const VLString& folder);
-    /// Asks all rules, and takes the record's document down between those that look at it and the others.
+    /// Runs all rules and fills the members above. Frees the record's XML document after the rules that
+    /// read it.
     void inspect();
 
+    /// Whether the record can be compared with products: it is readable, or there is none.
+    bool canCompareRecord() const { return record.state != Record::State::Unreadable; }
     bool isNothingInstalled() const;
-    /// The one of which `product` is; null when it was given.
+    /// The installed product to which the compared `product` belongs. Null if it comes from the command line.
     const InstalledProduct* installedOf(const PlacedProduct& product) const;
+
+private:
+    /// Puts the installed products that keep their record in `folder` into `products`, the others into
+    /// `elsewhere`.
+    void compareInstalled(const VLString& folder);
 };
 
-/// One kind of finding of `status`. Like those of `check` they have a function and a line in the table of
-/// their group, and the tests ask for their names in the man page.
+/// One kind of finding of `status`. To add one, write a function and a line in the table of its group. A
+/// test checks that the man page has its name.
 struct StatusRule {
-    const char* name; ///< in kebab case; never changed, since scripts rely on it
+    const char* name; ///< in kebab case; never changes, because scripts use it
     Severity severity;
     const char* summary; ///< one line, for lists of rules
 };
 
-/// Takes the findings of one rule.
+/// Adds the findings of one rule to the status.
 class StatusReport {
 public:
     StatusReport(const StatusRule& reportedRule, Status& inspected) : rule(reportedRule), status(inspected) {}
@@ -118,32 +125,33 @@ struct StatusRuleEntry {
     void (*inspect)(Status& status, const StatusReport& report);
 };
 
-/// RecordRules.cpp: the record by itself.
-const std::vector<StatusRuleEntry>& recordRules();
-/// UninstallerRules.cpp: what products leave on the machine beside their files, for the record of the
-/// machine.
-const std::vector<StatusRuleEntry>& uninstallerRules();
-/// MachineRules.cpp: against products and this machine.
-const std::vector<StatusRuleEntry>& machineRules();
+// The groups, each with its table at the end of its file.
 
-/// ContentRules.cpp: what verifyContents has found.
+/// RecordRules.cpp: mistakes inside the record. They need its XML document.
+const std::vector<StatusRuleEntry>& recordRules();
+/// UninstallerRules.cpp: uninstallers and other things that products leave on the machine besides their
+/// files. Only for the record of the machine in use.
+const std::vector<StatusRuleEntry>& uninstallerRules();
+/// MachineRules.cpp: the record compared with products and this machine.
+const std::vector<StatusRuleEntry>& machineRules();
+/// ContentRules.cpp: the faults that verifyContents has found.
 const std::vector<StatusRuleEntry>& contentRules();
 
-/// Reads what is installed, and fills `contents`. Marks `conditions`, too.
+/// Compares the installed files with their manifests. Fills `contents`, and updates `conditions`.
 void verifyContents(Status& status);
 /// "missing", "truncated" and so on.
 const char* nameOf(Status::ContentFault::Kind kind);
 
 /// Fills `conditions`, `inOtherHomes`, `hiddenHomes` and `explained`.
-void weighConditions(Status& status);
-/// Whether each recorded product is compared, in the build that is recorded: counts can be weighed then.
+void findConditions(Status& status);
+/// Whether each recorded product is compared, and in its recorded build. Only then can counts be checked.
 bool isComplete(const Status& status);
 
-/// What the symbolic link says; empty when it is none.
+/// The target of the symbolic link at `link`. Empty if there is no link.
 VLString targetOfLink(const VLString& link);
-/// The ID in quotes, or the name where there is none.
+/// The product's ID in quotes. If it has no ID, its name.
 std::string quoted(const SKUDefinition::SKUInfo& info);
-/// The first few in quotes, and how many more there are.
+/// The first three texts in quotes, and the number of the others.
 std::string firstFew(const std::vector<std::string>& texts);
 /// "1 file", "2 files".
 std::string files(std::size_t count);

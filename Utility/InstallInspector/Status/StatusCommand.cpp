@@ -25,7 +25,7 @@ bool readProducts(const StatusOptions& options, Status& status, std::string& err
     return true;
 }
 
-/// The folder that was given, else the one that the first product names, else that of the machine.
+/// The folder with the record: the given one, or that of the first given product, or that of the machine.
 std::string folderOf(const StatusOptions& options, const Status& status) {
     if (!options.folder.empty()) {
         return options.folder;
@@ -34,7 +34,7 @@ std::string folderOf(const StatusOptions& options, const Status& status) {
                                          : status.given.front()->statusFolder());
 }
 
-/// Whether the record is one that products on this machine use, and not one from elsewhere.
+/// Whether products on this machine use the record. It may also be a copy, or come from another machine.
 bool isOfThisMachine(const StatusOptions& options, const Status& status) {
     const VLString path = toVLString(status.record.path);
     const VLString folder = folderAbove(path);

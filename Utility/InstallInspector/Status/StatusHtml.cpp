@@ -1,4 +1,4 @@
-// What is installed, as a page. From the top: what is wrong and what to do, the products, each host and
+// The page about what is installed. From the top: what is wrong and what to do, the products, each host and
 // family with its folders, every recorded path, and what support needs.
 #include "Foundation/Machine.h"
 #include "Utility/InstallInspector/Documents/ConditionResult.h"
@@ -38,7 +38,7 @@ struct PlaceRow {
     std::map<std::string, bool> files; ///< paths, and whether something is there
 };
 
-/// All of them, those of a host one after the other.
+/// The rows of all compared products, sorted by host.
 class PlaceRows {
 public:
     explicit PlaceRows(const Status& status) {
@@ -107,8 +107,8 @@ private:
         return rows.size() - 1;
     }
 
-    std::map<TargetKey, std::size_t> rowOfTarget; ///< of one product
-    std::map<std::string, std::size_t> hosts;     ///< in which order they come
+    std::map<TargetKey, std::size_t> rowOfTarget; ///< for the product that is being added
+    std::map<std::string, std::size_t> hosts;     ///< the position of each host
 };
 
 class StatusPage {
@@ -286,7 +286,7 @@ private:
         }
     }
 
-    /// `rows`: how many the host has, for the first of them.
+    /// `rows` is the number of rows of the host for its first row, and 0 for the others.
     void write(const PlaceRow& row, std::size_t rows) {
         const auto line =
             row.bApplies ? html.in(PageTag::Tr) : html.in(PageTag::Tr, {{PageName::Class, "no"}});
@@ -397,7 +397,7 @@ private:
         }
     }
 
-    /// What is bad is seen without a click, as long as it is not too much to look at.
+    /// Opens a folder with bad entries, so that they are seen without a click. Not if there are too many.
     void folder(const Record::Node& node) {
         constexpr std::size_t mostOpen = 50;
         const Totals& sums = totals[&node];
@@ -431,7 +431,7 @@ private:
         }
     }
 
-    /// The paths on this machine, where the one of a folder above does not say it.
+    /// The paths on this machine. Only where they do not follow from the path of the folder above.
     void details(const Record::Node& node) {
         const VLString treePath = pathOf(node);
         if (isBad(node)) {

@@ -13,7 +13,7 @@ using Node = Record::Node;
 
 struct Row {
     std::string count;
-    std::string branch; ///< lines of the tree
+    std::string branch; ///< the lines of the tree before the name
     std::string name;
     std::string build;
     std::string shortCut;
@@ -44,7 +44,8 @@ struct Widths {
     std::size_t name = 0;
     std::size_t build = 0;
 
-    /// For the rows of all paths below `parent`, the first of which have lines of that width before the name.
+    /// Widens the columns for the rows of all paths below `parent`. `branch` is the width of the lines before
+    /// the names of its children.
     void makeRoomFor(const Node& parent, std::size_t branch) {
         constexpr std::size_t widestName = 60;
         for (const Node* child : parent.children) {
@@ -93,7 +94,7 @@ void writeRows(const Status& status, const Node& parent, const std::string& inde
     }
 }
 
-/// Row by row: all of them would take more memory than the record itself.
+/// Writes row by row, because all rows together would take more memory than the record itself.
 void writeTree(const Status& status, const Painter& painter, Output& output) {
     if (status.record.nodes.size() < 2) {
         return; // the root alone, at most
@@ -131,7 +132,7 @@ std::string printedProducts(const Status& status, const Painter& painter) {
     return text;
 }
 
-/// What the manifests say otherwise, file by file.
+/// The files that differ from their manifests.
 void writeContents(const Status& status, const Painter& painter, Output& output) {
     const auto& faults = status.contents.faults;
     if (faults.empty()) {
@@ -237,7 +238,7 @@ void write(JsonWriter& json, const Status& status, const Node& node) {
     json.endObject();
 }
 
-/// Members that are there with --verify alone.
+/// Writes the members that exist only with --verify.
 void writeContents(const Status& status, JsonWriter& json) {
     if (!status.contents.bVerified) {
         return;

@@ -5,11 +5,11 @@
 #include <string>
 #include <vector>
 
-// What the texts and pages about a record share.
+// Shared by the texts and the pages about a record.
 
-/// What has become of a recorded path, in words.
+/// The words and the colour for the condition of a recorded path.
 struct ConditionText {
-    const char* text; ///< empty for what needs no word
+    const char* text; ///< empty for a condition that is not printed
     const char* json;
     Status::Condition condition;
     Colour colour;
@@ -20,11 +20,11 @@ Status::Condition conditionOf(const Status& status, const Record::Node& node);
 
 Colour colourOf(Status::ContentFault::Kind kind);
 
-/// The children as people look for them; the record has the longest names first.
+/// The children, sorted by name without regard to case. The record has the longest names first.
 std::vector<const Record::Node*> byName(const Record::Node& parent);
-/// Where the compared products have the path, each place once.
+/// The paths on this machine where the compared products put `treePath`, each once.
 std::vector<std::string> placesOf(const Status& status, const VLString& treePath);
-/// What the record and the findings come to.
+/// One sentence that sums up the record and the findings.
 std::string outcomeOf(const Status& status);
 
 std::string asHtml(const Status& status);

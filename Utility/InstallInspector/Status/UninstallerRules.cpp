@@ -1,4 +1,4 @@
-// What the products leave on the machine beside their files: uninstallers, the shared package's definition
+// What the products leave on the machine besides their files: uninstallers, the shared package's definition
 // and the link to the Application Manager.
 #include "Foundation/Machine.h"
 #include "Foundation/PathLibrary.h"
@@ -16,11 +16,7 @@ bool isShared(const Info& info) {
     return info.ID == SharedPackage::ID;
 }
 
-bool canBeRead(const Status& status) {
-    return status.record.state != Record::State::Unreadable;
-}
-
-bool isThere(const std::string& path) {
+bool exists(const std::string& path) {
     return Machine::current().linkTypeOf(toVLString(path)) != 0;
 }
 
@@ -35,7 +31,7 @@ std::string uninstallerOf(const Info& info) {
     return uninstallersFolder + (uninstallerBegin + toString(info.name)) + uninstallerEnd;
 }
 
-/// The product's name, of which the uninstaller's is made.
+/// The product's name inside the path of its uninstaller.
 std::string nameIn(const std::string& uninstaller) {
     const std::size_t begin = (uninstallersFolder + std::string(uninstallerBegin)).size();
     return uninstaller.substr(begin, uninstaller.size() - std::string(uninstallerEnd).size() - begin);
@@ -45,7 +41,7 @@ std::string quotedPath(const std::string& path) {
     return quotedText(toVLString(path));
 }
 
-/// The recorded product whose uninstaller has that path; null when there is none.
+/// The recorded product whose uninstaller has this path. Null if there is none.
 const Info* recordedOwnerOf(const Status& status, const std::string& uninstaller) {
     const auto& recorded = status.record.content.products;
     const auto found = std::find_if(recorded.begin(), recorded.end(), [&](const Info& info) {
@@ -65,7 +61,7 @@ const InstalledProduct* uninstallerAt(const Status& status, const std::string& p
 
 // Uninstallers
 
-/// Why no uninstaller is for the recorded product; empty when there is one, or one with a fault.
+/// Why the recorded product has no uninstaller. Empty if it has one, even a faulty one.
 std::string whyNone(const Status& status, const Info& info) {
     const std::string path = uninstallerOf(info);
     const InstalledProduct* found = uninstallerAt(status, path);
@@ -103,7 +99,7 @@ void uninstallerMissing(Status& status, const StatusReport& report) {
     }
 }
 
-/// What an uninstaller lacks to be opened; empty when it has it.
+/// The file without which the uninstaller cannot be opened, as a sentence. Empty if it has all files.
 std::string lackOf(const std::string& uninstaller) {
     for (const char* part :
          {"/Contents/Info.plist", "/Contents/MacOS/InstallUtility", "/Contents/MacOS/UninstallLauncher"}) {
@@ -152,7 +148,7 @@ void oldUninstaller(Status& status, const StatusReport& report) {
         const auto& recorded = status.record.content.products;
         const auto same = std::find_if(recorded.begin(), recorded.end(),
                                        [&](const Info& other) { return other.ID == info.ID; });
-        if (same != recorded.end() && isThere(uninstallerOf(*same))) {
+        if (same != recorded.end() && exists(uninstallerOf(*same))) {
             report(at(each->uninstaller),
                    "the uninstaller is for " + quoted(info) +
                        ", which has another: " + quotedPath(uninstallerOf(*same)),
@@ -172,7 +168,7 @@ void oldUninstaller(Status& status, const StatusReport& report) {
 
 constexpr const char* recordShared = "Install the shared package again, which records it.";
 
-/// Whether products are here with which the shared package comes: the record alone may have lost it.
+/// Whether there are products that come with the shared package. Then only the record may have lost it.
 bool hasProducts(const Status& status) {
     const auto& installed = status.installed.all();
     return !status.record.content.products.empty() ||
@@ -180,8 +176,8 @@ bool hasProducts(const Status& status) {
                        [](const auto& product) { return !product->isShared(); });
 }
 
-/// Whether "product-not-recorded" says of the shared package what is to be done.
-bool isCompared(const Status& status) {
+/// Whether the shared package is compared. Then "product-not-recorded" has the advice about it.
+bool isSharedPackageCompared(const Status& status) {
     return std::any_of(status.products.begin(), status.products.end(),
                        [](const PlacedProduct* product) { return isShared(product->info()); });
 }
@@ -192,7 +188,7 @@ std::string sharedDefinition(const Status& status) {
     return toString(PathLibrary::GetDirectoryWithFile(folder, VLString(SharedPackage::ID) + ".xml"));
 }
 
-/// Why the engine cannot use it to uninstall the shared package; empty when it can.
+/// Why the engine cannot uninstall the shared package with the definition at `path`. Empty if it can.
 std::string faultOf(const std::string& path) {
     if (!S_ISREG(Machine::current().typeOf(toVLString(path)))) {
         return "there is no file " + quotedPath(path);
@@ -213,8 +209,8 @@ std::string faultOf(const std::string& path) {
 void sharedDefinitionUnusable(Status& status, const StatusReport& report) {
     const std::string path = sharedDefinition(status);
     const bool bRecorded = status.record.hasProduct(SharedPackage::ID);
-    const std::string fault = bRecorded || isThere(path) ? faultOf(path) : "";
-    if (!canBeRead(status) || fault.empty()) {
+    const std::string fault = bRecorded || exists(path) ? faultOf(path) : "";
+    if (!status.canCompareRecord() || fault.empty()) {
         return;
     }
     status.explainedProducts.insert(SharedPackage::ID);
@@ -232,7 +228,7 @@ void sharedDefinitionUnusable(Status& status, const StatusReport& report) {
     }
 }
 
-/// Whether the compared shared package says itself what is missing of the Application Manager.
+/// Whether the compared shared package lists the Application Manager. Then other rules report it as missing.
 bool listsManager(const Status& status) {
     const std::string manager = SharedPackage::manager;
     return std::any_of(status.products.begin(), status.products.end(), [&](const PlacedProduct* product) {
@@ -252,33 +248,34 @@ void managerLink(Status& status, const StatusReport& report) {
     const mode_t type = Machine::current().linkTypeOf(link);
     const VLString target = targetOfLink(link);
     const bool bRight = target == SharedPackage::manager;
-    if (!canBeRead(status) || (!bRecorded && (!bRight || isCompared(status)))) {
+    if (!status.canCompareRecord() || (!bRecorded && (!bRight || isSharedPackageCompared(status)))) {
         return;
     }
     const char* const again = "Install the shared package again, which places the link.";
-    const auto say = [&](const std::string& message, const char* consequence, const char* advice) {
+    const auto reportLink = [&](const std::string& message, const char* consequence, const char* advice) {
         report(at(toString(link)), message, consequence, advice, {toString(link)}).install =
             advice == again || advice == recordShared ? SharedPackage::ID : "";
     };
     if (!bRecorded) {
-        say("the record does not list the shared package, and the link to the Application Manager is there",
+        reportLink(
+            "the record does not list the shared package, and the link to the Application Manager is there",
             "No uninstall removes it, nor what else is left of the shared package.",
             hasProducts(status) ? recordShared : "Delete the link.");
     } else if (type == 0) {
-        say("the link to the Application Manager is missing", "Users do not find the Application Manager.",
-            again);
+        reportLink("the link to the Application Manager is missing",
+                   "Users do not find the Application Manager.", again);
     } else if (!S_ISLNK(type)) {
-        say("in the place of the link to the Application Manager is something else",
-            "The next install or uninstall of the shared package removes it with everything in it.",
-            "Move it away, and install the shared package again.");
+        reportLink("in the place of the link to the Application Manager is something else",
+                   "The next install or uninstall of the shared package removes it with everything in it.",
+                   "Move it away, and install the shared package again.");
     } else if (!bRight) {
-        say("the link to the Application Manager leads to " + quotedText(target) + ", and should lead to " +
-                quotedPath(SharedPackage::manager),
-            "Users who open it do not get the Application Manager.", again);
+        reportLink("the link to the Application Manager leads to " + quotedText(target) +
+                       ", and should lead to " + quotedPath(SharedPackage::manager),
+                   "Users who open it do not get the Application Manager.", again);
     } else if (Machine::current().typeOf(target) == 0 && !listsManager(status)) {
-        say("the link to the Application Manager leads nowhere: there is no " + quotedText(target),
-            "Users who open it get an error.",
-            "Install a build of the shared package that has the Application Manager.");
+        reportLink("the link to the Application Manager leads nowhere: there is no " + quotedText(target),
+                   "Users who open it get an error.",
+                   "Install a build of the shared package that has the Application Manager.");
     }
 }
 

@@ -1,4 +1,4 @@
-// What lies in the installed files, against the manifests in the definitions of the products.
+// Compares the content of the installed files with the manifests in the definitions of the products.
 #include "Foundation/Machine.h"
 #include "Foundation/VLVersion.h"
 #include "Utility/InstallInspector/Documents/LeftOut.h"
@@ -31,7 +31,7 @@ bool isBelow(const std::string& path, const std::string& folder) {
             path.compare(0, folder.size(), folder) == 0);
 }
 
-/// What one product says of one path on this machine.
+/// What one product expects at one path on this machine.
 class Claim {
 public:
     Claim(const PlacedProduct& claimant, const Spot& claimed, const Record::Node* recordedNode,
@@ -41,9 +41,9 @@ public:
 
     const PlacedProduct* product;
     const Spot* spot;
-    const Record::Node* recorded; ///< null for what is not in the record
-    bool bCompared;               ///< otherwise it only tells what else a file may be
-    bool bBuildOfAnother = false; ///< whether the record has another product with the recorded build
+    const Record::Node* recorded; ///< null if the path is not in the record
+    bool bCompared;               ///< if false, it only helps to find out which file this is
+    bool bBuildOfAnother = false; ///< whether another product in the record has the recorded build
 
     bool hasManifest() const { return !manifest.empty(); }
     std::size_t size() const { return manifest.size(); }
@@ -59,7 +59,7 @@ public:
         return *differences;
     }
 
-    /// Whether it has that part, and the part is as it says.
+    /// Whether the manifest has this part, and the part on this machine is equal.
     bool agrees(const std::string& part, const std::string& path, Progress& progress) {
         const auto found =
             std::lower_bound(manifest.begin(), manifest.end(), part,
@@ -74,7 +74,7 @@ public:
 
 private:
     Manifest::Parts manifest;
-    std::optional<std::vector<Difference>> differences; ///< once it was compared
+    std::optional<std::vector<Difference>> differences; ///< no value before the first comparison
 };
 
 Fault::Kind kindOf(Difference::Kind kind) {
@@ -97,11 +97,11 @@ bool isOfContent(Fault::Kind kind) {
     return kind == Fault::Kind::Truncated || kind == Fault::Kind::Changed;
 }
 
-/// What is known of one path: the file or whole folder there, and who says what it should be.
+/// Compares the file or whole folder at one path with the claims of all products that have it.
 class Judgement {
 public:
-    Judgement(std::string pathOnMachine, std::vector<Claim>& allClaims, Progress& shown)
-        : path(std::move(pathOnMachine)), claims(allClaims), progress(shown) {
+    Judgement(std::string pathOnMachine, std::vector<Claim>& allClaims, Progress& toUpdate)
+        : path(std::move(pathOnMachine)), claims(allClaims), progress(toUpdate) {
         for (const bool bExact : {true, false}) {
             for (Claim& claim : claims) {
                 if (claim.bCompared && (!bExact || claim.isRecordedBuild())) {
@@ -109,13 +109,12 @@ public:
                 }
             }
             if (!ruling.empty()) {
-                break; // the recorded build is what lies there
+                break; // the file there should be that of the recorded build
             }
         }
     }
 
-    /// The product that may have brought what lies there, and of which no manifest says what that is; null
-    /// for none.
+    /// A product that may have installed the path and has no manifest for it. Null if there is none.
     const PlacedProduct* withoutManifest() const {
         const auto found = std::find_if(ruling.begin(), ruling.end(),
                                         [](const Claim* claim) { return !claim->hasManifest(); });
@@ -129,8 +128,8 @@ public:
             for (const Difference& difference : claim->compare(path, progress)) {
                 const bool bWholeMissing =
                     difference.path.empty() && difference.kind == Difference::Kind::Missing;
-                if (bWholeMissing || isAsSomeoneSays(difference)) {
-                    continue; // what is missing as a whole, "missing-file" tells
+                if (bWholeMissing || isRightForSomeProduct(difference)) {
+                    continue; // "missing-file" reports what is missing as a whole
                 }
                 Fault fault = faultOf(difference, *claim);
                 const auto known = found.try_emplace(difference.path, fault);
@@ -148,9 +147,9 @@ public:
     }
 
 private:
-    /// What no product lists may be there through any of them: a copy puts files into a folder and takes none
-    /// away.
-    bool isAsSomeoneSays(const Difference& difference) {
+    /// Whether the part is the right one for some product. A foreign part may come from any product, because
+    /// a copy adds files to a folder and removes none.
+    bool isRightForSomeProduct(const Difference& difference) {
         const auto agrees = [&](Claim& claim) { return claim.agrees(difference.path, path, progress); };
         return difference.kind == Difference::Kind::Foreign
                    ? std::any_of(claims.begin(), claims.end(), agrees)
@@ -184,8 +183,8 @@ private:
         return claim.recorded != nullptr && !claim.recorded->recorded->isDirectory;
     }
 
-    /// Whether somebody else has brought the recorded build: a newer one than all that is at hand, or a
-    /// product that is not compared.
+    /// Whether the recorded build is not available: it is newer than all that are, or that of a product that
+    /// is not compared.
     bool isOfUnknownBuild() const {
         return std::all_of(ruling.begin(), ruling.end(), [](const Claim* claim) {
             return !claim->isRecordedBuild() && hasBuild(*claim) &&
@@ -210,7 +209,7 @@ private:
 
     std::string path;
     std::vector<Claim>& claims;
-    std::vector<Claim*> ruling; ///< those that say what has to be there
+    std::vector<Claim*> ruling; ///< the claims that decide which content is right
     Progress& progress;
 };
 
@@ -270,9 +269,10 @@ Claims claimsOf(const Status& status) {
     return claims;
 }
 
-/// Whether the foreign file is known all the same: systems and tools leave it everywhere, it is the record,
-/// or a product has it there by itself.
-bool isKnown(const Status& status, const Claims& claims, const Fault& fault, const std::string& folder) {
+/// Whether the origin of the foreign file is known. Systems and tools leave it everywhere, it is the record,
+/// or a product lists it by its own path.
+bool isOriginKnown(const Status& status, const Claims& claims, const Fault& fault,
+                   const std::string& folder) {
     if (LeftOut::isJunk(fault.path.substr(fault.path.rfind('/') + 1)) ||
         fault.path.compare(0, status.record.path.size(), status.record.path) == 0) {
         return true;
@@ -303,7 +303,7 @@ Status::Condition conditionOf(Fault::Kind kind) {
     return Status::Condition::NotVerified;
 }
 
-void take(Status& status, Fault fault) {
+void addFault(Status& status, Fault fault) {
     if (const Record::Node* recorded = status.record.find(fault.treePath)) {
         Status::Condition& condition = status.conditions[recorded];
         condition = std::max(condition, conditionOf(fault.kind));
@@ -318,7 +318,7 @@ void verifyContents(Status& status) {
     Progress progress;
     for (auto& [path, all] : claims) {
         if (Machine::current().linkTypeOf(toVLString(path)) == 0) {
-            continue; // "missing-file" tells
+            continue; // "missing-file" reports it
         }
         Judgement judgement(path, all, progress);
         if (const PlacedProduct* product = judgement.withoutManifest()) {
@@ -327,8 +327,8 @@ void verifyContents(Status& status) {
         }
         status.contents.files += judgement.files();
         for (Fault& fault : judgement.faults()) {
-            if (fault.kind != Fault::Kind::Foreign || !isKnown(status, claims, fault, path)) {
-                take(status, std::move(fault));
+            if (fault.kind != Fault::Kind::Foreign || !isOriginKnown(status, claims, fault, path)) {
+                addFault(status, std::move(fault));
             }
         }
     }
