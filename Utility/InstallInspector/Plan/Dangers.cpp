@@ -21,14 +21,14 @@ std::string listed(const std::vector<std::string>& names) {
     return names.size() > most ? text + " and " + std::to_string(names.size() - most) + " more" : text;
 }
 
-const char* chosen(const std::vector<std::string>& names, const char* one, const char* more) {
+const char* singularOrPlural(const std::vector<std::string>& names, const char* one, const char* more) {
     return names.size() == 1 ? one : more;
 }
 
 void findDangers(Plan& plan, const Survey& survey) {
     for (const auto* group : groups()) {
         for (const DangerRule& rule : *group) {
-            rule.look(survey, DangerReport(rule.name, rule.verdict, plan.dangers));
+            rule.inspect(survey, DangerReport(rule.name, rule.verdict, plan.dangers));
         }
     }
     const bool bHarm = std::any_of(plan.dangers.begin(), plan.dangers.end(),

@@ -5,13 +5,13 @@
 #include <string>
 #include <vector>
 
-/// Takes what one rule says about a planned run.
+/// Adds the dangers that one rule finds in a planned run.
 class DangerReport {
 public:
     DangerReport(const char* name, Verdict verdict, std::vector<Plan::Danger>& list)
         : rule(name), weight(verdict), dangers(list) {}
 
-    /// `paths` are all that it is about; the message may name the first of them alone.
+    /// `paths` are all paths of the danger. The message may name only the first of them.
     void operator()(std::string message, std::vector<std::string> paths = {}) const {
         dangers.push_back({rule, std::move(message), weight, std::move(paths)});
     }
@@ -22,21 +22,24 @@ private:
     std::vector<Plan::Danger>& dangers;
 };
 
-/// One thing that a planned run may do which its user has to know before. To add one: a function and a line
-/// in the table of its group; the tests then ask for its name in the man page.
+/// One kind of danger in a planned run. To add one, write a function and a line in the table of its group. A
+/// test checks that the man page has its name.
 struct DangerRule {
-    const char* name; ///< in kebab case; never changed, since scripts rely on it
-    Verdict verdict;  ///< what the run as a whole comes to with it: Harm, or CannotTell
-    void (*look)(const Survey& survey, const DangerReport& report);
+    const char* name; ///< in kebab case; never changes, because scripts use it
+    Verdict verdict;  ///< of a run with this danger: Harm, or CannotTell
+    void (*inspect)(const Survey& survey, const DangerReport& report);
 };
 
 // The groups, each with its table at the end of its file.
-const std::vector<DangerRule>&
-recordDangers();                               ///< RecordDangers.cpp: what is recorded, and what can be known
-const std::vector<DangerRule>& stepDangers();  ///< StepDangers.cpp: what becomes of single files
-const std::vector<DangerRule>& ownerDangers(); ///< OwnerDangers.cpp: what stays behind, and what others lose
 
-/// The first few, and how many there are besides.
+/// RecordDangers.cpp: the record, its counts, and what cannot be known.
+const std::vector<DangerRule>& recordDangers();
+/// StepDangers.cpp: what happens to single files.
+const std::vector<DangerRule>& stepDangers();
+/// OwnerDangers.cpp: what stays behind, and what other products lose.
+const std::vector<DangerRule>& ownerDangers();
+
+/// The first three names, and the number of the others.
 std::string listed(const std::vector<std::string>& names);
-/// "is" or "are", or another such pair.
-const char* chosen(const std::vector<std::string>& names, const char* one, const char* more);
+/// `one` for a single name, otherwise `more`: "is" or "are".
+const char* singularOrPlural(const std::vector<std::string>& names, const char* one, const char* more);

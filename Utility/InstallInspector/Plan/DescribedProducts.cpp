@@ -17,8 +17,9 @@ namespace {
 /// The folder with the files of a product. No argument of a run can name it.
 constexpr const char* source = "/../files";
 
-/// What the tree lists as a file may be a folder that is copied whole. Without a manifest, it holds something
-/// that is not known: an empty folder would go with the next uninstall.
+/// Makes the file or folder of one node in the source. A node that is listed as a file may be a folder that
+/// is copied whole. Without a manifest, such a folder gets a file with a made-up name, because the next
+/// uninstall would remove an empty folder.
 void makeFile(const PlacedProduct::Spot& spot, const std::string& path, PlannedMachine& machine) {
     const Product::TreeNode& node = *spot.node;
     const Manifest::Parts parts = Manifest::of(*node.element);
@@ -37,7 +38,7 @@ void makeFile(const PlacedProduct::Spot& spot, const std::string& path, PlannedM
 void makeSource(const PlacedProduct& product, const std::string& definition, PlannedMachine& machine) {
     machine.giveFolder(source);
     const std::string folder = source + std::string("/");
-    machine.make(folder + Branch::shared, S_IFDIR, ""); // which every install needs
+    machine.make(folder + Branch::shared, S_IFDIR, ""); // every install needs it
     for (const PlacedProduct::Spot& spot : product.spots()) {
         makeFile(spot, folder + toString(spot.node->treePath), machine);
     }
@@ -49,7 +50,7 @@ void makeSource(const PlacedProduct& product, const std::string& definition, Pla
     }
 }
 
-/// Files are named as in the tree.
+/// The first error in the log, with the paths of the tree in place of those in the source.
 std::string firstErrorOf(const std::string& log) {
     const std::size_t begin = std::min(log.find("Error"), log.size());
     return toString(toVLString(log.substr(begin, log.find('\n', begin) - begin))

@@ -1,4 +1,4 @@
-// What stays behind of the product, and what other products lose.
+// Dangers to the owners of files: what stays behind of the product, and what other products lose.
 #include "Utility/InstallInspector/Plan/Dangers.h"
 #include "Utility/InstallInspector/Report/Finding.h"
 
@@ -16,9 +16,10 @@ void append(Names& to, const Names& more) {
     to.insert(to.end(), more.begin(), more.end());
 }
 
-/// What is left of a place of the build that goes; empty for what may stay.
+/// The paths of a replaced or removed build that are left at `place`. Empty if they may stay.
 Names leftOf(const Survey& survey, const OwnedFiles& files, const OwnedPlace& place) {
-    // Elsewhere than where the run goes it may be anyone's, unless the record says that the product was here.
+    // At a place where the run does not go, it may belong to anyone. A recorded product shows that it does
+    // not.
     const bool bUncertain = place.reach != Reach::Today && (place.bTarget || survey.bFirst);
     if (place.before == 0 || bUncertain || (place.bShortCut && !survey.isOwnShortCut(place, files))) {
         return {};
@@ -29,21 +30,21 @@ Names leftOf(const Survey& survey, const OwnedFiles& files, const OwnedPlace& pl
 // At an upgrade
 
 void droppedPath(const Survey& survey, const DangerReport& report) {
-    if (!survey.made) {
+    if (!survey.newBuild) {
         return;
     }
     Names dropped;
     Names left;
-    for (const OwnedFiles& files : survey.mine) {
+    for (const OwnedFiles& files : survey.oldBuilds) {
         for (const auto& [path, node] : files.tree) {
-            const bool bStays =
-                survey.made->tree.count(path) == 0 && survey.usesOf(path) == 0 && survey.countOf(path) > 0;
+            const bool bStays = survey.newBuild->tree.count(path) == 0 && survey.usesOf(path) == 0 &&
+                                survey.countOf(path) > 0;
             if (bStays) {
                 dropped.push_back(path);
             }
         }
         for (const OwnedPlace& place : files.places) {
-            const bool bListed = survey.made->tree.count(place.treePath) != 0;
+            const bool bListed = survey.newBuild->tree.count(place.treePath) != 0;
             if ((!bListed && !place.bStays) || place.bShortCut) {
                 append(left, leftOf(survey, files, place));
             }
@@ -51,51 +52,51 @@ void droppedPath(const Survey& survey, const DangerReport& report) {
     }
     if (!dropped.empty()) {
         report("the installed build lists " + listed(dropped) + " and the new one does not: " +
-                   chosen(dropped, "it stays", "they stay") + " in the record for ever",
+                   singularOrPlural(dropped, "it stays", "they stay") + " in the record for ever",
                dropped);
     }
     if (!left.empty()) {
         report("the installed build has put " + listed(left) + " there and the new one does not: " +
-                   chosen(left, "it stays", "they stay") + " on disk, where no uninstall looks",
+                   singularOrPlural(left, "it stays", "they stay") + " on disk, where no uninstall looks",
                left);
     }
 }
 
 void movedTarget(const Survey& survey, const DangerReport& report) {
-    if (!survey.made) {
+    if (!survey.newBuild) {
         return;
     }
     Names left;
-    for (const OwnedFiles& files : survey.mine) {
+    for (const OwnedFiles& files : survey.oldBuilds) {
         for (const OwnedPlace& place : files.places) {
-            const auto node = survey.made->tree.find(place.treePath);
-            // One that changes its kind has a rule of its own.
-            if (!place.bShortCut && node != survey.made->tree.end() &&
+            const auto node = survey.newBuild->tree.find(place.treePath);
+            // "kind-changes" reports a path that changes its kind.
+            if (!place.bShortCut && node != survey.newBuild->tree.end() &&
                 node->second.bFolder == place.bFolder) {
                 append(left, leftOf(survey, files, place));
             }
         }
     }
     if (!left.empty()) {
-        report(listed(left) + " of the installed build " + chosen(left, "stays", "stay") +
+        report(listed(left) + " of the installed build " + singularOrPlural(left, "stays", "stay") +
                    " where the new one does not go any more: host applications may load both",
                left);
     }
-    // What the run itself changes can change the conditions.
+    // The run itself can change the result of a condition.
     Names lost;
     for (const Plan::Run& run : survey.plan.runs) {
         for (const Plan::Branch& branch : run.branches) {
             for (const Plan::Entry& entry : branch.entries) {
                 const bool bWritten =
                     entry.action == Plan::Action::Copy || entry.action == Plan::Action::Replace;
-                if (bWritten && !survey.isAfterOwned(survey.machine.placeOf(entry.path))) {
+                if (bWritten && !survey.isOwnedAfterRun(survey.machine.placeOf(entry.path))) {
                     lost.push_back(entry.path);
                 }
             }
         }
     }
     if (!lost.empty()) {
-        report(listed(lost) + chosen(lost, " is", " are") +
+        report(listed(lost) + singularOrPlural(lost, " is", " are") +
                    " written where the product does not go any more after the run, which itself changes what "
                    "the "
                    "conditions test",
@@ -104,7 +105,7 @@ void movedTarget(const Survey& survey, const DangerReport& report) {
 }
 
 void oldUninstaller(const Survey& survey, const DangerReport& report) {
-    for (const OwnedFiles& files : survey.mine) {
+    for (const OwnedFiles& files : survey.oldBuilds) {
         if (!files.uninstaller.empty() && files.uninstaller != survey.ownUninstaller() &&
             survey.machine.linkTypeOf(toVLString(files.uninstaller)) != 0) {
             report(files.uninstaller + " of the same product under another name stays", {files.uninstaller});
@@ -114,12 +115,12 @@ void oldUninstaller(const Survey& survey, const DangerReport& report) {
 
 // At an uninstall
 
-bool isLoweredByNone(const Survey& survey) {
+bool isReportedAsNotRecorded(const Survey& survey) {
     return std::any_of(survey.plan.dangers.begin(), survey.plan.dangers.end(),
                        [](const Plan::Danger& danger) { return danger.rule == "product-not-recorded"; });
 }
 
-bool cannotBeRemoved(const Survey& survey, const std::string& path) {
+bool isReportedAsNotRemovable(const Survey& survey, const std::string& path) {
     return std::any_of(survey.plan.dangers.begin(), survey.plan.dangers.end(),
                        [&](const Plan::Danger& danger) {
                            return danger.rule == "remove-fails" && danger.paths.front() == path;
@@ -130,20 +131,20 @@ void staysBehind(const Survey& survey, const DangerReport& report) {
     Names paths;
     std::string why;
     for (const Plan::Remnant& remnant : survey.plan.remnants) {
-        if (cannotBeRemoved(survey, remnant.path)) {
-            continue; // which a rule of its own tells
+        if (isReportedAsNotRemovable(survey, remnant.path)) {
+            continue;
         }
         paths.push_back(remnant.path);
         why += why.find(remnant.why) == std::string::npos ? (why.empty() ? "" : "; ") + remnant.why : "";
     }
-    if (!paths.empty() && !isLoweredByNone(survey)) {
+    if (!paths.empty() && !isReportedAsNotRecorded(survey)) {
         report("the uninstall leaves " + listed(paths) + " behind: " + why, paths);
     }
 }
 
 // Other products
 
-void lookForLost(const Survey& survey, const OwnedFiles& files, Names& lost) {
+void addLost(const Survey& survey, const OwnedFiles& files, Names& lost) {
     for (const OwnedPlace& place : files.places) {
         if (place.before == 0) {
             continue;
@@ -160,9 +161,9 @@ void lookForLost(const Survey& survey, const OwnedFiles& files, Names& lost) {
     }
 }
 
-/// Paths of others that the product writes over under another name in its tree.
-void lookForOverwritten(const Survey& survey, const OwnedFiles& files, Names& lost) {
-    if (!survey.made) {
+/// Adds the paths of another product that this one overwrites from another path of its tree.
+void addOverwritten(const Survey& survey, const OwnedFiles& files, Names& lost) {
+    if (!survey.newBuild) {
         return;
     }
     std::unordered_map<std::string, const OwnedPlace*> theirs;
@@ -171,7 +172,7 @@ void lookForOverwritten(const Survey& survey, const OwnedFiles& files, Names& lo
             theirs.emplace(place.place, &place);
         }
     }
-    for (const OwnedPlace& place : survey.made->places) {
+    for (const OwnedPlace& place : survey.newBuild->places) {
         const auto other = theirs.find(place.place);
         if (place.reach == Reach::Today && !place.bShortCut && other != theirs.end() &&
             files.tree.count(place.treePath) == 0) {
@@ -183,8 +184,8 @@ void lookForOverwritten(const Survey& survey, const OwnedFiles& files, Names& lo
 void othersLost(const Survey& survey, const DangerReport& report) {
     for (const OwnedFiles& files : survey.others) {
         Names lost;
-        lookForLost(survey, files, lost);
-        lookForOverwritten(survey, files, lost);
+        addLost(survey, files, lost);
+        addOverwritten(survey, files, lost);
         if (!lost.empty()) {
             report("the product " + toString(files.product.ID) + " loses " + listed(lost), lost);
         }
@@ -202,14 +203,13 @@ const std::vector<DangerRule>& ownerDangers() {
     return rules;
 }
 
-// Named with the branches, too, so that nobody is told that nothing is there.
 std::vector<Plan::Remnant> remnantsOf(const Survey& survey) {
     std::vector<Plan::Remnant> remnants;
     std::set<std::string> known;
     if (!survey.plan.bUninstall || !survey.plan.bSucceeds) {
         return remnants;
     }
-    for (const OwnedFiles& files : survey.mine) {
+    for (const OwnedFiles& files : survey.oldBuilds) {
         for (const OwnedPlace& place : files.places) {
             if (place.bStays) {
                 continue;

@@ -42,8 +42,9 @@ struct Plan {
     /// What the user would be asked, about a part of the tree that could not be copied.
     struct Question {
         std::string text;
-        std::vector<std::string> causes;  ///< sentences without full stop
-        std::vector<std::string> missing; ///< of the tree, what is no folder in the source and has to be one
+        std::vector<std::string> causes; ///< sentences without full stop
+        std::vector<std::string>
+            missing; ///< paths of the tree that should be folders in the source, but are not
     };
 
     /// A branch of the tree of files that has its own target item.
@@ -79,7 +80,7 @@ struct Plan {
         bool bUninstall = false;
         SKUDefinition::SKUInfo product;
         std::vector<Branch> branches;
-        std::vector<std::string> leftOut; ///< what of the tree no run touches, and why
+        std::vector<std::string> leftOut; ///< parts of the tree that no run touches, each with the reason
         std::vector<Question> questions;
         std::string recordPath; ///< empty when no record is kept
         Record before;
@@ -96,11 +97,11 @@ struct Plan {
     struct Danger {
         std::string rule; ///< one of allDangerRules
         std::string message;
-        Verdict verdict = Verdict::Harm; ///< or CannotTell, when something cannot be looked at
-        std::vector<std::string> paths;  ///< on this machine or in the tree: all that it is about
+        Verdict verdict = Verdict::Harm; ///< or CannotTell, if something cannot be read
+        std::vector<std::string> paths;  ///< all paths of the danger, on this machine or in the tree
     };
 
-    /// What an uninstall leaves of the product.
+    /// A file or folder of the product that an uninstall leaves on the machine.
     struct Remnant {
         std::string treePath;
         std::string path; ///< on this machine
@@ -115,7 +116,7 @@ struct Plan {
     std::vector<Step> steps;
     std::vector<Danger> dangers;
     std::vector<Remnant> remnants;
-    Verdict verdict = Verdict::Safe; ///< Harm also of a run that fails
+    Verdict verdict = Verdict::Safe; ///< a run that fails is Harm, too
     std::string log;                 ///< what the run would print
     bool bSucceeds = false;          ///< whether its exit status would be 0
 };
@@ -128,9 +129,9 @@ Plan planRun(bool bUninstall, const std::string& source, const std::string& defi
              const std::string& targets, const MachineDescription* described = nullptr);
 
 class Survey;
-/// Fills `dangers` and `verdict` from all the rest.
+/// Fills `dangers` and `verdict`. All other members must be filled before.
 void findDangers(Plan& plan, const Survey& survey);
-/// See Plan::remnants.
+/// The value of Plan::remnants. Call it after Survey::lookAfterRun.
 std::vector<Plan::Remnant> remnantsOf(const Survey& survey);
 
 /// The names of all dangers. Names never change, because scripts use them.

@@ -13,7 +13,7 @@ struct Line {
     const TargetRow* row;
 };
 
-/// The first, and how many more there are.
+/// The first names that fit into the column, and the number of the others.
 std::string shortList(const std::vector<std::string>& names) {
     constexpr std::size_t widest = 24;
     std::string text;

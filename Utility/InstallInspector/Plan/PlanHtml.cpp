@@ -1,5 +1,5 @@
-// The plan as a page. Who looks at it finds the answer from the top: what is dangerous, what it comes to for
-// the hosts of this machine, each host and family with its folders, every file, and what support needs.
+// The page about a plan. From the top: what is dangerous, the result for the hosts of this machine, each host
+// and family with its folders, every file, and what support needs.
 #include "Utility/InstallInspector/Plan/PlanSummary.h"
 #include "Utility/InstallInspector/Report/HtmlPage.h"
 #include "Utility/InstallUtility/KnownNames.h"
@@ -40,7 +40,7 @@ Mood moodOf(Action action) {
     return Mood::None;
 }
 
-/// As users know the host.
+/// The name under which users know the host.
 std::string displayNameOf(const std::string& host) {
     for (const KnownHost& known : knownHosts) {
         if (host == known.name) {
@@ -67,7 +67,7 @@ struct TreeNode {
     const RecordChange* change = nullptr;
     const Plan::Branch* branch = nullptr; ///< the one that begins here
     ActionCounts counts;                  ///< of all entries in it
-    std::size_t left = 0;                 ///< of all remnants in it
+    std::size_t left = 0;                 ///< the number of remnants in it
     bool bFolder = false;
 };
 

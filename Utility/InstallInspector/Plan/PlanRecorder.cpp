@@ -3,10 +3,12 @@
 #include "Foundation/PathLibrary.h"
 #include "Foundation/SimpleLog.h"
 #include "Foundation/VLVersion.h"
+#include "Utility/InstallInspector/Documents/QuietLog.h"
 #include "Utility/InstallInspector/Plan/DescribedProducts.h"
 #include "Utility/InstallInspector/Plan/Survey.h"
 #include "Utility/InstallInspector/Report/Finding.h"
 #include "Utility/InstallUtility/Branches.h"
+#include "Utility/InstallUtility/KnownNames.h"
 #include "Utility/InstallUtility/XMLDocument.h"
 
 #include <tinyxml.h>
@@ -22,19 +24,6 @@ namespace {
 
 using Action = Plan::Action;
 using Verb = PlannedMachine::Verb;
-
-/// Takes what is printed until the end of its scope, and gives it to nobody.
-class DiscardedLog {
-public:
-    DiscardedLog() : before(std::exchange(SimpleLog::held, &nothing)) {}
-    ~DiscardedLog() { SimpleLog::held = before; }
-    DiscardedLog(const DiscardedLog&) = delete;
-    DiscardedLog& operator=(const DiscardedLog&) = delete;
-
-private:
-    std::string nothing;
-    std::string* before;
-};
 
 std::int32_t buildNumberOf(const std::string& build) {
     return VLVersion(toVLString(build)).build;
@@ -59,9 +48,8 @@ Plan::Record recordOf(const StatusFile& file) {
     return record;
 }
 
-/// What of the record a save keeps: neither a path without a use nor anything below it, of folders the name
-/// and the count alone, and of shortcuts those that are valid. What lies below a file is saved and not read
-/// again.
+/// Removes what a saved and reloaded record does not contain: paths with a count of 0 and everything below
+/// them, the builds and shortcuts of folders, invalid shortcuts, and everything below a file.
 void keepWhatIsSaved(StatusFile::FileNodeRef& folder) {
     for (auto child = folder.refChildren.begin(); child != folder.refChildren.end();) {
         StatusFile::FileNodeRef& node = child->second;
@@ -117,7 +105,7 @@ void appendLost(const StatusFile::FileNodeRef& folder, const std::string& path, 
 
 void PlanRecorder::runBegins(bool bUninstall) {
     if (!plan.runs.empty()) {
-        endRun(); // what follows belongs to the shared package
+        endRun(); // the next run is the one of the shared package
     }
     plan.runs.emplace_back();
     thisRun().bUninstall = bUninstall;
@@ -129,16 +117,16 @@ void PlanRecorder::runEnds() {
     endRun();
 }
 
-/// May be called again.
+/// May be called twice for a run.
 void PlanRecorder::endRun() {
     Plan::Run& ended = thisRun();
     ended.endStep = machine.steps().size();
-    // A definition that cannot be read leaves that of the run before in place.
+    // If the definition of the shared package cannot be read, the engine still has that of the first run.
     const SKUDefinition::SKUInfo& product = engine.skuDefinition.skuInfo;
     if (plan.runs.size() == 1 || !(product.ID == plan.runs.front().product.ID)) {
         ended.product = product;
     } else {
-        ended.product.ID = "COMMON";
+        ended.product.ID = SharedPackage::ID;
     }
     for (std::size_t i = ended.firstStep; i < ended.endStep; ++i) {
         const PlannedMachine::Step& step = machine.steps()[i];
@@ -147,11 +135,11 @@ void PlanRecorder::endRun() {
                                      !ended.recordPath.empty() && step.path == ended.recordPath);
     }
     if (!ended.branches.empty() && ended.leftOut.empty()) {
-        noteWhatIsLeftOut();
+        addLeftOut();
     }
 }
 
-void PlanRecorder::noteWhatIsLeftOut() {
+void PlanRecorder::addLeftOut() {
     for (const TreeBranch& found :
          branchesOf(engine.skuDefinition, engine.installItems, TreeBranch::Order::Tree)) {
         if (found.leftOut != TreeBranch::LeftOut::No) {
@@ -178,7 +166,7 @@ void PlanRecorder::recordSaved(const StatusFile& record, bool bSaved) {
         keepWhatIsSaved(saved.root);
         thisRun().after = recordOf(saved);
     } else if (machine.typeOf(toVLString(thisRun().recordPath)) == 0) {
-        thisRun().after = {}; // it has gone with its folder, or was never there
+        thisRun().after = {}; // it was removed with its folder, or never existed
     }
 }
 
@@ -204,7 +192,7 @@ std::size_t PlanRecorder::beginBranch(const VLString& treePath, const InstallIte
 
 std::vector<Plan::Target> PlanRecorder::explain(const InstallItem& item) {
     const PlannedMachine::WithoutSteps withoutSteps(machine);
-    const DiscardedLog discarded;
+    const QuietLog quiet;
     std::vector<Plan::Target> targets;
     std::set<VLString> seen;
     for (const InstallItem::ItemPath& candidate : item.paths) {
@@ -247,16 +235,16 @@ void PlanRecorder::endWalk() {
 
 void PlanRecorder::attemptBegins(bool bLast) {
     if (bLast) {
-        noteQuestion();
+        addQuestion();
     }
     missing.clear();
-    // What the last attempt does takes the place of what the first one has done.
+    // The entries of the last attempt replace those of the first one.
     firstOfAttempt = bLast ? firstOfAttempt : thisRun().branches.size();
     thisRun().branches.resize(firstOfAttempt);
 }
 
-/// What has failed in the attempt that ends.
-void PlanRecorder::noteQuestion() {
+/// Adds the question after a failed attempt, with the causes of the failure.
+void PlanRecorder::addQuestion() {
     Plan::Question question;
     question.text = machine.alerts().empty() ? "" : machine.alerts().back();
     question.missing = missing;
@@ -300,7 +288,7 @@ void PlanRecorder::wholeFolderCopied(const VLString& treePath, const VLString& t
         return taken.verb == Verb::CopyFolder && taken.path == toString(target);
     });
     if (step == steps.end()) {
-        return; // the source has gone since the walk began
+        return; // the source was removed after the walk began
     }
     const bool bRecorded = thisRun().before.paths.count(toString(treePath)) != 0;
     if (!bCopied) {
@@ -406,7 +394,7 @@ void PlanRecorder::addWhole(Plan::Action action, const VLString& treePath,
     }
 }
 
-/// The children that the walk passes over because they are marked to stay.
+/// Adds the children that the walk skips because they are marked to stay.
 void PlanRecorder::addKeptChildren(const std::vector<VLString>& folders, const FileNode& node,
                                    const VLString& treePath, const InstallItem& item) {
     for (const auto& [childName, child] : node.children) {
@@ -430,7 +418,7 @@ void PlanRecorder::addKeptChildren(const std::vector<VLString>& folders, const F
     }
 }
 
-/// A folder of which the tree lists nothing goes as a whole.
+/// A folder without listed content is removed as a whole.
 void PlanRecorder::addRemovedFolders(const VLString& treePath, std::size_t firstStep) {
     for (std::size_t i = firstStep; i < machine.steps().size(); ++i) {
         const PlannedMachine::Step step = machine.steps()[i];
@@ -476,14 +464,14 @@ std::string PlanRecorder::whoUses(const VLString& treePath) {
                                 : std::to_string(recorded->ref) + " other products use it";
 }
 
-// What both note
+// Shared by copy and removal
 
 void PlanRecorder::add(Plan::Action action, const VLString& treePath, const VLString& path, bool bFolder,
                        const std::string& why, const std::string& shortCut) {
     branch().entries.push_back({toString(treePath), toString(path), bFolder, action, why, shortCut, false});
 }
 
-/// Before the run, which has only been thought so far.
+/// Whether something was at `path` before the run.
 bool PlanRecorder::wasThere(const VLString& path) {
     return machine.before().linkTypeOf(path) != 0;
 }
@@ -521,7 +509,7 @@ bool Plan::TreeOrder::operator()(const std::string& a, const std::string& b) con
 
 namespace {
 
-/// The arguments lie on this machine, unless the described one has them.
+/// Makes the arguments of the run visible on a described machine.
 void giveArguments(const Plan& plan, PlannedMachine& machine) {
     for (const std::string& path : {plan.source, plan.definition, plan.targets}) {
         machine.give(path);
@@ -543,15 +531,15 @@ Plan planRun(bool bUninstall, const std::string& source, const std::string& defi
     engine.observer = &recorder;
 
     struct Restore {
-        Machine* access;
-        std::string* held;
+        Machine* machine;
+        std::string* log;
         ~Restore() {
-            Machine::setCurrent(access);
-            SimpleLog::held = held;
+            Machine::setCurrent(machine);
+            SimpleLog::held = log;
         }
     } const restore{Machine::setCurrent(&machine), std::exchange(SimpleLog::held, &plan.log)};
-    std::string unsaid; // by those who look around
-    SimpleLog::held = &unsaid;
+    std::string discarded; // what the engine logs outside of the run
+    SimpleLog::held = &discarded;
     if (described != nullptr) {
         installProducts(*described, machine);
         giveArguments(plan, machine);
@@ -562,8 +550,8 @@ Plan planRun(bool bUninstall, const std::string& source, const std::string& defi
     plan.bSucceeds = bUninstall ? engine.runUninstall(toVLString(definition), toVLString(targets))
                                 : engine.run(toVLString(source), toVLString(definition), toVLString(targets));
     plan.steps = machine.takeSteps();
-    SimpleLog::held = &unsaid;
-    survey.lookAgain();
+    SimpleLog::held = &discarded;
+    survey.lookAfterRun();
     plan.remnants = remnantsOf(survey);
     findDangers(plan, survey);
     return plan;

@@ -42,7 +42,7 @@ private:
     Plan::Run& thisRun() { return plan.runs.back(); }
     Plan::Branch& branch() { return thisRun().branches[currentBranch]; }
     void endRun();
-    void noteWhatIsLeftOut();
+    void addLeftOut();
 
     /// Begins a walk. Also begins a branch if the node has its own target item.
     void beginWalk(const VLString& treePath, bool bOwnItem, const InstallItem& item);
@@ -62,9 +62,9 @@ private:
     std::string whyKept(const VLString& treePath);
     std::string whoUses(const VLString& treePath);
     bool wasThere(const VLString& path);
-    void noteQuestion();
+    void addQuestion();
     VLString sourceOf(const std::string& treePath) const;
-    /// `folder`, or without one the target folders of the branch, as far as they are there.
+    /// `folder` if it exists. If it is empty, the existing target folders of the branch.
     std::vector<VLString> foldersThere(const VLString& folder);
     /// The reason of the first failed step since `firstStep`. `otherwise` if no step failed.
     std::string failureSince(std::size_t firstStep, const std::string& otherwise) const;
@@ -76,8 +76,8 @@ private:
     std::size_t firstOfAttempt = 0; ///< the first branch of this attempt
     std::vector<Walk> walks;
     std::size_t firstOfFile = 0; ///< the first step of the current file
-    bool bFileWasThere = false;  ///< for the file that is removed
+    bool bFileWasThere = false;  ///< whether the file that is being removed existed
     bool bFileWasFolder = false;
     std::map<std::string, std::string> writtenBy; ///< paths of the tree, by path on this machine
-    std::vector<std::string> missing;             ///< see Plan::Question, of this attempt
+    std::vector<std::string> missing;             ///< in this attempt, see Plan::Question
 };

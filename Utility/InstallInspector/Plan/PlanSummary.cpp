@@ -62,7 +62,8 @@ private:
         return nullptr;
     }
 
-    /// An uninstall that finds no folder of a branch looks for the bare names.
+    /// The row for the working folder of the run. If an uninstall finds no target folder of a branch, it
+    /// looks for the files there.
     TargetRow& bareNames() {
         if (rows.back().first.folder != startFolder) {
             rows.emplace_back(rowOf(branch), "");
@@ -100,7 +101,7 @@ private:
     const Plan::Branch& branch;
 };
 
-/// Whether `next` can come into `row`, which has the same pattern.
+/// Whether `next` can be joined with `row`. Both have the same pattern.
 bool canJoin(const TargetRow& row, const TargetRow& next) {
     return !row.families.empty() && !next.families.empty() && row.host == next.host &&
            row.bApplies == next.bApplies && row.why == next.why &&

@@ -1,5 +1,6 @@
 #include "Utility/InstallInspector/Plan/PlanSummary.h"
 #include "Utility/InstallInspector/Report/Finding.h"
+#include "Utility/InstallUtility/KnownNames.h"
 
 #include <algorithm>
 #include <map>
@@ -27,7 +28,7 @@ Colour colourOf(Action action) {
     return Colour::Dim;
 }
 
-std::string described(const SKUDefinition::SKUInfo& product) {
+std::string printableNameOf(const SKUDefinition::SKUInfo& product) {
     return printable(nameAndBuildOf(product));
 }
 
@@ -35,9 +36,9 @@ Colour colourOf(Verdict verdict) {
     return verdict == Verdict::Safe ? Colour::Green : verdict == Verdict::Harm ? Colour::Red : Colour::Yellow;
 }
 
-class Report {
+class TextWriter {
 public:
-    Report(const Plan& toPrint, const Painter& colours) : plan(toPrint), painter(colours) {}
+    TextWriter(const Plan& toPrint, const Painter& colours) : plan(toPrint), painter(colours) {}
 
     std::string text() {
         for (const Plan::Run& run : plan.runs) {
@@ -62,8 +63,8 @@ private:
             line("");
             line("With the last product goes the shared package:");
         }
-        line(painter.paint(Colour::Bold,
-                           std::string(run.bUninstall ? "Uninstall " : "Install ") + described(run.product)));
+        line(painter.paint(Colour::Bold, std::string(run.bUninstall ? "Uninstall " : "Install ") +
+                                             printableNameOf(run.product)));
         if (run.bUninstall) {
             printUninstaller(run); // in the order of the run
         }
@@ -102,12 +103,12 @@ private:
         }
         for (const Plan::Target& target : branch.targets) {
             print(target);
-            printEntries(takeThose(rest, target.path));
+            printEntries(takeEntriesIn(target.path, rest));
         }
         printBareNames(rest, printRemnants(branch));
     }
 
-    /// Whether there are any.
+    /// Returns whether the branch has remnants.
     bool printRemnants(const Plan::Branch& branch) {
         bool bAny = false;
         for (const Plan::Remnant& remnant : plan.remnants) {
@@ -121,7 +122,7 @@ private:
         return bAny;
     }
 
-    /// An uninstall that finds no folder of a branch looks for the bare names.
+    /// If an uninstall finds no target folder of a branch, it looks for the files in its working folder.
     void printBareNames(const std::vector<const Plan::Entry*>& entries, bool bLeft) {
         std::vector<Line> lines;
         for (const Plan::Entry* entry : entries) {
@@ -147,8 +148,8 @@ private:
         }
     }
 
-    /// Takes the entries of a target folder out of `rest`.
-    static std::vector<Line> takeThose(std::vector<const Plan::Entry*>& rest, const std::string& folder) {
+    /// Removes the entries in a target folder from `rest` and returns them.
+    static std::vector<Line> takeEntriesIn(const std::string& folder, std::vector<const Plan::Entry*>& rest) {
         std::vector<Line> lines;
         std::vector<const Plan::Entry*> others;
         for (const Plan::Entry* entry : rest) {
@@ -217,7 +218,7 @@ private:
             const std::string what = stepWithoutShell(step);
             if (!what.empty()) {
                 if (!bHeading) {
-                    heading(toString(run.product.ID) == "COMMON" ? "Application Manager" : "Uninstaller");
+                    heading(run.product.ID == SharedPackage::ID ? "Application Manager" : "Uninstaller");
                 }
                 bHeading = true;
                 line("  " + what);
@@ -277,22 +278,22 @@ private:
         for (const SKUDefinition::SKUInfo& product : run.before.products) {
             const SKUDefinition::SKUInfo* after = find(run.after, product.ID);
             if (after == nullptr) {
-                line("  " + painter.paint(Colour::Yellow, "leaves ") + "  " + described(product));
+                line("  " + painter.paint(Colour::Yellow, "leaves ") + "  " + printableNameOf(product));
             } else if (after->build != product.build || after->name != product.name) {
-                line("  " + painter.paint(Colour::Yellow, "changes") + "  " + described(product) + " to " +
-                     described(*after));
+                line("  " + painter.paint(Colour::Yellow, "changes") + "  " + printableNameOf(product) +
+                     " to " + printableNameOf(*after));
             } else {
-                line("  stays    " + described(product));
+                line("  stays    " + printableNameOf(product));
             }
         }
         for (const SKUDefinition::SKUInfo& product : run.after.products) {
             if (find(run.before, product.ID) == nullptr) {
-                line("  " + painter.paint(Colour::Green, "enters ") + "  " + described(product));
+                line("  " + painter.paint(Colour::Green, "enters ") + "  " + printableNameOf(product));
             }
         }
     }
 
-    /// What changes, and the folders above it.
+    /// Prints the paths that change, and the folders above them.
     void printCounts(const Plan::Run& run) {
         const RecordChanges changes = changesOf(run);
         std::set<std::string> changed;
@@ -387,7 +388,7 @@ private:
 } // namespace
 
 std::string asText(const Plan& plan, const Painter& painter) {
-    return Report(plan, painter).text();
+    return TextWriter(plan, painter).text();
 }
 
 std::string asCommands(const Plan& plan) {

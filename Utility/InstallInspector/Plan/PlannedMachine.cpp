@@ -38,7 +38,7 @@ bool endsWithSlash(const std::string& path) {
     return !path.empty() && path.back() == '/';
 }
 
-/// "/" keeps its own.
+/// Leaves "/" as it is.
 std::string withoutLastSlashes(std::string path) {
     while (path.size() > 1 && path.back() == '/') {
         path.pop_back();
@@ -57,8 +57,8 @@ std::string folderOf(const std::string& path) {
     return slash == std::string::npos ? "." : slash == 0 ? "/" : withoutLastSlashes(trimmed.substr(0, slash));
 }
 
-/// Puts the components of the path on the stack, the first one on top. A slash at the end stands for ".",
-/// which only a folder has.
+/// Puts the components of the path on the stack, the first one on top. A slash at the end becomes ".",
+/// because the path must then lead to a folder.
 void pushComponents(std::string_view path, std::vector<std::string_view>& stack) {
     if (!path.empty() && path.back() == '/') {
         stack.emplace_back(".");
@@ -74,7 +74,7 @@ void pushComponents(std::string_view path, std::vector<std::string_view>& stack)
     }
 }
 
-/// Empty when it has been removed.
+/// The path of the working folder. Empty if the folder has been removed.
 std::string workingFolder() {
     std::string folder(longestPath + 1, '\0');
     return getcwd(folder.data(), folder.size()) == nullptr ? "" : folder.c_str();
@@ -114,7 +114,8 @@ std::string printed(const std::function<void(FILE*)>& print) {
     throw CannotForesee(reason + ": " + printable(command));
 }
 
-void mustBePlain(const std::string& command, const std::string& path) {
+/// Throws CannotForesee if the shell or the tool would not take `path` as a path.
+void refuseShellSyntax(const std::string& command, const std::string& path) {
     if (path.find_first_of("\"$`\\") != std::string::npos) {
         cannotForesee(command, "the shell would interpret a character of the path");
     }
@@ -147,7 +148,7 @@ Verb verbOf(Command::Verb verb) {
     return Verb::Touch;
 }
 
-/// Whether the command only asks, and its answer holds nothing that the shell would act on.
+/// Whether the command only asks for a home folder, and the shell interprets nothing in its text or answer.
 bool onlyAsks(const std::string& command) {
     const std::string home = "eval echo '~";
     if (command == "eval echo $HOME") {
@@ -195,7 +196,8 @@ void PlannedMachine::giveFolder(const std::string& path) {
     given[path] = Node{S_IFDIR, "", "", {}, 0};
 }
 
-/// Names are compared as they are from here on, whatever the disk takes for the same name.
+/// Reads the names of all files in the folder into memory. From then on names are compared as they are, even
+/// if the disk treats two of them as the same.
 void PlannedMachine::readWhole(Node& folder) {
     for (const std::string& name : childNames(folder)) {
         Node& child = childOf(folder, name);
@@ -222,8 +224,8 @@ void PlannedMachine::make(const std::string& path, mode_t type, std::string text
 }
 
 void PlannedMachine::begin() {
-    taken.clear();
-    asked.clear();
+    recordedSteps.clear();
+    alertTexts.clear();
     folderPlaces.clear();
     if (described) {
         earlier.reset();
@@ -308,7 +310,7 @@ PlannedMachine::Place PlannedMachine::find(const std::string& path, bool bFollow
     return bRelative ? find(inside(startFolder, path), bFollow) : walk(path, bFollow, root, "");
 }
 
-/// The innermost of what was given in which the path lies, which comes last.
+/// The innermost given path that contains `path`. The search begins at the end, where longer paths are.
 PlannedMachine::Given::iterator PlannedMachine::givenWith(const std::string& path) {
     for (auto each = given.end(); each != given.begin();) {
         const std::string& name = (--each)->first;
@@ -320,7 +322,7 @@ PlannedMachine::Given::iterator PlannedMachine::givenWith(const std::string& pat
     return given.end();
 }
 
-/// From `start` on, the folder of the path `within`.
+/// Follows `path` from the folder `start`, whose own path is `within`.
 PlannedMachine::Place PlannedMachine::walk(std::string_view path, bool bFollow, Node& start,
                                            const std::string& within) {
     constexpr std::size_t usualDepth = 16;
@@ -409,7 +411,8 @@ bool PlannedMachine::isFolder(const std::string& path) {
     return typeOf(toVLString(path)) == S_IFDIR;
 }
 
-/// Copies what is in one folder into another; goes on where it cannot.
+/// Copies the content of one folder into another. On a failure, sets `why`, goes on with the next name and
+/// returns false at the end.
 bool PlannedMachine::merge(Node& source, Node& destination, std::string& why) {
     bool bResult = true;
     for (const std::string& name : childNames(source)) {
@@ -499,11 +502,11 @@ VLString PlannedMachine::mainBundlePath() {
 }
 
 bool PlannedMachine::showRetryCancelAlert(const VLString& /*title*/, const VLString& text) {
-    asked.push_back(toString(text));
+    alertTexts.push_back(toString(text));
     return false;
 }
 
-/// A file that was copied has the state of that from which it was, which is that of no file before it.
+/// A copied file has the state of its source. So it differs from the file that it replaces.
 FileState PlannedMachine::stateOf(const Node& node) {
     if (!node.origin.empty()) {
         return WholeFile::StateOf(node.origin);
@@ -532,7 +535,7 @@ Machine::Saved PlannedMachine::saveFile(const VLString& path, const std::functio
     if (place.node->type != 0 && place.node->type != S_IFREG) {
         return Saved::Yes;
     }
-    // The new file stands beside the old one at first.
+    // The new file is written next to the old one first.
     Node& unfinished = childOf(*place.folders.back(), *place.names.back() + ".new");
     if (unfinished.type == S_IFDIR) {
         return fails(EISDIR);
@@ -575,7 +578,7 @@ bool PlannedMachine::capture(const VLString& command, VLString& output) {
     if (withoutSteps == 0) {
         Step step;
         step.command = text;
-        taken.push_back(step);
+        recordedSteps.push_back(step);
     }
     return true;
 }
@@ -586,16 +589,15 @@ bool PlannedMachine::run(const Command& command) {
     step.verb = verbOf(command.verb);
     step.path = toString(command.path);
     step.source = toString(command.source);
-    mustBePlain(step.command, step.path);
-    mustBePlain(step.command, step.source);
+    refuseShellSyntax(step.command, step.path);
+    refuseShellSyntax(step.command, step.source);
     if (command.verb == Command::Verb::MakeFolder) {
         cannotForesee(step.command, "no run is known to make a folder without those above it");
     }
-    return note(std::move(step));
+    return performAndRecord(std::move(step));
 }
 
-/// Takes the step, and notes it.
-bool PlannedMachine::note(Step step) {
+bool PlannedMachine::performAndRecord(Step step) {
     const auto inGiven = givenWith(step.path);
     if (inGiven != given.end() && inGiven->first != emptyFolder) {
         cannotForesee(step.command.empty() ? step.path : step.command,
@@ -603,15 +605,15 @@ bool PlannedMachine::note(Step step) {
     }
     step.before = linkTypeOf(toVLString(step.path));
     folderPlaces.clear();
-    step.bSucceeded = take(step);
+    step.bSucceeded = perform(step);
     const bool bRemoves = step.verb == Verb::RemoveFolder || step.verb == Verb::RemoveEmptyFolder ||
                           step.verb == Verb::RemoveItem;
     bStartFolderGone = bStartFolderGone || (bRemoves && !isFolder(startFolder));
-    taken.push_back(step);
+    recordedSteps.push_back(step);
     return step.bSucceeded;
 }
 
-bool PlannedMachine::take(Step& step) {
+bool PlannedMachine::perform(Step& step) {
     if (step.command.empty() && !(isUtf8(step.source) && isUtf8(step.path))) {
         return fails(step, "the path is not UTF-8");
     }
@@ -645,7 +647,7 @@ bool PlannedMachine::take(Step& step) {
     return true;
 }
 
-/// With the folders above it.
+/// Makes the folder, and the folders above it.
 bool PlannedMachine::makeFolder(Step& step, const std::string& path) {
     const std::string folder = withoutLastSlashes(path);
     if (folder.empty()) {
@@ -678,7 +680,7 @@ bool PlannedMachine::copyFile(Step& step, const std::string& path) {
         return fails(step, "the source is not there");
     }
     if (destination.error == ELOOP) {
-        destination = find(path, false); // what cannot be opened is replaced
+        destination = find(path, false); // a link that cannot be opened is replaced
     }
     if (destination.node == nullptr) {
         return fails(step, printable(folderOf(path)) + " is not there");
@@ -702,7 +704,7 @@ bool PlannedMachine::copyFile(Step& step, const std::string& path) {
 }
 
 bool PlannedMachine::copyFolder(Step& step) {
-    // What stands in for ditto makes the folder first, and with it perhaps the source.
+    // The command without ditto makes the folder first. That may make the source, too.
     const bool bMakesFolder = isFolder(step.source) || step.command.rfind("mkdir", 0) == 0;
     if (bMakesFolder && !makeFolder(step, step.path)) {
         return false;
@@ -748,8 +750,8 @@ bool PlannedMachine::touch(Step& step) {
     return true;
 }
 
-/// What a tool that is to remove something makes of it that nothing is there.
-bool PlannedMachine::isNothing(Step& step, const Place& place) {
+/// The result of a tool that removes something where nothing is.
+bool PlannedMachine::removeNothing(Step& step, const Place& place) {
     return place.node != nullptr || place.error == ENOENT || place.error == ENOTDIR ||
            fails(step, place.error == ELOOP ? "links on the way lead in a circle" : "the path is too long");
 }
@@ -757,7 +759,7 @@ bool PlannedMachine::isNothing(Step& step, const Place& place) {
 bool PlannedMachine::removeFile(Step& step) {
     const Place place = find(step.path, false);
     if (place.node == nullptr || place.node->type == 0) {
-        return isNothing(step, place);
+        return removeNothing(step, place);
     }
     if (place.node->type == S_IFDIR) {
         return fails(step, "it is a folder");
@@ -770,7 +772,7 @@ bool PlannedMachine::removeFolder(Step& step) {
     const std::string path = withoutLastSlashes(step.path);
     const Place place = find(path, false);
     if (place.node == nullptr || place.node->type == 0) {
-        return isNothing(step, place);
+        return removeNothing(step, place);
     }
     const std::string name = lastName(path);
     if (name == "." || name == "..") {
@@ -798,20 +800,20 @@ bool PlannedMachine::removeEmptyFolder(Step& step) {
     return true;
 }
 
-// What the program does without a shell
+// Steps without a shell
 
 bool PlannedMachine::removeItem(const VLString& path) {
     Step step;
     step.verb = Verb::RemoveItem;
     step.path = withoutLastSlashes(toString(path));
-    return note(step);
+    return performAndRecord(step);
 }
 
 bool PlannedMachine::createFolder(const VLString& path) {
     Step step;
     step.verb = Verb::CreateFolder;
     step.path = withoutLastSlashes(toString(path));
-    return note(step);
+    return performAndRecord(step);
 }
 
 bool PlannedMachine::copyItem(const VLString& source, const VLString& destination) {
@@ -819,7 +821,7 @@ bool PlannedMachine::copyItem(const VLString& source, const VLString& destinatio
     step.verb = Verb::CopyItem;
     step.source = withoutLastSlashes(toString(source));
     step.path = withoutLastSlashes(toString(destination));
-    return note(step);
+    return performAndRecord(step);
 }
 
 bool PlannedMachine::createSymbolicLink(const VLString& link, const VLString& target) {
@@ -827,7 +829,7 @@ bool PlannedMachine::createSymbolicLink(const VLString& link, const VLString& ta
     step.verb = Verb::CreateLink;
     step.source = toString(target);
     step.path = withoutLastSlashes(toString(link));
-    return note(step);
+    return performAndRecord(step);
 }
 
 bool PlannedMachine::removeItem(Step& step) {

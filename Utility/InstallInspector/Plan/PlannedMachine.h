@@ -20,12 +20,12 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// An in-memory machine. Commands are recorded as steps and change only the files in memory, which later
-/// calls see. At first it is as this machine, which is only read, or as a description says. Of this machine,
-/// a described one has only what it is given.
+/// An in-memory machine. Commands are recorded as steps and change only the files in memory. Later calls see
+/// these changes. It starts as a copy of this machine, or of a described machine. This machine is only read.
+/// A described machine sees nothing of this machine but the paths passed to `give`.
 ///
-/// Commands succeed and fail as for the superuser, on a disk with room where upper and lower case differ. If
-/// the shell would interpret a part of a path, throws CannotForesee.
+/// Commands succeed and fail as for the superuser, on a case-sensitive disk with enough room. If the shell
+/// would interpret a part of a path, throws CannotForesee.
 class PlannedMachine : public Machine {
 public:
     enum class Verb {
@@ -54,8 +54,8 @@ public:
         bool bSucceeded = true;
         std::string why;               ///< the reason of a failure
         std::vector<std::string> made; ///< new folders, without those inside a copied folder
-        std::string
-            inside; ///< of a link that was made inside a folder, since its own path leads to one: that
+        /// The folder in which a link was made, if its path led to a folder. Empty for any other step.
+        std::string inside;
         std::size_t removed = 0; ///< the number of files and folders in a removed folder
     };
 
@@ -66,46 +66,48 @@ public:
     /// A described machine. Its products are not installed.
     explicit PlannedMachine(const MachineDescription& description);
 
-    /// What a run is told by its arguments is from this machine: `path`, as it stands there, and all below it
-    /// are the file or folder `path`. No folder lists it, so where it lies does not matter. A path that the
-    /// description has is left to it.
+    /// Makes the file or folder at `path` on this machine visible under the same path on a described one, for
+    /// the arguments of a run. No folder lists it. Does nothing if the description has something at `path`.
     void give(const std::string& path);
-    /// The same with a folder in which nothing is, see `make`. Takes the place of what was given before.
+    /// The same for a new, empty folder. Fill it with `make`. Replaces what was given at `path` before.
     void giveFolder(const std::string& path);
+    /// Ends the effect of `give` or `giveFolder`.
     void takeBack(const std::string& path) { given.erase(path); }
-    /// Makes a file, folder or link with all folders above it.
+    /// Makes a file, folder or link with all folders above it. `text` is the content of a file or the target
+    /// of a link. Records no step.
     void make(const std::string& path, mode_t type, std::string text);
 
-    /// To be called when the run begins: keeps what `before` gives, and forgets all steps.
+    /// Call it when the run begins. Keeps the current state for `before`, and forgets all steps.
     void begin();
-    /// The machine as it was before the run. Only for questions.
+    /// The machine before the run. Only for reading.
     Machine& before() { return earlier == nullptr ? thisMachine : *earlier; }
-    /// What the link at `path` said then; empty when there was no link.
+    /// The target of the link at `path` before the run. Empty if there was no link.
     std::string linkTextBefore(const std::string& path);
 
-    /// In the order of the run.
-    const std::vector<Step>& steps() const { return taken; }
-    /// The same, after which there are none here any more.
-    std::vector<Step> takeSteps() { return std::exchange(taken, {}); }
+    /// The steps in the order of the run.
+    const std::vector<Step>& steps() const { return recordedSteps; }
+    /// The same. Empties the list of this machine.
+    std::vector<Step> takeSteps() { return std::exchange(recordedSteps, {}); }
     /// The texts of the questions that the user would be asked.
-    const std::vector<std::string>& alerts() const { return asked; }
+    const std::vector<std::string>& alerts() const { return alertTexts; }
 
-    /// The path without links, "." and ".." on the way to its last name: two paths with the same one are the
-    /// same place. Where a folder on the way is missing, the rest stays as it is.
+    /// `path` with all links, "." and ".." before its last name resolved. Two paths with the same result are
+    /// the same place. If a folder on the way is missing, the rest of the path stays unchanged.
     std::string placeOf(const std::string& path);
-    /// What the link at `path` says; empty when there is no link.
+    /// The target of the link at `path`. Empty if there is no link.
     std::string linkText(const std::string& path);
 
-    /// No steps are recorded until the end of its scope. For calls that are not part of the run.
+    /// While it lives, answers of the shell are not recorded as steps. For questions that are not part of the
+    /// run.
     class WithoutSteps {
     public:
-        explicit WithoutSteps(PlannedMachine& noting) : fileSystem(noting) { ++fileSystem.withoutSteps; }
-        ~WithoutSteps() { --fileSystem.withoutSteps; }
+        explicit WithoutSteps(PlannedMachine& toQuiet) : machine(toQuiet) { ++machine.withoutSteps; }
+        ~WithoutSteps() { --machine.withoutSteps; }
         WithoutSteps(const WithoutSteps&) = delete;
         WithoutSteps& operator=(const WithoutSteps&) = delete;
 
     private:
-        PlannedMachine& fileSystem;
+        PlannedMachine& machine;
     };
 
     bool run(const Command& command) override;
@@ -132,7 +134,7 @@ public:
     bool showRetryCancelAlert(const VLString& title, const VLString& text) override;
 
 private:
-    /// A file, a folder or a link. Type 0: nothing exists.
+    /// A file, a folder or a link. The type is 0 if nothing exists.
     struct Node {
         mode_t type = 0;
         /// The path on this machine with the content of a file, or with the entries of a folder that are not
@@ -140,15 +142,15 @@ private:
         std::string origin;
         std::string text; ///< the target of a link, or the content of a file without origin
         std::map<std::string, Node, std::less<>> children;
-        std::uint64_t number = 0; ///< of a file without origin: tells it from those before it
+        std::uint64_t number = 0; ///< a new one for each file without origin, like an inode
     };
     /// The result of following a path.
     struct Place {
         Node* node = nullptr;       ///< null when a folder on the way is missing, or the path is no path
-        std::vector<Node*> folders; ///< those on the way, from "/"
-        std::vector<const std::string*> names; ///< of those below "/", and of the node
+        std::vector<Node*> folders; ///< the folders on the way, from "/"
+        std::vector<const std::string*> names; ///< the names of the folders below "/", and of the node
         int error = 0;                         ///< why there is no node, an errno value
-        std::string within; ///< the path of what was given in which it lies, in place of "/"
+        std::string within;                    ///< the given path in which it lies; empty for "/"
     };
 
     static Node nodeAt(const std::string& path);
@@ -169,13 +171,13 @@ private:
     bool isFolder(const std::string& path);
     std::string placeOfFolder(const std::string& path);
 
-    bool take(Step& step);
+    bool perform(Step& step);
     bool makeFolder(Step& step, const std::string& path);
     bool copyFile(Step& step, const std::string& path);
     bool copyFolder(Step& step);
     bool link(Step& step);
     bool touch(Step& step);
-    static bool isNothing(Step& step, const Place& place);
+    static bool removeNothing(Step& step, const Place& place);
     bool removeFile(Step& step);
     bool removeFolder(Step& step);
     bool removeEmptyFolder(Step& step);
@@ -183,19 +185,19 @@ private:
     bool copyItem(Step& step);
     bool createLink(Step& step);
 
-    bool note(Step step);
+    bool performAndRecord(Step step);
 
     Node root;
-    std::optional<MachineDescription> described; ///< without what exists
-    Given given;                                 ///< see give
+    std::optional<MachineDescription> described; ///< its entries are moved to `root`
+    Given given;                                 ///< by path, see give
     Machine thisMachine;
     std::shared_ptr<PlannedMachine> earlier; ///< a described machine as it was when the run began
-    std::vector<Step> taken;
-    std::vector<std::string> asked;
+    std::vector<Step> recordedSteps;
+    std::vector<std::string> alertTexts;
     std::string startFolder;                         ///< the working folder of the run
-    bool bStartFolderGone = false;                   ///< once removed, it does not come back under its name
-    std::map<std::string, std::string> folderPlaces; ///< what placeOfFolder has found since the last step
-    std::map<std::string, std::string> answers;      ///< to commands that ask
+    bool bStartFolderGone = false;                   ///< stays true, even if a folder of that name is made
+    std::map<std::string, std::string> folderPlaces; ///< results of placeOfFolder since the last step
+    std::map<std::string, std::string> answers;      ///< of the shell, by command
     std::uint64_t filesMade = 0;
     int withoutSteps = 0;
 };

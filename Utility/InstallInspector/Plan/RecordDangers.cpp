@@ -1,4 +1,4 @@
-// What of a run is recorded, whether the counts are right afterwards, and what cannot be known about it.
+// Dangers in the record and its counts, and what cannot be known about a run.
 #include "Utility/InstallInspector/Plan/Dangers.h"
 #include "Utility/InstallInspector/Report/Finding.h"
 #include "Utility/InstallUtility/KnownNames.h"
@@ -100,78 +100,79 @@ void noRecord(const Survey& survey, const DangerReport& report) {
 
 // The counts
 
-/// Whether the counts after the run can be weighed.
-bool isCounted(const Survey& survey) {
+/// Whether the counts after the run can be compared with the uses of the installed products.
+bool canCheckCounts(const Survey& survey) {
     const Plan::Run* run = survey.run();
     return run != nullptr && survey.record && !run->bRecordLeftAlone && survey.fault.empty() &&
            (survey.plan.bUninstall ? !isUnlisted(*run) && !run->before.products.empty() : run->bRecordSaved);
 }
 
-std::int32_t slack(const Survey& survey) {
+/// How many uses of a path may come from products without a known definition.
+std::int32_t mostUnknownUses(const Survey& survey) {
     return static_cast<std::int32_t>(survey.unknown.size());
 }
 
 void countedTooLow(const Survey& survey, const DangerReport& report) {
-    if (!isCounted(survey)) {
+    if (!canCheckCounts(survey)) {
         return;
     }
     Names low;
     for (const std::string& path : survey.paths) {
         const std::int32_t count = std::max(survey.countOf(path), 0);
-        const bool bNotRecorded = count == 0 && survey.made && survey.made->tree.count(path) != 0;
+        const bool bNotRecorded = count == 0 && survey.newBuild && survey.newBuild->tree.count(path) != 0;
         if (!bNotRecorded && count < survey.usesOf(path)) {
             low.push_back(path);
         }
     }
     if (!low.empty()) {
         report("the record counts fewer uses than there are installed products that list " + listed(low) +
-                   ": the first uninstall takes " + chosen(low, "it", "them") + " from the others",
+                   ": the first uninstall takes " + singularOrPlural(low, "it", "them") + " from the others",
                low);
     }
 }
 
 void countedTooHigh(const Survey& survey, const DangerReport& report) {
-    if (!isCounted(survey)) {
+    if (!canCheckCounts(survey)) {
         return;
     }
     Names high;
     for (const std::string& path : survey.paths) {
         const std::int32_t uses = survey.usesOf(path);
-        // What no product lists any more has a rule of its own.
-        if ((uses > 0 || survey.plan.bUninstall) && survey.countOf(path) > uses + slack(survey)) {
+        // "dropped-path" reports what no product lists any more.
+        if ((uses > 0 || survey.plan.bUninstall) && survey.countOf(path) > uses + mostUnknownUses(survey)) {
             high.push_back(path);
         }
     }
     if (!high.empty()) {
         report("the record counts more uses than there are installed products that list " + listed(high) +
-                   ": no uninstall will remove " + chosen(high, "it", "them"),
+                   ": no uninstall will remove " + singularOrPlural(high, "it", "them"),
                high);
     }
 }
 
 void notRecorded(const Survey& survey, const DangerReport& report) {
-    if (!isCounted(survey) || !survey.made) {
+    if (!canCheckCounts(survey) || !survey.newBuild) {
         return;
     }
     Names missing;
-    for (const auto& [path, node] : survey.made->tree) {
+    for (const auto& [path, node] : survey.newBuild->tree) {
         if (node.bLeaf && survey.countOf(path) < 1) {
             missing.push_back(path);
         }
     }
     if (!missing.empty()) {
         report("after the run the record does not have " + listed(missing) + ": no uninstall removes " +
-                   chosen(missing, "it", "them"),
+                   singularOrPlural(missing, "it", "them"),
                missing);
     }
 }
 
 void listsRecord(const Survey& survey, const DangerReport& report) {
-    if (!survey.made || survey.recordPath().empty()) {
+    if (!survey.newBuild || survey.recordPath().empty()) {
         return;
     }
     const std::string record = survey.machine.placeOf(survey.recordPath());
-    for (const OwnedPlace& place : survey.made->places) {
+    for (const OwnedPlace& place : survey.newBuild->places) {
         if (place.place == record && place.reach == OwnedPlace::Reach::Today) {
             report("the tree lists the record itself, " + place.treePath +
                        ": what other products have recorded there is lost",
@@ -217,7 +218,7 @@ void unknownProduct(const Survey& survey, const DangerReport& report) {
     }
     Names open;
     for (const std::string& path : survey.paths) {
-        const bool bHad = std::any_of(survey.mine.begin(), survey.mine.end(),
+        const bool bHad = std::any_of(survey.oldBuilds.begin(), survey.oldBuilds.end(),
                                       [&](const OwnedFiles& files) { return files.tree.count(path) != 0; });
         if (run->before.paths.count(path) != 0 && (survey.plan.bUninstall || !bHad)) {
             open.push_back(path);
@@ -225,8 +226,8 @@ void unknownProduct(const Survey& survey, const DangerReport& report) {
     }
     if (!open.empty()) {
         report("no definition of the recorded " +
-                   std::string(chosen(survey.unknown, "product ", "products ")) + listed(survey.unknown) +
-                   " is there, which may use " + listed(open),
+                   std::string(singularOrPlural(survey.unknown, "product ", "products ")) +
+                   listed(survey.unknown) + " is there, which may use " + listed(open),
                open);
     }
 }

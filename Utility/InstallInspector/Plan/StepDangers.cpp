@@ -1,4 +1,4 @@
-// What becomes of single files, folders, shortcuts and the uninstaller, and what the user is asked.
+// Dangers in the steps of a run: files, folders, shortcuts and the uninstaller, and questions to the user.
 #include "Utility/InstallInspector/Plan/Dangers.h"
 #include "Utility/InstallInspector/Report/Finding.h"
 #include "Utility/InstallUtility/KnownNames.h"
@@ -79,7 +79,7 @@ void notInstalled(const Survey& survey, const DangerReport& report) {
     }
 }
 
-/// Whether the tree path lies in something that the source lacks, which the user is asked about.
+/// Whether the tree path is part of a question about something that the source does not have.
 bool isMissingInSource(const Plan::Run& run, const std::string& treePath) {
     return std::any_of(run.questions.begin(), run.questions.end(), [&](const Plan::Question& question) {
         return std::any_of(question.missing.begin(), question.missing.end(), [&](const std::string& missing) {
@@ -88,7 +88,7 @@ bool isMissingInSource(const Plan::Run& run, const std::string& treePath) {
     });
 }
 
-/// A folder in the place of a file has a rule of its own.
+/// A folder in the place of a file counts as there, because "folder-for-file" reports it.
 bool isThere(const Survey& survey, const OwnedPlace& place) {
     const mode_t type = typeOf(survey, place.path);
     const bool bFolder = place.bFolder || typeInSource(survey, place.treePath) == S_IFDIR;
@@ -96,7 +96,7 @@ bool isThere(const Survey& survey, const OwnedPlace& place) {
 }
 
 void notThere(const Survey& survey, const DangerReport& report) {
-    if (!survey.made || survey.run() == nullptr || !survey.plan.bSucceeds) {
+    if (!survey.newBuild || survey.run() == nullptr || !survey.plan.bSucceeds) {
         return;
     }
     std::set<std::string> failed;
@@ -106,15 +106,15 @@ void notThere(const Survey& survey, const DangerReport& report) {
         }
     });
     Names missing;
-    for (const OwnedPlace& place : survey.made->places) {
-        const bool bThere = place.bShortCut ? survey.leadsToday(place) : isThere(survey, place);
+    for (const OwnedPlace& place : survey.newBuild->places) {
+        const bool bThere = place.bShortCut ? survey.leadsToOwnFile(place) : isThere(survey, place);
         if (place.reach == Reach::Today && !bThere && failed.count(place.path) == 0 &&
             !isMissingInSource(*survey.run(), place.treePath)) {
             missing.push_back(place.path);
         }
     }
     if (!missing.empty()) {
-        report(listed(missing) + chosen(missing, " is", " are") +
+        report(listed(missing) + singularOrPlural(missing, " is", " are") +
                    " not there after the run, though the product and its target paths say so",
                missing);
     }
@@ -122,19 +122,19 @@ void notThere(const Survey& survey, const DangerReport& report) {
 
 // Files and folders in each other's place
 
-/// The build that is replaced lists the same path as the other of the two kinds.
+/// Whether a replaced build lists the path as a file and the new one as a folder, or the reverse.
 bool changesKind(const Survey& survey, const std::string& treePath, bool bFolder) {
-    return std::any_of(survey.mine.begin(), survey.mine.end(), [&](const OwnedFiles& files) {
+    return std::any_of(survey.oldBuilds.begin(), survey.oldBuilds.end(), [&](const OwnedFiles& files) {
         const auto node = files.tree.find(treePath);
         return node != files.tree.end() && node->second.bFolder != bFolder;
     });
 }
 
 void kindChanges(const Survey& survey, const DangerReport& report) {
-    if (!survey.made) {
+    if (!survey.newBuild) {
         return;
     }
-    for (const auto& [path, node] : survey.made->tree) {
+    for (const auto& [path, node] : survey.newBuild->tree) {
         const StatusFile::FileNodeRef* recorded =
             survey.record ? survey.record->getFileInfo(toVLString(path)) : nullptr;
         if (changesKind(survey, path, node.bFolder)) {
@@ -193,14 +193,14 @@ void unrecordedFile(const Survey& survey, const DangerReport& report) {
             return; // a product that cannot be looked at may have put it there
         }
         if (typeInSource(survey, entry.treePath) == S_IFDIR) {
-            if (survey.hadForeign(survey.machine.placeOf(entry.path))) {
+            if (survey.hadForeignContent(survey.machine.placeOf(entry.path))) {
                 report(entry.path +
                            " is a folder that no product has put there: what is in it is mixed with the "
                            "product's, and goes with it",
                        {entry.path});
             }
         } else if (typeBefore(survey, entry.path) == S_IFDIR) {
-            return; // which other rules tell
+            return; // "folder-for-file" and others report it
         } else if (entry.action == Action::Keep) {
             report(entry.path + " is kept, though no installed product has put it there: it is taken for the "
                                 "product's, and goes with it",
@@ -222,11 +222,11 @@ bool isSameContent(const Survey& survey, const std::string& one, const std::stri
 }
 
 void samePlace(const Survey& survey, const DangerReport& report) {
-    if (!survey.made) {
+    if (!survey.newBuild) {
         return;
     }
     std::unordered_map<std::string, const OwnedPlace*> first;
-    for (const OwnedPlace& place : survey.made->places) {
+    for (const OwnedPlace& place : survey.newBuild->places) {
         if (place.reach != Reach::Today) {
             continue;
         }
@@ -256,9 +256,9 @@ void workingFolder(const Survey& survey, const DangerReport& report) {
     });
 }
 
-/// One whose path does not say that it is the family's.
+/// A removed folder whose path does not show that it belongs to this family of products.
 void wholeFolder(const Survey& survey, const DangerReport& report) {
-    std::unordered_map<std::string, std::size_t> removed; // how much was in it when it went first
+    std::unordered_map<std::string, std::size_t> removed; // what was in a folder at its first removal
     for (const Plan::Step& step : survey.plan.steps) {
         if (step.verb == Verb::RemoveFolder && step.removed > 0) {
             removed.emplace(step.path, step.removed);

@@ -28,7 +28,7 @@ void Survey::Owned::add(const OwnedPlace& place, mode_t type, bool bWithAll, Pla
     if (!places.insert(place.place).second) {
         return;
     }
-    // A folder that is listed as a file may be someone else's.
+    // A folder that is listed as a file may belong to someone else.
     if (bWithAll && !place.bShortCut &&
         (place.bFolder || (type == S_IFDIR && isOrWasBundle(place.path, planned)))) {
         folders.insert(place.place);
@@ -53,7 +53,7 @@ bool Survey::Owned::has(const std::string& place) const {
 
 void Survey::addPlace(OwnedPlace place, OwnedFiles& files, std::set<std::string>& known) {
     place.place = machine.placeOf(place.path);
-    // One that differs only in its reach is known by the first.
+    // Of places that differ only in their reach, the first one counts.
     if (!known.insert(place.treePath + '\n' + place.place).second) {
         return;
     }
@@ -62,8 +62,9 @@ void Survey::addPlace(OwnedPlace place, OwnedFiles& files, std::set<std::string>
     files.places.push_back(std::move(place));
 }
 
-/// The shared package is placed with the target paths of another product, which may have items of their own
-/// for names in it. It was installed with its own, which nobody keeps: they sent VorlaneFX to the record.
+/// The place of a node of the shared package next to the record. The package was installed with target paths
+/// of its own that put VorlaneFX there, and nobody keeps them. The inspector has only the target paths of
+/// another product, which may put parts of it elsewhere.
 PlacedProduct::Place besideRecord(const PlacedProduct& shared, const std::string& treePath) {
     const VLString& folder = shared.statusFolder();
     return {folder + toVLString(treePath.substr(std::strlen("VorlaneFX"))), folder, nullptr, nullptr};
@@ -146,17 +147,17 @@ Survey::Survey(PlannedMachine& inUse, const Plan& planned) : machine(inUse), pla
     installed =
         bGiven ? InstalledProducts::find(given.statusFolder(), plan.targets) : InstalledProducts::find();
     if (bGiven && plan.bUninstall) {
-        mine.push_back(filesOf(given, ""));
+        oldBuilds.push_back(filesOf(given, ""));
     }
     for (const auto& each : installed.all()) {
         if (each->isReadable()) {
             const bool bMine = bGiven && each->files.info().ID == product.ID;
-            (bMine ? mine : others).push_back(filesOf(each->files, each->uninstaller, each->isShared()));
+            (bMine ? oldBuilds : others).push_back(filesOf(each->files, each->uninstaller, each->isShared()));
         } else if (each->isShared()) {
             sharedFault = each->fault;
         }
     }
-    for (const auto* list : {&mine, &others}) {
+    for (const auto* list : {&oldBuilds, &others}) {
         for (const OwnedFiles& files : *list) {
             for (const OwnedPlace& place : files.places) {
                 before.add(place, place.before, true, machine);
@@ -165,7 +166,7 @@ Survey::Survey(PlannedMachine& inUse, const Plan& planned) : machine(inUse), pla
     }
 }
 
-void Survey::lookAgain() {
+void Survey::lookAfterRun() {
     const PlannedMachine::WithoutSteps withoutSteps(machine);
     bFirst = run() == nullptr || std::none_of(run()->before.products.begin(), run()->before.products.end(),
                                               [&](const auto& info) { return info.ID == product.ID; });
@@ -174,16 +175,16 @@ void Survey::lookAgain() {
         const auto shared = std::stable_partition(others.begin(), others.end(), [](const OwnedFiles& files) {
             return !(files.product.ID == SharedPackage::ID);
         });
-        std::move(shared, others.end(), std::back_inserter(mine));
+        std::move(shared, others.end(), std::back_inserter(oldBuilds));
         others.erase(shared, others.end());
     }
-    for (auto* list : {&mine, &others}) {
+    for (auto* list : {&oldBuilds, &others}) {
         for (OwnedFiles& files : *list) {
             for (OwnedPlace& place : files.places) {
                 place.after = machine.linkTypeOf(toVLString(place.path));
                 place.linkAfter = place.after == S_IFLNK ? machine.linkText(place.path) : "";
                 if (list == &others) {
-                    // What the product has in another's folder is left there.
+                    // A folder of another product does not own the files that the removed product left in it.
                     after.add(place, place.after, false, machine);
                 }
             }
@@ -191,8 +192,8 @@ void Survey::lookAgain() {
     }
     if (!plan.bUninstall && fault.empty()) {
         given.placeAgain();
-        made = filesOf(given, ownUninstaller());
-        for (OwnedPlace& place : made->places) {
+        newBuild = filesOf(given, ownUninstaller());
+        for (OwnedPlace& place : newBuild->places) {
             place.after = place.before; // this is the machine after the run
             place.linkAfter = place.linkBefore;
             if (place.reach != Reach::Idle) {
@@ -210,9 +211,9 @@ void Survey::listPaths() {
             paths.push_back(path);
         }
     };
-    std::for_each(mine.begin(), mine.end(), add);
-    if (made) {
-        add(*made);
+    std::for_each(oldBuilds.begin(), oldBuilds.end(), add);
+    if (newBuild) {
+        add(*newBuild);
     }
     std::sort(paths.begin(), paths.end());
     paths.erase(std::unique(paths.begin(), paths.end()), paths.end());
@@ -262,7 +263,7 @@ std::int32_t Survey::countOf(const std::string& treePath) const {
 }
 
 std::int32_t Survey::usesOf(const std::string& treePath) const {
-    std::int32_t uses = made && made->tree.count(treePath) != 0 ? 1 : 0;
+    std::int32_t uses = newBuild && newBuild->tree.count(treePath) != 0 ? 1 : 0;
     for (const OwnedFiles& files : others) {
         uses += files.recordPlace == recordPlace && files.tree.count(treePath) != 0 ? 1 : 0;
     }
@@ -274,13 +275,13 @@ bool Survey::wasRecorded(const std::string& treePath) const {
                        [&](const Plan::Run& each) { return each.before.paths.count(treePath) != 0; });
 }
 
-bool Survey::hadForeign(const std::string& folder) const {
+bool Survey::hadForeignContent(const std::string& folder) const {
     const std::vector<VLString> names = machine.before().namesIn(toVLString(folder));
     return std::any_of(names.begin(), names.end(), [&](const VLString& name) {
         const std::string path = folder + "/" + toString(name);
         const bool bShared =
             before.above.count(path) != 0 && machine.before().linkTypeOf(toVLString(path)) == S_IFDIR;
-        return !before.has(path) && (!bShared || hadForeign(path));
+        return !before.has(path) && (!bShared || hadForeignContent(path));
     });
 }
 
@@ -294,9 +295,9 @@ bool Survey::isOwnShortCut(const OwnedPlace& shortCut, const OwnedFiles& files) 
     });
 }
 
-bool Survey::leadsToday(const OwnedPlace& shortCut) const {
+bool Survey::leadsToOwnFile(const OwnedPlace& shortCut) const {
     const std::string target = machine.placeOf(shortCut.linkAfter);
-    return std::any_of(made->places.begin(), made->places.end(), [&](const OwnedPlace& place) {
+    return std::any_of(newBuild->places.begin(), newBuild->places.end(), [&](const OwnedPlace& place) {
         return !place.bShortCut && place.reach == Reach::Today && place.treePath == shortCut.treePath &&
                place.place == target;
     });
