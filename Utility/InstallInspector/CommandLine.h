@@ -1,4 +1,4 @@
 #pragma once
 
-/// Reads the command line and runs the subcommand that it names. The exit status.
+/// Reads the command line and runs its subcommand. Returns the exit status.
 int runCommandLine(int argc, char* argv[]);

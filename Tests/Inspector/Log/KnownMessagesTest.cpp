@@ -206,10 +206,10 @@ TEST(LogLine, APathIsNotTakenForOneThatBeginsLikeIt) {
 }
 
 TEST(LogLine, KnowsWhatAShellSaysOfASignal) {
-    EXPECT_TRUE(tellsOfSignal("/tmp/postinstall: line 43:  1234 Killed                  env -i x"));
-    EXPECT_TRUE(tellsOfSignal("./postinstall: line 4: 12 Terminated: 15 x"));
-    EXPECT_FALSE(tellsOfSignal("./postinstall: line 4: 12 Done"));
-    EXPECT_FALSE(tellsOfSignal("line 4: Killed"));
-    EXPECT_FALSE(tellsOfSignal("line : 12 Killed"));
-    EXPECT_FALSE(tellsOfSignal("Killed"));
+    EXPECT_TRUE(isSignalMessage("/tmp/postinstall: line 43:  1234 Killed                  env -i x"));
+    EXPECT_TRUE(isSignalMessage("./postinstall: line 4: 12 Terminated: 15 x"));
+    EXPECT_FALSE(isSignalMessage("./postinstall: line 4: 12 Done"));
+    EXPECT_FALSE(isSignalMessage("line 4: Killed"));
+    EXPECT_FALSE(isSignalMessage("line : 12 Killed"));
+    EXPECT_FALSE(isSignalMessage("Killed"));
 }

@@ -177,7 +177,7 @@ TEST_F(LogEndToEnd, AFailedCopyHasTheToolsWordsBesideIt) {
             EXPECT_EQ(question.answer, Answer::NobodyToAsk);
         }
         EXPECT_THAT(run.tools, IsEmpty());
-        EXPECT_EQ(run.end, End::NotTold);
+        EXPECT_EQ(run.end, End::NotInLog);
         EXPECT_EQ(run.verdict(), Verdict::Harm);
     }
 }
@@ -195,7 +195,7 @@ TEST_F(LogEndToEnd, AFileThatMayFailIsToldAsSuch) {
         EXPECT_EQ(failed->failures, 1U);
         EXPECT_FALSE(run.bDialog);
         EXPECT_THAT(run.questions, IsEmpty());
-        EXPECT_EQ(run.end, End::NotTold);
+        EXPECT_EQ(run.end, End::NotInLog);
         EXPECT_EQ(run.verdict(), Verdict::Harm);
     }
 }
@@ -242,7 +242,7 @@ TEST_F(LogEndToEnd, AnAnswerInTheTerminalIsTold) {
         EXPECT_EQ(log.runs[0].questions[0].answer, Answer::Cancel);
         EXPECT_EQ(pathsWith(log.runs[0], Outcome::Failed), Lines{shared("Looks/Grey.look")});
         EXPECT_EQ(log.runs[0].files.back().failures, more.empty() ? 2U : log.runs[0].files.back().failures);
-        EXPECT_EQ(log.runs[0].end, End::NotTold);
+        EXPECT_EQ(log.runs[0].end, End::NotInLog);
 
         const ProgramResult retried = root().runInTerminal(
             command, {{"ancel: ", "retry\n", [this] { root().remove(shared("Looks")); }}}, Options());
@@ -266,7 +266,7 @@ TEST_F(LogEndToEnd, ATerminalThatDoesNotShowTheAnswerGoesOnInTheSameLine) {
     EXPECT_EQ(log.runs[0].questions.at(0).answer, Answer::NotInLog);
     EXPECT_EQ(pathsWith(log.runs[0], Outcome::Failed), Lines{shared("Looks/Grey.look")});
     EXPECT_EQ(log.runs[0].files.at(0).failures, 2U);
-    EXPECT_EQ(log.runs[0].end, End::NotTold);
+    EXPECT_EQ(log.runs[0].end, End::NotInLog);
 }
 
 TEST_F(LogEndToEnd, ADialogLeavesNoAnswerInTheLog) {
@@ -279,7 +279,7 @@ TEST_F(LogEndToEnd, ADialogLeavesNoAnswerInTheLog) {
         EXPECT_TRUE(run.bDialog);
         EXPECT_THAT(run.questions, IsEmpty());
         EXPECT_EQ(pathsWith(run, Outcome::Failed), Lines{shared("Looks/Grey.look")});
-        EXPECT_EQ(run.end, End::NotTold);
+        EXPECT_EQ(run.end, End::NotInLog);
 
         // Retry, once the way is clear.
         options = withTool("zenity", "rm '" + shared("Looks") + "'\nexit 0\n");
@@ -290,7 +290,7 @@ TEST_F(LogEndToEnd, ADialogLeavesNoAnswerInTheLog) {
         EXPECT_EQ(retried.count(Outcome::CopiedLater), more.empty() ? 0U : 1U);
         EXPECT_EQ(retried.count(Outcome::Unclear), more.empty() ? 1U : 0U);
         EXPECT_EQ(retried.bDialog, !more.empty());
-        EXPECT_EQ(retried.end, End::NotTold);
+        EXPECT_EQ(retried.end, End::NotInLog);
         EXPECT_EQ(retried.verdict(), Verdict::Harm);
     }
 }

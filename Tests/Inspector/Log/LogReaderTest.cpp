@@ -331,15 +331,15 @@ TEST(LogReader, ALineThatIsNotWholeBreaksOff) {
     EXPECT_EQ(runOf(text + "Error! Src pa").end, End::BreaksOff);
     EXPECT_EQ(runOf(text + "Error: Failed to copy '/s/b' to '/t/").end, End::BreaksOff);
     // What an editor has left away.
-    EXPECT_EQ(runOf(text.substr(0, text.size() - 1)).end, End::NotTold);
-    EXPECT_EQ(runOf(text + "root#").end, End::NotTold);
-    EXPECT_EQ(runOf(text + "Error! Src pa\n").end, End::NotTold);
+    EXPECT_EQ(runOf(text.substr(0, text.size() - 1)).end, End::NotInLog);
+    EXPECT_EQ(runOf(text + "root#").end, End::NotInLog);
+    EXPECT_EQ(runOf(text + "Error! Src pa\n").end, End::NotInLog);
 }
 
 TEST(LogReader, AFailureThatNoSecondTryFollowsIsUnclear) {
     const std::string text = checking + failed("/s/VorlaneFX/a", "/t/a");
     EXPECT_EQ(runOf(text).files.at(0).outcome, Outcome::Unclear);
-    EXPECT_EQ(runOf(text).end, End::NotTold);
+    EXPECT_EQ(runOf(text).end, End::NotInLog);
     // With debug lines a second try can be seen.
     EXPECT_EQ(runOf(checking + copied("/s/VorlaneFX/a", "/t/a") + failed("/s/VorlaneFX/a", "/t/a")).end,
               End::BreaksOff);
@@ -355,7 +355,7 @@ TEST(LogReader, AFailureThatNoSecondTryFollowsIsUnclear) {
     const LoggedRun told =
         runOf(checking + copied("/s/VorlaneFX/a", "/t/a") + failed("/s/VorlaneFX/a", "/t/a") +
               "Error: Can't copy SKU XML to Uninstall.app\n");
-    EXPECT_EQ(told.end, End::NotTold);
+    EXPECT_EQ(told.end, End::NotInLog);
     EXPECT_TRUE(told.bDialog);
     // A question about one branch says nothing of the next.
     EXPECT_TRUE(runOf(text + asked("x") + failed("/s/VorlaneFX/a", "/t/a") + failed("/s/Content/b", "/t/b") +
@@ -390,7 +390,7 @@ TEST(LogReader, WhatAFailedCopyHasLeftIsNoCopyWhenItIsSkipped) {
     // Without a question in the log, a dialog has asked.
     const LoggedRun dialog = runOf(checking + both + skipped);
     EXPECT_EQ(dialog.files.at(0).outcome, Outcome::Failed);
-    EXPECT_EQ(dialog.end, End::NotTold);
+    EXPECT_EQ(dialog.end, End::NotInLog);
     EXPECT_TRUE(dialog.bDialog);
     // One that was copied in the first try is skipped in the second.
     const LoggedRun run =

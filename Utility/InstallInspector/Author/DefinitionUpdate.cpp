@@ -31,8 +31,8 @@ bool mayBeWhole(const std::string& path) {
 } // namespace
 
 DefinitionUpdate::DefinitionUpdate(EditableDefinition& edited, const StagedFolder& folder,
-                                   EntryWriter& entries, Remarks& said)
-    : definition(edited), source(folder), writer(entries), remarks(said),
+                                   EntryWriter& entries, Remarks& toAddTo)
+    : definition(edited), source(folder), writer(entries), remarks(toAddTo),
       hosts(StagedHosts::of(folder.root())) {
     TiXmlDocument taken = definition.document().xml(); // reading takes it down
     meaning.parseInner(taken);
@@ -73,7 +73,7 @@ DefinitionUpdate::ListedNames DefinitionUpdate::listedIn(const Entry& parent) co
         }
         Listed& listed = names[name];
         listed.all.push_back(entry);
-        // As the engine has it: a file replaces a directory, a later one an earlier one.
+        // Like in the engine, a file replaces a directory, and a later entry an earlier one.
         if (listed.counts == nullptr || listed.counts->kind == Kind::Directory || entry->kind == Kind::File) {
             listed.counts = entry;
         }
@@ -81,7 +81,8 @@ DefinitionUpdate::ListedNames DefinitionUpdate::listedIn(const Entry& parent) co
     return names;
 }
 
-/// Finds each listed name in the folder: as it is, or else one that looks the same and is not listed itself.
+/// Finds each listed name in the folder. If it is not there, takes a name that looks the same and is not
+/// listed.
 void DefinitionUpdate::matchNames(ListedNames& listed, const StagedNode& folder) const {
     std::map<std::string, const StagedNode*> strangers;
     for (const StagedNode& child : folder.children) {
@@ -103,7 +104,7 @@ void DefinitionUpdate::matchNames(ListedNames& listed, const StagedNode& folder)
     }
 }
 
-/// Why the entry is dropped; nothing when it stays.
+/// Why the entry is dropped. No value if it stays.
 std::optional<std::string> DefinitionUpdate::whyGone(const Listed& listed, const std::string& path) const {
     if (listed.node == nullptr) {
         return "";
@@ -118,7 +119,7 @@ std::optional<std::string> DefinitionUpdate::whyGone(const Listed& listed, const
                           (path == Branch::shared && node.isFolder() && node.children.empty());
     const bool bAllGone = std::none_of(inner.begin(), inner.end(),
                                        [&](const auto& entry) { return node.child(entry.first) != nullptr; });
-    // Without anything in it, the entry would stand for the folder with all that it ever holds.
+    // An entry without content would mean the whole folder, with everything that it ever contains.
     return !bWhole && bNothing && bAllGone ? std::optional<std::string>("nothing is left of it")
                                            : std::nullopt;
 }
@@ -174,7 +175,7 @@ void DefinitionUpdate::compareDirectory(const Entry& entry, const StagedNode& no
     }
 }
 
-/// Makes the entry's manifest that of what lies there.
+/// Updates the entry's manifest to the file or folder at `path`.
 void DefinitionUpdate::compareManifest(const Entry& entry, const std::string& path) {
     if (!writer.writesManifests()) {
         return;
@@ -201,7 +202,7 @@ void DefinitionUpdate::compareFileManifest(const TiXmlElement& element, const Ma
     }
 }
 
-/// Gives the attributes of the element their values; whether one of them had another.
+/// Sets the attributes of the element. Returns whether one of them had another value.
 bool DefinitionUpdate::comparePart(const TiXmlElement& element, const Manifest::Part& part) {
     bool bChanged = false;
     const auto set = [&](const char* name, const std::string& value) {
@@ -389,7 +390,7 @@ void DefinitionUpdate::addFamilies() {
                           style.lineEnd);
 }
 
-/// Only where there is such a list: no install needs it.
+/// Only if the definition has such a list, because no install needs it.
 void DefinitionUpdate::addHosts() {
     const Entry* list = definition.document().find(Kind::Hosts);
     if (list == nullptr) {
@@ -413,7 +414,7 @@ void DefinitionUpdate::addHosts() {
     }
 }
 
-/// What a person has written about a host is not changed.
+/// Does not change what a person has written about a host.
 void DefinitionUpdate::noteServedHosts() {
     const auto isListed = [&](const std::string& host) {
         const auto& names = meaning.hostNames;

@@ -10,20 +10,21 @@
 #include <string>
 #include <vector>
 
-/// One line of what an update does.
+/// One change that an update makes.
 struct DefinitionChange {
     enum class Kind { Added, Dropped, Changed };
 
     Kind kind;
-    std::string path; ///< in the tree, of folders with a slash at the end; or what else is changed
-    std::string text; ///< behind the path; may be empty
+    std::string path; ///< in the tree, with a slash at the end for a folder; or the name of another part
+    std::string text; ///< printed after the path; may be empty
 };
 
-/// Brings a definition up to date with a staged folder, by as few edits as that takes.
+/// Brings a definition up to date with a staged folder. Makes as few edits as possible.
 class DefinitionUpdate {
 public:
+    /// All arguments must outlive this object.
     DefinitionUpdate(EditableDefinition& edited, const StagedFolder& folder, EntryWriter& entries,
-                     Remarks& said);
+                     Remarks& toAddTo);
 
     /// Finds all differences, and makes the edits.
     void run();
@@ -34,9 +35,9 @@ private:
     using Entry = LocatedDocument::Entry;
     /// What the definition lists under one name inside one element.
     struct Listed {
-        const Entry* counts = nullptr; ///< the one that the engine takes
+        const Entry* counts = nullptr; ///< the entry that the engine uses
         std::vector<const Entry*> all;
-        const StagedNode* node = nullptr; ///< what it is in the folder
+        const StagedNode* node = nullptr; ///< the node in the folder; null if it is not there
     };
     using ListedNames = std::map<std::string, Listed>;
 
@@ -70,5 +71,5 @@ private:
     StagedHosts hosts;
     std::vector<DefinitionChange> changeList;
     std::set<std::string> addedPaths;
-    std::size_t begunManifests = 0; ///< entries that had none
+    std::size_t begunManifests = 0; ///< the number of entries that had no manifest before
 };

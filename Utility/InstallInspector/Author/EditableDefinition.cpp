@@ -97,7 +97,7 @@ private:
     }
 };
 
-/// The element behind this one in the order of the text; null behind the last.
+/// The next element in the order of the text. Null after the last one.
 const TiXmlElement* nextOf(const TiXmlElement& element) {
     if (const TiXmlElement* child = element.FirstChildElement()) {
         return child;
@@ -118,7 +118,8 @@ bool EditableDefinition::read(const std::string& path, std::string& error) {
         error = std::string("cannot be read: ") + std::strerror(content.error);
         return false;
     }
-    // Before the parser's own look: what has changed in between shows when the file is written.
+    // Taken before the parser reads the file, so that a change in between is noticed when the file is
+    // written.
     fileState = content.state;
     text.assign(content.bytes == nullptr ? "" : content.bytes.get(), content.size);
     if (!located.read(path, Location::Document::Definition, Kind::Product, error)) {
@@ -188,7 +189,7 @@ bool EditableDefinition::hasForeignEncoding() const {
     return encoding.IsSet() && !encoding.EqualsIgnoreCase("UTF-8") && !encoding.EqualsIgnoreCase("UTF8");
 }
 
-/// From what the file has: its first line end, and how much further in `sku`, or a branch, stands.
+/// Finds the style of the file from its first line end, and from the indentation of `sku` or a branch.
 void EditableDefinition::findStyle() {
     const std::size_t end = text.find_first_of("\r\n");
     if (end != std::string::npos) {
@@ -232,7 +233,7 @@ std::size_t EditableDefinition::behindLineEnd(std::size_t position) const {
     return position + (text.compare(position, 2, "\r\n") == 0 ? 2 : 1);
 }
 
-/// The end of the line, when only blanks and whole comments stand before it; otherwise the position itself.
+/// The end of the line, if there are only blanks and whole comments before it. Otherwise the position itself.
 std::size_t EditableDefinition::behindLine(std::size_t position) const {
     std::size_t end = behindBlanks(position);
     while (text.compare(end, 4, "<!--") == 0) {
@@ -342,7 +343,7 @@ void EditableDefinition::setAttribute(const TiXmlElement& element, const std::st
     const ElementSpan& span = spanOf(element);
     if (const auto found = find(span, name)) {
         const bool bQuoted = found->end > found->valueEnd;
-        // The whole of it: the old quotes may be those that the value must not hold.
+        // Replaces the quotes, too, because the value may contain the kind of quote that the file has.
         edits.push_back({found->valueBegin - (bQuoted ? 1 : 0), found->end, asAttribute(value)});
     } else {
         const std::size_t end = lastAttributeEnd(span);

@@ -9,23 +9,24 @@
 #include <unordered_map>
 #include <vector>
 
-/// Where an element stands in the bytes of its file.
+/// The position of an element in the bytes of its file.
 struct ElementSpan {
     std::string name;
     std::size_t begin = 0; ///< of its "<"
     std::size_t nameEnd = 0;
-    std::size_t tagEnd = 0;   ///< behind the ">" of its first tag
-    std::size_t endBegin = 0; ///< of its end tag; where it has none, the end
+    std::size_t tagEnd = 0;   ///< after the ">" of its first tag
+    std::size_t endBegin = 0; ///< of its end tag; the same as `end` if it has none
     std::size_t end = 0;
     bool bEmptyTag = false; ///< ends with "/>"
 };
 
-/// A product definition of which single places are changed, while all other bytes stay as they are. Edits are
-/// collected, and text() gives the file with all of them.
+/// A product definition that is changed only at single places. All other bytes stay as they are. Edits are
+/// collected, and editedText() returns the file with all of them.
 class EditableDefinition {
 public:
-    /// False, and `error` says why, for what must not be written over: a file that cannot be read, that the
-    /// engine's parser does not read whole, or in which not every place can be found.
+    /// Reads the file. Returns false and sets `error` to the reason if the file must not be overwritten: it
+    /// cannot be read, the engine's parser does not read all of it, or the position of an element is not
+    /// found.
     bool read(const std::string& path, std::string& error);
 
     const LocatedDocument& document() const { return located; }
@@ -42,24 +43,25 @@ public:
     /// Whether the file says that its encoding is another than UTF-8.
     bool hasForeignEncoding() const;
 
-    /// The blanks with which the line of the element begins.
+    /// The blanks at the beginning of the element's line.
     std::string indentationOf(const TiXmlElement& element) const;
-    /// That of what is inserted into `parent`: as what stands there already, when something does.
+    /// The indentation for new content of `parent`. The same as that of its existing content, if there is
+    /// any.
     std::string indentationInside(const TiXmlElement& parent) const;
 
-    /// Inserts whole lines into `parent`: behind `sibling` and what else stands in its line, or before
-    /// everything else when that is null. At most one insertion for each place.
+    /// Inserts whole lines into `parent`: after the line of `sibling`, or before all other content if
+    /// `sibling` is null. Only one insertion at each place is allowed.
     void insert(const TiXmlElement& parent, const TiXmlElement* sibling, std::string lines);
-    /// Takes the element away, and its lines when nothing else is in them.
+    /// Removes the element. Also removes its lines, if nothing else is in them.
     void remove(const TiXmlElement& element);
-    /// Makes of the element one of another name with the same attributes and nothing inside.
+    /// Replaces the element with an empty one of another name and the same attributes.
     void replaceByEmpty(const TiXmlElement& element, const std::string& name);
-    /// Gives the attribute that value; adds it behind the others when there is none.
+    /// Changes the value of the attribute. If it is missing, adds it after the others.
     void setAttribute(const TiXmlElement& element, const std::string& name, const std::string& value);
     void removeAttribute(const TiXmlElement& element, const std::string& name);
 
     bool isChanged() const { return !edits.empty(); }
-    /// What was inserted, without what was there.
+    /// Only the inserted text, without the rest of the file.
     std::string inserted() const;
     std::string editedText() const;
 
@@ -72,7 +74,7 @@ private:
     struct AttributeSpan {
         std::size_t begin; ///< of the name
         std::size_t valueBegin;
-        std::size_t valueEnd; ///< quotes left out
+        std::size_t valueEnd; ///< the value has no quotes
         std::size_t end;
     };
 

@@ -20,7 +20,7 @@ bool isIn(const char* branch, const std::string& path) {
            (path.size() == name.size() || path[name.size()] == '/');
 }
 
-/// What the shell would make of the name between double quotes; empty when it takes it as it is.
+/// What the shell would make of the name between double quotes. Empty if it would not change the name.
 std::string shellFaultOf(const std::string& name) {
     switch (const std::size_t found = name.find_first_of("\"$`\\");
             found == std::string::npos ? '\0' : name[found]) {
@@ -151,7 +151,7 @@ void EntryWriter::begin(const char* element, const StagedNode& node, const std::
     entries.push_back(path + (node.kind == NodeKind::File ? "" : "/"));
 }
 
-/// What stands behind the name of a file, or of a whole folder.
+/// Writes the rest of the entry after the name of a file or a whole folder.
 void EntryWriter::endFile(const std::string& path, const std::string& before, std::string& text) {
     const Manifest::Parts parts = writesManifests() ? manifestOf(path) : Manifest::Parts();
     if (!parts.empty() && parts.front().path.empty()) {
@@ -168,7 +168,7 @@ void EntryWriter::endFile(const std::string& path, const std::string& before, st
 }
 
 Manifest::Parts EntryWriter::manifestOf(const std::string& path) {
-    // A copy of the definition itself, which cannot hold its own digest.
+    // This is a copy of the definition itself. It cannot contain its own digest.
     if (path == std::string(Branch::shared) + "/" + SharedPackage::definitionsFolder + "/COMMON.xml") {
         return {};
     }
@@ -278,7 +278,7 @@ void EntryWriter::countInside(const StagedNode& node) {
     }
 }
 
-/// What check warns of, and what may be meant.
+/// Notes what `check` warns about, but may be intended.
 void EntryWriter::noteName(const std::string& name, const std::string& path) {
     if (isBlank(name.front()) || isBlank(name.back())) {
         remarks.note(path, "the name begins or ends with a blank, and check warns of it");

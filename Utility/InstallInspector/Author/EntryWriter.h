@@ -13,51 +13,54 @@ struct TextStyle {
     std::string lineEnd = "\n";
 };
 
-/// How many entries there are of each kind, and what an install has to do for them.
+/// The number of entries of each kind, and the work of an install for them.
 struct EntryCounts {
     std::size_t files = 0;
     std::size_t wholeFolders = 0;
     std::size_t emptyFolders = 0;
-    /// Folders of which a file, or a whole folder, is the first that is copied; others come into being with
-    /// what is in them.
+    /// Folders that need a command of their own: the first thing that is copied into them is a file or a
+    /// whole folder. Other folders are made together with a folder inside them.
     std::size_t foldersMade = 0;
     std::size_t filesInWholeFolders = 0;
     std::size_t foldersMadeInWholeFolders = 0; ///< if their files were listed one by one
 
-    /// The commands of an install that has one folder to copy each of them to, none of which is there yet.
+    /// The commands of an install with one target folder for each part, on a machine without these folders.
     std::size_t commands() const;
     /// The same if the files of whole folders were listed one by one.
     std::size_t commandsFileByFile() const;
 };
 
-/// Writes the entries of the tree of files for what lies in a staged folder, and says what about it no
-/// definition can carry, or a person should look at.
+/// Writes the entries of a definition's tree for the content of a staged folder. Adds a remark for what no
+/// definition can contain, and for what a person should check.
 class EntryWriter {
 public:
-    EntryWriter(const TextStyle& layout, Remarks& said) : style(layout), remarks(said) {}
+    /// Both arguments must outlive this object.
+    EntryWriter(const TextStyle& layout, Remarks& toAddTo) : style(layout), remarks(toAddTo) {}
 
-    /// Appends the lines for `node`, which lies at `path` in the staged folder, with `before` in front of
-    /// each. Nothing when it is left out.
+    /// Appends the lines for `node` to `text`, each with `before` at its beginning. `path` is the path of the
+    /// node in the staged folder. Writes nothing for a node that is left out.
     void write(const StagedNode& node, const std::string& path, const std::string& before, std::string& text);
 
-    /// From now on entries get a manifest of what lies in `sourceFolder`.
-    void writeManifests(const std::string& sourceFolder, Progress& shown) {
+    /// From now on, writes a manifest of the files in `sourceFolder` into the entries. `toUpdate` must
+    /// outlive this object.
+    void writeManifests(const std::string& sourceFolder, Progress& toUpdate) {
         source = sourceFolder;
-        progress = &shown;
+        progress = &toUpdate;
     }
     bool writesManifests() const { return progress != nullptr; }
-    /// The manifest of what lies at that path. What cannot be read becomes a fault.
+    /// The manifest of the file or folder at `path`. Adds a fault for each file that cannot be read.
     Manifest::Parts manifestOf(const std::string& path);
 
     const EntryCounts& counts() const { return counted; }
-    /// The tree paths of what was written, in its order; of folders with a slash at the end.
+    /// The tree paths of the written entries in their order. Paths of folders end with a slash.
     const std::vector<std::string>& written() const { return entries; }
 
-    /// Says what is left out of a folder that is copied whole, where that is not possible.
+    /// Adds a remark for each file inside a folder that should be left out, but is installed because the
+    /// folder is copied whole.
     void noteInsideWhole(const StagedNode& node, const std::string& path);
 
-    /// Whether a node of its kind may lie at that path: what is above the files of families, VorlaneFX and
-    /// Content has to be folders of a certain kind. Where it may not, says so.
+    /// Whether a node of this kind is allowed at `path`. Above the files of families, VorlaneFX and Content
+    /// there must be certain folders. If the node is not allowed, adds a remark.
     bool standsInPlace(const StagedNode& node, const std::string& path);
 
 private:
@@ -82,13 +85,13 @@ private:
 /// Whether `node`, which lies at `path` in the staged folder, is copied as one piece.
 bool isTakenWhole(const StagedNode& node, const std::string& path);
 
-/// How many names the path has.
+/// The number of components of the path.
 std::size_t levelOf(const std::string& path);
 
-/// The known host of which the folder of a host is the 32-bit variant; empty when it is none.
+/// The known host, if `folder` is the folder of its 32-bit variant. Otherwise empty.
 std::string hostOfVariant(const std::string& folder);
 
-/// Why a thing is left out.
+/// Why a node is left out, in words.
 std::string reasonOf(StagedNode::Omission omission);
 
 /// A part of a manifest as attributes, with a blank before each.

@@ -18,7 +18,7 @@ bool isPattern(const std::string& text) {
            std::none_of(text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; });
 }
 
-/// What is wrong with what the command was told; empty when nothing is.
+/// What is wrong with the arguments. Empty if nothing is.
 std::string faultOf(const NewOptions& options) {
     std::string fault = faultOf(options.identity);
     if (!std::all_of(options.exclude.begin(), options.exclude.end(), isPattern)) {
@@ -32,8 +32,8 @@ std::string faultOf(const NewOptions& options) {
     return fault;
 }
 
-/// What every install asks of the folder as a whole.
-void judgeWhole(const NewOptions& options, const StagedFolder& folder, Remarks& remarks) {
+/// Adds remarks about what every install needs in the folder.
+void checkWholeFolder(const NewOptions& options, const StagedFolder& folder, Remarks& remarks) {
     const StagedNode* shared = folder.root().child(Branch::shared);
     if (shared == nullptr || shared->omission == StagedNode::Omission::Excluded) {
         remarks.fault(Branch::shared, "is not there: every install opens this folder, which may be empty");
@@ -113,7 +113,7 @@ int runNew(const NewOptions& options) {
         }
         definition = newDefinition(options.identity, folder, leftOut, writer, style);
     }
-    judgeWhole(options, folder, remarks);
+    checkWholeFolder(options, folder, remarks);
     if (remarks.faults.empty() && writer.written().empty()) {
         remarks.fault(".", "holds nothing to install");
     }

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-/// What the subcommand "new" is told.
+/// The arguments of the subcommand "new".
 struct NewOptions {
     std::string folder;
     Identity identity;
@@ -16,5 +16,5 @@ struct NewOptions {
     bool bManifest = false;
 };
 
-/// The exit status.
+/// Returns the exit status.
 int runNew(const NewOptions& options);

@@ -43,7 +43,7 @@ std::string familiesAttribute(const std::set<std::string>& families) {
     return " families=" + asAttribute(list);
 }
 
-/// The lines of an element that holds others, indented by one level, with an empty line behind it.
+/// The lines of an element with content, indented by one level and followed by an empty line.
 std::string section(const char* name, const std::string& comment, const std::string& content,
                     const TextStyle& style) {
     const std::string& before = style.indentation;

@@ -15,10 +15,10 @@ struct Identity {
     std::string prefix; ///< empty for none
 };
 
-/// What is wrong with it, so that no sound definition could hold it; empty when nothing is.
+/// Why no correct definition can contain this identity. Empty if one can.
 std::string faultOf(const Identity& identity);
 
-/// The hosts that a staged folder serves.
+/// The hosts for which a staged folder has files.
 struct StagedHosts {
     struct Host {
         std::set<std::string> families;
@@ -32,12 +32,12 @@ struct StagedHosts {
     static StagedHosts of(const StagedNode& root);
 };
 
-/// The lines of a host, and of a family with the one plug-in that it needs, with `before` in front of each.
+// The lines of a host, and of a family with the one plug-in that it needs. Each line begins with `before`.
 std::string hostText(const std::string& name, const StagedHosts::Host& host,
                      const std::set<std::string>& allFamilies, const TextStyle& style,
                      const std::string& before);
 std::string familyText(const std::string& name, const TextStyle& style, const std::string& before);
 
-/// The text of a definition with all that lies in `folder`.
+/// The text of a definition with all files in `folder`.
 std::string newDefinition(const Identity& identity, const StagedFolder& folder, const LeftOut& leftOut,
                           EntryWriter& writer, const TextStyle& style);

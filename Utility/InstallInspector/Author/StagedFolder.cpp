@@ -49,7 +49,8 @@ bool beginsWith(const Parts& parts, const Parts& beginning) {
     return parts.size() >= beginning.size() && std::equal(beginning.begin(), beginning.end(), parts.begin());
 }
 
-/// The path at which the link at `path` ends, without links. 0, or why there is none.
+/// Finds the path to which the link at `path` leads, without links. Returns 0, or the errno value of a
+/// failure.
 int resolve(const std::string& path, std::string& end) {
     const std::unique_ptr<char, decltype(&std::free)> real(realpath(path.c_str(), nullptr), &std::free);
     if (real == nullptr) {
@@ -77,8 +78,8 @@ bool leaves(const Parts& limit, Parts from, const std::string& target) {
 
 class Reader {
 public:
-    Reader(const std::string& folder, const LeftOut& what, Remarks& said, Progress& shown)
-        : path(folder), rootSize(folder.size() + 1), leftOut(what), remarks(said), progress(shown) {
+    Reader(const std::string& folder, const LeftOut& what, Remarks& toAddTo, Progress& toUpdate)
+        : path(folder), rootSize(folder.size() + 1), leftOut(what), remarks(toAddTo), progress(toUpdate) {
         resolve(folder, realRoot);
     }
 
@@ -132,7 +133,7 @@ private:
         return kindOfOther(path + "/" + name);
     }
 
-    /// What needs a closer look counts as a loose link until it gets it.
+    /// A link is a loose link until its target is examined.
     static NodeKind kindOfOther(const std::string& file) {
         struct stat status = {};
         if (lstat(file.c_str(), &status) != 0) {
@@ -220,7 +221,7 @@ private:
     }
 
     void lookCloser(StagedNode& node) {
-        node.kind = NodeKind::File; // so that what a fault is told of is not told of twice
+        node.kind = NodeKind::File; // so that it gets only one fault
         struct stat status = {};
         if (lstat(path.c_str(), &status) != 0) {
             fault(std::string("cannot be read: ") + std::strerror(errno));

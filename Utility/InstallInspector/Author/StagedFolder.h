@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-/// One thing in a staged folder.
+/// A file, folder or link in a staged folder.
 struct StagedNode {
     enum class Kind : std::uint8_t {
         File, ///< a regular file, or a link to one
@@ -20,34 +20,35 @@ struct StagedNode {
         None,
         Junk,
         Excluded,
-        Hollow ///< a folder with nothing but what is left out
+        Hollow ///< a folder that contains only what is left out
     };
 
     std::string name;
-    std::vector<StagedNode> children; ///< of a folder, by name; of one that is left out none
+    std::vector<StagedNode> children; ///< of a folder, sorted by name; empty if it is left out
     Kind kind = Kind::File;
     Omission omission = Omission::None;
-    /// A folder that is one thing for users: it holds a folder Contents, or its name says so.
+    /// Whether it is a folder that users see as one file: it contains a folder Contents, or has such a name.
     bool bBundle = false;
     bool bEmpty = false; ///< a file of 0 bytes
 
     bool isFolder() const { return kind == Kind::Folder; }
     bool isLeftOut() const { return omission != Omission::None; }
-    /// The child of that name; null when there is none.
+    /// The child with this name. Null if there is none.
     const StagedNode* child(const std::string& name) const;
 };
 
-/// A folder with the files of a product as it lies on the disk, all of it.
+/// A folder on the disk with the files of a product, and everything in it.
 class StagedFolder {
 public:
-    /// Reads the folder at `path`. False, and `error` says why, when it is no folder. What no definition can
-    /// carry, whatever it lists, becomes a fault in `remarks`: names, sockets and the like, links that lead
-    /// out of the part that is installed in one place, names that look the same, folders that cannot be read.
+    /// Reads the folder at `path`. If it is not a folder, returns false and sets `error` to the reason. Adds
+    /// a fault to `remarks` for everything that no definition can contain: impossible names, sockets and the
+    /// like, links out of the part that is installed at one place, names that look the same, and folders that
+    /// cannot be read.
     bool read(const std::string& path, const LeftOut& leftOut, Remarks& remarks, Progress& progress,
               std::string& error);
 
     const StagedNode& root() const { return top; }
-    /// As given, without a slash at its end.
+    /// The path that was read, without a slash at its end.
     const std::string& path() const { return folder; }
 
 private:

@@ -7,7 +7,7 @@
 
 namespace {
 
-/// Where the plug-ins of a host usually go, and what tells that it is there.
+/// The usual folder for the plug-ins of a host, and the condition that shows that the host is installed.
 struct UsualPlace {
     const char* host;
     const char* path;

@@ -4,6 +4,6 @@
 
 #include <string>
 
-/// The text of a target-paths file to begin with: a place for each part of the staged folder, with a comment
+/// The text of a first target-paths file. It has a path for each part of the staged folder, and a comment
 /// wherever a person has to decide.
 std::string starterTargets(const StagedFolder& folder, const StagedHosts& hosts);

@@ -2,13 +2,13 @@
 
 #include <string>
 
-/// What the subcommand "update" is told.
+/// The arguments of the subcommand "update".
 struct UpdateOptions {
     std::string definition;
     std::string source;
     bool bDryRun = false;
-    bool bManifest = false; ///< begin a manifest; one that is there is brought up to date anyway
+    bool bManifest = false; ///< add missing manifests; existing ones are always updated
 };
 
-/// The exit status.
+/// Returns the exit status.
 int runUpdate(const UpdateOptions& options);

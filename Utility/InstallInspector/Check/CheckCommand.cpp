@@ -15,7 +15,7 @@
 
 namespace {
 
-/// The files by what they are.
+/// The files by their role.
 struct Arguments {
     std::vector<std::string> definitions;
     std::vector<std::string> targets;
@@ -28,7 +28,7 @@ std::string asText(const std::vector<Finding>& findings, const Painter& painter)
     return printed(findings, painter);
 }
 
-/// The members of the object that is open.
+/// Writes the members of an object that is already begun.
 void writeProduct(JsonWriter& json, const Product& product) {
     json.text("definition", product.definitionFile.path());
     if (product.bTargets) {
@@ -67,7 +67,8 @@ std::string listOfRules() {
     return text;
 }
 
-/// Sorts the files. What does not tell what it is counts by its place. The texts of errors are in `error`.
+/// Sorts the files by their role. A file of unknown role gets one from its position. On failure, returns
+/// false and sets `error`.
 bool sortFiles(const CheckOptions& options, Arguments& arguments, std::string& error) {
     std::vector<std::string> unknown;
     for (const std::string& file : options.files) {
@@ -98,7 +99,7 @@ bool sortFiles(const CheckOptions& options, Arguments& arguments, std::string& e
     return true;
 }
 
-/// Whether there is one for all products, or one for each.
+/// Whether `count` is right for a list with one element for all products, or one for each.
 bool fits(std::size_t count, std::size_t products) {
     return count <= 1 || count == products;
 }
@@ -152,7 +153,7 @@ bool readLine(const CheckOptions& options, std::deque<Product>& products, std::s
     return true;
 }
 
-/// A host that one product names is known to all.
+/// Makes a host that one product names known to all products.
 void knowHosts(const CheckOptions& options, std::deque<Product>& products) {
     std::set<VLString> hosts;
     for (const std::string& host : options.hosts) {
@@ -167,7 +168,7 @@ void knowHosts(const CheckOptions& options, std::deque<Product>& products) {
     }
 }
 
-/// For the engine the order counts.
+/// Says that the files are in an order that the engine would not accept.
 void reportOrder(const CheckOptions& options) {
     if (options.files.size() == 2 && roleOfFile(options.files.front()) == FileRole::Targets) {
         static_cast<void>(std::fprintf(

@@ -1,4 +1,4 @@
-// What becomes of conditions on any machine, and what the product itself does to them.
+// Conditions that cannot work on any machine, and those that an install of the product itself changes.
 #include "Utility/InstallInspector/Check/Rules.h"
 #include "Utility/InstallInspector/Documents/ConditionLogic.h"
 #include "Utility/InstallInspector/Documents/Placeholders.h"
@@ -34,7 +34,7 @@ std::vector<GuardedPath> guardedPaths(const Product& product) {
     return paths;
 }
 
-/// Whether another rule says already what is wrong with it, or with a condition inside.
+/// Whether another rule reports a mistake in the condition, or in a condition inside it.
 bool isFlawed(const Condition& condition) {
     const bool bCombines = condition.type == Condition::And || condition.type == Condition::Or;
     if (condition.type == Condition::None ||
@@ -80,7 +80,7 @@ void registryPathUnguarded(const Product& product, const Report& report) {
     for (const GuardedPath& path : guardedPaths(product)) {
         std::set<VLString> told;
         for (const Placeholder& placeholder : placeholdersIn(path.value, true)) {
-            // A path that comes out empty is passed over.
+            // The engine skips an empty path.
             if (placeholder.kind != Placeholder::Kind::Registry || placeholder.text == path.value ||
                 !appliesWithout(path.condition, toString(placeholder.text)) ||
                 !told.insert(placeholder.text).second) {
@@ -147,17 +147,17 @@ bool isOwn(Made made, const Fact& fact) {
     return made == Made::Inside || comparedPath(fact.what).find("vorlane") != std::string::npos;
 }
 
-/// What an install makes when `when` holds.
+/// What an install makes if the condition `when` holds.
 struct Making {
     const Condition& when;
     std::function<Made(const Fact&)> made;
 };
 
-/// How a condition changes with an install, on a machine that did not have what it makes.
+/// How an install changes the result of a condition, on a machine that did not have what the install makes.
 struct Change {
     bool bEnds = false;   ///< holds before, not after
     bool bBegins = false; ///< holds after, not before
-    std::string what;     ///< that is made
+    std::string what;     ///< the pattern of what is made
 };
 
 bool changesWith(const Machines& machines, const Condition& condition, const Making& making,
@@ -177,7 +177,7 @@ bool changesWith(const Machines& machines, const Condition& condition, const Mak
         false);
 }
 
-/// Whether the condition holds nowhere without the fact.
+/// Whether the condition holds on no machine without the fact.
 bool needs(const Machines& machines, const Condition& condition, std::size_t fact) {
     return !machines.any(
         [&](const Machine& machine) { return !machine[fact] && machines.holds(condition, machine); }, true);
@@ -203,7 +203,7 @@ Change changeBy(const Condition& condition, const Making& making) {
     return change;
 }
 
-/// The record and the shortcuts, which are there whatever applies.
+/// The record and the shortcuts. They are made on every machine.
 std::set<std::string> alwaysMade(const Product& product, const std::vector<TargetFolder>& targets) {
     std::set<std::string> paths;
     for (const TreeNode& node : product.tree) {
@@ -253,7 +253,8 @@ void reportChange(const Product& product, const TargetFolder& looking, const Cha
     }
 }
 
-/// The part of a condition that asks for the uninstaller, or the folder around it; null without one.
+/// The part of a condition that tests for the uninstaller, or for the folder around it. Null if there is
+/// none.
 const Condition* uninstallerIn(const Condition& condition) {
     const std::string folder = comparedPath("/Applications/Vorlane Uninstallers");
     const std::string what = comparedPath(toString(condition.value));

@@ -89,8 +89,8 @@ std::vector<std::string> without(std::vector<std::string> names, const std::vect
     return names;
 }
 
-/// What to write where the item is a slip for one of the hosts `inTree`, which have none, or the reverse;
-/// empty where neither is.
+/// The advice if the item is a misspelling of a host `inTree` without an item, or the reverse. Empty if it is
+/// neither.
 std::string adviseSlip(const Product& product, const TargetItem& item,
                        const std::vector<std::string>& inTree) {
     if (!product.knowsHost(item.name)) {
@@ -140,7 +140,7 @@ void targetWithoutHost(const Product& product, const Report& report) {
         if (hosts != nullptr && hosts->child(host->name) != nullptr) {
             continue;
         }
-        // An item that other products of the line use does no harm.
+        // An item for other products of the line is correct.
         const std::string slip = adviseSlip(product, *host, inTree);
         report.as(slip.empty() ? Severity::Note : Severity::Warning)(
             atItem(product, *host), "the tree has no host " + quotedText(host->name),

@@ -60,7 +60,7 @@ void slashInProductName(const Product& product, const Report& report) {
 
 void commonIdCase(const Product& product, const Report& report) {
     const VLString& ID = product.definition.skuInfo.ID;
-    if (ID.EqualsIgnoreCase("COMMON") && ID != "COMMON") {
+    if (ID.EqualsIgnoreCase(SharedPackage::ID) && ID != SharedPackage::ID) {
         report(
             atIdentity(product, "ID"),
             "the ID " + quotedText(ID) + " is that of the shared package in another case",
@@ -71,7 +71,7 @@ void commonIdCase(const Product& product, const Report& report) {
 }
 
 void commonDefinitionMissing(const Product& product, const Report& report) {
-    if (product.definition.skuInfo.ID != "COMMON") {
+    if (product.definition.skuInfo.ID != SharedPackage::ID) {
         return;
     }
     const TreeNode* shared = product.branch(Branch::shared);
@@ -127,7 +127,7 @@ void buildNotReadWhole(const Product& product, const Report& report) {
     }
 }
 
-/// As sscanf reads it, which gives some number or other for one that is too large.
+/// Reads the number like the engine's sscanf, whose result for a number that is too large is undefined.
 void buildOutOfRange(const Product& product, const Report& report) {
     const std::string build = toString(product.definition.skuInfo.build);
     for (const VLString& part : StringLibrary::Split(toVLString(build), ".", true)) {
@@ -148,7 +148,7 @@ void buildOutOfRange(const Product& product, const Report& report) {
 
 // Families and hosts
 
-/// What a family, host and so on without its name comes to.
+/// The consequence of a family, host and so on without a name.
 void missingAttribute(const Product& product, const Report& report) {
     const auto check = [&](const Entry& entry, const char* attribute, const char* consequence) {
         const bool bEmptyCounts = entry.kind == Kind::Directory || entry.kind == Kind::File;
@@ -238,7 +238,7 @@ void unknownFamily(const Product& product, const Report& report) {
     }
 }
 
-/// `list` with ";" for whatever parts it, where that makes known names of all its parts; empty otherwise.
+/// `list` with ";" in place of other separators, if all its parts are then known names. Otherwise empty.
 std::string withSemicolons(const VLString& list, const std::vector<std::string>& known) {
     for (const char* separator : {";", ",", "/", "|", "+", " "}) {
         std::string joinedParts;
@@ -288,7 +288,7 @@ void hostFamilyUnknown(const Product& product, const Report& report) {
     });
 }
 
-/// The engine installs for any name: only one that is nearly a known one is likely to be a slip.
+/// The engine installs for any name. So only a name that is similar to a known one is likely to be a mistake.
 void unknownHost(const Product& product, const Report& report) {
     std::vector<std::string> known = hostNames();
     for (const VLString& host : product.ownHosts) {
@@ -818,7 +818,7 @@ void manifestValue(const Product& product, const Report& report) {
 }
 
 void noSharedFolder(const Product& product, const Report& report) {
-    // With a source folder, missing-in-source and the look below know better.
+    // With a source folder, missing-in-source and the check below are more exact.
     const TreeNode* shared = product.branch(Branch::shared);
     if (shared != nullptr || product.tree.empty() || !product.source.empty()) {
         return;

@@ -188,7 +188,7 @@ std::string adviceForElement(const LocatedDocument& document, const LocatedDocum
 void unknownElement(const Product& product, const Report& report) {
     forEachDocument(product, [&](const LocatedDocument& document) {
         if (!document.isReadable()) {
-            return; // no-root-element says it
+            return; // no-root-element reports it
         }
         for (const auto& unread : document.unknownElements()) {
             const std::string where =

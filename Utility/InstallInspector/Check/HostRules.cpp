@@ -55,8 +55,7 @@ void forEachListedHost(const Product& product, Visitor visit) {
     });
 }
 
-/// Whether arch-value speaks of the host, or of the one of which it is the variant: its folders are not
-/// known.
+/// Whether arch-value reports the host, or the host of which it is a variant. Then its folders are not known.
 bool hasUnclearProcessors(const Product& product, const VLString& folder) {
     bool bUnclear = false;
     product.definitionFile.forEach({Kind::Host}, [&](const Entry& entry) {
@@ -89,7 +88,7 @@ const TreeNode* hostFolder(const Product& product, const VLString& name) {
 
 // Hosts
 
-/// Whether unknown-host speaks of it: it is nearly a known name.
+/// Whether unknown-host reports the name, because it is similar to a known one.
 bool isSlip(const Product& product, const VLString& host) {
     return !product.knowsHost(host) && nearestName(toString(host), hostNames()).has_value();
 }
@@ -130,7 +129,7 @@ void hostNotListed(const Product& product, const Report& report) {
     }
     for (const TreeNode* host : hostFolders(product)) {
         const VLString& name = host->node->name;
-        // A name of the list that is nearly this one is told of there.
+        // A similar name in the list has a finding there.
         if (std::find(listed.begin(), listed.end(), toString(name)) == listed.end() &&
             !nearestName(toString(name), withoutFolder).has_value() && !hasUnclearProcessors(product, name)) {
             const bool bVariant = endsWith32(name) && std::find(listed.begin(), listed.end(),
@@ -174,7 +173,7 @@ void familyNotInTree(const Product& product, const Report& report) {
     });
 }
 
-/// The families that the list says a host serves; none where it says nothing, and so all.
+/// The families that the list has for a host. If it has none, the host is for all families.
 std::vector<VLString> servedFamilies(const Entry& host) {
     const auto parts = StringLibrary::Split(attributeOf(*host.element, "families"), ";", true);
     return {parts.begin(), parts.end()};
@@ -184,7 +183,7 @@ void hostFamilyNotInTree(const Product& product, const Report& report) {
     forEachListedHost(product, [&](const Entry& entry, const VLString& folder) {
         const TreeNode* host = hostFolder(product, folder);
         for (const VLString& family : servedFamilies(entry)) {
-            // host-family-unknown speaks of a family that the product does not have.
+            // host-family-unknown reports a family that the product does not have.
             if (host != nullptr && host->child(family) == nullptr &&
                 product.definition.pluginsByFamily.count(family) != 0) {
                 report(product.definitionFile.at(*entry.element, "families"),
@@ -237,7 +236,7 @@ void plugInInTwoFamilies(const Product& product, const Report& report) {
 
 // Processors
 
-/// The processor, "x86" or "x64", that the text names alone; empty for any other text.
+/// The processor if the text names only one, "x86" or "x64". Otherwise empty.
 std::string onlyProcessor(const VLString& arch) {
     std::set<std::string> parts;
     for (const VLString& part : StringLibrary::Split(arch, ";", true)) {

@@ -24,7 +24,8 @@ struct Meeting {
     std::string path;
 };
 
-/// Of two target folders with the same path, or the second of which lies inside the first.
+/// Two target folders. They have the same path, or the second one lies inside the first. Finds the nodes that
+/// go to one path.
 class Pair {
 public:
     Pair(const TargetFolder& outer, const TargetFolder& inner) : first(outer), second(inner) {
@@ -170,7 +171,8 @@ void reportMeeting(const TargetFolder& outer, const TargetFolder& inner, const s
     const auto isWholeFolder = [](const TreeNode& node) {
         return node.node->isDirectory && node.children.empty();
     };
-    // Copies of one thing in one product come and go together, unless another product brings one of them.
+    // Equal copies in one product are installed and removed together. That changes if another product
+    // installs one of them.
     const bool bLoses = !bOneFile || std::any_of(meetings.begin(), meetings.end(),
                                                  [&](const Meeting& each) { return differ(product, each); });
     report.as(bLoses ? Severity::Error : Severity::Warning)(

@@ -25,7 +25,7 @@ std::string attributeText(const char* name, const VLString& text);
 
 bool hasBlankAtEnd(const VLString& text);
 
-/// A sentence, behind a blank, on two names that differ and look the same; empty for any others.
+/// A blank and a sentence about two names that differ and look the same. Empty for other names.
 std::string remarkOnLook(const VLString& written, const VLString& other);
 
 /// "Write X." for the nearest of `candidates`, otherwise `fallback`.

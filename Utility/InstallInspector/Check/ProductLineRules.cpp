@@ -13,7 +13,7 @@ namespace {
 
 using TreeNode = Product::TreeNode;
 
-/// Where the other one stands, as part of a sentence.
+/// The place of the other one, as part of a sentence.
 std::string inFile(const Location& where) {
     return printable(where.file) + ", line " + std::to_string(where.line);
 }
@@ -61,7 +61,7 @@ void sameUninstaller(const ProductLine& line, const Report& report) {
     std::map<std::string, const Product*> seen;
     for (const Product* product : withIdentity(line)) {
         const auto& info = product->definition.skuInfo;
-        if (info.name.IsEmpty() || info.ID.EqualsIgnoreCase("COMMON")) {
+        if (info.name.IsEmpty() || info.ID.EqualsIgnoreCase(SharedPackage::ID)) {
             continue;
         }
         const auto [first, bNew] = seen.emplace(comparedPath(toString(info.name)), product);
@@ -93,7 +93,7 @@ void sameShortCut(const ProductLine& line, const Report& report) {
             const VLString& name = node.node->shortCut.name;
             const auto [first, bNew] =
                 seen.emplace(comparedPath(toString(name)), NodeOfProduct{product, &node});
-            // A file that both list has one shortcut, which goes with the last of them.
+            // A file that both list has one shortcut. It is removed with the last of them.
             if (!bNew && first->second.product != product && first->second.node->treePath != node.treePath) {
                 report(product->definitionFile.at(*node.element->FirstChildElement("shortCut"), "name"),
                        "the shortcut " + quotedText(name) + " is also that of " +
@@ -166,7 +166,7 @@ std::string differingFlags(const FileNode& a, const FileNode& b) {
 void flagsDiffer(const ProductLine& line, const Report& report) {
     forEachShared(line, [&](const Product& first, const TreeNode& a, const Product& second,
                             const TreeNode& b) {
-        // Of a directory only what it hands down counts.
+        // Only the attributes that a directory passes on to its content count.
         const bool bLeaves = a.children.empty() && b.children.empty();
         const std::string flags = differingFlags(*a.node, *b.node);
         if (bLeaves && !flags.empty()) {
@@ -210,7 +210,7 @@ void pathsLookAlike(const ProductLine& line, const Report& report) {
 
 // Targets
 
-/// What the targets of a product say, as text to compare and to show.
+/// The targets of a product as text, to compare and to print.
 std::string statusFolderOf(const Product& product) {
     const Product::TargetItem* item = product.topItem(Branch::shared);
     return item == nullptr || item->item->paths.empty() ? "" : toString(item->item->paths.front().path);

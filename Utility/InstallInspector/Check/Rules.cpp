@@ -10,7 +10,7 @@
 
 namespace {
 
-bool canBeAsked(const Rule& rule, const Product& product) {
+bool canRun(const Rule& rule, const Product& product) {
     const bool bDefinition = product.definitionFile.isReadable();
     const bool bTargets = product.bTargets && product.targetsFile.isReadable();
     switch (rule.needs) {
@@ -38,7 +38,7 @@ bool hasFile(const Product& product, const Location& where) {
     return !product.source.empty() && !relative.empty() && *relative.begin() != "..";
 }
 
-/// What the products of a line find by one rule. A file that they share is told of once.
+/// Merges the findings of one rule in all products of a line. A mistake in a shared file is reported once.
 std::vector<Finding> merged(const Rule& rule, const ProductLine& line,
                             const std::vector<std::vector<Finding>>& ofProducts) {
     std::vector<Finding> findings;
@@ -63,7 +63,7 @@ std::vector<Finding> findingsOf(const Rule& rule, const ProductLine& line) {
     std::vector<std::vector<Finding>> ofProducts;
     for (const Product* product : line.products) {
         ofProducts.emplace_back();
-        if (rule.check != nullptr && canBeAsked(rule, *product)) {
+        if (rule.check != nullptr && canRun(rule, *product)) {
             rule.check(*product, Report(rule, ofProducts.back()));
         }
     }

@@ -8,13 +8,13 @@
 
 struct Rule;
 
-/// What is checked together. One product is a line of its own.
+/// Products that are checked together. One product is a line, too.
 struct ProductLine {
     std::vector<const Product*> products;  ///< not owned
-    std::vector<std::string> ignoredRules; ///< names of rules of which nothing is to be told
+    std::vector<std::string> ignoredRules; ///< names of rules whose findings are left out
 };
 
-/// Takes the findings of one rule.
+/// Adds the findings of one rule to a list.
 class Report {
 public:
     Report(const Rule& reportedRule, std::vector<Finding>& list);
@@ -22,7 +22,7 @@ public:
     /// See Finding for the three texts.
     void operator()(const Location& where, std::string message, std::string consequence,
                     std::string advice) const;
-    /// Takes findings of this rule that weigh less than it mostly does.
+    /// For findings of this rule with a lower severity than usual.
     Report as(Severity lowered) const;
 
 private:
@@ -31,22 +31,22 @@ private:
     Severity severity;
 };
 
-/// One kind of mistake. To add one: write its function in the file of its group, and a line in the table
-/// there; the tests then ask for an example that triggers it and one that does not, and for its name in the
-/// man page.
+/// One kind of mistake. To add one, write its function in the file of its group, and a line in the table
+/// there. Tests check that there is an example that triggers it and one that does not, and that the man page
+/// has its name.
 struct Rule {
-    /// What must be there, and readable, for the rule to be asked.
+    /// The files that must exist and be readable for the rule to run.
     enum class Needs { Nothing, Definition, Targets, Both, Source, Line };
     using Check = void (*)(const Product& product, const Report& report);
     using CheckLine = void (*)(const ProductLine& line, const Report& report);
 
-    const char* name;  ///< in kebab case; never changed, since scripts rely on it
-    Severity severity; ///< the highest that a finding of it has
+    const char* name;  ///< in kebab case; never changes, because scripts use it
+    Severity severity; ///< the highest severity of its findings
     Needs needs;
     const char* summary; ///< one line, for lists of rules
-    Check check;         ///< null for a rule of Needs::Line, and for one that comes of other findings
-    /// A file that several products share has this mistake only when all of them find it there: something is
-    /// unused when nobody uses it.
+    Check check;         ///< null for a rule of Needs::Line, and for the rules about ignored findings
+    /// Whether a mistake in a file that several products share counts only if all of them find it. For
+    /// example, an item is unused only if no product uses it.
     bool bOnlyIfAll = false;
     CheckLine checkLine = nullptr;
 };
@@ -63,19 +63,20 @@ const std::vector<Rule>& meetingRules();       ///< MeetingRules.cpp: parts of t
 const std::vector<Rule>& sourceRules();        ///< SourceRules.cpp: the definition against the source folder
 const std::vector<Rule>& sourceContentRules(); ///< SourceContentRules.cpp: what is in the source folder
 const std::vector<Rule>& productLineRules();   ///< ProductLineRules.cpp: one product against the others
-const std::vector<Rule>& suppressionRules();   ///< Suppressions.cpp: what was to be ignored
+const std::vector<Rule>& suppressionRules();   ///< Suppressions.cpp: mistakes in what is to be ignored
 
 std::vector<Rule> allRules();
 
-// What several groups point at and name.
+// Shared by several groups
 
-/// The place of an attribute of `sku`, of `sku`, or of `product` without one.
+/// The place of the attribute of `sku`. If there is no such attribute, the place of `sku`. If there is no
+/// `sku`, that of `product`.
 Location atIdentity(const Product& product, const char* attribute);
 /// The place of the node's name.
 Location atNode(const Product& product, const Product::TreeNode& node);
 std::vector<std::string> namesOf(const std::vector<const Product::TreeNode*>& nodes);
 
-/// The findings of all rules but those that are to be ignored, sorted.
+/// The findings of all rules, sorted and without the ignored ones.
 std::vector<Finding> checkLine(const ProductLine& line);
-/// The same of one product.
+/// The same for one product.
 std::vector<Finding> checkProduct(const Product& product);

@@ -1,6 +1,7 @@
 // What the engine keeps for all products: the record, and the shared package COMMON with its definition.
 #include "Foundation/FileLibrary.h"
 #include "Utility/InstallInspector/Check/Rules.h"
+#include "Utility/InstallInspector/Documents/RecordFolder.h"
 #include "Utility/InstallInspector/Documents/TargetFolders.h"
 
 #include <algorithm>
@@ -16,13 +17,10 @@ namespace {
 using TreeNode = Product::TreeNode;
 using TargetItem = Product::TargetItem;
 
-constexpr const char* commonId = "COMMON";
-constexpr const char* definitionsFolder = "SKU";
 constexpr const char* recordName = "InstallationStatusFile.xml";
-constexpr const char* usualStatusFolder = "/Library/Application Support/Vorlane";
 
 bool isShared(const Product& product) {
-    return product.definition.skuInfo.ID == commonId;
+    return product.definition.skuInfo.ID == SharedPackage::ID;
 }
 
 // The record
@@ -81,7 +79,7 @@ void recordInTree(const Product& product, const Report& report) {
 
 // Definitions in the status folder
 
-/// Whether a definition in the folder SKU is told to be that of another product.
+/// Reports a definition in the folder SKU that belongs to another product.
 void reportDefinition(const Product& product, const TreeNode& node, const std::string& name,
                       const Report& report) {
     const bool bCommon = toVLString(name).EqualsIgnoreCase("COMMON.xml");
@@ -115,7 +113,7 @@ void otherProductsDefinition(const Product& product, const Report& report) {
     if (shared == nullptr) {
         return;
     }
-    const TreeNode* folder = shared->child(definitionsFolder);
+    const TreeNode* folder = shared->child(SharedPackage::definitionsFolder);
     const bool bAllWhole = shared->children.empty();
     const TreeNode* whole = bAllWhole                                       ? shared
                             : folder != nullptr && folder->children.empty() ? folder
@@ -126,7 +124,7 @@ void otherProductsDefinition(const Product& product, const Report& report) {
     };
     if (whole != nullptr) {
         for (const std::string& name :
-             filesInSource(product, VLString(Branch::shared) + "/" + definitionsFolder)) {
+             filesInSource(product, VLString(Branch::shared) + "/" + SharedPackage::definitionsFolder)) {
             if (isOther(name)) {
                 reportDefinition(product, *whole, name, report);
             }
@@ -150,7 +148,7 @@ bool sameTree(const FileNode& a, const FileNode& b) {
                       [](const auto& one, const auto& other) { return sameTree(one.second, other.second); });
 }
 
-/// Whether an uninstall by the one does what one by the other does.
+/// Whether an uninstall with one definition does the same as with the other.
 bool removesTheSame(const SKUDefinition& a, const SKUDefinition& b) {
     const auto& families = b.pluginsByFamily;
     return a.skuInfo.ID == b.skuInfo.ID && sameTree(a.installFiles, b.installFiles) &&
@@ -159,8 +157,9 @@ bool removesTheSame(const SKUDefinition& a, const SKUDefinition& b) {
 }
 
 void commonDefinitionOutdated(const Product& product, const Report& report) {
-    const VLString path = toVLString(
-        (std::filesystem::path(product.source) / Branch::shared / definitionsFolder / "COMMON.xml").string());
+    const VLString path = toVLString((std::filesystem::path(product.source) / Branch::shared /
+                                      SharedPackage::definitionsFolder / "COMMON.xml")
+                                         .string());
     if (!isShared(product) || !FileLibrary::IsFileExists(path, false)) {
         return;
     }
@@ -211,7 +210,7 @@ void commonStatusFolder(const Product& product, const Report& report) {
     if (!isShared(product) || item == nullptr) {
         return;
     }
-    for (const char* name : {"Common", definitionsFolder}) {
+    for (const char* name : {"Common", SharedPackage::definitionsFolder}) {
         if (const TargetItem* inner = item->child(name)) {
             report(
                 product.targetsFile.at(*inner->element, "name"),

@@ -1,4 +1,4 @@
-// What the files of the source folder are: what is empty, leads out of the package, or was left by other
+// Mistakes in the content of the source folder: empty files, links out of the package, and leftovers of other
 // tools.
 #include "Utility/InstallInspector/Check/Rules.h"
 #include "Utility/InstallInspector/Report/Output.h"
@@ -46,7 +46,8 @@ bool isLink(const fs::directory_entry& entry) {
     return entry.is_symlink(error);
 }
 
-/// Calls `visit` with each entry below the folder, links as such; it says whether to look inside.
+/// Calls `visit` with each entry below the folder, without following links. If `visit` returns false, does
+/// not go into the entry.
 void forEachEntry(const fs::path& folder, const std::function<bool(const fs::directory_entry&)>& visit) {
     std::error_code error;
     for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
@@ -56,7 +57,7 @@ void forEachEntry(const fs::path& folder, const std::function<bool(const fs::dir
     }
 }
 
-/// The paths below the piece for which `test` holds, sorted; of a folder for which it does, nothing inside.
+/// The paths below the piece for which `test` holds, sorted. Does not go into a folder for which it holds.
 std::vector<fs::path> pathsIn(const Piece& piece,
                               const std::function<bool(const fs::directory_entry&)>& test) {
     std::vector<fs::path> found;
@@ -80,7 +81,7 @@ std::string printedPaths(const fs::path& path) {
     return quotedText(toVLString(path.string()));
 }
 
-/// The first of the paths, and how many more there are.
+/// The first path, and the number of the others.
 std::string printedPaths(const std::vector<fs::path>& paths) {
     return printedPaths(paths.front()) +
            (paths.size() == 1 ? "" : " and " + counted(paths.size() - 1, "other", "others") + " like it");
@@ -102,8 +103,7 @@ void emptyFile(const Product& product, const Report& report) {
     for (const Piece& piece : piecesOf(product)) {
         std::error_code error;
         const fs::directory_entry self(piece.path, error);
-        // A hidden file, such as one that keeps a folder in a repository, and Python's marks are empty on
-        // purpose.
+        // Hidden files, which keep an empty folder in a repository, and __init__.py are empty on purpose.
         const auto empty = pathsIn(piece, [](const fs::directory_entry& entry) {
             const std::string name = entry.path().filename().string();
             return isEmptyFile(entry) && name.front() != '.' && name != "__init__.py";
@@ -129,7 +129,7 @@ bool hasFile(const fs::path& folder) {
 
 void emptyBundle(const Product& product, const Report& report) {
     for (const Piece& piece : piecesOf(product)) {
-        // A directory without an ending may be there to be filled, by the product or its user.
+        // The product or its user may fill a directory without an extension.
         const bool bBundle = !piece.node->node->isDirectory || piece.path.has_extension();
         if (bBundle && isFolder(piece.path) && !hasFile(piece.path)) {
             report(atPiece(product, piece), printedPaths(piece.path) + " is a folder without a file",

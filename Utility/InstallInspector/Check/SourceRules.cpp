@@ -53,12 +53,12 @@ void forEachFolder(const Product& product, Visitor visit) {
     }
 }
 
-/// What most disks do not tell apart.
+/// The form of a name in which it is compared: most disks treat names with the same form as equal.
 VLString folded(const VLString& name) {
     return appearanceOf(name).ToLower();
 }
 
-/// The names of a folder by what they are to most disks.
+/// The names of a folder, by the form in which most disks compare them.
 std::map<VLString, std::string> byFoldedName(const std::set<std::string>& names) {
     std::map<VLString, std::string> result;
     for (const std::string& name : names) {
@@ -72,7 +72,7 @@ bool isThere(const fs::path& path, bool bDirectory) {
     return fs::is_directory(path, error) || (!bDirectory && fs::is_regular_file(path, error));
 }
 
-/// The names of a folder that the tree does not list: what a missing one may be a slip for.
+/// The names of a folder that the tree does not list. A missing name may be a misspelling of one of them.
 std::vector<std::string> unlisted(const TreeNode& node, const std::set<std::string>& names) {
     constexpr std::size_t mostComparisons = 10'000; // where so much differs nothing is a slip
     std::vector<std::string> others;
@@ -102,7 +102,7 @@ void missingInSource(const Product& product, const Report& report) {
             const fs::path path = folder / name;
             const auto other =
                 names.count(name) != 0 ? byFolded.end() : byFolded.find(folded(child->node->name));
-            // On a disk that does not tell the two apart the name is found, but not on every disk.
+            // On a disk that treats the two names as equal the file is found, but not on every disk.
             const bool bOtherCase = other != byFolded.end();
             if (isThere(path, child->node->isDirectory) && !bOtherCase) {
                 continue;
@@ -122,7 +122,7 @@ void missingInSource(const Product& product, const Report& report) {
     });
 }
 
-/// What speaks to those who build the package: nobody means to install it.
+/// Names of files for the people who build the package. They are not meant to be installed.
 bool isReadme(const std::string& name) {
     return fs::path(toString(toVLString(name).ToLower())).stem() == "readme";
 }
@@ -167,7 +167,7 @@ void manifestDiffers(const Product& product, const Report& report) {
     for (const TreeNode& node : product.tree) {
         const Manifest::Parts manifest = Manifest::of(*node.element);
         const fs::path path = fs::path(product.source) / toString(node.treePath);
-        // What is not there at all, missing-in-source tells.
+        // missing-in-source reports a file that does not exist.
         if (manifest.empty() || !node.children.empty() || !isThere(path, node.node->isDirectory)) {
             continue;
         }

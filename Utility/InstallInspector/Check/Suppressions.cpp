@@ -1,4 +1,4 @@
-// What an author has said is meant: by option for all places, by comment for one.
+// Findings that an author excludes: with an option everywhere, with a comment at one place.
 #include "Utility/InstallInspector/Check/Suppressions.h"
 
 #include "Utility/InstallInspector/Check/NameRules.h"
@@ -22,7 +22,7 @@ Position positionOf(const TiXmlBase& node) {
     return {node.Row(), node.Column()};
 }
 
-/// The words of a comment that speaks to this program, without "inspector:"; empty for any other.
+/// The words of a comment for this program, without "inspector:". Empty for any other comment.
 Words wordsOf(const TiXmlComment& comment) {
     std::istringstream text(comment.ValueStr());
     const Words words{std::istream_iterator<std::string>(text), {}};
@@ -51,7 +51,7 @@ void forEachNode(const LocatedDocument& document, Visitor visit) {
     }
 }
 
-/// One rule that is not to be told of, in one place or everywhere.
+/// A rule whose findings are left out, at one place or everywhere.
 struct Ignore {
     std::string rule;
     Location where; ///< of the comment, or of the option
@@ -88,7 +88,7 @@ Words ruleNames() {
     return names;
 }
 
-/// Whether there is a rule of that name; says so when there is none.
+/// Whether there is a rule with this name. If not, adds a finding to `mistakes`.
 bool isRule(const std::string& name, const Location& where, std::vector<Finding>& mistakes) {
     const Words names = ruleNames();
     if (std::find(names.begin(), names.end(), name) != names.end()) {

@@ -4,10 +4,10 @@
 
 #include <vector>
 
-/// What a comment "inspector: host NAME" in one of the two files says: hosts that the engine does not know,
-/// and that are meant.
+/// The hosts from comments "inspector: host NAME" in the two files. The engine does not know them, but they
+/// are correct.
 std::vector<VLString> hostsInComments(const Product& product);
 
-/// Takes out of `findings` what the line's options, and comments "inspector: ignore RULE" before elements,
-/// say is meant, and adds what is wrong with these themselves.
+/// Removes from `findings` what the line's options, and comments "inspector: ignore RULE" before elements,
+/// exclude. Adds findings about mistakes in these options and comments.
 void leaveOutIgnored(const ProductLine& line, std::vector<Finding>& findings);

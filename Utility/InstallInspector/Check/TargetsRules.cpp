@@ -177,7 +177,7 @@ void registryTestWithoutPlaceholder(const Product& product, const Report& report
         if (!readsRegistry(type) || value.IsEmpty()) {
             return;
         }
-        // What stands around a placeholder is there whatever the registry holds.
+        // The text around a placeholder stays, even if the registry has no value.
         if (withoutPlaceholders(value).IsSet()) {
             report(
                 atTarget(product, *entry.element, "value"),
@@ -250,14 +250,14 @@ void unknownPlaceholder(const Product& product, const Report& report) {
 
 constexpr const char* registryOpening = "%REGKEY:";
 
-/// Without "::", or with something in front of REGKEY that the engine would pass over.
+/// Whether the placeholder has no "::", or has text before REGKEY that the engine would skip.
 bool isMalformed(const Placeholder& placeholder) {
     return placeholder.kind == Placeholder::Kind::MalformedRegistry ||
            (placeholder.kind == Placeholder::Kind::Registry &&
             placeholder.text.IndexOf(registryOpening, 0) != 0);
 }
 
-/// With the key and the value that a single colon parts, where that is what was meant.
+/// The advice to write "::". If a single colon separates key and value, it has the corrected placeholder.
 std::string adviseSeparator(const std::string& placeholder) {
     const std::string opening = registryOpening;
     const std::size_t colon = placeholder.find(':', opening.size());
@@ -329,7 +329,7 @@ void relativePath(const Product& product, const Report& report) {
     });
 }
 
-/// What stands between the placeholders, in which alone the author's own characters are.
+/// The text between the placeholders. Only this text is written by the author.
 void shellCharacterInPath(const Product& product, const Report& report) {
     product.targetsFile.forEach({Kind::Path}, [&](const Entry& entry) {
         const VLString value = attributeOf(*entry.element, "value");
@@ -349,7 +349,7 @@ void controlCharacterInPath(const Product& product, const Report& report) {
     });
 }
 
-/// The component of the path that is an application of another maker; empty without one.
+/// The component of the path that is another maker's application. Empty if there is none.
 std::string foreignApplication(const VLString& path) {
     for (const VLString& part : StringLibrary::Split(path, "/", true)) {
         if (part.ToLower().EndsWith(".app") && !part.HasOf(part.IndexOfIgnoreCase("vorlane", 0))) {

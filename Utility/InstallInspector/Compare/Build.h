@@ -8,25 +8,26 @@
 #include <unordered_map>
 #include <vector>
 
-/// A build of a product, and what an install of it puts where, whatever the machine.
+/// A build of a product, and the places where its install puts files on any machine.
 class Build {
 public:
     using Condition = ConditionLogic::Condition;
 
-    /// A file, or a folder in one piece, in one target folder.
+    /// A file, or a folder that is installed as one piece, in one target folder.
     struct Entry {
         const Product::TreeNode* node;
         std::string treePath;
-        std::string
-            path; ///< the pattern of the target folder and what follows; without target paths `treePath`
-        std::string key;             ///< the same for all paths that most disks take for one
+        /// The path with the pattern of the target folder. Without target paths, `treePath`.
+        std::string path;
+        std::string key;             ///< equal for all paths that most disks treat as the same
         const Condition* condition;  ///< of the target folder
-        const TiXmlElement* element; ///< that names the target folder; null without target paths
+        const TiXmlElement* element; ///< the `path` of the target folder; null without target paths
         bool bFolder;                ///< on the disk, as far as the definition says
     };
 
-    /// An empty path of target paths gives none: all branches then go anywhere, and every one to another
-    /// place. False, and `error` names the file that cannot be used and says why.
+    /// Reads both files. If one cannot be used, returns false and sets `error` to its path and the reason.
+    /// With an empty `targets` there are no target paths. Then each branch goes to an unknown place of its
+    /// own.
     bool read(const std::string& definition, const std::string& targets, std::string& error);
 
     const Product& product() const { return files; }
@@ -37,9 +38,9 @@ public:
     /// Whether the build has a place for the path, on some machine.
     bool places(const std::string& treePath) const { return placed.count(treePath) != 0; }
     const Product::TreeNode* find(const std::string& treePath) const;
-    /// By which builds are compared.
+    /// The number by which the engine compares builds.
     int number() const;
-    /// The uninstaller's path; empty when none is placed.
+    /// The path of the uninstaller. Empty if an install places none.
     std::string uninstaller() const;
 
     Location at(const Product::TreeNode& node) const {
@@ -57,8 +58,7 @@ private:
     std::unordered_map<std::string, std::size_t> placed; ///< the number of its entries
 };
 
-/// Whether the entry of the tree is a folder on the disk, as far as the definition says: by its manifest, or
-/// by its name.
+/// Whether the node is a folder on the disk, judging by its manifest or its name.
 bool isFolderOnDisk(const Product::TreeNode& node);
-/// Whether an install takes it as one piece.
+/// Whether an install copies the node as one piece.
 bool isLeaf(const Product::TreeNode& node);

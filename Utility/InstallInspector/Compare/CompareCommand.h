@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-/// What the subcommand "compare" is told.
+/// The arguments of the subcommand "compare".
 struct CompareOptions {
     std::string oldDefinition;
     std::string newDefinition;
@@ -11,5 +11,5 @@ struct CompareOptions {
     bool bJson = false;
 };
 
-/// The exit status.
+/// Returns the exit status.
 int runCompare(const CompareOptions& options);

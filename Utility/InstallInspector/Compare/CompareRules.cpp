@@ -32,7 +32,7 @@ std::vector<CompareRule> allCompareRules() {
 std::vector<Finding> findingsOf(const Comparison& comparison) {
     std::vector<Finding> findings;
     for (const CompareRule& rule : allCompareRules()) {
-        rule.look(comparison, CompareReport(rule, findings));
+        rule.inspect(comparison, CompareReport(rule, findings));
     }
     sortFindings(findings);
     return findings;

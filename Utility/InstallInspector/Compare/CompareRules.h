@@ -8,15 +8,15 @@
 
 struct CompareRule;
 
-/// Takes the findings of one rule.
+/// Adds the findings of one rule to a list.
 class CompareReport {
 public:
     CompareReport(const CompareRule& reportedRule, std::vector<Finding>& list);
 
-    /// See Finding for the three texts. `paths` are all that it is about.
+    /// See Finding for the three texts and the paths.
     void operator()(const Location& where, std::string message, std::string consequence, std::string advice,
                     std::vector<std::string> paths = {}) const;
-    /// Takes findings of this rule that weigh less than it mostly does.
+    /// For findings of this rule with a lower severity than usual.
     CompareReport as(Severity lowered) const;
 
 private:
@@ -25,12 +25,12 @@ private:
     Severity severity;
 };
 
-/// One way in which builds differ. To add one: a function and a line in the table of its group; the tests
-/// then ask for an example and for its name in the man page.
+/// One way in which builds differ. To add one, write a function and a line in the table of its group. Tests
+/// check that there is an example of it and that the man page has its name.
 struct CompareRule {
-    const char* name;  ///< in kebab case; never changed, since scripts rely on it
-    Severity severity; ///< the highest that a finding of it has
-    void (*look)(const Comparison& comparison, const CompareReport& report);
+    const char* name;  ///< in kebab case; never changes, because scripts use it
+    Severity severity; ///< the highest severity of its findings
+    void (*inspect)(const Comparison& comparison, const CompareReport& report);
 };
 
 // The groups, each with its table at the end of its file.
@@ -43,8 +43,8 @@ std::vector<CompareRule> allCompareRules();
 /// The findings of all rules, sorted.
 std::vector<Finding> findingsOf(const Comparison& comparison);
 
-/// What helps against whatever an update leaves: the end of an advice.
+/// The end of an advice: what helps against everything that an update leaves.
 extern const char* const wayOut;
 
-/// The first few, quoted, and how many there are besides.
+/// The first three names in quotes, and the number of the others.
 std::string quotedList(const std::vector<std::string>& names);

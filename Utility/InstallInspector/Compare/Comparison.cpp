@@ -31,7 +31,7 @@ std::string textOf(const Condition& condition) {
     return name + " (" + text + ")";
 }
 
-/// Answers about pairs of conditions, each worked out once.
+/// Answers about pairs of conditions. Each answer is computed once.
 class Pairs {
 public:
     bool canHoldTogether(const Condition& a, const Condition& b) {
@@ -78,7 +78,7 @@ Places placesOf(const Build& build) {
     return places;
 }
 
-/// Works out what becomes of the files.
+/// Finds the differences in files and folders.
 class FileComparison {
 public:
     explicit FileComparison(Comparison& toFill)
@@ -157,7 +157,7 @@ private:
         }
     }
 
-    /// Copied to a path that is a folder, a file comes to lie in it.
+    /// A file that is copied to the path of a folder goes into the folder.
     void misplace(const Entry& before, const Entry& entry) {
         Difference difference = {State::Misplaced, Cause::InTheWay, entry.path, &before, &entry};
         difference.at = entry.path + "/" + toString(entry.node->node->name);
@@ -285,7 +285,7 @@ private:
     std::map<const Entry*, Conditions> notWritten;
 };
 
-/// Works out what becomes of the shortcuts of one name, on each machine that their conditions can tell apart.
+/// Finds the differences in the shortcuts of one name, on all machines that differ in their conditions.
 class LinkComparison {
 public:
     LinkComparison(Comparison& toFill, std::string linkPath)
@@ -332,7 +332,7 @@ private:
                                                            });
             if ((bUpdate || event.bNew) && !bUnwritten && machines.holds(*event.entry->condition, machine)) {
                 const auto there = links.find(main);
-                // A link to a folder is taken for the folder, in which the new one is then made.
+                // If the old link leads to a folder, the new link is made inside that folder.
                 if (there != links.end() && there->second.target->bFolder) {
                     links[there->second.target->path + "/" + toString(event.entry->node->node->name)] = {
                         event.entry};

@@ -1,4 +1,4 @@
-// What tells the builds of a product apart: ID, name and build.
+// Differences in the identity of the builds: ID, name and build.
 #include "Utility/InstallInspector/Compare/CompareRules.h"
 #include "Utility/InstallInspector/Report/Output.h"
 
@@ -52,7 +52,7 @@ void nameChanged(const Comparison& comparison, const CompareReport& report) {
            "Keep the name. " + std::string(wayOut), {uninstaller});
 }
 
-/// What of the new build is not written since its number is too low.
+/// The files of the new build that are not written because its number is too low.
 std::vector<std::string> keptBack(const Comparison& comparison) {
     std::vector<std::string> paths;
     for (const Difference& difference : comparison.differences) {

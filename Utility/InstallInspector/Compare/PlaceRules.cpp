@@ -1,4 +1,4 @@
-// Where the builds go, and what becomes there of what the old one has put there.
+// Differences in where the builds go, and what happens there to the files of the old build.
 #include "Utility/InstallInspector/Compare/CompareRules.h"
 #include "Utility/InstallInspector/Report/Output.h"
 #include "Utility/InstallUtility/KnownNames.h"

@@ -1,4 +1,4 @@
-// What the trees of the two builds list.
+// Differences between the trees of the two builds.
 #include "Utility/InstallInspector/Compare/CompareRules.h"
 #include "Utility/InstallInspector/Documents/Manifest.h"
 #include "Utility/InstallInspector/Report/Output.h"
@@ -19,14 +19,14 @@ std::string pathOf(const TreeNode& node) {
     return toString(node.treePath);
 }
 
-/// Whether it is the folder of a host or of a host's family, which have rules of their own.
+/// Whether the node is the folder of a host or of a host's family. These have rules of their own.
 bool isOfHostOrFamily(const TreeNode& node) {
     const std::string path = pathOf(node);
     return path.rfind(std::string(Branch::hosts) + "/", 0) == 0 &&
            std::count(path.begin(), path.end(), '/') <= 2;
 }
 
-/// The nodes, hosts and families left out, that the other build does not list, but lists what is around them.
+/// The uppermost nodes that the other build does not list, without hosts and families.
 Nodes topmostMissing(const Build& build, const Build& other) {
     Nodes nodes;
     for (const TreeNode& node : build.product().tree) {
@@ -64,8 +64,8 @@ Names pathsOf(const Nodes& nodes) {
 
 // Moves and renames
 
-/// What is in it, as far as the definition says: a text that is equal for what is the same. Of a folder with
-/// entries those; of a leaf its manifest, and nothing without one.
+/// A text that is equal for nodes with the same content. For a folder with entries it is made of these, for a
+/// leaf of its manifest. Empty for a leaf without a manifest.
 std::string contentOf(const TreeNode& node) {
     std::string text;
     if (!isLeaf(node)) {
@@ -90,7 +90,7 @@ bool isSameKind(const TreeNode& a, const TreeNode& b) {
     return isLeaf(a) == isLeaf(b) && a.node->isDirectory == b.node->isDirectory;
 }
 
-/// Which dropped node has become which added one, as far as it can be told.
+/// Finds out which dropped node has become which added one.
 class Moves {
 public:
     explicit Moves(const Comparison& comparison)
@@ -113,7 +113,7 @@ public:
         match(leaves, addedLeaves);
     }
 
-    /// Null when it has not moved.
+    /// The added node that `node` has become. Null if it has not moved.
     const TreeNode* targetOf(const TreeNode& node) const {
         const auto found = moved.find(&node);
         return found == moved.end() ? nullptr : found->second;
@@ -127,7 +127,8 @@ private:
     using Key = std::function<std::string(const TreeNode&)>;
 
     void match(const Nodes& from, const Nodes& to) {
-        // The same in it is the best sign, then the name, then that nothing else of the kind is new there.
+        // The best sign is the same content, then the same name, then being the only new node of its kind
+        // there.
         matchBy(from, to, contentOf);
         matchBy(from, to, [](const TreeNode& node) {
             return isLeaf(node) ? toString(node.node->name) : std::string();
@@ -137,7 +138,7 @@ private:
         });
     }
 
-    /// Pairs what has a key that no other has on its side.
+    /// Pairs nodes with the same key, if the key is unique on both sides.
     void matchBy(const Nodes& from, const Nodes& to, const Key& keyOf) {
         const auto keyed = [&](const Nodes& nodes, const auto& used) {
             std::map<std::string, Nodes> byKey;
@@ -198,20 +199,21 @@ void fileRenamed(const Comparison& comparison, const CompareReport& report) {
     reportMoved(comparison, report, true);
 }
 
-/// Calls `tell` with each dropped (added) node and those of its leaves that have no counterpart.
-template <class Tell>
-void forEachWithoutCounterpart(const Nodes& nodes, const std::function<bool(const TreeNode&)>& hasOne,
-                               Tell tell) {
+/// Calls `visit` with each of the nodes and those of its leaves that have no counterpart. Skips a node that
+/// has one.
+template <class Visitor>
+void forEachWithoutCounterpart(const Nodes& nodes, const std::function<bool(const TreeNode&)>& hasCounterpart,
+                               Visitor visit) {
     for (const TreeNode* node : nodes) {
-        if (hasOne(*node)) {
+        if (hasCounterpart(*node)) {
             continue;
         }
         Nodes leaves = leavesOf(*node);
-        leaves.erase(
-            std::remove_if(leaves.begin(), leaves.end(), [&](const TreeNode* leaf) { return hasOne(*leaf); }),
-            leaves.end());
+        leaves.erase(std::remove_if(leaves.begin(), leaves.end(),
+                                    [&](const TreeNode* leaf) { return hasCounterpart(*leaf); }),
+                     leaves.end());
         if (!leaves.empty()) {
-            tell(*node, leaves);
+            visit(*node, leaves);
         }
     }
 }
@@ -280,7 +282,8 @@ bool hasFamily(const Build& build, const VLString& family) {
     return build.product().definition.pluginsByFamily.count(family) != 0;
 }
 
-/// A family's folders in the hosts that are in both trees; the others are told with their host.
+/// A family's folders in the hosts that are in both trees. For other hosts, the finding about the host is
+/// enough.
 Nodes familyFolders(const Build& build, const Build& other, const VLString& family) {
     Nodes nodes;
     for (const TreeNode* host : hostsOf(build)) {

@@ -4,10 +4,11 @@
 
 #include <string>
 
-/// Whether it is the name, or the path, of one that systems show and move as one file, such as an application
-/// or a plug-in.
+// A bundle is a folder that systems show and move as one file, such as an application or a plug-in.
+
+/// Whether `path` is the name or path of a bundle.
 bool hasBundleName(const std::string& path);
 
-/// Whether a folder at `path` is one that systems show and move as one file, such as an application or a
-/// plug-in: by its name, or because `machine` has a folder "Contents" in it.
+/// Whether a folder at `path` is a bundle. It has the name of one, or contains a folder "Contents" on
+/// `machine`.
 bool isBundle(const std::string& path, Machine& machine = Machine::current());

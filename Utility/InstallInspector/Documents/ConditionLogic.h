@@ -6,12 +6,12 @@
 #include <string>
 #include <vector>
 
-/// What follows from conditions alone, whatever machine they meet.
+/// What follows from conditions alone, on all possible machines.
 namespace ConditionLogic {
 
 using Condition = InstallUtility::InstallItem::ItemPath::Condition;
 
-/// Something that a machine has or has not.
+/// Something that a machine has or does not have.
 struct Fact {
     enum class Kind { Folder, File, Value };
 
@@ -19,19 +19,18 @@ struct Fact {
     std::string what; ///< the pattern, as the condition has it
 };
 
-/// Which of `facts` are true; by the same index.
+/// A possible machine: which of the facts of Machines are true, by the same index.
 using Machine = std::vector<bool>;
 
-/// Machines as far as some conditions can tell them apart: each that can be, once.
+/// All possible machines that differ in what some conditions test.
 class Machines {
 public:
-    /// All that differ in what `conditions` and `more` ask.
+    /// The machines that differ in a fact of `conditions` or in one of `more`.
     explicit Machines(const std::vector<const Condition*>& conditions, const std::vector<Fact>& more = {});
 
     const std::vector<Fact>& facts() const { return factList; }
     bool holds(const Condition& condition, const Machine& machine) const;
-    /// Whether there is one for which `test` holds. With so many facts that there is no going through all of
-    /// them, `ifUnknown`.
+    /// Whether `test` holds for one of the machines. If there are too many to try all of them, `ifUnknown`.
     bool any(const std::function<bool(const Machine&)>& test, bool ifUnknown) const;
 
 private:

@@ -18,5 +18,5 @@ struct ConditionResult {
 /// Whether the target path has a condition at all.
 bool isGiven(const InstallUtility::InstallItem::ItemPath::Condition& condition);
 ConditionResult resultOf(const InstallUtility::InstallItem::ItemPath::Condition& condition);
-/// What decided, in words: a sentence without a full stop.
+/// What decided the result, as a sentence without a full stop.
 std::string reasonOf(const ConditionResult& result);

@@ -2,9 +2,9 @@
 
 #include <string>
 
-/// Which of the engine's files one is, by its first element.
+/// The kind of an XML file of the engine.
 enum class FileRole { Unknown, Definition, Targets, Record };
 
-/// The role of the file at `path`, also of one whose first element is misspelt. Unknown when it cannot be
-/// read or nothing in it tells.
+/// The role of the file at `path`, according to its first element. The name of the element may be misspelt.
+/// Unknown if the file cannot be read, or the element fits no role.
 FileRole roleOfFile(const std::string& path);

@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <vector>
 
-/// Of nodes that are sorted by name, as the engine's maps are, the one of that name; null when there is none.
-/// `nameOf` gives a node's name.
+/// The node with this name. Null if there is none. `nodes` must be sorted by name, like the engine's maps.
+/// `nameOf` returns a node's name.
 template <class Node, class NameOf>
 const Node* findByName(const std::vector<const Node*>& nodes, const VLString& name, NameOf nameOf) {
     const auto found =

@@ -5,22 +5,22 @@
 
 class LocatedDocument;
 
-/// What lies in a source folder and is not meant to be installed: what systems and tools leave everywhere,
-/// and what the author of a product has named.
+/// Files in a source folder that are not meant to be installed: those that systems and tools leave
+/// everywhere, and those that the author of a product excludes.
 class LeftOut {
 public:
     LeftOut() = default;
     /// With the patterns of the definition's `exclude` elements.
     explicit LeftOut(const LocatedDocument& definition);
 
-    /// A pattern as of the shell. One without "/" is held against each name, one with "/" against whole paths
-    /// in the source folder, in which "*" passes no "/".
+    /// Adds a pattern in the syntax of the shell. A pattern without "/" is compared with each name. A pattern
+    /// with "/" is compared with whole paths in the source folder, and its "*" does not match a "/".
     void add(std::string pattern) { patternList.push_back(std::move(pattern)); }
     const std::vector<std::string>& patterns() const { return patternList; }
 
     /// Whether systems and tools leave things of that name: .DS_Store, ._*, __MACOSX, .git and the like.
     static bool isJunk(const std::string& name);
-    /// Whether a pattern matches. `path` is that in the source folder, and ends with `name`.
+    /// Whether a pattern matches. `path` is the path in the source folder. It ends with `name`.
     bool isExcluded(const std::string& name, const std::string& path) const;
     bool matches(const std::string& name, const std::string& path) const {
         return isJunk(name) || isExcluded(name, path);

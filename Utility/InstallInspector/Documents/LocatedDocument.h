@@ -50,7 +50,7 @@ public:
     bool isReadable() const { return !entryList.empty(); }
     TiXmlDocument& xml() { return parsed; }
     const TiXmlDocument& xml() const { return parsed; }
-    /// To be called when a reader has taken that document down: empties all that led into it.
+    /// Call it after a reader has emptied `xml`. Clears everything that refers to its nodes.
     void forgetContent();
 
     /// In document order, parents first.
@@ -71,7 +71,7 @@ public:
     /// Elements that are not read because a comment or text before them is exactly their name.
     const std::vector<Unread>& hiddenElements() const { return hidden; }
     const std::vector<const TiXmlText*>& texts() const { return textNodes; }
-    /// Empty unless there is a fault, an "&" or a zero byte: without them there is nothing to be found.
+    /// Filled only if there is a fault, an "&" or a zero byte. Without these the scan finds nothing.
     const TextScan& scan() const { return textScan; }
     /// The position at which the parser stops without an error. No value if it reads the whole text.
     const std::optional<TextPosition>& unreadRest() const { return rest; }
@@ -90,7 +90,7 @@ public:
 private:
     struct Level;
 
-    /// With LF as the only line end, as the engine's reader has it, up to the first zero byte.
+    /// The text up to the first zero byte. All line ends are LF, like in the engine's reader.
     std::string textOf(const FileContent& content);
     void parse(std::string text);
     void findFault(const std::string& text, bool bRefused);

@@ -75,8 +75,8 @@ std::string describe(const Characters& own, const Characters& other, const char*
 
 VLString appearanceOf(const VLString& name) {
     const std::string text = toString(name);
-    const bool bPlain = std::all_of(text.begin(), text.end(), [](unsigned char c) { return c < 0x80; });
-    if (bPlain || !isUtf8(text) || text.find('\0') != std::string::npos) {
+    const bool bAscii = std::all_of(text.begin(), text.end(), [](unsigned char c) { return c < 0x80; });
+    if (bAscii || !isUtf8(text) || text.find('\0') != std::string::npos) {
         return name;
     }
     std::string visible;

@@ -240,11 +240,12 @@ private:
         }
         for (const auto& [link, target] : value.items()) {
             const std::string place = where + "." + printable(link);
-            const std::string& said = text(target, place);
-            if (said.empty() || said.size() > longestPath || said.find('\0') != std::string::npos) {
+            const std::string& linkTarget = text(target, place);
+            if (linkTarget.empty() || linkTarget.size() > longestPath ||
+                linkTarget.find('\0') != std::string::npos) {
                 fail(place, "what a link says is neither empty nor too long, and holds no zero byte");
             }
-            add(Json(link), {S_IFLNK, said}, place);
+            add(Json(link), {S_IFLNK, linkTarget}, place);
         }
     }
 

@@ -47,9 +47,10 @@ bool isSame(const struct stat& a, const struct stat& b) {
 /// Reads files one after the other into the same block.
 class DigestReader {
 public:
-    explicit DigestReader(Progress& shown) : block(std::make_unique<char[]>(blockSize)), progress(shown) {}
+    explicit DigestReader(Progress& toUpdate)
+        : block(std::make_unique<char[]>(blockSize)), progress(toUpdate) {}
 
-    /// Fills size and digest of the file. Empty, or why that is not possible.
+    /// Fills size and digest of the file. On failure, returns the reason, otherwise an empty text.
     std::string read(const std::string& path, Part& part) {
         const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
         if (file < 0) {
@@ -166,7 +167,7 @@ std::string linkAt(const std::string& path) {
     return target;
 }
 
-/// Fills `part` from what lies there. Empty, or why that is not possible.
+/// Fills `part` from the file or link. On failure, returns the reason, otherwise an empty text.
 std::string readPart(const std::string& path, const Found& found, DigestReader& reader, Part& part) {
     part.path = found.path;
     const std::string file = whole(path, found.path);
@@ -181,41 +182,41 @@ std::string bytes(std::uint64_t size) {
     return std::to_string(size) + (size == 1 ? " byte" : " bytes");
 }
 
-/// By the size alone, which spares reading the file; nothing when that is right.
-bool differsInSize(const Part& said, const std::string& file, Difference& difference) {
+/// Whether the file has another size than in the manifest. If so, sets `difference`. Does not read the file.
+bool differsInSize(const Part& expected, const std::string& file, Difference& difference) {
     struct stat status = {};
-    if (!said.link.empty() || stat(file.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
+    if (!expected.link.empty() || stat(file.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
         return false;
     }
     const auto size = static_cast<std::uint64_t>(status.st_size);
-    if (size < said.size) {
-        difference = {Kind::Truncated, said.path,
-                      "is truncated: " + std::to_string(size) + " of " + bytes(said.size)};
-    } else if (size > said.size) {
-        difference = {Kind::Changed, said.path,
-                      "has " + bytes(size) + " in place of " + std::to_string(said.size)};
+    if (size < expected.size) {
+        difference = {Kind::Truncated, expected.path,
+                      "is truncated: " + std::to_string(size) + " of " + bytes(expected.size)};
+    } else if (size > expected.size) {
+        difference = {Kind::Changed, expected.path,
+                      "has " + bytes(size) + " in place of " + std::to_string(expected.size)};
     }
-    return size != said.size;
+    return size != expected.size;
 }
 
-void compareOne(const Part& said, const std::string& path, const Found& found, DigestReader& reader,
+void compareOne(const Part& expected, const std::string& path, const Found& found, DigestReader& reader,
                 std::vector<Difference>& differences) {
     Difference difference = {};
-    if (found.type != S_IFLNK && differsInSize(said, whole(path, found.path), difference)) {
+    if (found.type != S_IFLNK && differsInSize(expected, whole(path, found.path), difference)) {
         differences.push_back(difference);
         return;
     }
     Part is;
     const std::string fault = readPart(path, found, reader, is);
     if (!fault.empty()) {
-        differences.push_back({Kind::Unreadable, said.path, fault});
-    } else if (is.link != said.link) {
-        differences.push_back({Kind::Changed, said.path,
-                               said.link.empty() ? "is a link in place of a file"
-                               : is.link.empty() ? "is a file in place of a link"
-                                                 : "is a link to another place"});
-    } else if (is.digest != said.digest) {
-        differences.push_back({Kind::Changed, said.path, "has other content of the same size"});
+        differences.push_back({Kind::Unreadable, expected.path, fault});
+    } else if (is.link != expected.link) {
+        differences.push_back({Kind::Changed, expected.path,
+                               expected.link.empty() ? "is a link in place of a file"
+                               : is.link.empty()     ? "is a file in place of a link"
+                                                     : "is a link to another place"});
+    } else if (is.digest != expected.digest) {
+        differences.push_back({Kind::Changed, expected.path, "has other content of the same size"});
     }
 }
 
@@ -300,19 +301,19 @@ std::vector<Difference> compare(const Parts& manifest, const std::string& path, 
     // Nobody knows what is in a folder that cannot be read.
     const std::vector<Difference> unreadable = differences;
     DigestReader reader(progress);
-    auto said = manifest.begin();
+    auto expected = manifest.begin();
     auto is = found.begin();
-    while (said != manifest.end() || is != found.end()) {
-        if (is == found.end() || (said != manifest.end() && said->path < is->path)) {
-            if (!isBelowAny(unreadable, said->path)) {
-                differences.push_back({Kind::Missing, said->path, "is missing"});
+    while (expected != manifest.end() || is != found.end()) {
+        if (is == found.end() || (expected != manifest.end() && expected->path < is->path)) {
+            if (!isBelowAny(unreadable, expected->path)) {
+                differences.push_back({Kind::Missing, expected->path, "is missing"});
             }
-            ++said;
-        } else if (said == manifest.end() || is->path < said->path) {
+            ++expected;
+        } else if (expected == manifest.end() || is->path < expected->path) {
             differences.push_back({Kind::Foreign, is->path, "is not in the manifest"});
             ++is;
         } else {
-            compareOne(*said++, path, *is++, reader, differences);
+            compareOne(*expected++, path, *is++, reader, differences);
         }
     }
     std::stable_sort(differences.begin(), differences.end(),

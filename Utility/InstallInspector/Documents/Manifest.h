@@ -8,8 +8,8 @@
 
 class TiXmlElement;
 
-/// What exactly an entry of the tree is: the size and the digest of a file, and of each file in a folder that
-/// is copied whole. A definition says it in attributes and elements that the engine passes over:
+/// The exact content of an entry of the tree: the size and digest of a file, or of each file in a folder that
+/// is copied whole. In a definition it has the form of attributes and elements that the engine ignores:
 ///
 ///     <file fileName="Grey.look" size="5120" sha256="..."/>
 ///     <file fileName="Glow.bundle">
@@ -21,8 +21,8 @@ namespace Manifest {
 struct Part {
     std::string path; ///< in the folder; empty for the file itself
     std::uint64_t size = 0;
-    std::string digest; ///< SHA-256, 64 small hexadecimal digits; empty for a link
-    std::string link;   ///< what the link says; empty for a file
+    std::string digest; ///< SHA-256 as 64 lower-case hexadecimal digits; empty for a link
+    std::string link;   ///< the target of a link; empty for a file
 
     bool operator==(const Part& other) const {
         return path == other.path && size == other.size && digest == other.digest && link == other.link;
@@ -41,19 +41,20 @@ struct Difference {
 
     Kind kind;
     std::string path; ///< in the folder; empty for the file itself
-    std::string text; ///< what is the matter, to stand behind a path: "is truncated: 3 of 5 bytes"
+    std::string text; ///< the difference, worded to follow a path: "is truncated: 3 of 5 bytes"
 };
 
-/// What the entry says; nothing when it has no manifest. What is malformed in it is left out.
+/// The manifest of the entry. Empty if it has none. Leaves out malformed parts.
 Parts of(const TiXmlElement& entry);
-/// Whether it has any of it, malformed or not.
+/// Whether the entry has a manifest, even a malformed one.
 bool isIn(const TiXmlElement& entry);
 
-/// Reads the file, or all files and links of the folder, at `path`. What cannot be read, or changes
-/// meanwhile, is among `faults` instead, as Unreadable.
+/// Makes the manifest of the file, or of all files and links in the folder, at `path`. A file that cannot be
+/// read, or changes in the meantime, becomes an Unreadable in `faults`.
 Parts read(const std::string& path, Progress& progress, std::vector<Difference>& faults);
 
-/// How what lies at `path` differs from what a manifest says, by path. Files of another size are not read.
+/// The differences of the file or folder at `path` from the manifest, by path. Does not read files of a wrong
+/// size.
 std::vector<Difference> compare(const Parts& manifest, const std::string& path, Progress& progress);
 
 /// "missing", "truncated" and so on.

@@ -6,18 +6,18 @@
 #include <string>
 #include <vector>
 
-/// The folders that can be home folders of other users: those beside the home folder of this one, and those
+/// The folders that can be home folders of other users: those next to the home folder of this user, and those
 /// in /Users.
 std::vector<std::string> otherHomes();
 
 /// Whether the target paths of the product can differ between users.
 bool dependsOnUser(const PlacedProduct& product);
 
-/// Whether it cannot be known if something is at `path`, because this user may not look there.
+/// Whether this user has no permission to see if something is at `path`.
 bool isHidden(const VLString& path);
 
-/// Until the end of its scope the machine in use is the same for the user with another home folder. Only for
-/// reading.
+/// While it lives, it is the machine in use. It is the same machine for the user with another home folder.
+/// Only for reading.
 class OtherHome : public Machine {
 public:
     explicit OtherHome(std::string folder);

@@ -5,38 +5,42 @@
 #include <string>
 #include <vector>
 
-/// A product, and where the engine would put and look for each node of its tree on this machine today.
+/// A product, and the paths on the machine in use where the engine puts each node of its tree and looks for
+/// it.
 class PlacedProduct {
 public:
-    /// Where a node of the tree lies on this machine.
+    /// One path of a node of the tree on this machine.
     struct Place {
         VLString path;
         VLString target;             ///< the target folder that `path` is, or lies in
         const TiXmlElement* element; ///< the `path` element that gives the target folder
-        const InstallUtility::InstallItem::ItemPath* candidate; ///< what the engine reads from it
+        const InstallUtility::InstallItem::ItemPath* candidate; ///< the same element in the engine's form
     };
+    /// A node of the tree with all its places.
     struct Spot {
         const Product::TreeNode* node;
+        /// The places in target folders whose condition holds today.
         std::vector<Place> places;
-        /// In target folders of which the condition does not hold today.
+        /// The places in target folders whose condition does not hold today.
         std::vector<Place> idle;
-        /// Whether the node is installed as it is: a file, or a folder that is copied whole.
+        /// Whether the node is installed as one piece: a file, or a folder that is copied whole.
         bool bLeaf;
     };
 
-    /// Reads both files. False, and `error` names the one that cannot be used and says why.
+    /// Reads both files. If one cannot be used, returns false and sets `error` to its path and the reason.
     bool read(const std::string& definition, const std::string& targets, std::string& error);
 
-    /// Finds all places anew, on the machine that is in use now.
+    /// Finds all places again, on the machine that is now in use. Invalidates all references to spots.
     void placeAgain();
 
     const SKUDefinition::SKUInfo& info() const { return files.definition.skuInfo; }
     const Product& product() const { return files; }
-    /// One for each node of the product's tree, in its order, the root left out.
+    /// One for each node of the product's tree but the root, parents first.
     const std::vector<Spot>& spots() const { return spotList; }
-    /// The spot of that path in the tree; null when there is none.
+    /// The spot of this path in the tree. Null if there is none.
     const Spot* find(const VLString& treePath) const;
-    /// The first folder of the item "VorlaneFX"; empty when there is none today.
+    /// The folder of the product's record: the first one of the item "VorlaneFX". Empty if none applies
+    /// today.
     const VLString& statusFolder() const { return recordFolder; }
 
 private:

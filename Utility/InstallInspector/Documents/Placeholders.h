@@ -11,5 +11,5 @@ std::vector<Pattern::Placeholder> placeholdersIn(const VLString& pattern, bool b
 /// Whether `pattern` has a percent sign without a second one. Each placeholder uses two.
 bool hasLonePercentSign(const VLString& pattern);
 
-/// `pattern` as a path, without %USER% and without registry placeholders, also malformed ones.
+/// `pattern` as a path without %USER% and registry placeholders. Removes malformed ones, too.
 VLString withoutPlaceholders(const VLString& pattern);

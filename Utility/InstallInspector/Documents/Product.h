@@ -38,7 +38,7 @@ struct Product {
     LocatedDocument targetsFile; ///< empty unless bTargets
     bool bTargets = false;
     std::string source;          ///< empty if there is none
-    std::set<VLString> ownHosts; ///< hosts that the engine does not know and that are right
+    std::set<VLString> ownHosts; ///< hosts that the engine does not know, but that are correct
 
     SKUDefinition definition;
     std::map<VLString, InstallUtility::InstallItem> items;
@@ -47,14 +47,15 @@ struct Product {
     std::vector<TreeNode> tree;
     std::vector<TargetItem> targetItems; ///< the first is for the element `root`
 
-    /// Reads the file. False when the engine would make nothing of it; `error` then names it and says why.
+    /// Reads the file. If the engine cannot use it, returns false and sets `error` to its path and the
+    /// reason.
     bool readDefinition(const std::string& path, std::string& error);
     /// The same for the target paths.
     bool readTargets(const std::string& path, std::string& error);
     /// Reads the two documents with the engine's readers, and fills the other members.
     void interpret();
 
-    /// A branch that an install copies and that is in both files, see branchesOf.
+    /// A branch of the tree that an install copies, with its item. See branchesOf.
     struct CopiedBranch {
         const TreeNode* node;
         const TargetItem* item;
@@ -67,7 +68,7 @@ struct Product {
     /// there is none. `name` is usually one of Branch.
     const TreeNode* branch(const char* name) const;
     const TargetItem* topItem(const char* name) const;
-    /// Whether it is the name of a host that the engine or the author knows, or of its 32-bit variant.
+    /// Whether `name` is a host that the engine knows or that is in `ownHosts`, or its 32-bit variant.
     bool knowsHost(const VLString& name) const;
 
 private:

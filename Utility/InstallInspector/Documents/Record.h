@@ -10,22 +10,22 @@
 struct Record {
     struct Node {
         const StatusFile::FileNodeRef* recorded;
-        TextPosition where;                ///< its name in the file
+        TextPosition where;                ///< the position of its name in the file
         const Node* parent;                ///< null for the root
         std::vector<const Node*> children; ///< in the engine's order
 
-        /// The child of that name; null when there is none.
+        /// The child with this name. Null if there is none.
         const Node* child(const VLString& name) const;
     };
     enum class State { Missing, Readable, Unreadable };
 
     State state = State::Missing;
     std::string path;
-    LocatedDocument file; ///< when it could be opened; after interpret() without its content
+    LocatedDocument file; ///< empty if the file could not be opened; interpret() frees its content
 
-    // What interpret() fills:
+    // interpret() fills these:
     StatusFile content; ///< as the engine reads it
-    /// Parents first, in the engine's order. The first is the root; empty without `installFiles`.
+    /// All nodes, parents first, in the engine's order. The first is the root. Empty without `installFiles`.
     std::vector<Node> nodes;
     /// Whether an interrupted run has left its new record beside this one.
     bool bUnfinishedSave = false;
@@ -34,17 +34,17 @@ struct Record {
     /// be opened, returns false and sets `error` to the reason. If the engine cannot read its content, the
     /// state is Unreadable.
     bool read(const std::string& folder, std::string& error);
-    /// Fills what the engine makes of the document, which is taken down: a large record does not stand in
-    /// memory twice.
+    /// Reads the document with the engine's reader, and fills the members above. Frees the document, so that
+    /// a large record is not in memory twice.
     void interpret();
 
-    /// The recorded path, its components joined by "/"; null when there is none.
+    /// The node of this path. Null if it is not recorded. The components of `treePath` are joined by "/".
     const Node* find(const VLString& treePath) const;
     bool hasProduct(const VLString& ID) const { return content.hasProduct(ID); }
 
     Location start() const { return {Location::Document::Record, path, 0, 0}; }
     Location at(const Node& node) const { return file.at(node.where); }
-    /// The place of the path, or of the nearest one above it.
+    /// The location of the path, or of the nearest recorded folder above it.
     Location near(const VLString& treePath) const;
 
 private:

@@ -2,10 +2,10 @@
 
 #include "Utility/InstallInspector/Documents/InstalledProducts.h"
 
-/// Where the engine looks for what all products share when no target path says otherwise.
+/// The usual folder of the record and of the other files that all products share.
 constexpr const char* usualStatusFolder = "/Library/Application Support/Vorlane";
 
-/// The folder of the first installed product that has a record there, else the usual one.
+/// The status folder of the first installed product that has a record there. If there is none, the usual one.
 VLString recordFolderOf(const InstalledProducts& installed);
 
 /// Whether both are the same folder, or the same file.

@@ -5,10 +5,10 @@
 #include <string>
 #include <vector>
 
-/// A target folder that the files name, and the part of the tree that goes there when its condition holds.
+/// A target folder of a product, and the part of the tree that goes there if its condition holds.
 struct TargetFolder {
     const Product* product;
-    const Product::TreeNode* node; ///< what the folder becomes
+    const Product::TreeNode* node; ///< the node that is copied to the folder
     const Product::TargetItem* item;
     const InstallUtility::InstallItem::ItemPath* path;
     const TiXmlElement* element; ///< the `path`
@@ -16,14 +16,14 @@ struct TargetFolder {
     std::string compared;        ///< the same, see comparedPath
 
     Location where() const { return product->targetsFile.at(*element, "value"); }
-    /// The children of `parent`, which is the node or lies below it, that go where it goes.
+    /// The children of `parent` that are copied with it. `parent` is `node` or lies below it.
     std::vector<const Product::TreeNode*> children(const Product::TreeNode& parent) const;
 };
 
-/// All of a product with target paths: VorlaneFX first, in the order of the file, then Content and the hosts.
+/// All target folders of a product with target paths: those of VorlaneFX, then of Content, then of the hosts.
 std::vector<TargetFolder> targetFoldersOf(const Product& product);
-/// Those of one branch of it, with its own family, in the order in which an install goes to them.
+/// The target folders of one branch with its family, in the order of an install.
 std::vector<TargetFolder> targetFoldersOf(const Product& product, const Product::CopiedBranch& branch);
 
-/// The path in the form in which it is compared, since most disks do not tell case apart.
+/// The form of the path in which it is compared. Most disks ignore case.
 std::string comparedPath(const std::string& path);

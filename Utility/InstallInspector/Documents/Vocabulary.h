@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-/// The elements that the engine, or this program alone, reads in the XML files. An element with different
-/// meanings at different places has several kinds.
+/// The elements that the engine or the inspector reads in the XML files. An element with different meanings
+/// at different places has several kinds.
 enum class Kind {
     Product,
     Sku,
@@ -22,11 +22,11 @@ enum class Kind {
     HostsForBuild,
     Host,
     InstallFiles,
-    Exclude, ///< for this program alone
+    Exclude, ///< only the inspector reads it
     Directory,
     File,
     ShortCut,
-    Part, ///< for this program alone
+    Part, ///< only the inspector reads it
     Root,
     Item,
     Path,
@@ -53,7 +53,7 @@ struct ElementFormat {
 /// Every element, in the order of Kind.
 const std::vector<ElementFormat>& elementFormats();
 const ElementFormat& formatOf(Kind kind);
-/// Whether the attribute of that kind of element is for this program alone, and the engine passes it over.
+/// Whether only the inspector reads this attribute of the kind. The engine ignores it.
 bool isOwn(Kind kind, const std::string& attribute);
 std::string nameOf(Kind kind);
 /// The root element of the documents that contain this kind: Product, Root or Install.

@@ -40,16 +40,16 @@ std::vector<Level> levelsOf(std::string_view column) {
     return levels;
 }
 
-/// Text of the page for a terminal: emphasis goes, back-quotes become quotes, and behind the text of a link
-/// stands the document that it leads to.
-std::string plain(std::string_view text) {
+/// Text of the page for a terminal. Emphasis is removed, back-quotes become quotes, and the text of a link is
+/// followed by the path of its document.
+std::string withoutMarkup(std::string_view text) {
     std::string result;
     while (!text.empty()) {
         const std::size_t link = text.find("](");
         if (text.front() == '[' && link != std::string_view::npos) {
             const std::size_t end = std::min(text.find(')', link), text.size() - 1);
             const std::string_view target = text.substr(link + 2, end - link - 2);
-            result.append(plain(text.substr(1, link - 1))).append(" (Docs/");
+            result.append(withoutMarkup(text.substr(1, link - 1))).append(" (Docs/");
             result.append(target.substr(0, target.find('#'))).append(")");
             text.remove_prefix(end + 1);
             continue;
@@ -64,7 +64,7 @@ std::string plain(std::string_view text) {
     return result;
 }
 
-/// Parts the text at "%s" and, in a shell's message, at "$name".
+/// Splits the text at "%s" and, in a shell's message, at "$name".
 std::vector<std::string> piecesOf(std::string_view text) {
     std::vector<std::string> pieces(1);
     while (!text.empty()) {
@@ -86,8 +86,8 @@ std::vector<std::string> piecesOf(std::string_view text) {
     return pieces;
 }
 
-/// What stands between the pieces, when all of them are there, the first at the beginning and the last at the
-/// end. A quote at the end may be missing: the engine cuts long messages.
+/// The texts between the pieces. No value unless all pieces are there, the first at the beginning and the
+/// last at the end. A quote at the end may be missing, because the engine cuts long messages.
 std::optional<std::vector<std::string_view>> namesIn(std::string_view text,
                                                      const std::vector<std::string>& pieces) {
     if (text.substr(0, pieces.front().size()) != pieces.front()) {
@@ -145,7 +145,7 @@ void KnownMessages::addRow(std::string_view row) {
     }
     const auto cell = [&](std::size_t index, std::string KnownMessage::*member) {
         const bool bAsAbove = cells[index] == "as above" && !messages.empty();
-        return bAsAbove ? messages.back().*member : plain(cells[index]);
+        return bAsAbove ? messages.back().*member : withoutMarkup(cells[index]);
     };
     message.levels = levelsOf(cells[0]);
     message.cause = cell(1, &KnownMessage::cause);

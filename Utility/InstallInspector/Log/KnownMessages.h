@@ -25,8 +25,8 @@ class KnownMessages {
 public:
     struct Match {
         const KnownMessage* message;
-        std::vector<std::string_view> names; ///< what stands in the place of each "%s"
-        bool bWhole;                         ///< else the quote behind the last name is missing
+        std::vector<std::string_view> names; ///< the text in place of each "%s"
+        bool bWhole;                         ///< false if the quote after the last name is missing
     };
 
     explicit KnownMessages(std::string_view page);
@@ -34,10 +34,10 @@ public:
     static const KnownMessages& ofThisVersion();
 
     const std::vector<KnownMessage>& all() const { return messages; }
-    /// The one of this text, as it stands in the page; null when there is none.
+    /// The message with this text in the page. Null if there is none.
     const KnownMessage* withText(std::string_view text) const;
     std::optional<Match> find(const LogLine& line) const;
-    /// Whether one of them, or what stands before one, begins with the line.
+    /// Whether the line may be the beginning of a message, or of the text before one.
     bool mayBegin(const LogLine& line) const;
 
 private:

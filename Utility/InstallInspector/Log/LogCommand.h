@@ -2,11 +2,11 @@
 
 #include <string>
 
-/// What the subcommand "log" is told.
+/// The arguments of the subcommand "log".
 struct LogOptions {
     std::string file; ///< "-" for standard input
     bool bJson = false;
 };
 
-/// The exit status.
+/// Returns the exit status.
 int runLog(const LogOptions& options);

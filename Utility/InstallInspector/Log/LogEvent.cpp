@@ -17,7 +17,7 @@ struct MeantMessage {
     Meaning meaning;
 };
 
-/// Those that are more than a problem to be told.
+/// The messages with a meaning of their own. All others are a Problem.
 constexpr std::array meantMessages{
     MeantMessage{"Checking file consistency in source folder", Meaning::CheckBegins},
     MeantMessage{"Error! Folder '%s' doesn't exists", Meaning::CheckFails},
@@ -77,8 +77,7 @@ Meaning meaningOf(const KnownMessage& message) {
     return found == meantMessages.end() ? Meaning::Problem : found->meaning;
 }
 
-/// Without blanks.
-std::string lowerCase(std::string_view text) {
+std::string lowerCaseWithoutBlanks(std::string_view text) {
     std::string result;
     for (const char c : text) {
         if (c != ' ') {
@@ -94,7 +93,7 @@ std::string_view textBehindPrompt(const LogLine& line) {
     if (line.level != Level::Text || line.text.substr(0, prompt.size()) != prompt) {
         return {};
     }
-    const std::string word = lowerCase(line.text.substr(prompt.size()));
+    const std::string word = lowerCaseWithoutBlanks(line.text.substr(prompt.size()));
     const bool bAnswer = word.empty() || word == "r" || word == "retry" || word == "c" || word == "cancel";
     return bAnswer ? std::string_view() : line.text.substr(std::min(prompt.size() + 1, line.text.size()));
 }
@@ -120,7 +119,7 @@ LogEvent LogEvent::of(const LogLine& line, std::size_t number) {
         event.meaning = Meaning::Prompt;
     } else if (line.level == Level::Error || line.level == Level::Warning) {
         event.meaning = Meaning::OtherError;
-    } else if (tellsOfSignal(text)) {
+    } else if (isSignalMessage(text)) {
         event.meaning = Meaning::Signal;
     }
     return event;
@@ -143,5 +142,5 @@ std::string_view textOfQuestion(const LogEvent& event) {
 }
 
 std::string typedAnswer(const LogEvent& event) {
-    return lowerCase(event.line.text.substr(std::min(prompt.size(), event.line.text.size())));
+    return lowerCaseWithoutBlanks(event.line.text.substr(std::min(prompt.size(), event.line.text.size())));
 }

@@ -7,10 +7,10 @@
 #include <string_view>
 #include <vector>
 
-/// What a line tells about a run.
+/// What a line means for a run.
 enum class Meaning {
-    Nothing,    ///< it is no line of the engine
-    OtherError, ///< of that form, but none of the engine's messages
+    Nothing,    ///< it is not a line of the engine
+    OtherError, ///< it has the form of an error or warning, but is not a message of the engine
 
     // Of an install
     CheckBegins,
@@ -41,7 +41,7 @@ enum class Meaning {
     UsageGoesOn,
     UsageEnds,
     PreparationFails,
-    PreparationGoesOnFailing, ///< as it does behind another message of that kind
+    PreparationGoesOnFailing, ///< a further message about a failed preparation
     Waits,
     PatternProblem, ///< may come before everything else
     PostflightFails,
@@ -49,7 +49,7 @@ enum class Meaning {
     Signal
 };
 
-/// A line and what it tells.
+/// A line and its meaning.
 struct LogEvent {
     LogLine line;
     std::size_t number = 0;
@@ -61,16 +61,16 @@ struct LogEvent {
     static LogEvent of(const LogLine& line, std::size_t number);
 };
 
-/// What stands in one line with the prompt of a question and is no answer: a terminal that does not show what
-/// is typed goes on there. Empty for any other line.
+/// The text after the prompt of a question in the same line, if it is not an answer. A terminal that does not
+/// show typed characters continues in this line. Empty for any other line.
 std::string_view textBehindPrompt(const LogLine& line);
 
 bool isOfInstall(Meaning meaning);
 bool isOfUninstall(Meaning meaning);
-/// It ends a run before anything has been done.
+/// Whether it ends a run before the run has changed anything.
 bool isOfPreparation(Meaning meaning);
 
-/// The text of a question of which the log says that nobody could be asked.
+/// The text of a question in a line that says that nobody could be asked.
 std::string_view textOfQuestion(const LogEvent& event);
-/// What was typed behind the prompt, in lower case and without blanks.
+/// The answer that was typed after the prompt, in lower case and without blanks.
 std::string typedAnswer(const LogEvent& event);

@@ -178,7 +178,7 @@ bool mentions(std::string_view message, std::string_view path) {
     return false;
 }
 
-bool tellsOfSignal(std::string_view text) {
+bool isSignalMessage(std::string_view text) {
     static constexpr std::array signals{"Killed",  "Terminated", "Hangup",   "Segmentation fault",
                                         "Aborted", "Abort trap", "Bus error"};
     const auto takeNumber = [&text] {

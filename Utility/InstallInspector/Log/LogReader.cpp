@@ -21,7 +21,7 @@ bool beginsRun(Meaning meaning) {
     return std::find(never.begin(), never.end(), meaning) == never.end();
 }
 
-/// The first thing that an uninstall does. Only when other uninstallers are there a tool tells.
+/// The message of a tool about the first step of an uninstall. It appears only if other uninstallers exist.
 bool beginsUninstall(const LogLine& line) {
     std::string_view folder = uninstallersFolder;
     folder.remove_suffix(1); // a slash, which not every tool repeats
@@ -30,7 +30,7 @@ bool beginsUninstall(const LogLine& line) {
 
 } // namespace
 
-/// What is known of one writer.
+/// The state of one writer.
 struct LogReader::Writer {
     std::unique_ptr<RunReader> run; ///< the one whose lines may still come, and
     std::size_t order = 0;          ///< its place among all runs

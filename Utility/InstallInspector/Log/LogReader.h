@@ -14,9 +14,9 @@ struct LogEvent;
 /// /var/log/install.log: each writer has its own runs.
 class LogReader {
 public:
-    /// More than the engine puts into a line. What a longer one has behind it is not looked at.
+    /// No line of the engine is so long. The rest of a longer line is ignored.
     static constexpr std::size_t longestLine = 64 << 10;
-    /// How many bytes of names and texts of all runs are kept at most. Beyond them the oldest run goes.
+    /// The most bytes of names and texts of all runs that are kept. If there are more, drops the oldest run.
     static constexpr std::size_t usualRoom = 64 << 20;
 
     explicit LogReader(std::size_t bytes = usualRoom);
@@ -24,12 +24,12 @@ public:
     LogReader(const LogReader&) = delete;
     LogReader& operator=(const LogReader&) = delete;
 
-    /// The whole stream. False, and errno says why, when it cannot be read to its end.
+    /// Reads the whole stream. If it cannot be read to its end, returns false and sets errno.
     bool read(FILE* stream);
 
-    /// The next line, without its end. `bEnded`: there was a line feed.
+    /// Reads the next line, without its line feed. `bEnded` is false if it had none.
     void take(std::string_view line, bool bEnded = true);
-    /// What has been read. To be called once, after the last line.
+    /// Returns what has been read. Call it once, after the last line.
     RunLog finish();
 
 private:
@@ -49,7 +49,7 @@ private:
     std::size_t room;
     std::size_t used = 0;
     RunLog log;
-    std::string lastWriter; ///< whose text may go on in a line without a beginning
+    std::string lastWriter; ///< the writer of a text that may continue in a line without a writer
     std::map<std::string, Writer> writers;
     std::size_t opened = 0;
     std::map<std::size_t, Closed> closed; ///< by the order of their beginnings

@@ -13,7 +13,7 @@ using Kind = LoggedRun::Kind;
 using Level = LogLine::Level;
 using Outcome = LoggedFile::Outcome;
 
-/// How many names and messages of one kind are shown. JSON has all.
+/// The most names and messages of one kind that are printed. JSON has all.
 constexpr std::size_t mostShown = 20;
 
 std::string moreThanShown(std::size_t count, const char* indent) {
@@ -211,7 +211,7 @@ std::string printedEnd(const LoggedRun& run, const Painter& painter) {
         return "  " + painter.paint(Colour::Red, "The log breaks off:") + " " + printable(run.breakOff) +
                ".\n    The run may have been killed, or is not over. The same command again completes the "
                "work.\n";
-    case LoggedRun::End::NotTold:
+    case LoggedRun::End::NotInLog:
         break;
     }
     return run.verdict() == Verdict::Safe ? "  " + painter.paint(Colour::Green, "No failure is told.") + "\n"

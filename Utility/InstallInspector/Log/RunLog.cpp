@@ -12,7 +12,7 @@ std::size_t LoggedRun::count(Outcome outcome) const {
 
 Verdict LoggedRun::verdict() const {
     const auto isHarm = [](const auto& entry) { return entry.bHarm; };
-    const bool bHarm = end != End::NotTold || bDialog || !questions.empty() || bHarmLeftOut ||
+    const bool bHarm = end != End::NotInLog || bDialog || !questions.empty() || bHarmLeftOut ||
                        toolHarms() > 0 ||
                        count(Outcome::Failed) + count(Outcome::NotRemoved) + count(Outcome::Unclear) > 0 ||
                        std::any_of(messages.begin(), messages.end(), isHarm);

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-/// What the log tells about one file, or about one folder that is copied or removed as a whole.
+/// What the log says about one file, or about one folder that is copied or removed as a whole.
 struct LoggedFile {
     enum class Outcome {
         Copied,
@@ -19,14 +19,14 @@ struct LoggedFile {
         Removed,  ///< or it was not there
         NoTarget, ///< not removed: its branch has no target folder on this machine
         NotRemoved,
-        Unclear ///< what became of it is not in the log
+        Unclear ///< the log does not have its outcome
     };
     static constexpr std::size_t outcomes = 8;
 
     Outcome outcome = Outcome::Unclear;
     std::string path;
     std::string source;   ///< of a copy that has failed
-    std::string phase;    ///< "Hosts/OpenFX/Glow", "VorlaneFX" or "Content"; empty when the log does not tell
+    std::string phase;    ///< "Hosts/OpenFX/Glow", "VorlaneFX" or "Content"; empty if it is not known
     std::size_t line = 0; ///< of the last message about it
     unsigned failures = 0;
     bool bAllowed = false;          ///< it may fail (ignoreinstallerrors)
@@ -62,8 +62,8 @@ struct LoggedTool {
 struct LoggedRun {
     enum class Kind { Unknown, Install, Uninstall };
     enum class End {
-        NotTold, ///< as for each run that comes to its end
-        Failed,  ///< with status 1
+        NotInLog, ///< the log does not say how it ended, as for each run that succeeds
+        Failed,   ///< with status 1
         BreaksOff
     };
 
@@ -78,8 +78,8 @@ struct LoggedRun {
     bool bDebugLines = false;
     bool bSharedPackage = false; ///< the shared package has been uninstalled
     bool bDialog = false;        ///< a question was asked that the log does not have
-    End end = End::NotTold;
-    std::string breakOff; ///< why it looks as if the log breaks off
+    End end = End::NotInLog;
+    std::string breakOff; ///< why the log seems to break off
 
     std::vector<std::string> phases;                          ///< in their order
     std::deque<LoggedFile> files;                             ///< in the order in which they are first named
@@ -89,13 +89,13 @@ struct LoggedRun {
     std::vector<LoggedTool> tools;
     std::size_t notEmpty = 0;  ///< how often a tool said that a folder is not empty, which is normal
     std::size_t leftOut = 0;   ///< questions and messages for which there was no room
-    bool bHarmLeftOut = false; ///< some of them tell of harm
+    bool bHarmLeftOut = false; ///< some of them are about harm
 
     std::size_t count(LoggedFile::Outcome outcome) const;
-    /// Messages of tools that tell of harm, and that no other message goes with.
+    /// The number of messages of tools about harm that belong to no other message.
     std::size_t toolHarms() const;
     Verdict verdict() const;
-    /// The entries of Docs/troubleshooting.md about what is in this run, each once.
+    /// The entries of Docs/troubleshooting.md for the messages of this run, each once.
     std::vector<const KnownMessage*> advice() const;
 };
 
@@ -103,9 +103,9 @@ struct LoggedRun {
 struct RunLog {
     std::string file;
     std::size_t lines = 0;
-    std::size_t runLines = 0;    ///< of them, those that belong to runs
+    std::size_t runLines = 0;    ///< the number of lines that belong to runs
     std::deque<LoggedRun> runs;  ///< in the order of their first lines
-    std::size_t runsLeftOut = 0; ///< the oldest
+    std::size_t runsLeftOut = 0; ///< the number of dropped runs, the oldest ones
 
     Verdict verdict() const;
 };

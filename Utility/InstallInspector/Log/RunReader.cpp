@@ -44,8 +44,8 @@ std::pair<std::string_view, std::string_view> partCopy(std::string_view source,
     return {source, destination};
 }
 
-/// Whether what a tool says tells of harm. That a folder that is not empty stays is normal, and said in the
-/// language of the machine: only a reason that is known to be another one counts.
+/// Whether a tool's message is about harm. It is normal that a folder that is not empty stays. Its message is
+/// in the language of the machine, so only reasons that are known to be others count.
 bool isHarm(std::string_view tool, std::string_view text) {
     if (tool == "rmdir") {
         static constexpr std::array<std::string_view, 3> reasons{
@@ -87,7 +87,7 @@ void RunReader::breakOffInLine(const LogEvent& event) {
 }
 
 void RunReader::breakOff(std::string_view why) {
-    if (run.end == LoggedRun::End::NotTold) {
+    if (run.end == LoggedRun::End::NotInLog) {
         run.end = LoggedRun::End::BreaksOff;
         run.breakOff = why;
     }
@@ -146,7 +146,7 @@ bool RunReader::hasOpenQuestion() const {
 }
 
 std::optional<LoggedMessage> RunReader::takeBackPostflight() {
-    // After a signal it is the last that this run has said.
+    // After a signal it is the last message of this run.
     if (last != Meaning::PostflightFails || bEnded || run.messages.empty()) {
         return std::nullopt;
     }
@@ -252,7 +252,7 @@ void RunReader::giveTools(LoggedFile* file, const Belongs& belongs) {
     messages.erase(messages.begin(), others);
 }
 
-/// It belongs to no file that the log names.
+/// Adds a message that belongs to no file in the log.
 void RunReader::settle(const PendingTools::Message& message) {
     if (isNotEmpty(message.tool, message.text)) {
         ++run.notEmpty;
@@ -274,8 +274,8 @@ void RunReader::settleTools() {
 
 // Install
 
-/// Whatever was said since the last file was named is about it; but a folder is made before its file is
-/// named.
+/// The messages of tools since the last named file belong to it. Only those of mkdir stay pending, because a
+/// folder is made before its file is named.
 void RunReader::settleCopy() {
     giveTools(last == Meaning::CopyBegins ? current : nullptr,
               [](const auto& message) { return message.tool != "mkdir"; });
@@ -307,7 +307,7 @@ void RunReader::fileSkipped(const LogEvent& event) {
     }
     file->line = event.number;
     if (file->outcome == Outcome::Failed) {
-        // Nothing but a question leads to a second try. What else fails again will be told.
+        // Only a question leads to a second try. A file that fails again has another message.
         run.bDialog = true;
         failing.clear();
     }
@@ -370,7 +370,7 @@ void RunReader::ask(std::string_view text, std::size_t number, Answer answer) {
         run.bHarmLeftOut = true;
     }
     bAsked = true;
-    // All of the branch is copied once more. What fails again will be told.
+    // The whole branch is copied once more. A file that fails again has another message.
     for (LoggedFile* file : failing) {
         file->outcome = Outcome::Unclear;
         file->line = number;
@@ -475,7 +475,7 @@ void RunReader::removalFails(const LogEvent& event) {
     giveTools(current, [](const auto& message) { return message.tool != "rmdir"; });
 }
 
-/// A name without a folder tells that the branch has no target folder on this machine.
+/// A name without a folder means that the branch has no target folder on this machine.
 void RunReader::folderGone(const LogEvent& event) {
     const std::string_view path = event.names[0];
     if (path.substr(0, 1) == "/") {
@@ -486,7 +486,7 @@ void RunReader::folderGone(const LogEvent& event) {
     }
 }
 
-/// What became of the file that a debug line has named, when no other line has told.
+/// Finds the outcome of a file that only a debug line has named.
 void RunReader::settleRemoval(bool bAtEnd) {
     if (!bRemoving) {
         return;
@@ -499,7 +499,7 @@ void RunReader::settleRemoval(bool bAtEnd) {
         current->outcome = Outcome::Unclear;
         breakOff("The log does not tell what became of the last file");
     } else {
-        current->outcome = Outcome::Removed; // as a folder, which is not told
+        current->outcome = Outcome::Removed; // the engine prints nothing when it removes a folder
     }
 }
 
@@ -515,7 +515,7 @@ void RunReader::take(const LogEvent& event) {
     if (meaning == Meaning::Signal) {
         breakOff(event.line.text);
         bEnded = true;
-        return; // what was told last is still that
+        return; // it does not change the last meaning
     }
     const bool bPrompt = meaning == Meaning::Prompt;
     if (!bPrompt) {
@@ -681,7 +681,7 @@ void RunReader::settleFiles() {
         if (run.bDebugLines) {
             breakOff("The copy that follows the last question is not in the log, or not all of it");
         } else if (lastNumber > file.line) {
-            file.outcome = Outcome::CopiedLater; // it would have been told that it has failed again
+            file.outcome = Outcome::CopiedLater; // a second failure would have a message
         }
     }
 }

@@ -10,7 +10,7 @@
 #include <unordered_map>
 #include <vector>
 
-/// What the tools said and nothing has been found yet to which it belongs.
+/// Messages of tools that do not yet belong to a file or message of the engine.
 struct PendingTools {
     struct Message {
         std::size_t line;
@@ -23,35 +23,35 @@ struct PendingTools {
     void add(const LogLine& line, std::size_t number);
 };
 
-/// Puts one run together, line by line.
+/// Reads one run line by line.
 class RunReader {
 public:
-    /// How many bytes of names and texts one run keeps at most.
+    /// The most bytes of names and texts that one run keeps.
     static constexpr std::size_t usualRoom = 8 << 20;
 
     RunReader(const LogEvent& first, std::size_t bytes);
 
-    /// Whether a line of this meaning goes on with this run, else it begins another.
+    /// Whether the line belongs to this run. If not, it begins another run.
     bool goesOnWith(const LogEvent& event) const;
     void take(const LogEvent& event);
     void takeTool(const LogLine& line, std::size_t number);
-    /// The log ends inside this line, which is none of the engine's as far as it goes.
+    /// Notes that the log ends inside this line. The line may be the beginning of a message of the engine.
     void breakOffInLine(const LogEvent& event);
-    /// What the tools said before the first line of the run.
+    /// Takes the messages of tools before the first line of the run.
     void takeToolsBefore(PendingTools tools) { pending = std::move(tools); }
-    /// Whether the next line, whatever it is, is the text of a question.
+    /// Whether the next line is the text of a question, even if it looks like something else.
     bool expectsQuestion() const { return bTitled; }
     void takeQuestion(std::string_view text, std::size_t number);
 
-    /// A definition that is missing is told by two lines. When the second tells that they are of another run
-    /// than what stands before, the first is taken back.
+    /// A missing definition causes two messages. If the second one shows that both belong to the next run,
+    /// removes the first one from this run and returns it.
     std::optional<LoggedMessage> takeBackPostflight();
     void addFirst(LoggedMessage message);
 
     bool hasEnded() const { return bEnded; }
     bool isUninstallWithRemovals() const;
     std::size_t lastLine() const { return run.lastLine; }
-    /// How many bytes are kept.
+    /// The number of bytes of names and texts that are kept.
     std::size_t size() const { return used; }
 
     LoggedRun finish();
@@ -98,13 +98,13 @@ private:
     bool bEnded = false;
     Meaning unfinished = Meaning::Nothing; ///< a message that another one has to follow
     Meaning last = Meaning::Nothing;
-    std::size_t lastNumber = 0; ///< of the last line that is the engine's
+    std::size_t lastNumber = 0; ///< the number of the last line of the engine
     PendingTools pending;
 
     std::unordered_map<std::string_view, LoggedFile*> byPath; ///< of an install
-    LoggedFile* current = nullptr;                            ///< which is being copied or removed
+    LoggedFile* current = nullptr;                            ///< the file that is being copied or removed
     bool bCurrentUnlisted = false;
-    bool bRemoving = false; ///< nothing tells yet what became of `current`
+    bool bRemoving = false; ///< the outcome of the removal of `current` is not known yet
     bool bRemovingFolder = false;
 
     SourceFolder sourceFolder;

@@ -5,15 +5,16 @@
 #include <string_view>
 #include <vector>
 
-/// Finds out what the source folder of an install was: the log has only paths inside it.
+/// Finds the source folder of an install. The log has only paths inside it.
 class SourceFolder {
 public:
     /// The part of the install to which a path in the source folder belongs: "Hosts/OpenFX/Glow", "VorlaneFX"
-    /// or "Content". Empty when that cannot be told. The source folder is what all paths until now have
-    /// before such a part, the longest if there are several.
+    /// or "Content". Empty if it is not known. The source folder is what all paths until now have in common
+    /// before such a part. If several folders are possible, it is the longest one.
     std::string phaseOf(std::string_view source);
 
 private:
-    std::string first;              ///< path, of which
-    std::vector<std::size_t> roots; ///< these lengths may be the source folder
+    std::string first; ///< the first path
+    std::vector<std::size_t>
+        roots; ///< the lengths of the beginnings of `first` that may be the source folder
 };

@@ -1,7 +1,7 @@
 #include "Utility/InstallInspector/Machine/MachineCommand.h"
 
-#include "Foundation/SimpleLog.h"
 #include "Utility/InstallInspector/Documents/FileRole.h"
+#include "Utility/InstallInspector/Documents/QuietLog.h"
 #include "Utility/InstallInspector/Machine/MachineLook.h"
 #include "Utility/InstallInspector/Report/Finding.h"
 #include "Utility/InstallInspector/Report/Output.h"
@@ -17,7 +17,7 @@ struct Files {
     std::vector<std::string> targets;
 };
 
-/// Empty, or what is wrong with the files.
+/// What is wrong with the files. Empty if nothing is.
 std::string sortOut(const std::vector<std::string>& paths, Files& files) {
     for (const std::string& path : paths) {
         const FileRole role = roleOfFile(path);
@@ -42,7 +42,7 @@ std::string readTargets(const std::string& path, Items& items) {
     return fault;
 }
 
-/// Reads all files before anything else is looked at. Empty, or what is wrong with one.
+/// Reads all files before it looks at the machine. Returns what is wrong with one, or an empty text.
 std::string readAll(const Files& files, std::vector<std::unique_ptr<PlacedProduct>>& products,
                     std::vector<Items>& targets) {
     std::string fault;
@@ -67,8 +67,7 @@ int runMachine(const MachineOptions& options) {
     if (!fault.empty()) {
         return cannotRun(fault);
     }
-    std::string unsaid; // by the engine's own operations
-    SimpleLog::held = &unsaid;
+    const QuietLog quiet;
     MachineLook look;
     try {
         look.atInstalledProducts();

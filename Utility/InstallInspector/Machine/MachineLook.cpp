@@ -23,7 +23,7 @@ using Condition = InstallUtility::InstallItem::ItemPath::Condition;
 using Items = std::map<VLString, InstallUtility::InstallItem>;
 
 constexpr int mostLinks = 40;
-/// The clean-up above an emptied target folder looks at no more.
+/// How many folders above an empty target folder an uninstall may remove.
 constexpr int highestClimb = 10;
 constexpr std::string_view preferencesFolder = "/Library/Preferences";
 
@@ -42,7 +42,7 @@ std::string linkText(const std::string& path) {
     return std::filesystem::read_symlink(path, error).string();
 }
 
-/// What a document can hold. No two names of a folder become the same but for the rarest.
+/// The path in a form that a JSON document can contain. Two paths hardly ever become the same.
 std::string described(const std::string& path) {
     return isUtf8(path) ? path : printable(path);
 }
@@ -131,7 +131,7 @@ void MachineLook::add(const std::string& path, mode_t type) {
         static_cast<mode_t>(type == S_IFLNK && text.empty() ? S_IFSOCK : kindOf(type)), text};
 }
 
-/// The type of what is there itself, which is then described.
+/// Adds what is at the path, without following a link. Returns its type.
 mode_t MachineLook::noteItself(const std::string& path) {
     const auto known = machine.entries.find(path);
     if (known != machine.entries.end()) {

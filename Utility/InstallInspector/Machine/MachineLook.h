@@ -8,30 +8,30 @@
 #include <string>
 #include <vector>
 
-/// There is more than a description takes.
+/// There are more files than a description may have.
 class TooMuch : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// Describes this machine as far as plans ask for it. While it lives, it is the machine in use: it answers as
-/// this machine does, and notes what it is asked. What is asked only for some builds, it looks at by itself.
-/// Changes nothing.
+/// Describes the parts of this machine that plans need. While it lives, it is the machine in use. It gives
+/// the answers of this machine, and adds everything that it is asked for to the description. The functions
+/// "at..." add what only some builds ask for. Changes nothing on the machine.
 class MachineLook : public Machine {
 public:
-    /// Takes no more than `most` files and folders.
+    /// Throws TooMuch from any function if there are more than `most` files and folders.
     explicit MachineLook(std::size_t most = 200000);
     ~MachineLook() override { setCurrent(before); }
     MachineLook(const MachineLook&) = delete;
     MachineLook& operator=(const MachineLook&) = delete;
 
-    /// At all that the installed products have put there, or may have.
+    /// Adds everything that the installed products have put on the machine, or may have put there.
     void atInstalledProducts();
-    /// At all that the product would put there. Places it anew.
+    /// Adds everything at the places of the product. Calls its `placeAgain`.
     void atProduct(PlacedProduct& product);
-    /// At all that is in the target folders, whatever a definition puts there.
+    /// Adds everything in the target folders.
     void atTargets(const std::map<VLString, InstallUtility::InstallItem>& items);
-    /// To be called last. What could not be described, in sentences.
+    /// Call it last. Returns what could not be described, in sentences.
     std::vector<std::string> finish();
 
     const MachineDescription& description() const { return machine; }
@@ -48,12 +48,12 @@ private:
 
     void add(const std::string& path, mode_t type);
     mode_t noteItself(const std::string& path);
-    /// What is at the path, and all links on the way. Gives the path without links; empty when nothing is
-    /// there.
+    /// Adds what is at the path, and all links on the way. Returns the path without links. Empty if nothing
+    /// is there.
     std::string note(const std::string& path);
-    /// The folder and what is directly in it, of which it gives the paths.
+    /// Adds the folder and what is directly in it. Returns the paths in the folder.
     std::vector<std::string> noteNames(const std::string& folder);
-    /// What is at the path, and all below it.
+    /// Adds what is at the path, and everything below it.
     void noteAll(const std::string& path);
 
     void atItems(const Items& items, bool bAll);

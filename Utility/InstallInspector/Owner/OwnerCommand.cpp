@@ -14,7 +14,7 @@ bool isUnknown(const OwnerAnswer& answer) {
     return answer.kind == OwnerAnswer::Kind::Unknown;
 }
 
-/// Asks as the user would whose home the file lies in. What is found stays valid as long as `others`.
+/// Asks as the user in whose home the file lies. The answer is valid as long as `others`.
 OwnerAnswer askInOtherHomes(OwnerAnswer answer, std::list<Owners>& others) {
     for (const std::string& home : otherHomes()) {
         if (answer.asked.compare(0, home.size() + 1, home + "/") != 0) {

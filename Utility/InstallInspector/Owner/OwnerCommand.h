@@ -3,11 +3,11 @@
 #include <string>
 #include <vector>
 
-/// What the subcommand "owner" is told.
+/// The arguments of the subcommand "owner".
 struct OwnerOptions {
     std::vector<std::string> paths; ///< on this machine or in the tree, or products
     bool bJson = false;
 };
 
-/// The exit status.
+/// Returns the exit status.
 int runOwner(const OwnerOptions& options);

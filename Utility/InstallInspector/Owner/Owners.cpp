@@ -21,7 +21,7 @@ bool isThere(const VLString& path) {
     return Machine::current().linkTypeOf(path) != 0;
 }
 
-/// Without ".", ".." and a slash at the end; links stay.
+/// The path without ".", ".." and a slash at the end. Does not resolve links.
 std::string wholePath(const std::string& path) {
     std::error_code error;
     std::string whole = fs::absolute(path, error).lexically_normal().string();
@@ -42,7 +42,7 @@ bool isBelow(const VLString& path, const VLString& folder) {
     return text.compare(0, begin.size(), begin) == 0;
 }
 
-/// As a person would say it.
+/// The name in a form for people.
 std::string textOf(const TiXmlElement& condition) {
     const std::string type = toString(attributeOf(condition, "type"));
     const bool bAnd = attributeOf(condition, "type").EqualsIgnoreCase("And");
@@ -77,7 +77,7 @@ std::string IDsOf(const std::vector<const InstalledProduct*>& products) {
     return text;
 }
 
-/// Who removes what `entry` is.
+/// Who removes the file or folder of `entry`.
 std::string removalOf(const OwnedEntry& entry) {
     const auto keeps = [&](const InstalledProduct* product) {
         return product->files.find(entry.treePath)->node->node->dontDelete;
@@ -211,7 +211,7 @@ bool Owners::askFile(OwnerAnswer& answer) {
     return bKnown;
 }
 
-/// What runs place beside the files of the tree.
+/// Adds notes about what runs place besides the files of the tree.
 void Owners::noteOtherThings(const std::string& file, OwnerAnswer& answer) {
     for (const auto& product : installed.all()) {
         const bool bUninstaller =
@@ -251,7 +251,7 @@ void Owners::noteOtherThings(const std::string& file, OwnerAnswer& answer) {
     }
 }
 
-/// A name that is nearly the same in the same place, else the nearest folder above.
+/// Finds a similar name in the same place. If there is none, the nearest folder above.
 void Owners::findNearest(OwnerAnswer& answer) {
     const std::string file = wholePath(answer.asked);
     std::vector<std::string> names;

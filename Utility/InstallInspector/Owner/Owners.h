@@ -14,21 +14,22 @@ struct Use {
     const InstalledProduct* product;
     std::string file; ///< path on this machine
     bool bThere;
-    bool bApplies;          ///< whether the condition of the target path holds today
-    std::string condition;  ///< of the target path; empty for none
-    bool bInside = false;   ///< what was asked for lies in it: it is a folder that is copied whole
-    bool bShortCut = false; ///< what was asked for is the link to it
+    bool bApplies;         ///< whether the condition of the target path holds today
+    std::string condition; ///< of the target path; empty if it has none
+    bool bInside =
+        false; ///< the file in the question lies inside it, because it is a folder that is copied whole
+    bool bShortCut = false; ///< the file in the question is the shortcut to it
 };
 
-/// A path of the tree, with what is known of it.
+/// A path of the tree, and what is known about it.
 struct OwnedEntry {
     VLString treePath;
     bool bFolder;
-    std::string record;                            ///< the file that counts it; empty for none
-    const Record::Node* recorded = nullptr;        ///< null when it is in no record
-    std::vector<const InstalledProduct*> products; ///< all that list it
-    std::vector<Use> uses;                         ///< those that were asked for
-    std::string removal;                           ///< who removes it, a sentence
+    std::string record;                            ///< path of the record that counts it; may be empty
+    const Record::Node* recorded = nullptr;        ///< null if it is in no record
+    std::vector<const InstalledProduct*> products; ///< all products that list it
+    std::vector<Use> uses;                         ///< the uses that the question is about
+    std::string removal;                           ///< who removes it, as a sentence
 };
 
 struct OwnerAnswer {
@@ -36,18 +37,20 @@ struct OwnerAnswer {
 
     std::string asked;
     Kind kind = Kind::Unknown;
-    const InstalledProduct* product = nullptr; ///< the one that was asked for
-    std::vector<std::string> notes;            ///< what else it is, a sentence each
+    const InstalledProduct* product = nullptr; ///< the product in the question; null if it is none
+    std::vector<std::string> notes;            ///< other facts about it, a sentence each
     std::vector<OwnedEntry> entries;
-    std::string nearest; ///< of what is not known: the nearest that is; may be empty
+    std::string nearest; ///< a similar known path, if the one in the question is not known; may be empty
 };
 
-/// Finds out which installed products have what on this machine.
+/// Finds the installed products to which files on this machine belong.
 class Owners {
 public:
     Owners();
 
     const InstalledProducts& all() const { return installed; }
+    /// Answers a question about a path on this machine, a path of the tree, or a product. The answer refers
+    /// to this object, which must outlive it.
     OwnerAnswer ask(const std::string& what);
 
 private:
@@ -74,10 +77,10 @@ private:
     const Record& recordIn(const VLString& folder);
 
     InstalledProducts installed;
-    /// By the last component of the place, in lower case: a disk may know no other.
+    /// By the last component of the place, in lower case, because a disk may ignore case.
     std::multimap<VLString, Known> byName;
     std::map<VLString, std::unique_ptr<Record>> records; ///< by folder
-    /// Of the answer in work: the place of each entry in its list, by record and path.
+    /// The index of each entry in the current answer, by record and path.
     std::map<std::pair<std::string, VLString>, std::size_t> entryPlaces;
 };
 

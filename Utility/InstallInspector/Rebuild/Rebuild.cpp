@@ -17,8 +17,7 @@ namespace {
 using Spot = PlacedProduct::Spot;
 using TreeNode = Product::TreeNode;
 
-/// When the product was installed for the last time: that places its uninstaller, or the link of the shared
-/// package.
+/// The time of the product's last install. It places the uninstaller, or the link of the shared package.
 std::int64_t lastInstallOf(const InstalledProduct& product) {
     const std::int64_t placed =
         FileTimes::of(product.isShared() ? SharedPackage::managerLink : product.uninstaller + "/Contents")
@@ -58,8 +57,8 @@ bool isFolderOfInstall(const Spot& spot, const PlacedProduct::Place& place) {
            S_ISDIR(Machine::current().linkTypeOf(path));
 }
 
-/// When the product was installed for the first time, as far as folders tell that no other product has; 0
-/// without any. The youngest counts, since a product that is gone may have left older ones to this one.
+/// The time of the product's first install, from the folders that no other product has. 0 if there are none.
+/// The newest folder counts, because a product that was removed may have left older ones.
 std::int64_t firstInstallOf(const PlacedProduct& product, const Users& users) {
     std::int64_t first = 0;
     for (const Spot& spot : product.spots()) {
@@ -103,7 +102,8 @@ private:
         return product.isShared() && !(product.files.info().ID == SharedPackage::ID);
     }
 
-    /// Of two for one product the younger one counts: the other has stayed when the product got another name.
+    /// If there are two for one product, the newer one counts. The other one stayed when the product was
+    /// renamed.
     void add(const InstalledProduct& product) {
         const auto known = std::find_if(products.begin(), products.end(), [&](const InstalledProduct* other) {
             return other->files.info().ID == product.files.info().ID;
@@ -124,7 +124,7 @@ private:
     std::vector<const InstalledProduct*> products;
 };
 
-/// Of the products that the record there lists, those that are not in the new one.
+/// The products in the existing record that are not in the new one.
 void nameLostProducts(const VLString& folder, Rebuild& rebuild) {
     Record record;
     std::string error;
@@ -148,8 +148,8 @@ bool readDefinition(const std::string& path, SKUDefinition& definition) {
     return bRead;
 }
 
-/// Without an uninstaller nothing tells the target paths of the shared package, and it is not among the
-/// installed products. The record needs no target paths.
+/// Finds the shared package on a machine without an uninstaller. Its target paths are not known then, so it
+/// is not one of the installed products. But the record needs no target paths.
 void addLoneSharedPackage(const VLString& folder, std::vector<RecordedProduct>& products) {
     const VLString definitions = PathLibrary::GetDirectoryWithFile(folder, SharedPackage::definitionsFolder);
     const VLString path =

@@ -11,7 +11,7 @@
 
 namespace {
 
-/// What no machine can tell, whatever is on it.
+/// What cannot be found out on any machine.
 const char* const neverKnown[] = {
     "Builds are those of the definitions. Of a shared file, an uninstalled product may have left a newer "
     "one.",
@@ -41,7 +41,7 @@ std::string textOf(const StatusFile& record) {
     return copy;
 }
 
-/// Never over anything: what is there may be a record.
+/// Replaces no file, because an existing one may be a record.
 std::string writeNew(const std::string& path, const std::string& text) {
     return OutputFile(path, OutputFile::Old::None).save(text);
 }

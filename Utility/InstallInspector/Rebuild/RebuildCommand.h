@@ -2,11 +2,11 @@
 
 #include <string>
 
-/// What the subcommand "rebuild" is told.
+/// The arguments of the subcommand "rebuild".
 struct RebuildOptions {
-    std::string folder; ///< of the record; empty for that of the installed products
+    std::string folder; ///< of the record; empty for the one of the installed products
     std::string output; ///< empty for standard output
 };
 
-/// The exit status.
+/// Returns the exit status.
 int runRebuild(const RebuildOptions& options);

@@ -14,7 +14,7 @@ auto sortKey(const Finding& finding) {
     return std::tie(where.document, where.file, where.line, where.column);
 }
 
-/// Most are: names are of ASCII.
+/// A quick test, because most texts are ASCII.
 bool needsNoEscape(const std::string& bytes) {
     return std::all_of(bytes.begin(), bytes.end(), [](char c) { return c >= ' ' && c <= '~'; });
 }
@@ -45,7 +45,7 @@ std::string printableText(const VLString& text) {
     if (bytes.size() <= longestShown) {
         return printable(bytes);
     }
-    // Not to part a character, the one that begins before the limit is shown whole.
+    // A character that begins before the limit is not cut.
     std::size_t end = 0;
     while (end < longestShown) {
         end += std::max<std::size_t>(utf8Length(bytes, end), 1);

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-/// An error does harm in any case. A warning may be intended. A note does no harm and does not count for the
-/// exit status.
+/// An error always does harm. A warning may be intended. A note does no harm and does not change the exit
+/// status.
 enum class Severity { Error, Warning, Note };
 
 struct Location {
@@ -19,7 +19,7 @@ struct Location {
     int column = 0;
 };
 
-/// A mistake.
+/// One result of a rule: a mistake, or something that may be one.
 struct Finding {
     Location where;
     std::string rule;
@@ -27,19 +27,19 @@ struct Finding {
     std::string message;              ///< what is wrong, without a full stop
     std::string consequence;          ///< the effect on a run
     std::string advice;               ///< how to correct it
-    std::vector<std::string> paths{}; ///< all that it is about, on this machine or else in the record
-    std::string install{};            ///< the ID of the product of which an install mends it; empty for none
+    std::vector<std::string> paths{}; ///< all paths that it is about, on this machine or in the record
+    std::string install{};            ///< ID of the product whose install corrects it; may be empty
 };
 
 /// By document, file, line and column.
 void sortFindings(std::vector<Finding>& findings);
 
-/// `text`, fit for a terminal and a line: control characters, and bytes that are no UTF-8, as \n, \x1b and
-/// the like, and no more than its first 200 bytes.
+/// The first 200 bytes of `text`, safe to print in one line of a terminal. Control characters and bytes that
+/// are not UTF-8 become escapes like \n and \x1b.
 std::string printableText(const VLString& text);
 /// The same between double quotes.
 std::string quotedText(const VLString& text);
-/// The same, without quotes and not cut.
+/// The whole `text` with the same escapes, without quotes.
 std::string printable(const std::string& text);
 
 std::string toString(const VLString& text);

@@ -101,7 +101,8 @@ const char* nameOf(Name name) {
     return "translate";
 }
 
-/// Whether a line of the source ends after the element: without a break a page is one line of megabytes.
+/// Whether a line of the source ends after the element. Without breaks, a page would be one line of
+/// megabytes.
 bool endsLine(Tag tag) {
     return tag != Tag::A && tag != Tag::Code && tag != Tag::Span && tag != Tag::Strong && tag != Tag::Pre;
 }
@@ -146,9 +147,9 @@ struct Range {
     char32_t last;
 };
 
-/// Marks of direction, blanks and fillers that look like a plain blank or like nothing, separators of lines,
-/// tags, and codes that are no characters. Not the two joiners, with which scripts write words, and not the
-/// wide blank of East Asia.
+/// Whether readers cannot see the character or take it for a blank: marks of direction, blanks, fillers, line
+/// separators, tags, and codes that are not characters. Not the two joiners, which some scripts need in
+/// words, and not the wide blank of East Asia.
 constexpr Range unseen[] = {
     {0xA0, 0xA0},       {0xAD, 0xAD},       {0x34F, 0x34F},   {0x61C, 0x61C},   {0x115F, 0x1160},
     {0x1680, 0x1680},   {0x17B4, 0x17B5},   {0x180B, 0x180F}, {0x2000, 0x200B}, {0x200E, 0x200F},
@@ -283,9 +284,9 @@ void HtmlWriter::escape(std::string_view content, bool bMarked) {
         if (const char* entity = length == 1 ? entityOf(character.front()) : nullptr) {
             page += entity;
         } else if (asText != character) {
-            writeOut(asText, bMarked);
+            writeCode(asText, bMarked);
         } else if (!unseenCode.empty()) {
-            writeOut(unseenCode, bMarked);
+            writeCode(unseenCode, bMarked);
         } else {
             page += character;
         }
@@ -293,8 +294,8 @@ void HtmlWriter::escape(std::string_view content, bool bMarked) {
     }
 }
 
-void HtmlWriter::writeOut(std::string_view shown, bool bMarked) {
+void HtmlWriter::writeCode(std::string_view code, bool bMarked) {
     page += bMarked ? "<span class=\"unseen\">" : "";
-    page += shown; // of ASCII, without anything that HTML reads
+    page += code; // of ASCII, without anything that HTML reads
     page += bMarked ? "</span>" : "";
 }

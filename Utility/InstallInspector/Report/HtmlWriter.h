@@ -6,15 +6,15 @@
 #include <utility>
 #include <vector>
 
-/// Writes one HTML page that needs nothing else: its style is in it, it has no script, and its policy of
-/// contents forbids a browser to ask for anything.
+/// Writes one HTML page that needs no other file. Its style is inside, it has no script, and its content
+/// security policy forbids a browser to load anything.
 ///
-/// All text goes through here and is escaped. Tags, attributes and the targets of links cannot come from
-/// text, so that no name can become part of the page's structure. What a reader could not see is written out:
-/// bytes that are no UTF-8 and control characters as "\xff", marks that turn the direction of writing and
-/// other characters without a look of their own as "[U+202E]".
+/// All text is escaped here. Tags, attributes and the targets of links cannot come from text, so no name can
+/// become part of the page's structure. Characters that a reader could not see are written as codes. Bytes
+/// that are not UTF-8 and control characters become "\xff". Marks that change the direction of writing, and
+/// other invisible characters, become "[U+202E]".
 ///
-/// The page is well-formed XML, too: each element is closed, each attribute has a value.
+/// The page is well-formed XML, too. Each element is closed, and each attribute has a value.
 class HtmlWriter {
 public:
     enum class Tag {
@@ -76,9 +76,10 @@ public:
 
     /// Begins the page.
     explicit HtmlWriter(const std::string& title);
-    /// Ends the page and gives it. Nothing may be open, and nothing follows.
+    /// Ends the page and returns it. All elements must be closed before. Do not use the writer afterwards.
     std::string finish();
 
+    /// Opens an element. It is closed at the end of the result's scope.
     Element in(Tag tag, Attributes attributes = {});
     /// An element with this text and nothing else.
     void put(Tag tag, std::string_view text, Attributes attributes = {});
@@ -87,16 +88,16 @@ public:
     void breakable(std::string_view text);
     /// A link to the element with this ID on the page.
     void link(std::string_view id, std::string_view text);
-    /// A text of several lines, which stay lines.
+    /// A text of several lines. Keeps the line breaks.
     void lines(std::string_view text);
 
 private:
     void open(Tag tag, Attributes attributes);
     void close();
     void writeAttribute(const char* name, std::string_view value);
-    /// `bMarked`: what is written out is set off from what stands in the text.
+    /// With `bMarked`, codes for invisible characters have a style that differs from the text.
     void escape(std::string_view text, bool bMarked);
-    void writeOut(std::string_view shown, bool bMarked);
+    void writeCode(std::string_view code, bool bMarked);
 
     std::string page;
     std::vector<Tag> opened;

@@ -5,15 +5,15 @@
 #include <string>
 #include <vector>
 
-/// Writes a JSON document piece by piece: members in the order in which they come, two blanks of indentation
-/// for each level, a line feed at the end. Bytes that are no UTF-8 become U+FFFD.
+/// Writes a JSON document piece by piece. Members keep the order of the calls, each level is indented by two
+/// blanks, and the document ends with a line feed. Bytes that are not UTF-8 become U+FFFD.
 class JsonWriter {
 public:
     /// `toWriteTo` must outlive this object.
     explicit JsonWriter(Output& toWriteTo) : output(toWriteTo) {}
 
-    // `name` is that of a member of the object that is open. Without one, what is written is the document
-    // itself or an element of the array that is open.
+    // `name` is the name of a member of the open object. Without a name, the value is the document itself or
+    // an element of the open array.
 
     void beginObject(const char* name = nullptr);
     void endObject();
@@ -28,11 +28,11 @@ public:
 private:
     void begin(const char* name, char bracket);
     void end(char bracket);
-    /// Whatever stands before a value.
+    /// Writes what comes before a value: comma, line break and name.
     void startValue(const char* name);
     void startLine();
     void writeQuoted(const std::string& text);
 
     Output& output;
-    std::vector<bool> filled; ///< for each object and array that is open, whether anything is in it
+    std::vector<bool> filled; ///< for each open object or array, whether it has content
 };

@@ -5,7 +5,8 @@
 #include <string_view>
 #include <vector>
 
-/// What the subcommands share: exit statuses, colours, and texts.
+// Shared by all subcommands: exit statuses, colours, and texts.
+
 enum ExitStatus { Clean = 0, HasFindings = 1, CannotRun = 2 };
 
 enum class Colour { Bold, Red, Yellow, Green, Dim };
@@ -23,22 +24,22 @@ private:
     bool bColours;
 };
 
-/// What is written piece by piece, so that it never stands in memory as a whole.
+/// Writes a text piece by piece, so that it is never in memory as a whole.
 class Output {
 public:
     explicit Output(FILE* toWriteTo = stdout) : file(toWriteTo) {}
 
     void write(std::string_view text);
-    /// To be called after the last piece. False, and a message on standard error, when one could not be
-    /// written.
+    /// Call it after the last piece. If a piece could not be written, prints a message on standard error and
+    /// returns false.
     bool finish();
 
 private:
     void passOn();
 
     FILE* file;
-    std::string held; ///< what waits for more, since a call of the C library for each small piece costs time
-    int error = 0;    ///< that of the first piece that could not be written
+    std::string held; ///< small pieces that are not written yet; one write for all of them is faster
+    int error = 0;    ///< the errno value of the first failure
 };
 
 /// "1 error", "2 errors".

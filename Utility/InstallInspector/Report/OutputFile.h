@@ -7,15 +7,16 @@
 #include <string>
 #include <vector>
 
-/// A file that is written as a whole or not at all: prepare it, and everything else that goes with it, before
-/// the first of them is put in its place. Each gives an empty text, or why it is not possible.
+/// A file that is written as a whole or not at all. If several files belong together, prepare all of them
+/// before the first one is put in its place. On success, all calls return an empty text. On failure, they
+/// return the reason.
 class OutputFile {
 public:
-    /// What may be there when the file is put in place.
+    /// What may exist at the path when the file is put in place.
     enum class Old {
         AsRead,           ///< the file in the state in which it was read
         None,             ///< nothing, not even a link that leads nowhere
-        NoneWithoutForce, ///< nothing; --force takes anything
+        NoneWithoutForce, ///< nothing; the message advises --force
         Anything
     };
 
@@ -24,7 +25,7 @@ public:
 
     std::string prepare(const std::string& text);
     std::string putInPlace();
-    /// Both, for a file that goes alone.
+    /// Both, for a single file.
     std::string save(const std::string& text);
 
 private:
@@ -41,11 +42,11 @@ struct TextFile {
     std::string text;
 };
 
-/// Writes all of them, or none. `bForce` replaces files that are there. Gives an empty text, or why it is not
-/// possible.
+/// Writes all files or none. With `bForce`, replaces existing files. On failure, returns the reason,
+/// otherwise an empty text.
 std::string saveAll(const std::vector<TextFile>& files, bool bForce);
 
-/// Signals that would end the program wait until the end of the scope, so that nothing half-written stays.
+/// While it lives, signals that would end the program are delayed, so that no incomplete file stays.
 class SignalsHeld {
 public:
     SignalsHeld();
@@ -57,5 +58,5 @@ private:
     sigset_t before = {};
 };
 
-/// Whether a file at `path` would lie in `folder`, links followed.
+/// Whether a file at `path` would lie in `folder`. Follows links.
 bool liesIn(const std::string& path, const std::string& folder);

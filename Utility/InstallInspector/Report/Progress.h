@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <cstdio>
 
-/// Tells on a terminal how far long work is: one line on standard error, which is not there before half a
-/// second, changes ten times a second at most, and goes with the object. Without a terminal nothing is shown.
+/// Shows the progress of long work in one line on standard error. The line appears after half a second,
+/// changes at most ten times a second, and is removed with the object. Without a terminal, shows nothing.
 class Progress {
 public:
     Progress();
@@ -13,7 +13,7 @@ public:
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    /// So much more has been looked at.
+    /// Adds the number of files and bytes that have been processed since the last call.
     void add(std::uint64_t files, std::uint64_t bytes = 0);
 
 private:

@@ -4,11 +4,11 @@
 
 #include <vector>
 
-/// What a command says as a whole, beside its findings. Exit status 0 is Safe.
+/// The result of a command as a whole, besides its findings. The exit status of Safe is 0.
 enum class Verdict {
-    Safe,      ///< it has looked: nothing is lost, left behind, shown to the user as an error, or unrecorded
+    Safe,      ///< nothing is lost, left behind, unrecorded, or an error that the user sees
     Harm,      ///< something is
-    CannotTell ///< something that would have to be looked at cannot be
+    CannotTell ///< something necessary cannot be read, so the result is not known
 };
 
 /// Its name in JSON.
@@ -24,5 +24,6 @@ constexpr const char* nameOf(Verdict verdict) {
     return "cannot tell";
 }
 
-/// Harm with an error. CannotTell with a warning, since only a person knows whether it is intended.
+/// Harm if there is an error. CannotTell if there is only a warning, because only a person knows whether it
+/// is intended.
 Verdict verdictOf(const std::vector<Finding>& findings);
