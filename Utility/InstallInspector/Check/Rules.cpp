@@ -6,7 +6,6 @@
 #include <filesystem>
 #include <map>
 #include <tuple>
-#include <utility>
 
 namespace {
 
@@ -78,21 +77,6 @@ std::vector<Finding> findingsOf(const Rule& rule, const ProductLine& line) {
 }
 
 } // namespace
-
-Report::Report(const Rule& reportedRule, std::vector<Finding>& list)
-    : rule(reportedRule), findings(list), severity(reportedRule.severity) {}
-
-void Report::operator()(const Location& where, std::string message, std::string consequence,
-                        std::string advice) const {
-    findings.push_back(
-        {where, rule.name, severity, std::move(message), std::move(consequence), std::move(advice)});
-}
-
-Report Report::as(Severity lowered) const {
-    Report report = *this;
-    report.severity = lowered;
-    return report;
-}
 
 std::vector<Rule> allRules() {
     std::vector<Rule> rules;

@@ -14,23 +14,6 @@ struct ProductLine {
     std::vector<std::string> ignoredRules; ///< names of rules whose findings are left out
 };
 
-/// Adds the findings of one rule to a list.
-class Report {
-public:
-    Report(const Rule& reportedRule, std::vector<Finding>& list);
-
-    /// See Finding for the three texts.
-    void operator()(const Location& where, std::string message, std::string consequence,
-                    std::string advice) const;
-    /// For findings of this rule with a lower severity than usual.
-    Report as(Severity lowered) const;
-
-private:
-    const Rule& rule;
-    std::vector<Finding>& findings;
-    Severity severity;
-};
-
 /// One kind of mistake. To add one, write its function in the file of its group, and a line in the table
 /// there. Tests check that there is an example that triggers it and one that does not, and that the man page
 /// has its name.

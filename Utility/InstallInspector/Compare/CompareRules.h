@@ -6,31 +6,12 @@
 #include <string>
 #include <vector>
 
-struct CompareRule;
-
-/// Adds the findings of one rule to a list.
-class CompareReport {
-public:
-    CompareReport(const CompareRule& reportedRule, std::vector<Finding>& list);
-
-    /// See Finding for the three texts and the paths.
-    void operator()(const Location& where, std::string message, std::string consequence, std::string advice,
-                    std::vector<std::string> paths = {}) const;
-    /// For findings of this rule with a lower severity than usual.
-    CompareReport as(Severity lowered) const;
-
-private:
-    const CompareRule& rule;
-    std::vector<Finding>& findings;
-    Severity severity;
-};
-
 /// One way in which builds differ. To add one, write a function and a line in the table of its group. Tests
 /// check that there is an example of it and that the man page has its name.
 struct CompareRule {
     const char* name;  ///< in kebab case; never changes, because scripts use it
     Severity severity; ///< the highest severity of its findings
-    void (*inspect)(const Comparison& comparison, const CompareReport& report);
+    void (*inspect)(const Comparison& comparison, const Report& report);
 };
 
 // The groups, each with its table at the end of its file.

@@ -10,7 +10,7 @@ std::string uninstallerNamed(const std::string& path) {
     return quotedText(toVLString(path.substr(path.rfind('/') + 1)));
 }
 
-void idChanged(const Comparison& comparison, const CompareReport& report) {
+void idChanged(const Comparison& comparison, const Report& report) {
     const VLString& before = comparison.old.info().ID;
     const VLString& after = comparison.now.info().ID;
     if (before == after) {
@@ -30,7 +30,7 @@ void idChanged(const Comparison& comparison, const CompareReport& report) {
            "(Docs/packaging-macos.md).");
 }
 
-void nameChanged(const Comparison& comparison, const CompareReport& report) {
+void nameChanged(const Comparison& comparison, const Report& report) {
     const VLString& before = comparison.old.info().name;
     const VLString& after = comparison.now.info().name;
     if (before == after) {
@@ -63,7 +63,7 @@ std::vector<std::string> keptBack(const Comparison& comparison) {
     return paths;
 }
 
-void buildNotRising(const Comparison& comparison, const CompareReport& report) {
+void buildNotRising(const Comparison& comparison, const Report& report) {
     const int before = comparison.old.number();
     const int after = comparison.now.number();
     if (after > before) {

@@ -15,7 +15,7 @@ using Names = std::vector<std::string>;
 
 // Folders in one piece
 
-void partDropped(const Comparison& comparison, const CompareReport& report) {
+void partDropped(const Comparison& comparison, const Report& report) {
     std::map<const Product::TreeNode*, Names> parts;
     for (const Difference& difference : comparison.differences) {
         const bool bBlocked = difference.state == State::Old && difference.cause == Cause::InTheWay &&
@@ -35,7 +35,7 @@ void partDropped(const Comparison& comparison, const CompareReport& report) {
     }
 }
 
-void wholeFolderUnknown(const Comparison& comparison, const CompareReport& report) {
+void wholeFolderUnknown(const Comparison& comparison, const Report& report) {
     Names paths;
     const Build::Entry* first = nullptr;
     for (const Difference& difference : comparison.differences) {
@@ -66,7 +66,7 @@ std::string linkName(const Difference& difference) {
     return quotedText(toVLString(difference.path.substr(difference.path.rfind('/') + 1)));
 }
 
-void shortCutDropped(const Comparison& comparison, const CompareReport& report) {
+void shortCutDropped(const Comparison& comparison, const Report& report) {
     for (const Difference& difference : comparison.differences) {
         if (difference.cause != Cause::ShortCut) {
             continue;
@@ -97,7 +97,7 @@ std::string shortCutOf(const Product::TreeNode& node) {
     return node.node->IsShortCutInfoValid() ? toString(node.node->shortCut.name) : "";
 }
 
-void shortCutAdded(const Comparison& comparison, const CompareReport& report) {
+void shortCutAdded(const Comparison& comparison, const Report& report) {
     std::map<std::string, std::string> old;
     for (const Product::TreeNode& node : comparison.old.product().tree) {
         old.emplace(shortCutOf(node), toString(node.treePath));
@@ -143,7 +143,7 @@ Names pathsOf(const std::vector<const Difference*>& differences) {
     return paths;
 }
 
-void reportLeft(const Comparison& comparison, const CompareReport& report, bool bConditions) {
+void reportLeft(const Comparison& comparison, const Report& report, bool bConditions) {
     for (const auto& [element, all] : leftByFolder(comparison)) {
         std::vector<const Difference*> differences;
         std::copy_if(all.begin(), all.end(), std::back_inserter(differences),
@@ -180,15 +180,15 @@ void reportLeft(const Comparison& comparison, const CompareReport& report, bool 
     }
 }
 
-void targetMoved(const Comparison& comparison, const CompareReport& report) {
+void targetMoved(const Comparison& comparison, const Report& report) {
     reportLeft(comparison, report, false);
 }
 
-void conditionChanged(const Comparison& comparison, const CompareReport& report) {
+void conditionChanged(const Comparison& comparison, const Report& report) {
     reportLeft(comparison, report, true);
 }
 
-void targetAdded(const Comparison& comparison, const CompareReport& report) {
+void targetAdded(const Comparison& comparison, const Report& report) {
     std::set<std::pair<std::string, std::string>> old;
     for (const TargetFolder& folder : comparison.old.folders()) {
         old.emplace(toString(folder.node->treePath), folder.compared);
@@ -205,7 +205,7 @@ void targetAdded(const Comparison& comparison, const CompareReport& report) {
     }
 }
 
-void recordMoved(const Comparison& comparison, const CompareReport& report) {
+void recordMoved(const Comparison& comparison, const Report& report) {
     if (!comparison.bRecordMoves && !comparison.bNoRecord) {
         return;
     }

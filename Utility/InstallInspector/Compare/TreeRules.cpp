@@ -171,7 +171,7 @@ const char* const staysText = " where the old build has put it, where hosts may 
                               "and in the record for ever: "
                               "no uninstall removes it.";
 
-void reportMoved(const Comparison& comparison, const CompareReport& report, bool bRenamed) {
+void reportMoved(const Comparison& comparison, const Report& report, bool bRenamed) {
     const Moves moves(comparison);
     for (const auto& [from, to] : moves.all()) {
         const bool bSameFolder = from->parent->treePath == to->parent->treePath;
@@ -191,11 +191,11 @@ void reportMoved(const Comparison& comparison, const CompareReport& report, bool
     }
 }
 
-void fileMoved(const Comparison& comparison, const CompareReport& report) {
+void fileMoved(const Comparison& comparison, const Report& report) {
     reportMoved(comparison, report, false);
 }
 
-void fileRenamed(const Comparison& comparison, const CompareReport& report) {
+void fileRenamed(const Comparison& comparison, const Report& report) {
     reportMoved(comparison, report, true);
 }
 
@@ -224,7 +224,7 @@ std::string named(const TreeNode& node, const Nodes& leaves) {
            (isLeaf(node) ? "" : " with " + counted(leaves.size(), "entry", "entries") + " in it");
 }
 
-void fileDropped(const Comparison& comparison, const CompareReport& report) {
+void fileDropped(const Comparison& comparison, const Report& report) {
     const Moves moves(comparison);
     forEachWithoutCounterpart(
         moves.droppedNodes(), [&](const TreeNode& node) { return moves.targetOf(node) != nullptr; },
@@ -235,7 +235,7 @@ void fileDropped(const Comparison& comparison, const CompareReport& report) {
         });
 }
 
-void fileAdded(const Comparison& comparison, const CompareReport& report) {
+void fileAdded(const Comparison& comparison, const Report& report) {
     const Moves moves(comparison);
     forEachWithoutCounterpart(
         moves.addedNodes(), [&](const TreeNode& node) { return moves.isTarget(node); },
@@ -253,7 +253,7 @@ Nodes hostsOf(const Build& build) {
     return hosts == nullptr ? Nodes() : hosts->children;
 }
 
-void hostDropped(const Comparison& comparison, const CompareReport& report) {
+void hostDropped(const Comparison& comparison, const Report& report) {
     for (const TreeNode* host : hostsOf(comparison.old)) {
         if (comparison.now.find(pathOf(*host)) == nullptr) {
             Nodes leaves = leavesOf(*host);
@@ -268,7 +268,7 @@ void hostDropped(const Comparison& comparison, const CompareReport& report) {
     }
 }
 
-void hostAdded(const Comparison& comparison, const CompareReport& report) {
+void hostAdded(const Comparison& comparison, const Report& report) {
     for (const TreeNode* host : hostsOf(comparison.now)) {
         if (comparison.old.find(pathOf(*host)) == nullptr) {
             report(comparison.now.at(*host), "the host " + quotedText(host->node->name) + " is new",
@@ -308,7 +308,7 @@ std::set<VLString> familiesOf(const Build& build) {
     return names;
 }
 
-void familyDropped(const Comparison& comparison, const CompareReport& report) {
+void familyDropped(const Comparison& comparison, const Report& report) {
     for (const VLString& family : familiesOf(comparison.old)) {
         Nodes lost;
         bool bListed = false;
@@ -337,7 +337,7 @@ void familyDropped(const Comparison& comparison, const CompareReport& report) {
     }
 }
 
-void familyAdded(const Comparison& comparison, const CompareReport& report) {
+void familyAdded(const Comparison& comparison, const Report& report) {
     for (const VLString& family : familiesOf(comparison.now)) {
         for (const TreeNode* node : familyFolders(comparison.now, comparison.old, family)) {
             const bool bNew = comparison.old.find(pathOf(*node)) == nullptr;
@@ -370,7 +370,7 @@ void forEachInBoth(const Comparison& comparison,
     }
 }
 
-void kindChanged(const Comparison& comparison, const CompareReport& report) {
+void kindChanged(const Comparison& comparison, const Report& report) {
     forEachInBoth(comparison, [&](const TreeNode& before, const TreeNode& now) {
         if (kindOf(before) == kindOf(now)) {
             return;
@@ -415,7 +415,7 @@ Names changedFlags(const FileNode& before, const FileNode& now) {
     return flags;
 }
 
-void flagsChanged(const Comparison& comparison, const CompareReport& report) {
+void flagsChanged(const Comparison& comparison, const Report& report) {
     forEachInBoth(comparison, [&](const TreeNode& before, const TreeNode& now) {
         const Names flags = changedFlags(*before.node, *now.node);
         const bool bAsAbove = before.parent->parent != nullptr &&

@@ -7,3 +7,9 @@ inline std::string folderAbove(const std::string& path) {
     const std::size_t slash = path.rfind('/');
     return slash == std::string::npos ? "" : path.substr(0, slash);
 }
+
+/// Whether `path` is `folder`, or lies below it. Compares only the texts.
+inline bool isAtOrBelow(const std::string& path, const std::string& folder) {
+    return path.compare(0, folder.size(), folder) == 0 &&
+           (path.size() == folder.size() || path[folder.size()] == '/');
+}

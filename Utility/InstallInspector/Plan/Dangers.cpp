@@ -12,15 +12,6 @@ const std::vector<const std::vector<DangerRule>*>& groups() {
 
 } // namespace
 
-std::string listed(const std::vector<std::string>& names) {
-    constexpr std::size_t most = 3;
-    std::string text;
-    for (std::size_t i = 0; i < names.size() && i < most; ++i) {
-        text += (i == 0 ? "" : ", ") + names[i];
-    }
-    return names.size() > most ? text + " and " + std::to_string(names.size() - most) + " more" : text;
-}
-
 const char* singularOrPlural(const std::vector<std::string>& names, const char* one, const char* more) {
     return names.size() == 1 ? one : more;
 }

@@ -39,7 +39,5 @@ const std::vector<DangerRule>& stepDangers();
 /// OwnerDangers.cpp: what stays behind, and what other products lose.
 const std::vector<DangerRule>& ownerDangers();
 
-/// The first three names, and the number of the others.
-std::string listed(const std::vector<std::string>& names);
 /// `one` for a single name, otherwise `more`: "is" or "are".
 const char* singularOrPlural(const std::vector<std::string>& names, const char* one, const char* more);

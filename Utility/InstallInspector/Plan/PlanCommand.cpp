@@ -7,14 +7,6 @@
 
 namespace {
 
-bool writePage(const Plan& plan, const PlanOptions& options) {
-    const std::string fault = saveAll({{options.html, asHtml(plan)}}, options.bForce);
-    if (!fault.empty()) {
-        cannotRun(fault);
-    }
-    return fault.empty();
-}
-
 bool print(const Plan& plan, const PlanOptions& options) {
     Output output;
     const Painter painter = Painter::forFile(stdout);
@@ -44,7 +36,8 @@ int runPlan(const PlanOptions& options) {
     } catch (const CannotForesee& failure) {
         return cannotRun(options.bJson, std::string("cannot tell what the run would do: ") + failure.what());
     }
-    if (!(options.html.empty() ? print(plan, options) : writePage(plan, options))) {
+    if (!(options.html.empty() ? print(plan, options)
+                               : writePage(options.html, asHtml(plan), options.bForce))) {
         return CannotRun;
     }
     return plan.verdict == Verdict::Safe ? Clean : HasFindings;

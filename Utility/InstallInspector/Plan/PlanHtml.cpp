@@ -24,22 +24,6 @@ constexpr HtmlPage::Part uninstallTablePart{"where", "Where it is, and why"};
 constexpr HtmlPage::Part filesPart{"files", "Every file"};
 constexpr HtmlPage::Part supportPart{"support", "For support"};
 
-Mood moodOf(Action action) {
-    switch (action) {
-    case Action::Copy:
-        return Mood::Good;
-    case Action::Replace:
-    case Action::Remove:
-        return Mood::Odd;
-    case Action::Fail:
-        return Mood::Bad;
-    case Action::Keep:
-    case Action::Missing:
-        break;
-    }
-    return Mood::None;
-}
-
 /// The name under which users know the host.
 std::string displayNameOf(const std::string& host) {
     for (const KnownHost& known : knownHosts) {
@@ -435,7 +419,7 @@ private:
 
     void countLabels(const TreeNode& node) {
         for (const auto& [action, count] : node.counts) {
-            page.label(moodOf(action), std::to_string(count) + " " + wordFor(action));
+            page.label(moodOf(colourOf(action)), std::to_string(count) + " " + wordFor(action));
             html.text(" ");
         }
         if (node.left != 0) {
@@ -464,7 +448,7 @@ private:
         html.text(" ");
         if (node.entries.size() == 1 && node.remnants.empty() && node.entries.front()->shortCut.empty()) {
             const Plan::Entry& entry = *node.entries.front();
-            page.label(moodOf(entry.action), wordFor(entry.action));
+            page.label(moodOf(colourOf(entry.action)), wordFor(entry.action));
             html.text(" ");
             html.put(Tag::Span, entry.why, {{Name::Class, "why"}});
             uses(node);
@@ -481,7 +465,7 @@ private:
     void events(const TreeNode& node) {
         for (const Plan::Entry* entry : node.entries) {
             const auto line = html.in(Tag::P);
-            page.label(moodOf(entry->action), wordFor(entry->action));
+            page.label(moodOf(colourOf(entry->action)), wordFor(entry->action));
             html.text(" ");
             page.code(entry->path);
             html.put(Tag::Span, " " + entry->why, {{Name::Class, "why"}});

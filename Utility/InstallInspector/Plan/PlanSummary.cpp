@@ -1,5 +1,7 @@
 #include "Utility/InstallInspector/Plan/PlanSummary.h"
 
+#include "Utility/InstallInspector/Documents/FolderAbove.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -12,10 +14,6 @@ std::string withoutSlash(std::string folder) {
         folder.pop_back();
     }
     return folder;
-}
-
-bool liesBelow(const std::string& path, const std::string& folder) {
-    return path == folder || path.rfind(folder + "/", 0) == 0;
 }
 
 TargetRow rowOf(const Plan::Branch& branch) {
@@ -88,7 +86,7 @@ private:
 
     void countRemnants() {
         for (const Plan::Remnant& remnant : plan.remnants) {
-            if (liesBelow(remnant.treePath, branch.treePath)) {
+            if (isAtOrBelow(remnant.treePath, branch.treePath)) {
                 TargetRow* row = rowFor(remnant.path);
                 ++(row == nullptr ? rows.front().first : *row).left;
             }
@@ -142,6 +140,22 @@ const char* wordFor(Action action) {
         break;
     }
     return "keep";
+}
+
+Colour colourOf(Action action) {
+    switch (action) {
+    case Action::Copy:
+        return Colour::Green;
+    case Action::Replace:
+    case Action::Remove:
+        return Colour::Yellow;
+    case Action::Fail:
+        return Colour::Red;
+    case Action::Missing:
+    case Action::Keep:
+        break;
+    }
+    return Colour::Dim;
 }
 
 std::string reasonOf(const Plan::Target& target) {

@@ -12,6 +12,7 @@
 std::string nameAndBuildOf(const SKUDefinition::SKUInfo& product);
 /// The word for what happens to a file.
 const char* wordFor(Plan::Action action);
+Colour colourOf(Plan::Action action);
 /// Why the target path applies or not, as a sentence without a full stop. Empty if it always applies.
 std::string reasonOf(const Plan::Target& target);
 /// The part of `path` below `folder`. "." for the folder itself. Empty if `path` lies somewhere else.

@@ -1,3 +1,4 @@
+#include "Utility/InstallInspector/Documents/FolderAbove.h"
 #include "Utility/InstallInspector/Plan/PlanSummary.h"
 #include "Utility/InstallInspector/Report/Finding.h"
 #include "Utility/InstallUtility/KnownNames.h"
@@ -11,22 +12,6 @@ namespace {
 
 using Action = Plan::Action;
 using Verb = PlannedMachine::Verb;
-
-Colour colourOf(Action action) {
-    switch (action) {
-    case Action::Copy:
-        return Colour::Green;
-    case Action::Replace:
-    case Action::Remove:
-        return Colour::Yellow;
-    case Action::Fail:
-        return Colour::Red;
-    case Action::Missing:
-    case Action::Keep:
-        break;
-    }
-    return Colour::Dim;
-}
 
 std::string printableNameOf(const SKUDefinition::SKUInfo& product) {
     return printable(nameAndBuildOf(product));
@@ -112,8 +97,7 @@ private:
     bool printRemnants(const Plan::Branch& branch) {
         bool bAny = false;
         for (const Plan::Remnant& remnant : plan.remnants) {
-            if (remnant.treePath == branch.treePath ||
-                remnant.treePath.rfind(branch.treePath + "/", 0) == 0) {
+            if (isAtOrBelow(remnant.treePath, branch.treePath)) {
                 line("      " + painter.paint(Colour::Red, "left   ") + "  " + printable(remnant.path) +
                      "  " + painter.paint(Colour::Dim, remnant.why));
                 bAny = true;

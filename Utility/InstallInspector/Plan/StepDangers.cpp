@@ -1,4 +1,5 @@
 // Dangers in the steps of a run: files, folders, shortcuts and the uninstaller, and questions to the user.
+#include "Utility/InstallInspector/Documents/FolderAbove.h"
 #include "Utility/InstallInspector/Plan/Dangers.h"
 #include "Utility/InstallInspector/Report/Finding.h"
 #include "Utility/InstallUtility/KnownNames.h"
@@ -82,9 +83,8 @@ void notInstalled(const Survey& survey, const DangerReport& report) {
 /// Whether the tree path is part of a question about something that the source does not have.
 bool isMissingInSource(const Plan::Run& run, const std::string& treePath) {
     return std::any_of(run.questions.begin(), run.questions.end(), [&](const Plan::Question& question) {
-        return std::any_of(question.missing.begin(), question.missing.end(), [&](const std::string& missing) {
-            return treePath == missing || treePath.rfind(missing + "/", 0) == 0;
-        });
+        return std::any_of(question.missing.begin(), question.missing.end(),
+                           [&](const std::string& missing) { return isAtOrBelow(treePath, missing); });
     });
 }
 

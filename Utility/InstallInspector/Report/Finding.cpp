@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <tuple>
+#include <utility>
 
 namespace {
 
@@ -34,6 +35,19 @@ std::string escaped(unsigned char byte) {
 }
 
 } // namespace
+
+Finding& Report::operator()(const Location& where, std::string message, std::string consequence,
+                            std::string advice, std::vector<std::string> paths) const {
+    findings.push_back({where, name, severity, std::move(message), std::move(consequence), std::move(advice),
+                        std::move(paths)});
+    return findings.back();
+}
+
+Report Report::as(Severity lowered) const {
+    Report report = *this;
+    report.severity = lowered;
+    return report;
+}
 
 void sortFindings(std::vector<Finding>& findings) {
     std::stable_sort(findings.begin(), findings.end(),

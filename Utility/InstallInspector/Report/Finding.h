@@ -31,6 +31,26 @@ struct Finding {
     std::string install{};            ///< ID of the product whose install corrects it; may be empty
 };
 
+/// Adds the findings of one rule to a list.
+class Report {
+public:
+    /// `Rule` has the members `name` and `severity`. `list` must outlive this object.
+    template <class Rule>
+    Report(const Rule& rule, std::vector<Finding>& list)
+        : name(rule.name), severity(rule.severity), findings(list) {}
+
+    /// See Finding for the three texts and the paths. Returns the finding. It is valid until the next report.
+    Finding& operator()(const Location& where, std::string message, std::string consequence,
+                        std::string advice, std::vector<std::string> paths = {}) const;
+    /// For findings of this rule with a lower severity than usual.
+    Report as(Severity lowered) const;
+
+private:
+    const char* name;
+    Severity severity;
+    std::vector<Finding>& findings;
+};
+
 /// By document, file, line and column.
 void sortFindings(std::vector<Finding>& findings);
 

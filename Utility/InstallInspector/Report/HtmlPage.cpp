@@ -1,7 +1,5 @@
 #include "Utility/InstallInspector/Report/HtmlPage.h"
 
-#include "Utility/InstallInspector/Report/Output.h"
-
 #include <algorithm>
 
 const char* styleOf(HtmlPage::Mood mood) {
@@ -22,6 +20,21 @@ HtmlPage::Mood moodOf(Verdict verdict) {
     return verdict == Verdict::Safe   ? HtmlPage::Mood::Good
            : verdict == Verdict::Harm ? HtmlPage::Mood::Bad
                                       : HtmlPage::Mood::Odd;
+}
+
+HtmlPage::Mood moodOf(Colour colour) {
+    switch (colour) {
+    case Colour::Green:
+        return HtmlPage::Mood::Good;
+    case Colour::Yellow:
+        return HtmlPage::Mood::Odd;
+    case Colour::Red:
+        return HtmlPage::Mood::Bad;
+    case Colour::Bold:
+    case Colour::Dim:
+        break;
+    }
+    return HtmlPage::Mood::None;
 }
 
 void HtmlPage::head(const std::string& title, const std::string& about, Verdict verdict,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Utility/InstallInspector/Report/HtmlWriter.h"
+#include "Utility/InstallInspector/Report/Output.h"
 #include "Utility/InstallInspector/Report/Verdict.h"
 
 #include <string>
@@ -51,3 +52,5 @@ public:
 /// The name of the mood's style in Page.css.
 const char* styleOf(HtmlPage::Mood mood);
 HtmlPage::Mood moodOf(Verdict verdict);
+/// The mood for what has this colour in a terminal.
+HtmlPage::Mood moodOf(Colour colour);

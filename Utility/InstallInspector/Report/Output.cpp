@@ -75,6 +75,15 @@ std::string joined(const std::vector<std::string>& texts, const char* between) {
     return text;
 }
 
+std::string listed(const std::vector<std::string>& texts) {
+    constexpr std::size_t most = 3;
+    std::string text;
+    for (std::size_t i = 0; i < texts.size() && i < most; ++i) {
+        text += (i == 0 ? "" : ", ") + texts[i];
+    }
+    return texts.size() > most ? text + " and " + std::to_string(texts.size() - most) + " more" : text;
+}
+
 std::size_t widthOf(const std::string& text) {
     return static_cast<std::size_t>(std::count_if(
         text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U; }));

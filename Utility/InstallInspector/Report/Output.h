@@ -47,6 +47,9 @@ std::string counted(std::size_t count, const char* one, const char* more);
 
 std::string joined(const std::vector<std::string>& texts, const char* between);
 
+/// The first three texts, and the number of the others: "a, b, c and 2 more".
+std::string listed(const std::vector<std::string>& texts);
+
 /// The number of characters of a UTF-8 text.
 std::size_t widthOf(const std::string& text);
 

@@ -1,5 +1,7 @@
 #include "Utility/InstallInspector/Report/OutputFile.h"
 
+#include "Utility/InstallInspector/Report/Output.h"
+
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -79,6 +81,14 @@ std::string saveAll(const std::vector<TextFile>& texts, bool bForce) {
         }
     }
     return "";
+}
+
+bool writePage(const std::string& path, const std::string& page, bool bForce) {
+    const std::string fault = saveAll({{path, page}}, bForce);
+    if (!fault.empty()) {
+        cannotRun(fault);
+    }
+    return fault.empty();
 }
 
 SignalsHeld::SignalsHeld() {

@@ -46,6 +46,9 @@ struct TextFile {
 /// otherwise an empty text.
 std::string saveAll(const std::vector<TextFile>& files, bool bForce);
 
+/// Writes a page to the file `path`. On failure, prints a message on standard error and returns false.
+bool writePage(const std::string& path, const std::string& page, bool bForce);
+
 /// While it lives, signals that would end the program are delayed, so that no incomplete file stays.
 class SignalsHeld {
 public:

@@ -10,7 +10,7 @@ using Fault = Status::ContentFault;
 
 /// Reports one finding for each product with faults of this kind. For several files, `many` follows
 /// "N files of PRODUCT". Without `advice`, advises to install the product again.
-void reportFaults(const Status& status, const StatusReport& report, Fault::Kind kind, const char* many,
+void reportFaults(const Status& status, const Report& report, Fault::Kind kind, const char* many,
                   const char* consequence, const std::string& advice) {
     std::map<const PlacedProduct*, std::vector<const Fault*>> byProduct;
     for (const Fault& fault : status.contents.faults) {
@@ -41,13 +41,13 @@ void reportFaults(const Status& status, const StatusReport& report, Fault::Kind 
     }
 }
 
-void truncated(Status& status, const StatusReport& report) {
+void truncated(Status& status, const Report& report) {
     reportFaults(status, report, Fault::Kind::Truncated, "are truncated",
                  "The rest of the file is lost: a full disk, a copy that was broken off, or a damaged disk.",
                  "");
 }
 
-void changed(Status& status, const StatusReport& report) {
+void changed(Status& status, const Report& report) {
     reportFaults(
         status, report, Fault::Kind::Changed, "have other content",
         "It is not the file that was installed: other hands, another product or a damaged disk changed "
@@ -55,7 +55,7 @@ void changed(Status& status, const StatusReport& report) {
         "");
 }
 
-void older(Status& status, const StatusReport& report) {
+void older(Status& status, const Report& report) {
     reportFaults(
         status, report, Fault::Kind::Older, "are of an older build",
         "The product runs with a file of an earlier build: an update could not replace it, or somebody "
@@ -63,12 +63,12 @@ void older(Status& status, const StatusReport& report) {
         "");
 }
 
-void partMissing(Status& status, const StatusReport& report) {
+void partMissing(Status& status, const Report& report) {
     reportFaults(status, report, Fault::Kind::Missing, "are missing in their folders",
                  "A part of a folder that is installed as one piece is lost.", "");
 }
 
-void foreign(Status& status, const StatusReport& report) {
+void foreign(Status& status, const Report& report) {
     reportFaults(
         status, report, Fault::Kind::Foreign, "are foreign",
         "It lies in a folder that is installed as one piece, and is in no manifest: an earlier build "
@@ -76,19 +76,19 @@ void foreign(Status& status, const StatusReport& report) {
         "Move it away, if nobody needs it there.");
 }
 
-void unreadable(Status& status, const StatusReport& report) {
+void unreadable(Status& status, const Report& report) {
     reportFaults(status, report, Fault::Kind::Unreadable, "cannot be read", "What is in it cannot be told.",
                  "Verify as the superuser, and look whether the disk is sound.");
 }
 
-void unknownBuild(Status& status, const StatusReport& report) {
+void unknownBuild(Status& status, const Report& report) {
     reportFaults(
         status, report, Fault::Kind::UnknownBuild, "are of builds of which no definition is at hand",
         "A product that is not installed any more has brought it. Whether it is sound cannot be told.",
         "Give that build's definition with --sku, too.");
 }
 
-void noManifest(Status& status, const StatusReport& report) {
+void noManifest(Status& status, const Report& report) {
     for (const PlacedProduct* product : status.products) {
         const auto found = status.contents.withoutManifest.find(product);
         if (found != status.contents.withoutManifest.end()) {

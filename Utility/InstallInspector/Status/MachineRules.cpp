@@ -129,7 +129,7 @@ std::map<VLString, Loss> lossesIn(const Status& status) {
     return losses;
 }
 
-void missingFile(Status& status, const StatusReport& report) {
+void missingFile(Status& status, const Report& report) {
     if (!status.canCompareRecord()) {
         return;
     }
@@ -173,7 +173,7 @@ std::string kindOf(const VLString& path) {
                            : "neither file nor folder";
 }
 
-void changedKind(Status& status, const StatusReport& report) {
+void changedKind(Status& status, const Report& report) {
     if (!status.canCompareRecord()) {
         return;
     }
@@ -206,7 +206,7 @@ void changedKind(Status& status, const StatusReport& report) {
     }
 }
 
-void folderForFile(Status& status, const StatusReport& report) {
+void folderForFile(Status& status, const Report& report) {
     std::set<VLString> found;
     const Record::Node* first = nullptr;
     const PlacedProduct* owner = nullptr;
@@ -288,7 +288,7 @@ std::vector<std::string> filesOf(const PlacedProduct& product) {
     return paths;
 }
 
-void productNotRecorded(Status& status, const StatusReport& report) {
+void productNotRecorded(Status& status, const Report& report) {
     for (PlacedProduct* const product : status.products) {
         const InstalledProduct* installed = status.installedOf(*product);
         const bool bShouldBeRecorded =
@@ -323,7 +323,7 @@ void productNotRecorded(Status& status, const StatusReport& report) {
     }
 }
 
-void reportElsewhere(const Status& status, const StatusReport& report, const PlacedProduct& product) {
+void reportElsewhere(const Status& status, const Report& report, const PlacedProduct& product) {
     const VLString& own = product.statusFolder();
     report(product.product().targetsFile.start(),
            own.IsEmpty() ? "no path of the item VorlaneFX applies here, for " + quoted(product.info())
@@ -335,7 +335,7 @@ void reportElsewhere(const Status& status, const StatusReport& report, const Pla
                                   : "Give that folder, or have all products name the same one.");
 }
 
-void recordElsewhere(Status& status, const StatusReport& report) {
+void recordElsewhere(Status& status, const Report& report) {
     const VLString folder = folderAbove(toVLString(status.record.path));
     for (const PlacedProduct* const product : status.products) {
         if (!isSameFolder(folder, product->statusFolder())) {
@@ -348,7 +348,7 @@ void recordElsewhere(Status& status, const StatusReport& report) {
     }
 }
 
-void otherBuild(Status& status, const StatusReport& report) {
+void otherBuild(Status& status, const Report& report) {
     for (PlacedProduct* const product : status.products) {
         const int index = status.record.content.getProductIndex(product->info());
         if (index < 0) {
@@ -425,7 +425,7 @@ std::string howToEnter(const Status& status, const PlacedProduct& product, const
                : "Uninstall " + firstFew(users) + ", and install them again: that counts all uses.";
 }
 
-void notRecorded(Status& status, const StatusReport& report) {
+void notRecorded(Status& status, const Report& report) {
     if (!status.canCompareRecord()) {
         return;
     }
@@ -505,7 +505,7 @@ struct FilesLeftBehind {
     std::set<VLString> paths;
 };
 
-void leftBehind(Status& status, const StatusReport& report) {
+void leftBehind(Status& status, const Report& report) {
     if (!status.canCompareRecord()) {
         return;
     }
@@ -541,7 +541,7 @@ std::string userOf(const std::string& home) {
     return quotedText(toVLString(home.substr(home.rfind('/') + 1)));
 }
 
-void otherHome(Status& status, const StatusReport& report) {
+void otherHome(Status& status, const Report& report) {
     for (const auto& [home, paths] : status.inOtherHomes) {
         report(status.record.start(),
                files(paths.size()) + " " + isOrAre(paths.size()) + " in the home of the user " +
@@ -555,7 +555,7 @@ void otherHome(Status& status, const StatusReport& report) {
     }
 }
 
-void hiddenHome(Status& status, const StatusReport& report) {
+void hiddenHome(Status& status, const Report& report) {
     for (const auto& [home, paths] : status.hiddenHomes) {
         report(status.record.start(),
                "this user may not look into the home of the user " + userOf(home) + ", where " +
@@ -567,7 +567,7 @@ void hiddenHome(Status& status, const StatusReport& report) {
 
 // Products without a definition
 
-void notCompared(Status& status, const StatusReport& report) {
+void notCompared(Status& status, const Report& report) {
     std::vector<std::string> names;
     for (const auto& info : status.record.content.products) {
         const bool bCompared =
@@ -591,7 +591,7 @@ void notCompared(Status& status, const StatusReport& report) {
     }
 }
 
-void severalFolders(Status& status, const StatusReport& report) {
+void severalFolders(Status& status, const Report& report) {
     std::set<VLString> reported;
     for (const PlacedProduct* const first : status.products) {
         for (const PlacedProduct* const second : status.products) {
@@ -699,7 +699,7 @@ Unlisted unlistedIn(const Status& status) {
     return unlisted;
 }
 
-void inNoDefinition(Status& status, const StatusReport& report) {
+void inNoDefinition(Status& status, const Report& report) {
     const Unlisted unlisted = isComplete(status) ? unlistedIn(status) : Unlisted();
     if (unlisted.tops.empty()) {
         return;
@@ -720,7 +720,7 @@ void inNoDefinition(Status& status, const StatusReport& report) {
            paths.empty() ? unlisted.treePaths : paths);
 }
 
-void countDiffers(Status& status, const StatusReport& report) {
+void countDiffers(Status& status, const Report& report) {
     if (!isComplete(status)) {
         return;
     }
@@ -762,7 +762,7 @@ const PlacedProduct& copierOf(const Status& status, const Record::Node& recorded
     return found == status.products.end() ? one : **found;
 }
 
-void shortCut(Status& status, const StatusReport& report) {
+void shortCut(Status& status, const Report& report) {
     std::set<VLString> reported;
     forEachRecordedLeaf(status, [&](const PlacedProduct& product, const Spot& spot,
                                     const Record::Node& recorded) {

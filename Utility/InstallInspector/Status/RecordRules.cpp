@@ -67,7 +67,7 @@ std::string products(long count) {
 
 // The file
 
-void recordUnreadable(Status& status, const StatusReport& report) {
+void recordUnreadable(Status& status, const Report& report) {
     const Record& record = status.record;
     if (record.state != Record::State::Unreadable) {
         return;
@@ -91,7 +91,7 @@ void recordUnreadable(Status& status, const StatusReport& report) {
     }
 }
 
-void unfinishedSave(Status& status, const StatusReport& report) {
+void unfinishedSave(Status& status, const Report& report) {
     if (status.record.bUnfinishedSave) {
         report(
             {Location::Document::Record, status.record.path + ".new", 0, 0},
@@ -106,7 +106,7 @@ bool startsWith(const std::string& text, const std::string& beginning) {
     return text.compare(0, beginning.size(), beginning) == 0;
 }
 
-void recordSetAside(Status& status, const StatusReport& report) {
+void recordSetAside(Status& status, const Report& report) {
     const std::string& path = status.record.path;
     const VLString folder = folderAbove(toVLString(path));
     for (const VLString& name : Machine::current().namesIn(folder)) {
@@ -126,7 +126,7 @@ void recordSetAside(Status& status, const StatusReport& report) {
 
 // What the engine does not read
 
-void recordEntryIgnored(Status& status, const StatusReport& report) {
+void recordEntryIgnored(Status& status, const Report& report) {
     const LocatedDocument& file = status.record.file;
     if (status.record.state != Record::State::Readable) {
         return;
@@ -168,7 +168,7 @@ struct Named {
     }
 };
 
-void recordDuplicate(Status& status, const StatusReport& report) {
+void recordDuplicate(Status& status, const Report& report) {
     const LocatedDocument& file = status.record.file;
     std::vector<Named> named;
     for (const Entry& entry : file.entries()) {
@@ -195,7 +195,7 @@ void recordDuplicate(Status& status, const StatusReport& report) {
     }
 }
 
-void recordProductIncomplete(Status& status, const StatusReport& report) {
+void recordProductIncomplete(Status& status, const Report& report) {
     for (const Entry& entry : status.record.file.entries()) {
         for (const char* attribute : {"ID", "name", "build"}) {
             if (entry.kind == Kind::RecordedSku && findAttribute(*entry.element, attribute) == nullptr) {
@@ -209,7 +209,7 @@ void recordProductIncomplete(Status& status, const StatusReport& report) {
 
 // Counts
 
-void countNotANumber(Status& status, const StatusReport& report) {
+void countNotANumber(Status& status, const Report& report) {
     forEachPath(status, [&](const Entry& entry) {
         const VLString text = attributeOf(*entry.element, "ref");
         if (text.IsSet() && countOf(entry) < 1) {
@@ -223,7 +223,7 @@ void countNotANumber(Status& status, const StatusReport& report) {
     });
 }
 
-void countAboveProducts(Status& status, const StatusReport& report) {
+void countAboveProducts(Status& status, const Report& report) {
     const auto& entries = status.record.file.entries();
     const long most = std::count_if(entries.begin(), entries.end(),
                                     [](const Entry& entry) { return entry.kind == Kind::RecordedSku; });
@@ -245,7 +245,7 @@ void countAboveProducts(Status& status, const StatusReport& report) {
     });
 }
 
-void countAboveFolder(Status& status, const StatusReport& report) {
+void countAboveFolder(Status& status, const Report& report) {
     forEachPath(status, [&](const Entry& entry) {
         if (entry.parent->kind == Kind::RecordedDirectory && countOf(*entry.parent) >= 1 &&
             countOf(entry) > countOf(*entry.parent)) {

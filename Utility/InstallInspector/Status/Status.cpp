@@ -6,20 +6,12 @@
 
 #include <algorithm>
 #include <unistd.h>
-#include <utility>
-
-Finding& StatusReport::operator()(const Location& where, std::string message, std::string consequence,
-                                  std::string advice, std::vector<std::string> paths) const {
-    status.findings.push_back({where, rule.name, rule.severity, std::move(message), std::move(consequence),
-                               std::move(advice), std::move(paths)});
-    return status.findings.back();
-}
 
 namespace {
 
 void applyRules(const std::vector<StatusRuleEntry>& rules, Status& status) {
     for (const StatusRuleEntry& entry : rules) {
-        entry.inspect(status, StatusReport(entry.rule, status));
+        entry.inspect(status, Report(entry.rule, status.findings));
     }
 }
 

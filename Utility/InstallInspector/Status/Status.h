@@ -106,23 +106,9 @@ struct StatusRule {
     const char* summary; ///< one line, for lists of rules
 };
 
-/// Adds the findings of one rule to the status.
-class StatusReport {
-public:
-    StatusReport(const StatusRule& reportedRule, Status& inspected) : rule(reportedRule), status(inspected) {}
-
-    /// See Finding for the three texts and the paths. The result is valid until the next report.
-    Finding& operator()(const Location& where, std::string message, std::string consequence,
-                        std::string advice, std::vector<std::string> paths = {}) const;
-
-private:
-    const StatusRule& rule;
-    Status& status;
-};
-
 struct StatusRuleEntry {
     StatusRule rule;
-    void (*inspect)(Status& status, const StatusReport& report);
+    void (*inspect)(Status& status, const Report& report);
 };
 
 // The groups, each with its table at the end of its file.

@@ -57,14 +57,6 @@ InstalledProducts findInstalled(const StatusOptions& options, const Status& stat
                : InstalledProducts::find(status.given.front()->statusFolder(), options.targets.front());
 }
 
-bool writePage(const Status& status, const StatusOptions& options) {
-    const std::string fault = saveAll({{options.html, asHtml(status)}}, options.bForce);
-    if (!fault.empty()) {
-        cannotRun(fault);
-    }
-    return fault.empty();
-}
-
 std::vector<Wanted> weighed(const StatusOptions& options, const Status& status) {
     std::vector<Wanted> all;
     for (const std::string& text : options.wanted) {
@@ -124,7 +116,8 @@ int runStatus(const StatusOptions& options) {
     status.contents.bVerified = options.bVerify;
     status.inspect();
     const std::vector<Wanted> wanted = weighed(options, status);
-    if (!(options.html.empty() ? print(status, wanted, options) : writePage(status, options))) {
+    if (!(options.html.empty() ? print(status, wanted, options)
+                               : writePage(options.html, asHtml(status), options.bForce))) {
         return CannotRun;
     }
     if (!wanted.empty()) {

@@ -343,12 +343,6 @@ private:
         }
     }
 
-    static PageMood moodOf(Colour colour) {
-        return colour == Colour::Red      ? PageMood::Bad
-               : colour == Colour::Yellow ? PageMood::Odd
-                                          : PageMood::None;
-    }
-
     // The tree
 
     void paths() {

@@ -76,7 +76,7 @@ std::string whyNone(const Status& status, const Info& info) {
            (other.name == info.name ? ", which has the same name" : "");
 }
 
-void uninstallerMissing(Status& status, const StatusReport& report) {
+void uninstallerMissing(Status& status, const Report& report) {
     for (const Info& info : status.record.content.products) {
         const std::string why = isShared(info) ? "" : whyNone(status, info);
         if (why.empty()) {
@@ -110,7 +110,7 @@ std::string lackOf(const std::string& uninstaller) {
     return "";
 }
 
-void uninstallerIncomplete(Status& status, const StatusReport& report) {
+void uninstallerIncomplete(Status& status, const Report& report) {
     for (const auto& each : status.installed.all()) {
         if (each->isShared()) {
             continue;
@@ -138,7 +138,7 @@ void uninstallerIncomplete(Status& status, const StatusReport& report) {
     }
 }
 
-void oldUninstaller(Status& status, const StatusReport& report) {
+void oldUninstaller(Status& status, const Report& report) {
     for (const auto& each : status.installed.all()) {
         if (!each->isReadable() || each->isShared() ||
             recordedOwnerOf(status, each->uninstaller) != nullptr) {
@@ -206,7 +206,7 @@ std::string faultOf(const std::string& path) {
     return isShared(info) ? "" : quotedPath(path) + " is the definition of " + quoted(info);
 }
 
-void sharedDefinitionUnusable(Status& status, const StatusReport& report) {
+void sharedDefinitionUnusable(Status& status, const Report& report) {
     const std::string path = sharedDefinition(status);
     const bool bRecorded = status.record.hasProduct(SharedPackage::ID);
     const std::string fault = bRecorded || exists(path) ? faultOf(path) : "";
@@ -242,7 +242,7 @@ bool listsManager(const Status& status) {
     });
 }
 
-void managerLink(Status& status, const StatusReport& report) {
+void managerLink(Status& status, const Report& report) {
     const VLString link = SharedPackage::managerLink;
     const bool bRecorded = status.record.hasProduct(SharedPackage::ID);
     const mode_t type = Machine::current().linkTypeOf(link);

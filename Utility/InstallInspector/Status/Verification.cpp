@@ -1,6 +1,7 @@
 // Compares the content of the installed files with the manifests in the definitions of the products.
 #include "Foundation/Machine.h"
 #include "Foundation/VLVersion.h"
+#include "Utility/InstallInspector/Documents/FolderAbove.h"
 #include "Utility/InstallInspector/Documents/LeftOut.h"
 #include "Utility/InstallInspector/Documents/Manifest.h"
 #include "Utility/InstallInspector/Status/Status.h"
@@ -26,9 +27,7 @@ std::string buildOf(const PlacedProduct& product) {
 }
 
 bool isBelow(const std::string& path, const std::string& folder) {
-    return folder.empty() || path == folder ||
-           (path.size() > folder.size() && path[folder.size()] == '/' &&
-            path.compare(0, folder.size(), folder) == 0);
+    return folder.empty() || isAtOrBelow(path, folder);
 }
 
 /// What one product expects at one path on this machine.
