@@ -39,7 +39,7 @@ void addRepeated(CLI::App& command, const char* name, std::vector<std::string>& 
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
 }
 
-/// A page in place of what is printed.
+/// Adds the options for a page in place of the printed text.
 void addPage(CLI::App& command, std::string& page, bool& bForce, const std::vector<CLI::Option*>& others) {
     CLI::Option* html =
         command.add_option("--html", page, "Write a page to look at to FILE, and print nothing")
@@ -84,7 +84,7 @@ void addCheckCommand(CLI::App& app, int& status) {
     });
 }
 
-/// The first of two files was taken for the folder.
+/// Mends the arguments if the parser took the first of two files for the folder.
 void leaveOutSource(PlanOptions& options) {
     if (!options.targets.empty()) {
         throw CLI::ExtrasError({options.targets});
@@ -410,7 +410,7 @@ int runCommandLine(int argc, char* argv[]) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        // Help and version come this way, too, with status 0 and what is to be printed in the stream.
+        // Help and version are exceptions, too. Their status is 0, and their text is in the stream.
         std::ostringstream text;
         const bool bPrints = app.exit(error, text) == 0;
         return bPrints && writeOutput(text.str()) ? Clean : CannotRun;

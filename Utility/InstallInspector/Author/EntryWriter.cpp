@@ -213,7 +213,7 @@ void EntryWriter::writeFolder(const StagedNode& node, const std::string& path, c
     text += before + "</directory>" + style.lineEnd;
 }
 
-/// Whether an entry can be made of the node where it lies.
+/// Whether the node can become an entry at `path`.
 bool EntryWriter::mayStand(const StagedNode& node, const std::string& path) {
     if (!standsInPlace(node, path)) {
         return false;

@@ -13,7 +13,7 @@
 
 namespace {
 
-/// Up to four numbers with dots between them, none of them beyond 32 bits.
+/// Whether the text is a build: up to four numbers of 32 bits, separated by dots.
 bool isVersionText(const std::string& text) {
     std::size_t begin = 0;
     for (int numbers = 1; numbers <= 4; ++numbers) {

@@ -61,8 +61,8 @@ int resolve(const std::string& path, std::string& end) {
 }
 
 /// Whether the path `target`, written in the folder `from`, leaves the folder `limit` on its way, by the text
-/// alone. One that comes back leaves it, too: what lies around the folder is another thing once it is
-/// installed.
+/// alone. A path that comes back has left it, too, because after the install other things are around the
+/// folder.
 bool leaves(const Parts& limit, Parts from, const std::string& target) {
     for (const std::string& part : partsOf(target)) {
         if (part != "..") {

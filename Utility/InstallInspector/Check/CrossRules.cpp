@@ -26,8 +26,8 @@ std::vector<std::string> namesOf(const std::vector<const TargetItem*>& items) {
     return names;
 }
 
-/// Calls `visit` with each item that the copy walk hands a part of the tree to, and those parts: family
-/// folders for a host's item, folders of the item's name further down.
+/// Calls `visit` with each item for which the engine copies parts of the tree, and with these parts: the
+/// family folders for a host's item, and the folder with the same name for an item inside it.
 template <class Visitor>
 void forEachWalkedItem(const TargetItem& item, const TreeNodes& nodes, Visitor& visit) {
     visit(item, nodes);

@@ -23,7 +23,7 @@ std::string tag(const std::string& name) {
     return "<" + name + ">";
 }
 
-/// As an element's name comes from the file, it may hold anything.
+/// The name of the element, safe to print. It comes from the file, so it may contain anything.
 std::string tagOf(const TiXmlElement& element) {
     const std::string name = quotedText(VLString(element.Value()));
     return tag(name.substr(1, name.size() - 2));
@@ -174,7 +174,7 @@ std::string adviceForElement(const LocatedDocument& document, const LocatedDocum
     const auto parents = parentsOf(name, document.rootKind());
     const auto nearest = nearestName(name, known);
     if (!parents.empty()) {
-        // Of names as near as "plugin" and "plugins" either may be meant.
+        // If two names are as similar as "plugin" and "plugins", either may be the right one.
         return (nearest.has_value() ? "Write " + tag(*nearest) + ", or move it" : std::string("Move it")) +
                ": it is read inside " + joined(parents, ", ") + " only.";
     }

@@ -1,4 +1,5 @@
-// The lists of hosts and families against the tree. An install goes by the tree, other tools by the lists.
+// Differences between the tree and the lists of hosts and families. An install uses the tree, other tools use
+// the lists.
 #include "Foundation/VLString.h"
 #include "Utility/InstallInspector/Check/NameRules.h"
 #include "Utility/InstallInspector/Check/Rules.h"
@@ -25,7 +26,7 @@ VLString without32(const VLString& name) {
     return name.Substr(0, name.Size() - 2);
 }
 
-/// The names of the folders that a `host` of the list has in the tree, by what its `arch` says.
+/// The names of the folders that a `host` of the list has in the tree. They depend on its `arch`.
 std::vector<VLString> foldersOf(const Entry& host) {
     const VLString name = attributeOf(*host.element, "name");
     const auto parts = StringLibrary::Split(attributeOf(*host.element, "arch"), ";", true);

@@ -140,7 +140,7 @@ void Comments::read(const LocatedDocument& document, const TiXmlComment& comment
 
 bool Comments::covers(const Finding& finding) {
     const Location& where = finding.where;
-    // The element in which the finding stands is the last that begins before it.
+    // The element of the finding is the last one that begins before it.
     auto next = elements.upper_bound({where.line, where.column});
     if (where.file != file || where.line == 0 || next == elements.begin()) {
         return false;

@@ -202,7 +202,7 @@ private:
         add({State::Mixed, Cause::Part, path, &before, &entry});
     }
 
-    /// A folder of which one part cannot be copied counts as not copied, though the other parts are.
+    /// If one part of a folder cannot be copied, the folder counts as not copied.
     void block(const std::string& path, const Entry& before, const Entry& entry) {
         add({State::Old, Cause::InTheWay, path, &before, &entry});
         notWritten[&entry].push_back(before.condition);

@@ -96,7 +96,7 @@ public:
     explicit Moves(const Comparison& comparison)
         : dropped(topmostMissing(comparison.old, comparison.now)),
           added(topmostMissing(comparison.now, comparison.old)) {
-        // Whole folders first, then what is in those that have no counterpart.
+        // Whole folders first, then the content of folders without a counterpart.
         match(dropped, added);
         Nodes leaves;
         Nodes addedLeaves;
@@ -218,7 +218,7 @@ void forEachWithoutCounterpart(const Nodes& nodes, const std::function<bool(cons
     }
 }
 
-/// A name for the node and what is in it.
+/// The path of the node and the number of its entries, in words.
 std::string named(const TreeNode& node, const Nodes& leaves) {
     return quotedText(node.treePath) +
            (isLeaf(node) ? "" : " with " + counted(leaves.size(), "entry", "entries") + " in it");

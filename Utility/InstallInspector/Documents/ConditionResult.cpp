@@ -10,7 +10,7 @@ namespace {
 
 using Condition = InstallUtility::InstallItem::ItemPath::Condition;
 
-/// The entry of a preference file that the pattern stands for, or the pattern itself.
+/// The entry of a preference file to which the pattern refers, or the pattern itself.
 std::string preferenceOf(const std::string& pattern) {
     const std::string opening = "%REGKEY:";
     const bool bAlone = pattern.size() > opening.size() + 1 && pattern.rfind(opening, 0) == 0 &&

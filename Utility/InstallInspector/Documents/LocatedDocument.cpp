@@ -12,14 +12,14 @@
 
 namespace {
 
-/// Keeps TinyXML 2.6.2 as released from looking for the rest of a cut-off character behind the end of a text.
+/// A bug of TinyXML 2.6.2: if the text ends inside a character, it reads beyond the end. This prevents it.
 constexpr const char* behindText = "\n\n";
 
 bool isUtf16(const std::string& text) {
     return text.compare(0, 2, "\xFF\xFE") == 0 || text.compare(0, 2, "\xFE\xFF") == 0;
 }
 
-/// At least as many as there are elements.
+/// The number of "<" in the text. There are at most as many elements.
 std::size_t countTags(const std::string& text) {
     std::size_t count = 0;
     for (std::size_t tag = text.find('<'); tag != std::string::npos; tag = text.find('<', tag + 1)) {
@@ -38,7 +38,8 @@ std::string describe(const TextScan::Mismatch& mismatch) {
                                    : open + " when </" + mismatch.closed + "> comes";
 }
 
-/// An end tag that is nearly the right one is a slip; any other may close an element further out.
+/// The advice for a wrong end tag. A tag that is similar to the right one is a misspelling. Any other may
+/// close an outer element.
 std::string adviseEndTag(const TextScan::Mismatch& mismatch) {
     const bool bSlip = nearestName(mismatch.closed, {mismatch.open}).has_value();
     return "Write </" + mismatch.open + (bSlip ? "> in its place." : "> before it.");
@@ -143,7 +144,7 @@ void LocatedDocument::parse(std::string text) {
 }
 
 void LocatedDocument::forgetContent() {
-    // Of a large document the lists are large, too. To empty them would keep their memory.
+    // The lists of a large document are large, too. Clearing them would not free their memory.
     entryList = std::vector<Entry>();
     unknown = std::vector<Unread>();
     repeated = std::vector<Unread>();
@@ -193,7 +194,7 @@ struct LocatedDocument::Level {
     const Entry* place;
     const TiXmlElement* parent;
     const std::vector<Kind>& kinds;
-    /// By index in `kinds`: the first node, of whatever type, that has the kind's name for its value.
+    /// By index in `kinds`: the first node of any type whose value is the name of the kind.
     std::vector<const TiXmlNode*> first;
 };
 
@@ -216,7 +217,7 @@ void LocatedDocument::collect(TiXmlNode& parent, const Entry* place, const std::
 void LocatedDocument::sortInto(TiXmlElement& element, Level& level) {
     for (std::size_t i = 0; i < level.kinds.size(); ++i) {
         const Kind kind = level.kinds[i];
-        // Behind the first operand of a condition every element is one, whatever its name.
+        // After the first operand of a condition, every element is an operand, even with another name.
         const bool bOperand = kind == Kind::Operand && level.first[i] != nullptr;
         if (!bOperand && element.ValueStr() != formatOf(kind).name) {
             continue;

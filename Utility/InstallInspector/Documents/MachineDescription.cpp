@@ -174,7 +174,7 @@ private:
         return value.get_ref<const std::string&>();
     }
 
-    /// A home folder is what the environment says, in whatever way it is written.
+    /// A home folder is an absolute path. Unlike other paths, it may be written in any way.
     static const std::string& home(const Json& value, const std::string& where) {
         const std::string& path = text(value, where);
         const std::string given = "the path " + inQuotes(path);
@@ -305,7 +305,7 @@ private:
                 if (member.empty() || member.find('\0') != std::string::npos) {
                     fail(place, "the path of a file is wanted");
                 }
-                // Where the description says so, whatever folder the program is started in.
+                // A relative path begins at the folder of the description, not at the working folder.
                 member = member.front() == '/' ? member : folder + member;
             };
         };

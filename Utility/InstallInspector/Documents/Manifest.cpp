@@ -298,7 +298,7 @@ std::vector<Difference> compare(const Parts& manifest, const std::string& path, 
         return {
             {Kind::Changed, "", bFile ? "is a file in place of a folder" : "is a folder in place of a file"}};
     }
-    // Nobody knows what is in a folder that cannot be read.
+    // The content of a folder that cannot be read is not known.
     const std::vector<Difference> unreadable = differences;
     DigestReader reader(progress);
     auto expected = manifest.begin();

@@ -59,7 +59,8 @@ OtherHome::OtherHome(std::string folder)
     : home(std::move(folder)), machine(Machine::current()), before(setCurrent(this)) {}
 
 bool OtherHome::capture(const VLString& command, VLString& output) {
-    // The user's name comes from the first, the home folder of that name from the second.
+    // The engine takes the user's name from the answer to the first command, and the home folder from the
+    // second.
     const std::string text = toString(command);
     if (text == "eval echo $HOME" || text.rfind("eval echo '~", 0) == 0) {
         output = toVLString(home + "\n");

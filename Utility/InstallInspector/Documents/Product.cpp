@@ -51,7 +51,7 @@ void Product::interpret() {
     TiXmlDocument taken = definitionFile.xml(); // reading takes it down, and the rules look at the elements
     definition.parseInner(taken);
     if (const auto* files = definitionFile.find(Kind::InstallFiles)) {
-        // Pointers into the lists stay valid: their room is there from the start.
+        // Pointers into the lists stay valid, because their memory is reserved before.
         tree.reserve(countNodes(definition.installFiles));
         tree.push_back({&definition.installFiles, files->element, VLString(), nullptr, {}});
         addTree(0, *files->element);

@@ -82,7 +82,7 @@ void Record::interpret() {
     content.parseInner(file.xml());
     file.forgetContent();
     if (bFiles) {
-        // Pointers into the list stay valid: its room is there from the start.
+        // Pointers into the list stay valid, because its memory is reserved before.
         nodes.reserve(1 + places.size());
         nodes.push_back({&content.root, {}, nullptr, {}});
         addNodes(nodes.front(), places);

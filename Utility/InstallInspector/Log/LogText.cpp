@@ -152,7 +152,7 @@ std::string printedRemovals(const LoggedRun& run) {
     return text + (run.bSharedPackage ? "  The shared package was uninstalled.\n" : "");
 }
 
-// What was said
+// Messages and questions
 
 std::string printedQuestion(const LoggedQuestion& question, const Painter& painter) {
     static constexpr std::array answers{"Retry", "Cancel",

@@ -25,8 +25,8 @@ bool isSharedDefinition(std::string_view path) {
     return path.size() > name.size() && path.substr(path.size() - name.size()) == name;
 }
 
-/// Source and destination of a copy. Either may hold what stands between the two; a file has one name in
-/// both.
+/// Splits the text of a copy into source and destination. Each may contain the text that separates them. The
+/// right split is the one where both end with the same name.
 std::pair<std::string_view, std::string_view> partCopy(std::string_view source,
                                                        std::string_view destination) {
     constexpr std::string_view between = "' to '";

@@ -273,7 +273,7 @@ void MachineLook::atItems(const Items& items, bool bAll) {
     }
 }
 
-/// At all that is in a target folder, or in the folder of the families, whatever their names are.
+/// Adds everything in a target folder, or in the folder that contains the folders of all families.
 void MachineLook::atAllIn(const VLString& pattern) {
     const unsigned long family = pattern.IndexOf("%FAMILY%", 0);
     const std::string filled = toString(InstallUtility::fillPattern(pattern.Substr(0, family)));

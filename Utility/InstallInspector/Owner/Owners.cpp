@@ -295,7 +295,8 @@ Use Owners::useOf(const Known& known) {
             conditionOf(known.place->element)};
 }
 
-/// All that applies today, and what lies where nothing applies any more.
+/// Adds the uses in folders that apply today, and those where files still are although the folder does not
+/// apply.
 void Owners::addUses(OwnerAnswer& answer, const InstalledProduct& product, const Spot& spot) {
     OwnedEntry& entry = entryOf(answer, product, spot);
     for (const Place& place : spot.places) {
@@ -308,7 +309,7 @@ void Owners::addUses(OwnerAnswer& answer, const InstalledProduct& product, const
     }
 }
 
-/// Those of the other products that have the path in the same record, too.
+/// Adds the uses of this product, and of the others that have the path in the same record.
 void Owners::addUsesOfAll(OwnerAnswer& answer, const InstalledProduct& product, const Spot& spot) {
     addUses(answer, product, spot);
     for (const auto& other : installed.all()) {

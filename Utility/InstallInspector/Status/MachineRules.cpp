@@ -792,6 +792,32 @@ void shortCut(Status& status, const Report& report) {
 
 // The condition of each path
 
+/// Looks at the places of the product, which it has for the user with the home folder `home`. Skips those in
+/// `seen`, and adds the others there.
+void lookIntoHome(Status& status, const PlacedProduct& product, const std::string& home,
+                  std::set<VLString>& seen) {
+    for (const Spot& spot : product.spots()) {
+        const Record::Node* recorded = spot.bLeaf ? status.record.find(spot.node->treePath) : nullptr;
+        if (recorded == nullptr) {
+            continue;
+        }
+        for (const auto* places : {&spot.places, &spot.idle}) {
+            for (const Place& place : *places) {
+                if (place.path == place.target || !seen.insert(place.path.ToLower()).second) {
+                    continue;
+                }
+                if (fits(spot, place.path)) {
+                    status.inOtherHomes[home].push_back(toString(place.path));
+                    status.conditions[recorded] = Condition::OtherHome;
+                } else if (places == &spot.places && isHidden(place.path)) {
+                    status.hiddenHomes[home].push_back(toString(place.path));
+                    status.explained.insert(recorded);
+                }
+            }
+        }
+    }
+}
+
 void lookIntoOtherHomes(Status& status) {
     std::set<VLString> inUse;
     const std::vector<std::string> homes = otherHomes();
@@ -808,24 +834,7 @@ void lookIntoOtherHomes(Status& status) {
                 const OtherHome asUser(home);
                 product->placeAgain();
             }
-            for (const Spot& spot : product->spots()) {
-                const Record::Node* recorded = spot.bLeaf ? status.record.find(spot.node->treePath) : nullptr;
-                for (const auto* places : {&spot.places, &spot.idle}) {
-                    for (const Place& place : *places) {
-                        if (recorded == nullptr || place.path == place.target ||
-                            !seen.insert(place.path.ToLower()).second) {
-                            continue;
-                        }
-                        if (fits(spot, place.path)) {
-                            status.inOtherHomes[home].push_back(toString(place.path));
-                            status.conditions[recorded] = Condition::OtherHome;
-                        } else if (places == &spot.places && isHidden(place.path)) {
-                            status.hiddenHomes[home].push_back(toString(place.path));
-                            status.explained.insert(recorded);
-                        }
-                    }
-                }
-            }
+            lookIntoHome(status, *product, home, seen);
         }
         product->placeAgain();
     }
