@@ -248,7 +248,8 @@ TEST_F(StatusEndToEnd, AMissingUninstallerIsPlacedByAnInstall) {
 
 TEST_F(StatusEndToEnd, AnIncompleteUninstallerIsPlacedAnewByAnInstall) {
     for (const char* part : {"/Contents/sku.xml", "/Contents/target_path.xml", "/Contents/Info.plist",
-                             "/Contents/MacOS/InstallUtility", "/Contents/MacOS/UninstallLauncher"}) {
+                             "/Contents/MacOS/InstallUtility", "/Contents/MacOS/UninstallLauncher",
+                             "/Contents/Resources/en.lproj/Uninstaller.strings"}) {
         SCOPED_TRACE(part);
         ExpectSuccess(Install(alpha()));
         root().remove(uninstallerOf(alpha()) + part);

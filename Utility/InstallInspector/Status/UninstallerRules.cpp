@@ -102,7 +102,8 @@ void uninstallerMissing(Status& status, const Report& report) {
 /// The file without which the uninstaller cannot be opened, as a sentence. Empty if it has all files.
 std::string lackOf(const std::string& uninstaller) {
     for (const char* part :
-         {"/Contents/Info.plist", "/Contents/MacOS/InstallUtility", "/Contents/MacOS/UninstallLauncher"}) {
+         {"/Contents/Info.plist", "/Contents/MacOS/InstallUtility", "/Contents/MacOS/UninstallLauncher",
+          "/Contents/Resources/en.lproj/Uninstaller.strings"}) {
         if (!S_ISREG(Machine::current().typeOf(toVLString(uninstaller + part)))) {
             return uninstaller + part + " is not an existing file";
         }
