@@ -303,7 +303,7 @@ public:
         const Machines machines(conditions);
         const bool bUnknown = machines.any(
             [&](const Machine& machine) {
-                weigh(linksOn(machines, machine, true), linksOn(machines, machine, false));
+                compareLinks(linksOn(machines, machine, true), linksOn(machines, machine, false));
                 return false;
             },
             true);
@@ -344,7 +344,8 @@ private:
         return links;
     }
 
-    void weigh(const Links& after, const Links& alone) {
+    /// Compares the links after the update with those after an install of the new build alone.
+    void compareLinks(const Links& after, const Links& alone) {
         bool bInside = false;
         for (const auto& [path, link] : after) {
             const auto same = alone.find(path);

@@ -14,10 +14,9 @@ struct Use {
     const InstalledProduct* product;
     std::string file; ///< path on this machine
     bool bThere;
-    bool bApplies;         ///< whether the condition of the target path holds today
-    std::string condition; ///< of the target path; empty if it has none
-    bool bInside =
-        false; ///< the file in the question lies inside it, because it is a folder that is copied whole
+    bool bApplies;          ///< whether the condition of the target path holds today
+    std::string condition;  ///< of the target path; empty if it has none
+    bool bInside = false;   ///< it is a folder that is copied whole, with the file in the question inside
     bool bShortCut = false; ///< the file in the question is the shortcut to it
 };
 

@@ -42,9 +42,8 @@ struct Plan {
     /// What the user would be asked, about a part of the tree that could not be copied.
     struct Question {
         std::string text;
-        std::vector<std::string> causes; ///< sentences without full stop
-        std::vector<std::string>
-            missing; ///< paths of the tree that should be folders in the source, but are not
+        std::vector<std::string> causes;  ///< sentences without full stop
+        std::vector<std::string> missing; ///< tree paths that are not folders in the source, but should be
     };
 
     /// A branch of the tree of files that has its own target item.

@@ -57,11 +57,11 @@ InstalledProducts findInstalled(const StatusOptions& options, const Status& stat
                : InstalledProducts::find(status.given.front()->statusFolder(), options.targets.front());
 }
 
-std::vector<Wanted> weighed(const StatusOptions& options, const Status& status) {
+std::vector<Wanted> wantedWithStates(const StatusOptions& options, const Status& status) {
     std::vector<Wanted> all;
     for (const std::string& text : options.wanted) {
         all.push_back(wantedOf(text));
-        weigh(all.back(), status);
+        findState(all.back(), status);
     }
     return all;
 }
@@ -76,7 +76,7 @@ bool print(const Status& status, const std::vector<Wanted>& wanted, const Status
     return output.finish();
 }
 
-/// A script tells by it alone whether to install.
+/// Scripts decide only by it whether to install.
 int exitStatusOf(const std::vector<Wanted>& wanted) {
     constexpr int mustNotBeInstalled = 3;
     if (wanted.front().state == Wanted::State::RecordDamaged) {
@@ -115,7 +115,7 @@ int runStatus(const StatusOptions& options) {
     status.bThisMachine = isOfThisMachine(options, status);
     status.contents.bVerified = options.bVerify;
     status.inspect();
-    const std::vector<Wanted> wanted = weighed(options, status);
+    const std::vector<Wanted> wanted = wantedWithStates(options, status);
     if (!(options.html.empty() ? print(status, wanted, options)
                                : writePage(options.html, asHtml(status), options.bForce))) {
         return CannotRun;

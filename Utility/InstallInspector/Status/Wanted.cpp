@@ -6,7 +6,7 @@
 
 namespace {
 
-/// An install begins with an empty record then, or with one that lacks products.
+/// Whether an install would begin with an empty record, or with one that does not list all products.
 bool isRecordDamaged(const Status& status) {
     return status.record.state == Record::State::Unreadable ||
            std::any_of(status.products.begin(), status.products.end(), [&](const PlacedProduct* product) {
@@ -19,8 +19,7 @@ bool isDamaged(const Wanted& wanted, const Status& status) {
                        [&](const Finding& finding) { return finding.install == toString(wanted.ID); });
 }
 
-/// Whether the engine does not replace what the build `installed` has put there. It compares the fourth
-/// numbers alone.
+/// Whether the engine keeps the files of the build `installed`. It compares only the fourth numbers.
 bool isNewer(const VLString& installed, const VLString& wanted) {
     return VLVersion(installed).build > VLVersion(wanted).build;
 }
@@ -35,7 +34,7 @@ Wanted wantedOf(const std::string& text) {
     return wanted;
 }
 
-void weigh(Wanted& wanted, const Status& status) {
+void findState(Wanted& wanted, const Status& status) {
     const auto& recorded = status.record.content.products;
     const auto found = std::find_if(recorded.begin(), recorded.end(),
                                     [&](const auto& info) { return info.ID == wanted.ID; });
