@@ -1,10 +1,11 @@
 """What cpack makes: checked as a distribution would, unpacked, and installed, used and removed on a bare Debian.
 
-usage: PackageTest.py BUILD VERSION [TEST...]    BUILD: a build folder of this project that is up to date
+usage: PackageTest.py BUILD [Packages | OnBareDebian]    BUILD: a build folder of this project that is up to date
 """
 
 import os
 import pathlib
+import re
 import shutil
 import subprocess
 import sys
@@ -28,7 +29,7 @@ def run(*command, status=0, **options):
     return done.stdout
 
 
-class Packages(unittest.TestCase):
+class Made(unittest.TestCase):
     """Both packages, made once."""
 
     @classmethod
@@ -47,6 +48,8 @@ class Packages(unittest.TestCase):
         self.assertEqual(len(self.debs), 1)
         return self.debs[0]
 
+
+class Packages(Made):
     def test_the_archive_is_used_where_it_is_unpacked(self):
         self.assertEqual(len(self.archives), 1)
         run("tar", "xzf", self.archives[0], "-C", self.folder)
@@ -69,6 +72,8 @@ class Packages(unittest.TestCase):
             self.skipTest("lintian is not here")
         run("lintian", "--fail-on", "error", self.deb())
 
+
+class OnBareDebian(Made):
     def test_a_bare_debian_installs_uses_and_removes_it(self):
         if os.geteuid() != 0 or not shutil.which("mmdebstrap") or subprocess.call(["unshare", "--mount", "true"]) != 0:
             self.skipTest("a bare Debian is made with mmdebstrap by the superuser, who must be allowed to mount")
@@ -102,5 +107,5 @@ class Packages(unittest.TestCase):
 
 if __name__ == "__main__":
     BUILD = pathlib.Path(sys.argv[1]).resolve()
-    VERSION = sys.argv[2]
-    unittest.main(argv=[sys.argv[0], *sys.argv[3:]])
+    VERSION = re.search(r"^CMAKE_PROJECT_VERSION:\w+=(.*)$", (BUILD / "CMakeCache.txt").read_text(), re.MULTILINE).group(1)
+    unittest.main(argv=[sys.argv[0], *sys.argv[2:]], verbosity=2)
