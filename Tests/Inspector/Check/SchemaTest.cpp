@@ -264,8 +264,8 @@ TEST_F(SchemaTest, TypicalMistakesInADefinitionAreNotValid) {
 }
 
 TEST_F(SchemaTest, TypicalMistakesInTargetPathsAreNotValid) {
-    const char* const contentPath = "<path value=\"/Users/Shared/Vorlane\"/>";
-    const char* const exists = "<condition type=\"PathExist\" value=\"/Applications/Edius.app\"/>";
+    const char* const content = "<path value=\"/Users/Shared/Vorlane\"/>";
+    const char* const condition = "<condition type=\"PathExist\" value=\"/Applications/Edius.app\"/>";
     for (const auto& [from, to] : std::vector<std::pair<std::string, std::string>>{
              {"<root>", "<targets>"},
              {"<root>", "<root><path value=\"/a\"/>"},
@@ -274,27 +274,27 @@ TEST_F(SchemaTest, TypicalMistakesInTargetPathsAreNotValid) {
              {"<item name=\"Content\">", "<item name=\"Content\"/><item name=\"Content\">"},
              {"<item name=\"Edius\">", "<item name=\"Edius\"/><item name=\"Edius\">"},
              {"<item name=\"Edius\">", "<Item name=\"Edius\"/><item name=\"Edius\">"},
-             {contentPath, "<path/>"},
-             {contentPath, "<path value=\"\"/>"},
-             {contentPath, "<path name=\"/Users\"/>"},
-             {contentPath, "<path value=\"Users/Shared\"/>"},
-             {contentPath, "<path value=\"~/Vorlane\"/>"},
-             {contentPath, "<path value=\"%USER%/Vorlane\"/>"},
-             {contentPath, "<path value=\"$HOME/Vorlane\"/>"},
-             {contentPath, "<path value=\"/Vorlane/%HOME%\"/>"},
-             {contentPath, "<path value=\"/Vorlane/%family%\"/>"},
-             {contentPath, "<path value=\"/Vorlane/100%\"/>"},
-             {contentPath, "<path value=\"%REGKEY:Content%/Vorlane\"/>"},
-             {contentPath, "<path value=\"%REGKEY:Content::%/Vorlane\"/>"},
-             {exists, std::string(exists) + exists},
-             {exists, "<condition value=\"/a\"/>"},
-             {exists, "<condition type=\"PathExists\" value=\"/a\"/>"},
-             {exists, "<condition type=\"Path Exist\" value=\"/a\"/>"},
-             {exists, "<condition type=\"PathExist\" value=\"\"/>"},
-             {exists, "<condition type=\"PathExist\" value=\"Applications\"/>"},
-             {exists, "<condition type=\"PathExist\" value=\"/a/%FAMILY%\"/>"},
-             {exists, "<condition type=\"RegKeyExist\" value=\"Edius::Folder\"/>"},
-             {exists, "<condition type=\"And\"><Condition type=\"Or\"/></condition>"},
+             {content, "<path/>"},
+             {content, "<path value=\"\"/>"},
+             {content, "<path name=\"/Users\"/>"},
+             {content, "<path value=\"Users/Shared\"/>"},
+             {content, "<path value=\"~/Vorlane\"/>"},
+             {content, "<path value=\"%USER%/Vorlane\"/>"},
+             {content, "<path value=\"$HOME/Vorlane\"/>"},
+             {content, "<path value=\"/Vorlane/%HOME%\"/>"},
+             {content, "<path value=\"/Vorlane/%family%\"/>"},
+             {content, "<path value=\"/Vorlane/100%\"/>"},
+             {content, "<path value=\"%REGKEY:Content%/Vorlane\"/>"},
+             {content, "<path value=\"%REGKEY:Content::%/Vorlane\"/>"},
+             {condition, std::string(condition) + condition},
+             {condition, "<condition value=\"/a\"/>"},
+             {condition, "<condition type=\"PathExists\" value=\"/a\"/>"},
+             {condition, "<condition type=\"Path Exist\" value=\"/a\"/>"},
+             {condition, "<condition type=\"PathExist\" value=\"\"/>"},
+             {condition, "<condition type=\"PathExist\" value=\"Applications\"/>"},
+             {condition, "<condition type=\"PathExist\" value=\"/a/%FAMILY%\"/>"},
+             {condition, "<condition type=\"RegKeyExist\" value=\"Edius::Folder\"/>"},
+             {condition, "<condition type=\"And\"><Condition type=\"Or\"/></condition>"},
          }) {
         SCOPED_TRACE(to);
         expectRefused(targetsSchema, InspectedProduct::targets({{Edit::Targets, from, to}}));
