@@ -10,6 +10,7 @@
 #include <regex>
 #include <set>
 #include <sstream>
+#include <thread>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -390,7 +391,11 @@ TEST_F(UninstallerApplication, InATerminalNothingHappensUnlessTheAnswerIsYes) {
     if (IsSkipped()) {
         return;
     }
-    EXPECT_EQ(inTerminal("\x03").exitStatus, cancelled);
+    // bash loses a signal that comes after the prompt and before it reads. Nobody types as quickly as that.
+    const auto pause = [] { std::this_thread::sleep_for(std::chrono::milliseconds(200)); };
+    Options options;
+    options.environment["LANG"] = "";
+    EXPECT_EQ(root().runInTerminal({launcher()}, {{"[N]", "\x03", pause}}, options).exitStatus, cancelled);
     expectNothingChanged(before);
 }
 
