@@ -1,5 +1,7 @@
 #include "Utility/InstallInspector/Compare/CompareRules.h"
 
+#include "Utility/InstallInspector/Report/Output.h"
+
 const char* const wayOut =
     "Or take the installed build away before the new one goes in: ship Examples/packaging/preinstall "
     "(Docs/packaging-macos.md).";
