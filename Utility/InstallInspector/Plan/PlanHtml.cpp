@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <memory>
-#include <sys/stat.h>
 
 namespace {
 
@@ -548,16 +547,10 @@ private:
     }
 
     void folders(const Plan::Run& run) {
-        std::vector<std::string> made;
-        std::vector<std::string> removed;
+        const auto [made, removed] = folderChangesOf(plan, run);
         std::vector<std::string> uninstaller;
         for (std::size_t i = run.firstStep; i < run.endStep; ++i) {
             const Plan::Step& step = plan.steps[i];
-            made.insert(made.end(), step.made.begin(), step.made.end());
-            if (step.bSucceeded && step.before == S_IFDIR &&
-                (step.verb == Verb::RemoveEmptyFolder || step.verb == Verb::RemoveFolder)) {
-                removed.push_back(step.path);
-            }
             if (step.verb == Verb::CopyItem || step.verb == Verb::CreateLink ||
                 step.verb == Verb::RemoveItem) {
                 uninstaller.push_back(step.path);

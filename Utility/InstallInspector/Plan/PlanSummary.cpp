@@ -3,6 +3,7 @@
 #include "Utility/InstallInspector/Documents/FolderAbove.h"
 
 #include <algorithm>
+#include <sys/stat.h>
 #include <utility>
 
 namespace {
@@ -266,4 +267,18 @@ std::string whatHappens(const TargetRow& row) {
     const std::string left = row.left == 0 ? "" : std::to_string(row.left) + " left behind";
     const std::string text = counts + (counts.empty() || left.empty() ? "" : ", ") + left;
     return !text.empty() ? text : row.bApplies ? "nothing" : "no";
+}
+
+FolderChanges folderChangesOf(const Plan& plan, const Plan::Run& run) {
+    FolderChanges changes;
+    for (std::size_t i = run.firstStep; i < run.endStep; ++i) {
+        const Plan::Step& step = plan.steps[i];
+        changes.made.insert(changes.made.end(), step.made.begin(), step.made.end());
+        if (step.bSucceeded && step.before == S_IFDIR &&
+            (step.verb == PlannedMachine::Verb::RemoveEmptyFolder ||
+             step.verb == PlannedMachine::Verb::RemoveFolder)) {
+            changes.removed.push_back(step.path);
+        }
+    }
+    return changes;
 }

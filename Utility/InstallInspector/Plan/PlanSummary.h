@@ -59,3 +59,10 @@ std::string whatHappens(const TargetRow& row);
 
 std::string asBrief(const Plan& plan, const Painter& painter);
 std::string asHtml(const Plan& plan);
+
+/// The folders that a run makes and removes, in the order of its steps.
+struct FolderChanges {
+    std::vector<std::string> made;
+    std::vector<std::string> removed;
+};
+FolderChanges folderChangesOf(const Plan& plan, const Plan::Run& run);

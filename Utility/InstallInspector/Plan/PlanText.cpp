@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <map>
 #include <set>
-#include <sys/stat.h>
 
 namespace {
 
@@ -173,16 +172,7 @@ private:
     // Folders, record and uninstaller
 
     void printFolders(const Plan::Run& run) {
-        std::vector<std::string> made;
-        std::vector<std::string> removed;
-        for (std::size_t i = run.firstStep; i < run.endStep; ++i) {
-            const Plan::Step& step = plan.steps[i];
-            made.insert(made.end(), step.made.begin(), step.made.end());
-            if (step.bSucceeded && step.before == S_IFDIR &&
-                (step.verb == Verb::RemoveEmptyFolder || step.verb == Verb::RemoveFolder)) {
-                removed.push_back(step.path);
-            }
-        }
+        const auto [made, removed] = folderChangesOf(plan, run);
         if (made.empty() && removed.empty()) {
             return;
         }
