@@ -30,6 +30,21 @@ constexpr bool bAddressSanitizer = false;
 
 const std::string script = inSources("Scripts/private-root");
 const char* const inspectorOutside = INSTALLINSPECTOR_PROGRAM;
+
+std::string firstLineOf(const char* subcommand) {
+    const ProgramResult result = runProgram({script, subcommand});
+    if (result.exitStatus != 0) {
+        throw std::runtime_error("Scripts/private-root failed: " + result.standardError);
+    }
+    return result.standardOutput.substr(0, result.standardOutput.find('\n'));
+}
+
+/// With which a command is started in a private root. Finding them out takes as long as the start.
+const std::string& wordsToEnter() {
+    static const std::string words = firstLineOf("enter");
+    return words;
+}
+
 /// From which each root is copied. One for fakechroot has tools of its own.
 fs::path templateFolder() {
     static const fs::path path = std::string(INSTALLUTILITY_PRIVATE_ROOT_TEMPLATE) +
@@ -97,16 +112,15 @@ void makeTemplate() {
 /// is each root's own.
 void cloneTemplate(const fs::path& root) {
     mustSucceed({"sh", "-c",
-                 R"(cd "$1" || exit 1
+                 R"(cd "$1" && to=$2/ || exit 1
+                 # When a link fails, some files are links already: they are not to be written to.
+                 cp -al bin lib* "$to" 2>/dev/null || cp -a --remove-destination bin lib* "$to" || exit 1
+                 cp -a dev "$to" 2>/dev/null || : >"${to}dev/null"
+                 set --
                  for name in *; do
-                     case $name in
-                     bin | lib*)
-                         # When a link fails, some files are links already: they are not to be written to.
-                         cp -al "$name" "$2/" 2>/dev/null || cp -a --remove-destination "$name" "$2/" || exit 1 ;;
-                     dev) cp -a dev "$2/" 2>/dev/null || : >"$2/dev/null" ;;
-                     *) cp -a "$name" "$2/" || exit 1 ;;
-                     esac
-                 done)",
+                     case $name in bin | lib* | dev) ;; *) set -- "$@" "$name" ;; esac
+                 done
+                 cp -a "$@" "$to")",
                  "sh", (templateFolder() / "root").string(), root.string()});
 }
 
@@ -121,18 +135,16 @@ std::map<std::string, std::string> usualEnvironment() {
 }
 
 std::string probe() {
-    const ProgramResult result = runProgram({script, "why-not"});
-    if (result.exitStatus != 0) {
-        return "Scripts/private-root failed: " + result.standardError;
+    if (wordsToEnter().empty()) {
+        return firstLineOf("why-not");
     }
-    std::string reason = result.standardOutput.substr(0, result.standardOutput.find('\n'));
-    if (reason.empty() && bAddressSanitizer) {
+    if (bAddressSanitizer) {
         const PrivateRoot root;
         if (root.run({"test", "-e", "/proc/self/maps"}).exitStatus != 0) {
-            reason = "the address sanitizer needs /proc, which cannot be mounted here";
+            return "the address sanitizer needs /proc, which cannot be mounted here";
         }
     }
-    return reason;
+    return "";
 }
 
 } // namespace
@@ -147,8 +159,7 @@ const std::string& PrivateRoot::whyNot() {
 }
 
 bool PrivateRoot::isPretended() {
-    static const bool bPretended = runProgram({script, "way"}).standardOutput == "fakechroot\n";
-    return bPretended;
+    return wordsToEnter().find("fakechroot") != std::string::npos;
 }
 
 bool PrivateRoot::hasInspector() {
@@ -190,7 +201,8 @@ bool PrivateRoot::exists(const std::string& path) const {
 
 std::vector<std::string> PrivateRoot::fullCommand(const std::vector<std::string>& command,
                                                   const Options& options) const {
-    std::vector<std::string> full{script, "run", folder.path(), "env", "-i", "-C", options.workingFolder};
+    std::vector<std::string> full{script, "run", "--enter", wordsToEnter(),       folder.path(),
+                                  "env",  "-i",  "-C",      options.workingFolder};
     std::map<std::string, std::string> environment = options.environment;
     environment.merge(usualEnvironment());
     for (const auto& [name, value] : environment) {
