@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -17,7 +19,8 @@ std::string nameOf(const std::string& path) {
 }
 
 bool isScript(const fs::path& file) {
-    return FileTree::read(file).rfind("#!", 0) == 0;
+    std::ifstream stream(file);
+    return stream.get() == '#' && stream.get() == '!';
 }
 
 /// Another shell in the place of the machine's until the end of the scope. What was there, which may be a
