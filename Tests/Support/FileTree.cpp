@@ -99,17 +99,12 @@ std::string FileTree::read(const fs::path& file) {
     if (!stream) {
         throw std::runtime_error("cannot read " + file.string());
     }
-    // All at once where the size is known: the programs in uninstallers are read again for each look at a
-    // machine.
-    std::error_code error;
-    const auto size = fs::file_size(file, error);
-    std::string content(error ? 0 : size, '\0');
-    stream.read(content.data(), static_cast<std::streamsize>(content.size()));
-    content.resize(static_cast<std::size_t>(stream.gcount()));
-    std::array<char, 4096> more{};
+    // In large pieces: the programs in uninstallers are read again for each look at a machine.
+    std::string content;
+    std::array<char, 16384> piece{};
     while (stream) {
-        stream.read(more.data(), more.size());
-        content.append(more.data(), static_cast<std::size_t>(stream.gcount()));
+        stream.read(piece.data(), piece.size());
+        content.append(piece.data(), static_cast<std::size_t>(stream.gcount()));
     }
     return content;
 }
