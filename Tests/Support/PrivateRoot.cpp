@@ -45,10 +45,14 @@ const std::string& wordsToEnter() {
     return words;
 }
 
-/// From which each root is copied. One for fakechroot has tools of its own.
+/// From which each root is copied. One for fakechroot has tools of its own. PRIVATE_ROOT_TEMPLATE in the
+/// environment is its path where the build folder is not in the file system of the temporary files.
 fs::path templateFolder() {
-    static const fs::path path = std::string(INSTALLUTILITY_PRIVATE_ROOT_TEMPLATE) +
-                                 (PrivateRoot::isPretended() ? "ForFakechroot" : "");
+    static const char* const wanted =
+        std::getenv("PRIVATE_ROOT_TEMPLATE"); // NOLINT(concurrency-mt-unsafe): one thread
+    static const fs::path path =
+        std::string(wanted == nullptr ? INSTALLUTILITY_PRIVATE_ROOT_TEMPLATE : wanted) +
+        (PrivateRoot::isPretended() ? "ForFakechroot" : "");
     return path;
 }
 
