@@ -9,7 +9,6 @@
 #include <set>
 #include <stdexcept>
 #include <sys/file.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -226,7 +225,6 @@ ProgramResult PrivateRoot::runUnwatched(const std::vector<std::string>& command,
     ProgramOptions programOptions;
     programOptions.standardInput = options.standardInput;
     programOptions.timeout = options.timeout;
-    programOptions.beforeStart = [] { umask(022); };
     return runProgram(fullCommand(command, options), programOptions);
 }
 

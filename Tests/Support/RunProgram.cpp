@@ -11,6 +11,7 @@
 #include <fcntl.h>
 #include <iostream>
 #include <poll.h>
+#include <spawn.h>
 #include <sys/wait.h>
 #include <system_error>
 #include <thread>
@@ -22,6 +23,7 @@ extern char** environ; // NOLINT(readability-redundant-declaration): macOS decla
 namespace {
 
 using Clock = std::chrono::steady_clock;
+using Environment = std::map<std::string, std::string>;
 
 class Descriptor {
 public:
@@ -44,6 +46,9 @@ private:
 
 /// A file without a name that holds `text`. A pipe would need someone to feed it.
 Descriptor fileWith(const std::string& text) {
+    if (text.empty()) {
+        return Descriptor(checked(open("/dev/null", O_RDONLY), "/dev/null"));
+    }
     std::string path = (std::filesystem::temp_directory_path() / "standardInput.XXXXXX").string();
     Descriptor file(checked(mkstemp(path.data()), "mkstemp"));
     unlink(path.c_str());
@@ -85,7 +90,7 @@ std::vector<char*> pointersTo(std::vector<std::string>& texts) {
     return pointers;
 }
 
-std::vector<std::string> environmentTexts(const std::map<std::string, std::string>& environment) {
+std::vector<std::string> textsOf(const Environment& environment) {
     std::vector<std::string> texts;
     texts.reserve(environment.size());
     for (const auto& [name, value] : environment) {
@@ -94,28 +99,55 @@ std::vector<std::string> environmentTexts(const std::map<std::string, std::strin
     return texts;
 }
 
-/// The new process from the fork on.
-[[noreturn]] void start(std::vector<std::string> arguments, const ProgramOptions& options,
-                        const std::array<int, 3>& standardDescriptors) {
+/// What a new process gets.
+struct Process {
+    char* const* arguments;
+    char** environment;
+    const char* workingFolder; ///< empty: that of the test
+    std::array<int, 3> standardDescriptors;
+};
+
+/// Copies nothing of the test program, whose memory is large under a sanitizer.
+/// On failure, returns -1, and `errno` tells why.
+pid_t spawn(const Process& process) {
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    for (int i = 0; i < 3; ++i) {
+        posix_spawn_file_actions_adddup2(&actions, process.standardDescriptors[static_cast<std::size_t>(i)],
+                                         i);
+    }
+    if (*process.workingFolder != '\0') {
+        posix_spawn_file_actions_addchdir_np(&actions, process.workingFolder);
+    }
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
+    pid_t started = -1;
+    errno = posix_spawnp(&started, process.arguments[0], &actions, &attributes, process.arguments,
+                         process.environment);
+    const pid_t result = errno == 0 ? started : -1;
+    posix_spawnattr_destroy(&attributes);
+    posix_spawn_file_actions_destroy(&actions);
+    return result;
+}
+
+/// Starts it with a copy of the test program, which calls `beforeStart`.
+pid_t forkAndStart(const Process& process, const std::function<void()>& beforeStart) {
+    const pid_t started = fork();
+    if (started != 0) {
+        return started;
+    }
     setpgid(0, 0);
     for (int i = 0; i < 3; ++i) {
-        dup2(standardDescriptors[static_cast<std::size_t>(i)], i);
+        dup2(process.standardDescriptors[static_cast<std::size_t>(i)], i);
     }
-    if (!options.workingFolder.empty() && chdir(options.workingFolder.c_str()) != 0) {
-        startFailed(options.workingFolder.string());
+    if (*process.workingFolder != '\0' && chdir(process.workingFolder) != 0) {
+        startFailed(process.workingFolder);
     }
-    std::vector<std::string> environment =
-        environmentTexts(options.environment.value_or(std::map<std::string, std::string>()));
-    std::vector<char*> environmentPointers = pointersTo(environment);
-    if (options.environment) {
-        environ = environmentPointers.data();
-    }
-    std::vector<char*> argumentPointers = pointersTo(arguments);
-    if (options.beforeStart) {
-        options.beforeStart();
-    }
-    execvp(argumentPointers[0], argumentPointers.data());
-    startFailed(arguments[0]);
+    environ = process.environment;
+    beforeStart();
+    execvp(process.arguments[0], process.arguments);
+    startFailed(process.arguments[0]);
 }
 
 /// Milliseconds until `deadline` as poll() takes them.
@@ -166,17 +198,27 @@ ProgramResult runProgram(const std::vector<std::string>& arguments, const Progra
     const Descriptor input = fileWith(options.standardInput);
     Pipe output = openPipe();
     Pipe error = openPipe();
+    std::vector<std::string> argumentTexts = arguments;
+    const std::vector<char*> argumentPointers = pointersTo(argumentTexts);
+    std::vector<std::string> environmentTexts = textsOf(options.environment.value_or(Environment()));
+    std::vector<char*> environmentPointers = pointersTo(environmentTexts);
+    const Process started{argumentPointers.data(),
+                          options.environment ? environmentPointers.data() : environ,
+                          options.workingFolder.c_str(),
+                          {input.get(), output.write.get(), error.write.get()}};
     std::cout.flush();
     static_cast<void>(std::fflush(nullptr));
-    const pid_t process = checked(fork(), "fork");
-    if (process == 0) {
-        start(arguments, options, {input.get(), output.write.get(), error.write.get()});
+    const pid_t process = options.beforeStart ? forkAndStart(started, options.beforeStart) : spawn(started);
+    ProgramResult result;
+    if (process < 0) {
+        result.exitStatus = 127;
+        result.standardError = arguments[0] + ": " + std::strerror(errno) + "\n";
+        return result;
     }
     setpgid(process, process);
     output.write.reset();
     error.write.reset();
 
-    ProgramResult result;
     const auto deadline = Clock::now() + options.timeout;
     int status = 0;
     const bool bOutputEnded = readAll(output.read.get(), error.read.get(), result, deadline);

@@ -9,7 +9,6 @@
 #include <poll.h>
 #include <stdexcept>
 #include <sys/ioctl.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <system_error>
 #include <termios.h>
@@ -48,7 +47,6 @@ int openTerminal() {
     if (side > 2) {
         close(side);
     }
-    umask(022);
     std::signal(SIGINT, SIG_DFL); // a shell that starts the tests in the background has it ignored
     std::vector<char*> arguments;
     arguments.reserve(command.size() + 1);
