@@ -5,9 +5,10 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <array>
 #include <filesystem>
 #include <map>
-#include <regex>
+#include <regex.h>
 #include <set>
 #include <sstream>
 #include <thread>
@@ -15,6 +16,7 @@
 
 namespace fs = std::filesystem;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::MatchesRegex;
 using testing::Not;
@@ -144,27 +146,39 @@ esac
 
 using Texts = std::map<std::string, std::string>;
 
+/// Of lines like: "key" = "text";
 Texts textsIn(const std::string& content) {
-    static const std::regex entry("\"([a-z_]+)\" = \"(.*)\";");
+    static const std::string between = "\" = \"";
     Texts texts;
     std::istringstream stream(content);
     for (std::string line; std::getline(stream, line);) {
-        std::smatch match;
-        if (std::regex_match(line, match, entry)) {
-            EXPECT_TRUE(texts.insert({match[1], match[2]}).second) << line;
-        } else {
+        const std::size_t middle = line.find(between);
+        if (middle == std::string::npos) {
             EXPECT_EQ(line.find('='), std::string::npos) << line;
+            continue;
         }
+        const std::string key = line.substr(1, middle - 1);
+        const std::string rest = line.substr(middle + between.size());
+        EXPECT_EQ(line.front(), '"') << line;
+        EXPECT_THAT(key, MatchesRegex("[a-z_]+")) << line;
+        EXPECT_THAT(rest, EndsWith("\";")) << line;
+        EXPECT_TRUE(texts.insert({key, rest.substr(0, rest.size() - 2)}).second) << line;
     }
     return texts;
 }
 
-std::multiset<std::string> matchesOf(const std::string& pattern, const std::string& text) {
-    const std::regex expression(pattern);
+/// What the last group of the extended regular expression `pattern` matches in `text`.
+std::multiset<std::string> matchesOf(const char* pattern, const std::string& text) {
+    regex_t expression;
+    EXPECT_EQ(regcomp(&expression, pattern, REG_EXTENDED), 0) << pattern;
+    std::array<regmatch_t, 3> match{};
     std::multiset<std::string> result;
-    for (std::sregex_iterator match(text.begin(), text.end(), expression), end; match != end; ++match) {
-        result.insert((*match)[1]);
+    for (const char* at = text.c_str(); regexec(&expression, at, match.size(), match.data(), 0) == 0;
+         at += match[0].rm_eo) {
+        const regmatch_t& group = match.at(expression.re_nsub);
+        result.insert(std::string(at + group.rm_so, at + group.rm_eo));
     }
+    regfree(&expression);
     return result;
 }
 
@@ -601,7 +615,7 @@ TEST_F(UninstallerApplication, EachLanguageHasEachText) {
         keys.insert(entry.first);
     }
     const std::multiset<std::string> used =
-        matchesOf(R"((?:\(|  |else )text ([a-z_]+))", root().read(launcher()));
+        matchesOf(R"((\(|  |else )text ([a-z_]+))", root().read(launcher()));
     EXPECT_EQ(std::set<std::string>(used.begin(), used.end()), keys);
     int languages = 0;
     for (const auto& folder : fs::directory_iterator(resources)) {

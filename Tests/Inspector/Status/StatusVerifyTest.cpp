@@ -9,11 +9,12 @@
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+#include <cctype>
 #include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <map>
-#include <regex>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -140,10 +141,19 @@ protected:
     std::string page(std::vector<std::string> options) const {
         options.insert(options.end(), {"--html", "page.html", "--force"});
         EXPECT_NE(run(options).exitStatus, 2);
-        std::string text = FileTree::read(path("page.html"));
-        text.erase(0, text.find("<body"));
-        text = std::regex_replace(text, std::regex("<wbr/>"), "");
-        return std::regex_replace(text, std::regex("(<[^>]*>|\\s)+"), " ");
+        const std::string html = FileTree::read(path("page.html"));
+        std::string text;
+        for (std::size_t at = html.find("<body"); at < html.size();) {
+            if (html.compare(at, 6, "<wbr/>") == 0) {
+                at += 6;
+            } else if (html[at] != '<' && std::isspace(static_cast<unsigned char>(html[at])) == 0) {
+                text += html[at++];
+            } else {
+                at = html[at] == '<' ? std::min(html.find('>', at), html.size() - 1) + 1 : at + 1;
+                text += text.empty() || text.back() != ' ' ? " " : "";
+            }
+        }
+        return text;
     }
 
     /// ALPHA with a file and a whole folder, BETA with a newer build of the file; all is well.
