@@ -488,12 +488,12 @@ TEST_F(CheckCommand, HostileFilesNeitherCrashItNorMakeItHang) {
         manyAttributes + "/>",
         deepTree,
         "<product><sku ID='" + std::string(1000000, 'x') + "'/></product>",
-        "<product>" + repeat("<sku/>", 5000) + "</product>",
-        "<product><hosts>" + repeat("<host name='x' compilerOptions='y'/>", 2500) +
+        "<product>" + repeat("<sku/>", 20000) + "</product>",
+        "<product><hosts>" + repeat("<host name='x' compilerOptions='y'/>", 10000) +
             "</hosts><hostsForBuild/></product>",
-        "<product><installFiles>" + repeat("<file fileName='a'/>", 5000) + "</installFiles></product>",
-        repeat("&", 5000),
-        "<product>" + repeat("&", 5000) + "</product>",
+        "<product><installFiles>" + repeat("<file fileName='a'/>", 20000) + "</installFiles></product>",
+        repeat("&", 20000),
+        "<product>" + repeat("&", 20000) + "</product>",
         "<a>x\xEF",
         "<?xml   ",
         std::string("\0\0\0", 3),

@@ -1017,9 +1017,9 @@ TEST(StatusCommand, HostileRecordsNeitherCrashItNorMakeItHang) {
     const std::string end = "</installFiles></install>";
     for (const std::string& text :
          {start + repeat("<directory fileName='d' ref='1'>", 990) + repeat("</directory>", 990) + end,
-          start + repeat("<file fileName='f' ref='9'/>", 5000) + end, repeat("<install>", 100000),
+          start + repeat("<file fileName='f' ref='9'/>", 20000) + end, repeat("<install>", 100000),
           start + "<file fileName='" + std::string(1000000, 'x') + "' ref='1'/>" + end,
-          "<install><products>" + repeat("<sku/>", 5000) + "</products></install>", std::string("\0\0", 2),
+          "<install><products>" + repeat("<sku/>", 20000) + "</products></install>", std::string("\0\0", 2),
           std::string("<!--"), start + "<file fileName='a/b' ref='-99999999999999999999'/>" + end}) {
         SCOPED_TRACE(text.substr(0, 80));
         world.write("shared/InstallationStatusFile.xml", text);
