@@ -172,7 +172,7 @@ public:
     }
     void install(const ProductBuilder& product, const std::string& user = "anna") {
         place(product);
-        ExpectSuccess(RunQuickly(installCommand(product), user));
+        ExpectSuccess(RunFor(user, installCommand(product)));
     }
     /// The run is killed by its first `command` whose arguments hold `what`.
     void killRun(const std::vector<std::string>& run, const std::string& command, const std::string& what);
@@ -236,7 +236,7 @@ protected:
                 at += meaning.size();
             }
         }
-        return RunQuickly({"/bin/sh", "-e", "-c", script});
+        return root().run({"/bin/sh", "-e", "-c", script});
     }
     void follow(const std::string& heading, const std::map<std::string, std::string>& words) {
         const ProgramResult result = runScript(commandsOf(heading), words);
@@ -363,7 +363,7 @@ void SupportDocument::killRun(const std::vector<std::string>& run, const std::st
                  0755);
     std::vector<std::string> words = {"/bin/sh", "-c", "echo $$ >/var/run.pid && exec \"$@\"", "sh"};
     words.insert(words.end(), run.begin(), run.end());
-    EXPECT_NE(RunQuickly(words).exitStatus, 0) << "the run was not killed";
+    EXPECT_NE(root().run(words).exitStatus, 0) << "the run was not killed";
     fs::rename(root().outside(moved), root().outside(tool));
     root().remove("/var/run.pid");
 }
@@ -636,7 +636,7 @@ TEST_F(SupportDocument, OfAFolderThatNoProductListsAnyMoreOnlyTheRecordTells) {
 TEST_F(SupportDocument, ALogThatIsThereTellsTheCause) {
     root().remove(sharedFolder + "/Looks");
     root().write(sharedFolder + "/Looks", "in the way");
-    root().write("/var/log/install.log", RunQuickly(installCommand(beta())).standardOutput);
+    root().write("/var/log/install.log", root().run(installCommand(beta())).standardOutput);
     const std::string commands = commandsOf("Second step");
     const std::string log = commands.substr(commands.find('\n') + 1);
     const auto result = runScript(log, {{"LOG", "/var/log/install.log"}});

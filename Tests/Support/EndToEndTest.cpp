@@ -186,25 +186,10 @@ ProgramResult EndToEndTest::OpenUninstaller(const ProductBuilder& product,
     return runChecked(command, options);
 }
 
-ProgramResult EndToEndTest::RunQuickly(const std::vector<std::string>& command, const std::string& user) {
-    // The address sanitizer needs /proc, which only a private root of the script's making has.
-    const bool bSanitizer =
-        std::getenv("ASAN_OPTIONS") != nullptr; // NOLINT(concurrency-mt-unsafe): one thread
-    if (geteuid() != 0 || bSanitizer) {
-        Options options;
-        options.environment["HOME"] = "/Users/" + user;
-        return root().runUnwatched(command, options);
-    }
-    ProgramOptions options;
-    options.environment =
-        std::map<std::string, std::string>{{"HOME", "/Users/" + user}, {"PATH", "/usr/bin:/bin"}};
-    const std::string folder = root().outside("/");
-    options.beforeStart = [folder] {
-        if (chroot(folder.c_str()) != 0 || chdir("/") != 0) {
-            _exit(126);
-        }
-    };
-    return runProgram(command, options);
+ProgramResult EndToEndTest::RunFor(const std::string& user, const std::vector<std::string>& command) {
+    Options options;
+    options.environment["HOME"] = "/Users/" + user;
+    return root().run(command, options);
 }
 
 void EndToEndTest::ExpectTree(const Lines& expected, int line, const char* file) {

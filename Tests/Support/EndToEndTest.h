@@ -49,9 +49,8 @@ protected:
     ProgramResult OpenUninstaller(const ProductBuilder& product, const std::vector<std::string>& more = {},
                                   const Options& options = Options());
 
-    /// Runs the command in the private root for that user, with as few processes as possible and without what
-    /// is watched otherwise. For tests of many runs.
-    ProgramResult RunQuickly(const std::vector<std::string>& command, const std::string& user = "anna");
+    /// Runs the command in the private root with that user's home folder.
+    ProgramResult RunFor(const std::string& user, const std::vector<std::string>& command);
 
     /// Compares the whole tree, without the lines of a new private root. The content of the record is
     /// "record". A complete uninstaller is one line, "uninstaller of ID".

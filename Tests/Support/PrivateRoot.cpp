@@ -1,5 +1,6 @@
 #include "Tests/Support/PrivateRoot.h"
 
+#include "Tests/Support/AddressSanitizer.h"
 #include "Tests/Support/Sources.h"
 #include "Tests/Support/Terminal.h"
 
@@ -14,18 +15,6 @@
 namespace fs = std::filesystem;
 
 namespace {
-
-#if defined(__SANITIZE_ADDRESS__)
-constexpr bool bAddressSanitizer = true;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-constexpr bool bAddressSanitizer = true;
-#else
-constexpr bool bAddressSanitizer = false;
-#endif
-#else
-constexpr bool bAddressSanitizer = false;
-#endif
 
 const std::string script = inSources("Scripts/private-root");
 const char* const inspectorOutside = INSTALLINSPECTOR_PROGRAM;
@@ -202,10 +191,25 @@ bool PrivateRoot::exists(const std::string& path) const {
     return fs::exists(fs::symlink_status(outside(path)));
 }
 
+std::vector<std::string> PrivateRoot::commandToEnter(const std::string& workingFolder) const {
+    const std::string& words = wordsToEnter();
+    // The script knows what fakechroot and programs that measure coverage need.
+    if (isPretended() || std::getenv("PRIVATE_ROOT_COVERAGE") != nullptr) {
+        return {script, "run", "--enter", words, folder.path(), "env", "-i", "-C", workingFolder};
+    }
+    std::vector<std::string> command;
+    if (words.find("--map-root-user") != std::string::npos) {
+        command = {"unshare", "--map-root-user"};
+    }
+    const bool bMounts = words.find("--mount") != std::string::npos;
+    command.insert(command.end(),
+                   {ENTER_ROOT_PROGRAM, bMounts ? "mounts" : "no-mounts", folder.path(), workingFolder});
+    return command;
+}
+
 std::vector<std::string> PrivateRoot::fullCommand(const std::vector<std::string>& command,
                                                   const Options& options) const {
-    std::vector<std::string> full{script, "run", "--enter", wordsToEnter(),       folder.path(),
-                                  "env",  "-i",  "-C",      options.workingFolder};
+    std::vector<std::string> full = commandToEnter(options.workingFolder);
     std::map<std::string, std::string> environment = options.environment;
     environment.merge(usualEnvironment());
     for (const auto& [name, value] : environment) {

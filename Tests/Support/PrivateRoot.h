@@ -94,6 +94,7 @@ private:
     std::string inside(const std::string& target) const;
     FileTree::Lines described(const std::string& path,
                               const std::function<bool(const std::filesystem::path&)>& leftOut) const;
+    std::vector<std::string> commandToEnter(const std::string& workingFolder) const;
     std::vector<std::string> fullCommand(const std::vector<std::string>& command,
                                          const Options& options) const;
 

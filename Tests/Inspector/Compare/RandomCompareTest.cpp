@@ -409,7 +409,7 @@ protected:
     }
 
     ProgramResult install(const std::string& folder) {
-        return RunQuickly(
+        return root().run(
             {PrivateRoot::program, folder + "/files", folder + "/sku.xml", folder + "/target_path.xml"});
     }
 
@@ -433,7 +433,7 @@ protected:
                                              described(old) + described(now));
         const std::string oldFolder = place(old, "Old");
         const std::string newFolder = place(now, "New");
-        const ProgramResult said = RunQuickly(
+        const ProgramResult said = root().run(
             {PrivateRoot::inspector, "compare", "--json", oldFolder + "/sku.xml", newFolder + "/sku.xml",
              "--targets", oldFolder + "/target_path.xml", newFolder + "/target_path.xml"});
         ASSERT_TRUE(said.exitStatus == 0 || said.exitStatus == 1) << said.standardError;
@@ -481,7 +481,7 @@ protected:
 
     /// An uninstall leaves what is marked to stay, and nothing else.
     void expectNothingIsLeft(const Build& build, const std::string& folder, const DiskContent& alone) {
-        RunQuickly({PrivateRoot::program, "-uninstall", folder + "/sku.xml", folder + "/target_path.xml"});
+        root().run({PrivateRoot::program, "-uninstall", folder + "/sku.xml", folder + "/target_path.xml"});
         std::set<std::string> staying;
         for (const auto& [path, leaf] : build.leaves) {
             const auto flag = leaf.flags.find("dontdelete");

@@ -292,7 +292,7 @@ protected:
         }
     }
 
-    ProgramResult runInside(const std::vector<std::string>& command) { return RunQuickly(command, user); }
+    ProgramResult runInside(const std::vector<std::string>& command) { return RunFor(user, command); }
 
     Disk diskNow() { return diskContentOf(root()); }
 
