@@ -43,25 +43,28 @@ const char* variable(const char* name) {
     return value == nullptr ? "" : value;
 }
 
-void copyTree(const fs::path& source, const fs::path& destination) {
-    const ProgramResult result = runProgram({"cp", "-a", source.string(), destination.string()});
+/// Copies the machine's folders between two folders.
+void copyMachine(const fs::path& from, const fs::path& to) {
+    std::vector<std::string> command{"cp", "-a"};
+    for (const char* name : machineFolders) {
+        command.push_back(from / name);
+    }
+    command.push_back(to);
+    const ProgramResult result = runProgram(command);
     ASSERT_EQ(result.exitStatus, 0) << result.standardError;
 }
 
 } // namespace
 
 DisturbedRun::Snapshot::Snapshot(const PrivateRoot& root) : machine(root) {
-    for (const char* name : machineFolders) {
-        copyTree(root.outside(std::string("/") + name), folder.path() / name);
-    }
+    copyMachine(machine.outside("/"), folder.path());
 }
 
 void DisturbedRun::Snapshot::restore() const {
     for (const char* name : machineFolders) {
-        const fs::path there = machine.outside(std::string("/") + name);
-        fs::remove_all(there);
-        copyTree(folder.path() / name, there);
+        fs::remove_all(machine.outside("/") / name);
     }
+    copyMachine(folder.path(), machine.outside("/"));
 }
 
 ProductBuilder DisturbedRun::smallProduct() {

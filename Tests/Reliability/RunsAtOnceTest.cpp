@@ -35,9 +35,9 @@ protected:
             runUndisturbed(commandOf(step));
         }
         const Snapshot start(root());
-        std::mt19937 random(static_cast<std::mt19937::result_type>(seed()));
-        std::uniform_real_distribution<double> offset(0, secondsPerRun(atOnce));
         const std::vector<Lines> expected = endsOfAllOrders(start, atOnce);
+        std::mt19937 random(static_cast<std::mt19937::result_type>(seed()));
+        std::uniform_real_distribution<double> offset(0, seconds / static_cast<double>(atOnce.size()));
 
         const unsigned long rounds = isFull() ? 120 : 2;
         unsigned long wrong = 0;
@@ -110,17 +110,6 @@ private:
     static std::string outputOf(std::size_t run) { return "/var/runs/output" + std::to_string(run); }
     static std::string statusOf(std::size_t run) { return "/var/runs/status" + std::to_string(run); }
 
-    double secondsPerRun(const Steps& runs) {
-        std::string script;
-        for (std::size_t run = 0; run < runs.size(); ++run) {
-            script += scriptOf(run, runs[run], 0) + "\n";
-        }
-        const auto begin = std::chrono::steady_clock::now();
-        runScript(script);
-        const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begin;
-        return taken.count() / static_cast<double>(runs.size());
-    }
-
     std::vector<Lines> endsOfAllOrders(const Snapshot& start, const Steps& runs) {
         std::vector<std::size_t> order(runs.size());
         std::iota(order.begin(), order.end(), 0);
@@ -143,7 +132,9 @@ private:
         for (std::size_t run = 0; run < runs; ++run) {
             root().remove(statusOf(run));
         }
+        const auto begin = std::chrono::steady_clock::now();
         runScript(script);
+        seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
         Lines end;
         for (std::size_t run = 0; run < runs; ++run) {
             const std::string name = "run " + std::to_string(run);
@@ -209,6 +200,7 @@ private:
     }
 
     bool bHasWaited = false; ///< a run of the last script, for another one
+    double seconds = 0;      ///< that the last script took
 };
 
 } // namespace
