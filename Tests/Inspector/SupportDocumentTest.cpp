@@ -202,7 +202,6 @@ protected:
     }
 
     void prepare(const std::vector<ProductBuilder>& products) {
-        root().add(INSTALLINSPECTOR_PROGRAM, PrivateRoot::inspector);
         root().makeFolder("/var/tmp");
         root().makeFolder(host);
         setCustomersProducts(products);
