@@ -94,6 +94,7 @@ private:
     std::string inside(const std::string& target) const;
     FileTree::Lines described(const std::string& path,
                               const std::function<bool(const std::filesystem::path&)>& leftOut) const;
+    /// The words before those that set a variable of the environment, as NAME=VALUE, and before the command.
     std::vector<std::string> commandToEnter(const std::string& workingFolder) const;
     std::vector<std::string> fullCommand(const std::vector<std::string>& command,
                                          const Options& options) const;
