@@ -159,14 +159,12 @@ TEST_F(RunFault, DeathOfTheHolderFreesTheLockThoughItsCommandStillRuns) {
     place(product());
     place(product("BETA"));
     // The first run's cp kills the engine and goes on for long.
-    root().write("/var/slow/cp",
-                 "#!/bin/sh\nkill -KILL $(/bin/cat /var/slow/engine)\necho >/var/slow/dead\n"
-                 "exec /bin/sleep 20\n",
+    root().write("/var/slow/cp", "#!/bin/sh\nkill -KILL $(/bin/cat /var/slow/engine)\nexec /bin/sleep 20\n",
                  0755);
     Command both{"/bin/sh", "-c",
                  "PATH=/var/slow:/bin sh -c 'echo $$ >/var/slow/engine; exec \"$@\"' sh "
                  "\"$1\" \"$2\" \"$3\" \"$4\" >/dev/null 2>&1 & "
-                 "while [ ! -e /var/slow/dead ]; do :; done; \"$1\" \"$5\" \"$6\" \"$7\"",
+                 "wait; \"$1\" \"$5\" \"$6\" \"$7\"",
                  "sh"};
     const Command first = installCommand(product());
     const Command second = installCommand(product("BETA"));
