@@ -3,6 +3,7 @@
 #include "Tests/Support/FileTree.h"
 #include "Tests/Support/ProcessorTime.h"
 #include "Tests/Support/TemporaryDirectory.h"
+#include "Tests/Support/Texts.h"
 #include "Tests/Support/VLStringPrinter.h"
 #include "Utility/InstallUtility/XMLTextCheck.h"
 
@@ -39,15 +40,6 @@ bool suitsParser(const std::string& xml) {
     document.SetTabSize(0);
     document.Parse(xml.c_str());
     return !document.Error();
-}
-
-std::string repeat(const std::string& piece, unsigned long times) {
-    std::string text;
-    text.reserve(piece.size() * times);
-    for (unsigned long i = 0; i < times; ++i) {
-        text += piece;
-    }
-    return text;
 }
 
 std::string levels(unsigned long count) {

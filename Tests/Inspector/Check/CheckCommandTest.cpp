@@ -9,6 +9,7 @@
 #include "Tests/Support/Sources.h"
 #include "Tests/Support/TemporaryDirectory.h"
 #include "Tests/Support/Terminal.h"
+#include "Tests/Support/Texts.h"
 #include "Utility/InstallInspector/Check/Rules.h"
 
 #include <gtest/gtest.h>
@@ -470,14 +471,7 @@ TEST_F(CheckCommand, ReadsFilesOfOtherSystems) {
 }
 
 TEST_F(CheckCommand, HostileFilesNeitherCrashItNorMakeItHang) {
-    const auto repeat = [](const std::string& text, int count) {
-        std::string result;
-        for (int i = 0; i < count; ++i) {
-            result += text;
-        }
-        return result;
-    };
-    constexpr int many = bAddressSanitizer ? 2000 : 20000; // how the time grows is seen without it
+    constexpr unsigned long many = bAddressSanitizer ? 2000 : 20000; // how the time grows is seen without it
     std::string manyAttributes = "<product ";
     for (int i = 0; i < 50000; ++i) {
         manyAttributes += "a" + std::to_string(i) + "='' ";

@@ -5,6 +5,7 @@
 #include "Tests/Support/ScopedEnvironment.h"
 #include "Tests/Support/TemporaryDirectory.h"
 #include "Tests/Support/Terminal.h"
+#include "Tests/Support/Texts.h"
 #include "Utility/InstallInspector/Status/Status.h"
 
 #include <gtest/gtest.h>
@@ -1006,14 +1007,7 @@ TEST(StatusCommand, ChangesNothing) {
 }
 
 TEST(StatusCommand, HostileRecordsNeitherCrashItNorMakeItHang) {
-    const auto repeat = [](const std::string& text, int count) {
-        std::string result;
-        for (int i = 0; i < count; ++i) {
-            result += text;
-        }
-        return result;
-    };
-    constexpr int many = bAddressSanitizer ? 2000 : 20000; // how the time grows is seen without it
+    constexpr unsigned long many = bAddressSanitizer ? 2000 : 20000; // how the time grows is seen without it
     const World world;
     const std::string start = "<install><products/><installFiles>";
     const std::string end = "</installFiles></install>";
