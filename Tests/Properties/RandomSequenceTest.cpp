@@ -304,7 +304,7 @@ unsigned firstSeed() {
 // Set PROPERTY_SEED to the seed of a failure to see its sequence first.
 TEST_F(RandomSequence, LeavesExactlyTheFilesThatTheCountsAllow) {
     unsigned seed = firstSeed();
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(isFullRun() ? 120 : 4);
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(isFullRun() ? 120 : 2);
     int sequences = 0;
     do {
         std::cout << "seed " << seed << std::endl;

@@ -503,7 +503,7 @@ TEST(StatusFileProperties, RandomProductsInRandomOrderAgreeWithTheModel) {
     const VLString path = folder / "InstallationStatusFile.xml";
     constexpr std::uint32_t atLeast = 20;
     const std::uint32_t atMost = isFullRun() ? 100'000 : 1000;
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(isFullRun() ? 60 : 2);
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(isFullRun() ? 60 : 1);
     std::uint32_t worlds = 0;
     std::set<std::string> saved;
     while (worlds < atLeast || (worlds < atMost && std::chrono::steady_clock::now() < end)) {

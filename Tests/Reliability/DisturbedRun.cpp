@@ -194,13 +194,14 @@ std::chrono::seconds DisturbedRun::patience() {
     return isFull() ? std::chrono::minutes(10) : std::chrono::seconds(30);
 }
 
-std::vector<unsigned long> DisturbedRun::sample(unsigned long last, unsigned long count) {
+std::vector<unsigned long> DisturbedRun::sample(unsigned long last, unsigned long count,
+                                                unsigned long selection) {
     std::vector<unsigned long> numbers(last);
     std::iota(numbers.begin(), numbers.end(), 1);
     if (isFull() || last <= count) {
         return numbers;
     }
-    std::mt19937 random(static_cast<std::mt19937::result_type>(seed()));
+    std::mt19937 random(static_cast<std::mt19937::result_type>(seed() + selection));
     std::shuffle(numbers.begin(), numbers.end(), random);
     numbers.resize(count);
     std::sort(numbers.begin(), numbers.end());

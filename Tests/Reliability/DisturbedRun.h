@@ -71,8 +71,9 @@ protected:
     /// How long a run may take before it counts as one that hangs.
     static std::chrono::seconds patience();
     /// All numbers from 1 to `last` in a full run, otherwise at most `count` of them; RELIABILITY_SEED
-    /// chooses.
-    static std::vector<unsigned long> sample(unsigned long last, unsigned long count);
+    /// and `selection` choose, so that another `selection` gives others.
+    static std::vector<unsigned long> sample(unsigned long last, unsigned long count,
+                                             unsigned long selection = 0);
     /// What RELIABILITY_SEED says, or 0.
     static unsigned long seed();
     /// A line for Scripts/torture.

