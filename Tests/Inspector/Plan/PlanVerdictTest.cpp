@@ -219,6 +219,24 @@ TEST_F(PlanVerdict, APathThatAnotherProductListsIsCountedTooHighOnceDropped) {
     EXPECT_TRUE(root().exists(shared("x")));
 }
 
+TEST_F(PlanVerdict, AnUnknownProductExplainsNoUseThatTheKnownOnesHad) {
+    install(product("GAMMA", "Gamma").file("VorlaneFX/g", "G"), {});
+    root().remove("/Applications/Vorlane Uninstallers/Uninstall Gamma.app");
+    const ProductBuilder other = beta().file("VorlaneFX/x", "B");
+    install(other, {});
+    install(product().file("VorlaneFX/a", "A").file("VorlaneFX/x", "A"), {});
+    const Json plan = install(product().file("VorlaneFX/a", "A"), {"counted-too-high"});
+    EXPECT_EQ(pathsOf(plan, "counted-too-high"), std::set<std::string>{"VorlaneFX/x"});
+}
+
+TEST_F(PlanVerdict, AnUnknownProductMayExplainAUse) {
+    install(product("GAMMA", "Gamma").file("VorlaneFX/x", "G"), {});
+    root().remove("/Applications/Vorlane Uninstallers/Uninstall Gamma.app");
+    install(beta().file("VorlaneFX/b", "B"), {});
+    install(product().file("VorlaneFX/x", "A"), {});
+    install(product().file("VorlaneFX/x", "A"), {});
+}
+
 // What stays behind at an uninstall
 
 TEST_F(PlanVerdict, AnUninstallNamesWhatLiesBelowAConditionThatNoLongerHolds) {

@@ -107,11 +107,6 @@ bool canCheckCounts(const Survey& survey) {
            (survey.plan.bUninstall ? !isUnlisted(*run) && !run->before.products.empty() : run->bRecordSaved);
 }
 
-/// How many uses of a path may come from products without a known definition.
-std::int32_t mostUnknownUses(const Survey& survey) {
-    return static_cast<std::int32_t>(survey.unknown.size());
-}
-
 void countedTooLow(const Survey& survey, const DangerReport& report) {
     if (!canCheckCounts(survey)) {
         return;
@@ -139,7 +134,8 @@ void countedTooHigh(const Survey& survey, const DangerReport& report) {
     for (const std::string& path : survey.paths) {
         const std::int32_t uses = survey.usesOf(path);
         // "dropped-path" reports what no product lists any more.
-        if ((uses > 0 || survey.plan.bUninstall) && survey.countOf(path) > uses + mostUnknownUses(survey)) {
+        if ((uses > 0 || survey.plan.bUninstall) &&
+            survey.countOf(path) > uses + survey.mostUnknownUsesOf(path)) {
             high.push_back(path);
         }
     }

@@ -262,12 +262,35 @@ std::int32_t Survey::countOf(const std::string& treePath) const {
     return recorded == nullptr ? -1 : recorded->ref;
 }
 
+bool Survey::uses(const OwnedFiles& files, const std::string& treePath) const {
+    return files.recordPlace == recordPlace && files.tree.count(treePath) != 0;
+}
+
 std::int32_t Survey::usesOf(const std::string& treePath) const {
-    std::int32_t uses = newBuild && newBuild->tree.count(treePath) != 0 ? 1 : 0;
+    std::int32_t count = newBuild && newBuild->tree.count(treePath) != 0 ? 1 : 0;
     for (const OwnedFiles& files : others) {
-        uses += files.recordPlace == recordPlace && files.tree.count(treePath) != 0 ? 1 : 0;
+        count += uses(files, treePath) ? 1 : 0;
     }
-    return uses;
+    return count;
+}
+
+std::int32_t Survey::mostUnknownUsesOf(const std::string& treePath) const {
+    const Plan::Record& recorded = plan.runs.front().before;
+    const auto path = recorded.paths.find(treePath);
+    if (path == recorded.paths.end()) {
+        return 0;
+    }
+    std::map<VLString, bool> users; // of several builds of a product, each must list the path
+    for (const auto* builds : {&others, &oldBuilds}) {
+        for (const OwnedFiles& files : *builds) {
+            bool& bUses = users.emplace(files.product.ID, true).first->second;
+            bUses = bUses && uses(files, treePath);
+        }
+    }
+    const auto known =
+        std::count_if(users.begin(), users.end(), [](const auto& user) { return user.second; });
+    return std::clamp(path->second.count - static_cast<std::int32_t>(known), 0,
+                      static_cast<std::int32_t>(unknown.size()));
 }
 
 bool Survey::wasRecorded(const std::string& treePath) const {

@@ -85,6 +85,9 @@ public:
     std::int32_t countOf(const std::string& treePath) const;
     /// How many installed products list the path after the run. Does not count the unknown ones.
     std::int32_t usesOf(const std::string& treePath) const;
+    /// How many uses of the path may come from the unknown products: what the record counts before the run
+    /// beyond the known products of that time. The plan must have a run.
+    std::int32_t mostUnknownUsesOf(const std::string& treePath) const;
     bool wasRecorded(const std::string& treePath) const;
 
     /// Whether the place belonged to a product before the run, by itself or inside a folder that is installed
@@ -121,6 +124,8 @@ private:
                    std::set<std::string>& known);
     void addPlace(OwnedPlace place, OwnedFiles& files, std::set<std::string>& known);
     void findUnknown();
+    /// Whether the build lists the path and is counted in the record.
+    bool uses(const OwnedFiles& files, const std::string& treePath) const;
     void readRecord();
     void listPaths();
     void collect(const std::string& folder, std::vector<std::string>& found) const;
