@@ -302,6 +302,30 @@ TEST_F(CompareCommand, ShortcutToAFolderComesToLieInIt) {
     EXPECT_THAT(told(result), testing::Contains("error shortcut-dropped"));
 }
 
+TEST_F(CompareCommand, ShortcutThatIsNotMadeLeadsToTheOldFile) {
+    ProductBuilder now = first().build("1.0.0.9");
+    const Json result =
+        json(first().shortCut("VorlaneFX/guide.html", "Guide"), now.shortCut("Content/paper.txt", "Guide"));
+    const Json& link = result["differences"].back();
+    EXPECT_EQ(link["state"], "old");
+    EXPECT_EQ(link["leadsTo"], "/Users/%USER%/Movies/Vorlane/paper.txt");
+    EXPECT_EQ(link["leadsInstead"], "/Library/Application Support/Vorlane/guide.html");
+}
+
+TEST_F(CompareCommand, ShortcutLeadsToTheLastPlaceToWhichItsFileIsCopied) {
+    const auto build = [](const char* firstFolder) {
+        return withTargets("/Library/Vorlane", firstFolder, {}).shortCut("Hosts/Edius/Blur/blur.epl", "Blur");
+    };
+    const Json result =
+        json(build("/Library/Edius"),
+             build("/Library/First").target("Hosts/Edius", "/Library/Edius").build("1.0.0.9"));
+    const Json& link = result["differences"].back();
+    EXPECT_EQ(link["state"], "old");
+    EXPECT_EQ(link["leadsTo"], "/Library/Edius/blur.epl");
+    EXPECT_EQ(link["leadsInstead"], "/Library/First/blur.epl");
+    EXPECT_THAT(result["findings"].dump(), HasSubstr("It leads to \\\"/Library/First/blur.epl\\\"."));
+}
+
 TEST_F(CompareCommand, NewRecordKeepsNothingBack) {
     const char* const edius = "/Library/Edius/Vorlane";
     const Json result = json(withTargets("/Library/Application Support/Vorlane", edius, {}),
@@ -382,7 +406,7 @@ TEST_F(CompareCommand, JsonHasTheDocumentedMembers) {
                                    {"name", "Spark"},
                                    {"build", "1.0.0.11"}}));
     const std::string page = FileTree::read(inSources("Docs/inspector.md"));
-    for (const char* member : {"at", "when", "leadsTo", "old", "path", "state"}) {
+    for (const char* member : {"at", "when", "leadsTo", "leadsInstead", "old", "path", "state"}) {
         EXPECT_THAT(page, HasSubstr("`differences[]." + std::string(member) + "`"));
     }
     EXPECT_EQ(result["differences"],

@@ -319,8 +319,11 @@ DiskContent withoutLinks(DiskContent disk) {
     return disk;
 }
 
-/// Changes what the new build alone gives as one difference about a shortcut says.
-void applyToLinks(const Json& difference, const DiskContent& old, DiskContent& disk) {
+/// Changes what the new build alone gives as one difference about a shortcut says. A link that has come to
+/// lie in a folder goes when the folder is then copied as one piece and brings a file of that name. No
+/// definition lists such files, so `after` tells which of the two it is.
+void applyToLinks(const Json& difference, const DiskContent& old, const DiskContent& after,
+                  DiskContent& disk) {
     const std::string state = difference["state"];
     const std::string path = difference["path"];
     if (state == "missing") {
@@ -328,9 +331,13 @@ void applyToLinks(const Json& difference, const DiskContent& old, DiskContent& d
         return;
     }
     if (state == "misplaced") {
-        disk[onThisMachine(difference["at"])] = "-> " + onThisMachine(difference["leadsTo"]);
+        const std::string at = onThisMachine(difference["at"]);
+        const DiskContent brought = withoutLinks(atOrBelow(disk, at));
+        if (brought.empty() || brought != atOrBelow(after, at)) {
+            disk[at] = "-> " + onThisMachine(difference["leadsTo"]);
+        }
     }
-    disk[path] = old.at(path);
+    disk[path] = state == "old" ? "-> " + onThisMachine(difference["leadsInstead"]) : old.at(path);
 }
 
 /// The same of any other difference. False when it does not concern this machine.
@@ -459,7 +466,7 @@ protected:
         DiskContent expected = alone;
         for (const Json& difference : foretold["differences"]) {
             if (isAboutLink(difference)) {
-                applyToLinks(difference, before, expected);
+                applyToLinks(difference, before, after, expected);
             } else {
                 const bool bApplies = applyToFiles(difference, before, alone, expected);
                 // Only conditions, and what no definition tells, leave it open.

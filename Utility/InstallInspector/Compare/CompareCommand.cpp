@@ -18,6 +18,9 @@ void writeDifference(JsonWriter& json, const Difference& difference) {
     }
     if (difference.cause == Difference::Cause::ShortCut && difference.now != nullptr) {
         json.text("leadsTo", difference.now->path);
+        if (difference.state == Difference::State::Old) {
+            json.text("leadsInstead", difference.old->path);
+        }
     }
     if (difference.old != nullptr) {
         json.text("old", difference.old->treePath);

@@ -27,8 +27,10 @@ struct Difference {
 
     State state;
     Cause cause;
-    std::string path;                  ///< see Build::Entry
-    const Build::Entry* old = nullptr; ///< null for a shortcut or uninstaller
+    std::string path; ///< see Build::Entry
+    /// Null for an uninstaller, and for a shortcut that is missing or misplaced. For a shortcut that leads
+    /// elsewhere than it should, the file to which it leads. This may be one of the new build.
+    const Build::Entry* old = nullptr;
     const Build::Entry* now = nullptr; ///< null if the new build has none
     std::string at{};                  ///< the place of a misplaced file
     std::string when{};                ///< on which machines; empty for all machines that had it

@@ -87,7 +87,10 @@ void shortCutDropped(const Comparison& comparison, const Report& report) {
             report(comparison.now.at(*difference.now->node),
                    "the shortcut " + linkName(difference) + " does not come to lead to " +
                        quotedText(toVLString(difference.now->treePath)),
-                   "A shortcut is made only with a file that is copied.",
+                   (difference.old == nullptr
+                        ? ""
+                        : "It leads to " + quotedText(toVLString(difference.old->path)) + ". ") +
+                       "A shortcut is made only with a file that is copied.",
                    "See the finding about the file. " + std::string(wayOut), {difference.path});
         }
     }
