@@ -483,7 +483,7 @@ TEST_F(CheckCommand, HostileFilesNeitherCrashItNorMakeItHang) {
         repeat("<a>", 100000),
         manyAttributes + "/>",
         deepTree,
-        "<product><sku ID='" + std::string(1000000, 'x') + "'/></product>",
+        "<product><sku ID='" + std::string(many * 100, 'x') + "'/></product>",
         "<product>" + repeat("<sku/>", many) + "</product>",
         "<product><hosts>" + repeat("<host name='x' compilerOptions='y'/>", many / 2) +
             "</hosts><hostsForBuild/></product>",

@@ -1014,7 +1014,7 @@ TEST(StatusCommand, HostileRecordsNeitherCrashItNorMakeItHang) {
     for (const std::string& text :
          {start + repeat("<directory fileName='d' ref='1'>", 990) + repeat("</directory>", 990) + end,
           start + repeat("<file fileName='f' ref='9'/>", many) + end, repeat("<install>", 100000),
-          start + "<file fileName='" + std::string(1000000, 'x') + "' ref='1'/>" + end,
+          start + "<file fileName='" + std::string(many * 100, 'x') + "' ref='1'/>" + end,
           "<install><products>" + repeat("<sku/>", many) + "</products></install>", std::string("\0\0", 2),
           std::string("<!--"), start + "<file fileName='a/b' ref='-99999999999999999999'/>" + end}) {
         SCOPED_TRACE(text.substr(0, 80));
